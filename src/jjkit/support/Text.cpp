@@ -1,0 +1,52 @@
+#include "jjkit/support/Text.h"
+
+namespace vorda::text {
+namespace {
+
+std::string_view trimSet(std::string_view text, std::string_view set) {
+    const auto first = text.find_first_not_of(set);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    const auto last = text.find_last_not_of(set);
+    return text.substr(first, last - first + 1);
+}
+
+}  // namespace
+
+std::string_view trimBlanks(std::string_view text) { return trimSet(text, " \t"); }
+
+std::string_view trimWhitespace(std::string_view text) { return trimSet(text, " \t\n\r\v\f"); }
+
+std::vector<std::string_view> splitNonEmpty(std::string_view text, char separator) {
+    std::vector<std::string_view> pieces;
+    std::size_t start = 0;
+    while (start <= text.size()) {
+        auto end = text.find(separator, start);
+        if (end == std::string_view::npos) {
+            end = text.size();
+        }
+        if (end > start) {
+            pieces.push_back(text.substr(start, end - start));
+        }
+        start = end + 1;
+    }
+    return pieces;
+}
+
+std::string join(const std::vector<std::string>& pieces, std::string_view separator) {
+    std::string joined;
+    for (std::size_t index = 0; index < pieces.size(); ++index) {
+        if (index > 0) {
+            joined.append(separator);
+        }
+        joined.append(pieces[index]);
+    }
+    return joined;
+}
+
+bool startsWith(std::string_view text, std::string_view prefix) {
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+}  // namespace vorda::text

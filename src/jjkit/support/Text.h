@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vorda::text {
+
+/// Trims blanks and tabs at both ends (not line ends).
+std::string_view trimBlanks(std::string_view text);
+
+/// Trims all ASCII whitespace, line ends included, at both ends.
+std::string_view trimWhitespace(std::string_view text);
+
+/// Splits at `separator`, dropping empty pieces.
+std::vector<std::string_view> splitNonEmpty(std::string_view text, char separator);
+
+/// Joins with `separator` between the pieces.
+std::string join(const std::vector<std::string>& pieces, std::string_view separator);
+
+bool startsWith(std::string_view text, std::string_view prefix);
+
+}  // namespace vorda::text

@@ -1,0 +1,74 @@
+#include "jjkit/templates/RevsetQuoting.h"
+
+#include <set>
+
+namespace vorda {
+
+std::string revsetQuoted(std::string_view text) {
+    std::string quoted = "\"";
+    for (const char character : text) {
+        if (character == '\\' || character == '"') {
+            quoted.push_back('\\');
+        }
+        quoted.push_back(character);
+    }
+    quoted.push_back('"');
+    return quoted;
+}
+
+std::string bookmarkSetRevset(std::string_view name) {
+    return "bookmarks(exact:" + revsetQuoted(name) + ")";
+}
+
+std::string bookmarkTipRevset(std::string_view name) {
+    return "latest(" + bookmarkSetRevset(name) + ")";
+}
+
+std::string descriptionSubstringRevset(std::string_view text) {
+    return "description(substring:" + revsetQuoted(text) + ")";
+}
+
+std::optional<std::string> missingParentRevset(const std::vector<JJCommit>& commits) {
+    std::set<std::string> loaded;
+    for (const auto& commit : commits) {
+        loaded.insert(commit.commitID);
+    }
+    std::set<std::string> missing;
+    for (const auto& commit : commits) {
+        for (const auto& parent : commit.parents) {
+            if (!loaded.contains(parent)) {
+                missing.insert(parent);
+            }
+        }
+    }
+    if (missing.empty()) {
+        return std::nullopt;
+    }
+    std::string revset;
+    for (const auto& id : missing) {
+        if (!revset.empty()) {
+            revset.append(" | ");
+        }
+        revset.append("commit_id(").append(revsetQuoted(id)).append(")");
+    }
+    return revset;
+}
+
+std::vector<std::string> rootFilesets(const std::vector<std::string>& paths) {
+    std::vector<std::string> filesets;
+    filesets.reserve(paths.size());
+    for (const auto& path : paths) {
+        std::string fileset = "root:\"";
+        for (const char character : path) {
+            if (character == '"') {
+                fileset.push_back('\\');
+            }
+            fileset.push_back(character);
+        }
+        fileset.push_back('"');
+        filesets.push_back(std::move(fileset));
+    }
+    return filesets;
+}
+
+}  // namespace vorda

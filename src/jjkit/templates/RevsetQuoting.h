@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "jjkit/records/JJCommit.h"
+
+namespace vorda {
+
+/// `text` escaped for a double-quoted revset string (backslash first, then
+/// double quote) and enclosed in double quotes.
+std::string revsetQuoted(std::string_view text);
+
+/// `bookmarks(exact:"name")`: every commit the bookmark points at, so a
+/// conflicted bookmark stays visible as more than one commit.
+std::string bookmarkSetRevset(std::string_view name);
+
+/// `latest(bookmarks(exact:"name"))`.
+std::string bookmarkTipRevset(std::string_view name);
+
+/// `description(substring:"text")`.
+std::string descriptionSubstringRevset(std::string_view text);
+
+/// The parents of `commits` that are not among them, as
+/// `commit_id("a") | commit_id("b")` in ascending order; absent when none.
+std::optional<std::string> missingParentRevset(const std::vector<JJCommit>& commits);
+
+/// Each path as the fileset `root:"path"`. Only double quotes are escaped:
+/// backslashes stay as they are, unlike in revsets.
+std::vector<std::string> rootFilesets(const std::vector<std::string>& paths);
+
+}  // namespace vorda
