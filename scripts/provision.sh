@@ -45,7 +45,7 @@ die() {
 
 # First dotted version number (X.Y or X.Y.Z...) found in the arguments.
 version_in() {
-  grep -oE '[0-9]+(\.[0-9]+)+' <<<"$*" | head -n 1 || true
+  grep -oE '[0-9]+(\.[0-9]+)+' <<<"$*" | sed -n 1p || true
 }
 
 # version_ge A B: true when version A >= version B.
@@ -144,11 +144,11 @@ debian_mirror() {
   local uri
   # shellcheck disable=SC2016 # apt's own $(FIELD) placeholders
   uri=$(apt-get indextargets --format '$(REPO_URI) $(LABEL)' 'Target-Of: deb' 2>/dev/null |
-    awk '$2 == "Debian" { print $1; exit }' || true)
+    awk '!u && $2 == "Debian" { u = $1 } END { if (u) print u }' || true)
   if [[ -z $uri ]]; then
     # shellcheck disable=SC2016
     uri=$(apt-get indextargets --format '$(REPO_URI)' 'Target-Of: deb' 2>/dev/null |
-      grep -E '/debian/?$' | head -n 1 || true)
+      grep -E '/debian/?$' | sed -n 1p || true)
   fi
   printf '%s\n' "${uri:-http://deb.debian.org/debian/}"
 }
@@ -210,7 +210,8 @@ apt_update_private() {
 # Field FIELD of the candidate record of binary package PKG in the private index.
 package_field() {
   apt_cache_private show --no-all-versions "$1" 2>/dev/null |
-    awk -v f="$2" 'BEGIN { f = f ":" } /^$/ { exit } index($0, f) == 1 { sub(/^[^:]*: */, ""); print; exit }'
+    awk -v f="$2" 'BEGIN { f = f ":" } /^$/ { done = 1 }
+      !done && index($0, f) == 1 { sub(/^[^:]*: */, ""); print; done = 1 }'
 }
 
 # True when the installed system satisfies dependency atom "name (op version)".
@@ -300,12 +301,7 @@ system_jj_ok() {
   local v
   PATH=$SYS_PATH command -v jj >/dev/null 2>&1 || return 1
   v=$(version_in "$(PATH=$SYS_PATH jj version 2>/dev/null || true)")
-  if version_ge "$v" "$JJ_MIN_VERSION"; then
-    log "using system jj $v"
-    return 0
-  fi
-  log "system jj ${v:-(unknown version)} is older than $JJ_MIN_VERSION"
-  return 1
+  version_ge "$v" "$JJ_MIN_VERSION"
 }
 
 # Unpacks jj and its runtime libraries from Debian's $VORDA_JJ_SUITE into
@@ -313,12 +309,12 @@ system_jj_ok() {
 # sets INSTALLED_DIR to that folder.
 install_jj() {
   local suite=${VORDA_JJ_SUITE:-sid} arch mirror debver ver dest stage root
-  local jj_bin interp loader lib_path rel_loader rel_libs d listing
+  local jj_bin interp loader lib_path rel_loader rel_libs d listing t0=$SECONDS
   arch=$(dpkg --print-architecture)
   mirror=$(debian_mirror)
   [[ -r $KEYRING ]] || die "missing $KEYRING (package debian-archive-keyring)"
 
-  log "fetching the $suite package index from $mirror"
+  log "no jj >= $JJ_MIN_VERSION on PATH; fetching the $suite package index from $mirror"
   new_private_apt "deb [signed-by=$KEYRING arch=$arch target=Packages] $mirror $suite main"
   apt_update_private
 
@@ -341,6 +337,7 @@ install_jj() {
 
   stage=$(mktemp -d "$TOOLS/.tmp-jj-$ver.XXXXXX")
   CLEANUP+=("$stage")
+  chmod 755 "$stage"
   root="$stage/root"
   mkdir -p "$root" "$stage/bin"
   for d in "$APT_DIR"/download/*.deb; do
@@ -359,7 +356,7 @@ install_jj() {
     fi
   done
   if [[ -z $loader ]]; then
-    loader=$(find "$root" -name "${interp##*/}" \( -type f -o -type l \) | head -n 1)
+    loader=$(find "$root" -name "${interp##*/}" \( -type f -o -type l \) | sed -n 1p)
   fi
   [[ -n $loader && -e $loader ]] ||
     die "the downloaded packages have no ${interp##*/}"
@@ -368,7 +365,7 @@ install_jj() {
   # Every folder of shared libraries in the unpacked packages (not gconv modules).
   local -a lib_dirs
   mapfile -t lib_dirs < <(
-    cd "$root" && find . \( -type f -o -type l \) \( -name 'lib*.so*' -o -name 'ld-*.so*' \) \
+    cd "$root" && find . \( -type f -o -type l \) -name 'lib*.so*' \
       -not -path '*/gconv/*' -printf '%h\n' | sed 's|^\./||' | sort -u
   )
   ((${#lib_dirs[@]})) || die "the downloaded packages hold no shared libraries"
@@ -386,7 +383,7 @@ install_jj() {
   fi
   grep -qE "libc\.so\.[0-9]+ => $root/" <<<"$listing" ||
     die "jj's C library does not come from the downloaded packages:"$'\n'"$listing"
-  "$loader" --library-path "$lib_path" "$root/$jj_bin" version | grep -qF "$ver" ||
+  [[ $("$loader" --library-path "$lib_path" "$root/$jj_bin" version) == *"$ver"* ]] ||
     die "the unpacked jj does not report version $ver"
 
   # The wrapper runs jj with its own loader and libraries. Only jj itself gets
@@ -410,11 +407,11 @@ install_jj() {
 
   rm -rf -- "$dest"
   mv -T -- "$stage" "$dest"
-  if ! "$dest/bin/jj" version | grep -qF "$ver"; then
+  if [[ $("$dest/bin/jj" version || true) != *"$ver"* ]]; then
     rm -rf -- "$dest"
     die "the installed jj wrapper does not work"
   fi
-  log "installed jj $ver into $dest"
+  log "installed jj $ver into $dest in $((SECONDS - t0))s"
   INSTALLED_DIR=$dest
 }
 
@@ -424,12 +421,7 @@ system_git_ok() {
   local v
   PATH=$SYS_PATH command -v git >/dev/null 2>&1 || return 1
   v=$(version_in "$(PATH=$SYS_PATH git --version 2>/dev/null || true)")
-  if version_ge "$v" "$GIT_MIN_VERSION"; then
-    log "using system git $v"
-    return 0
-  fi
-  log "system git ${v:-(unknown version)} is older than $GIT_MIN_VERSION"
-  return 1
+  version_ge "$v" "$GIT_MIN_VERSION"
 }
 
 # Checks that GIT can push to and fetch from a local bare repository and add a
@@ -465,16 +457,16 @@ git_smoke_test() {
 # folder, installed into a staging DESTDIR and then renamed into place. Sets
 # INSTALLED_DIR to that folder.
 install_git() {
-  local suite=${VORDA_GIT_SUITE:-trixie} mirror debver ver dest stage src dsc t0
+  local suite=${VORDA_GIT_SUITE:-trixie} mirror debver ver dest stage src dsc t0=$SECONDS t1
   mirror=$(debian_mirror)
   [[ -r $KEYRING ]] || die "missing $KEYRING (package debian-archive-keyring)"
 
-  log "fetching the $suite source index from $mirror"
+  log "no git >= $GIT_MIN_VERSION on PATH; fetching the $suite source index from $mirror"
   new_private_apt "deb-src [signed-by=$KEYRING target=Sources] $mirror $suite main"
   apt_update_private
 
   debver=$(apt_cache_private showsrc --only-source git 2>/dev/null |
-    awk '/^Version:/ { print $2; exit }')
+    awk '!v && /^Version:/ { v = $2 } END { if (v) print v }')
   [[ -n $debver ]] || die "no git source package in Debian $suite"
   ver=$(upstream_version "$debver")
   version_ge "$ver" "$GIT_MIN_VERSION" ||
@@ -487,10 +479,11 @@ install_git() {
 
   stage=$(mktemp -d "$TOOLS/.tmp-git-$ver.XXXXXX")
   CLEANUP+=("$stage")
+  chmod 755 "$stage"
   log "downloading git $debver source from $suite"
   (cd "$APT_DIR/download" && apt_get_private -qq --download-only source "git=$debver") ||
     die "apt-get source git=$debver failed"
-  dsc=$(find "$APT_DIR/download" -maxdepth 1 -name 'git_*.dsc' | head -n 1)
+  dsc=$(find "$APT_DIR/download" -maxdepth 1 -name 'git_*.dsc' | sed -n 1p)
   [[ -n $dsc ]] || die "apt-get source left no .dsc file"
   src="$stage/src"
   # The files' hashes were checked by apt against the signed index.
@@ -500,21 +493,23 @@ install_git() {
   }
 
   log "building git $ver (log: $stage/build.log)"
-  t0=$SECONDS
+  t1=$SECONDS
   local -a make_args=(
     -C "$src" -j"$(nproc)"
-    prefix="$dest" sysconfdir=/etc DESTDIR="$stage/destdir"
-    NO_CURL=1 NO_GETTEXT=1 NO_TCLTK=1 NO_PERL=1 NO_PYTHON=1 NO_EXPAT=1
+    prefix="$dest" sysconfdir=/etc DESTDIR="$stage/destdir" CFLAGS=-O2 INSTALL_STRIP=-s
+    NO_CURL=1 NO_GETTEXT=1 NO_TCLTK=1 NO_PERL=1 NO_PYTHON=1 NO_EXPAT=1 NO_GITWEB=1
+    # git's own test helpers, unit tests and fuzz objects: not installed, not needed.
+    TEST_PROGRAMS= UNIT_TEST_PROGS= CLAR_TEST_PROG= test_bindir_programs= FUZZ_OBJS=
   )
   if ! make "${make_args[@]}" install >"$stage/build.log" 2>&1; then
     tail -n 40 "$stage/build.log" >&2
     die "building git $ver failed"
   fi
-  log "built git $ver in $((SECONDS - t0))s"
+  log "built git $ver in $((SECONDS - t1))s"
 
   local built="$stage/destdir$dest"
   [[ -x $built/bin/git ]] || die "git's install left no $built/bin/git"
-  "$built/bin/git" --version | grep -qF "$ver" ||
+  [[ $("$built/bin/git" --version) == *"$ver"* ]] ||
     die "the built git does not report version $ver"
   printf 'git %s from Debian %s source\n' "$debver" "$suite" >"$built/$STAMP"
 
@@ -524,7 +519,7 @@ install_git() {
     rm -rf -- "$dest"
     die "the built git fails to push, fetch or add a worktree"
   fi
-  log "installed git $ver into $dest"
+  log "installed git $ver into $dest in $((SECONDS - t0))s"
   INSTALLED_DIR=$dest
 }
 
@@ -580,7 +575,9 @@ main() {
     fi
     local l
     for l in "$TOOLS_BIN"/*; do
-      [[ -L $l && -z ${keep[${l##*/}]:-} ]] && rm -f -- "$l"
+      if [[ -L $l && -z ${keep[${l##*/}]:-} ]]; then
+        rm -f -- "$l"
+      fi
     done
     printf '%s\n' "$TOOLS_BIN" >&3
   else

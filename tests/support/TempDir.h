@@ -9,7 +9,7 @@ namespace vorda::testing {
 /// contents when the object goes away (kept when VORDA_KEEP_TEST_DIRS is set,
 /// for looking at a failing test's repository).
 class TempDir {
-public:
+  public:
     explicit TempDir(const std::string& prefix = "vorda-test");
     ~TempDir();
     TempDir(const TempDir&) = delete;
@@ -20,7 +20,7 @@ public:
     const std::filesystem::path& path() const { return path_; }
     std::string string() const { return path_.string(); }
 
-private:
+  private:
     std::filesystem::path path_;
 };
 

@@ -59,6 +59,8 @@ void installIsolatedEnvironment() {
     }
 }
 
-const std::string& jjConfigPath() { return configPath(); }
+const std::string& jjConfigPath() {
+    return configPath();
+}
 
 }  // namespace vorda::testing

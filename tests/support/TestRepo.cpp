@@ -112,13 +112,13 @@ void TestRepo::bookmark(const std::string& name, const std::string& revision) co
 }
 
 std::string TestRepo::changeID(const std::string& revset) const {
-    return firstLine(
-        jj({"log", "--no-graph", "--ignore-working-copy", "-r", revset, "-T", "change_id ++ \"\\n\""}));
+    return firstLine(jj({"log", "--no-graph", "--ignore-working-copy", "-r", revset, "-T",
+                         "change_id ++ \"\\n\""}));
 }
 
 std::string TestRepo::commitID(const std::string& revset) const {
-    return firstLine(
-        jj({"log", "--no-graph", "--ignore-working-copy", "-r", revset, "-T", "commit_id ++ \"\\n\""}));
+    return firstLine(jj({"log", "--no-graph", "--ignore-working-copy", "-r", revset, "-T",
+                         "commit_id ++ \"\\n\""}));
 }
 
 std::string TestRepo::currentOperationID() const {
@@ -145,7 +145,9 @@ void TestRepo::push(const std::string& bookmarkName) const {
     jj({"git", "push", "--bookmark", bookmarkName});
 }
 
-void TestRepo::fetch() const { jj({"git", "fetch"}); }
+void TestRepo::fetch() const {
+    jj({"git", "fetch"});
+}
 
 void TestRepo::advanceOrigin(const std::string& branch, const std::string& message,
                              const FileContents& files) const {

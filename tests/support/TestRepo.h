@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,7 @@ std::string runChecked(const std::vector<std::string>& arguments,
 /// clones of it live beside it in the same scratch folder, which is removed
 /// with the object.
 class TestRepo {
-public:
+  public:
     TestRepo();
 
     const std::string& root() const { return root_; }
@@ -88,7 +89,7 @@ public:
     /// two siblings that changed it differently. Returns its change ID.
     std::string makeConflict(const std::string& base, const std::string& path) const;
 
-private:
+  private:
     TempDir scratch_;
     std::string root_;
     std::string origin_;

@@ -49,36 +49,53 @@ ProcessResult JJClient::run(const std::vector<std::string>& arguments, std::stri
     } catch (const SpawnFailure&) {
         throw JJError(JJError::JJNotFound{});
     }
-    if (allowedExitCodes.contains(result.exitCode)) {
-        return result;
+    if (!allowedExitCodes.contains(result.exitCode)) {
+        commandFailed(arguments, result);
     }
-    DiagnosticLog::writeRaw("[jj:error] " + text::join(arguments, " ") +
-                            " exit=" + std::to_string(result.exitCode) + "\n" + result.stderr +
-                            "\n");
+    return result;
+}
+
+void JJClient::commandFailed(const std::vector<std::string>& arguments,
+                             const ProcessResult& result) {
+    DiagnosticLog::writeRaw("[jj:error] " + text::join(arguments, " ") + " exit=" +
+                            std::to_string(result.exitCode) + "\n" + result.stderr + "\n");
     throw JJError(JJError::CommandFailed{arguments, result.exitCode, result.stderr});
+}
+
+void JJClient::snapshotWorkingCopy(std::string_view reason) const {
+    // Newer jj deprecates `debug snapshot` and may one day drop it; clap then
+    // refuses it with exit status 2 as an unrecognized subcommand.
+    const std::vector<std::string> debugSnapshot{"debug", "snapshot"};
+    const auto result = run(debugSnapshot, reason, true, {0, 2});
+    if (result.exitCode == 0) {
+        return;
+    }
+    if (result.stderr.find("unrecognized subcommand") == std::string::npos) {
+        commandFailed(debugSnapshot, result);
+    }
+    run({"util", "snapshot"}, reason);
 }
 
 std::vector<JJCommit> JJClient::log(std::string_view revset, std::string_view reason,
                                     const std::optional<std::string>& atOperation) const {
-    const auto arguments = withAtOperation({"log", "--no-graph", "--ignore-working-copy", "-T",
-                                            std::string(JJTemplateBuilder::commitTemplate), "-r",
-                                            std::string(revset)},
-                                           atOperation);
+    const auto arguments =
+        withAtOperation({"log", "--no-graph", "--ignore-working-copy", "-T",
+                         std::string(JJTemplateBuilder::commitTemplate), "-r", std::string(revset)},
+                        atOperation);
     return parseNDJSON<JJCommit>(run(arguments, reason).stdout, "log");
 }
 
 std::vector<JJWorkspace> JJClient::workspaces(const std::optional<std::string>& atOperation) const {
-    const auto arguments =
-        withAtOperation({"workspace", "list", "--ignore-working-copy", "-T",
-                         std::string(JJTemplateBuilder::workspaceTemplate)},
-                        atOperation);
+    const auto arguments = withAtOperation({"workspace", "list", "--ignore-working-copy", "-T",
+                                            std::string(JJTemplateBuilder::workspaceTemplate)},
+                                           atOperation);
     return parseWorkspaceList(run(arguments, "workspaces").stdout);
 }
 
 std::string JJClient::trunkCommitID() const {
-    const auto result = run(
-        {"log", "--no-graph", "--ignore-working-copy", "-r", "trunk()", "-T", "commit_id"},
-        "trunkCommitID");
+    const auto result =
+        run({"log", "--no-graph", "--ignore-working-copy", "-r", "trunk()", "-T", "commit_id"},
+            "trunkCommitID");
     return std::string(text::trimWhitespace(result.stdout));
 }
 
@@ -89,8 +106,7 @@ JJVersion JJClient::version() const {
         throw JJError(JJError::ParseError{"version", "cannot parse: " + result.stdout});
     }
     if (!parsed->isSupported()) {
-        throw JJError(
-            JJError::IncompatibleVersion{parsed->raw, JJVersion::minimumSupported().raw});
+        throw JJError(JJError::IncompatibleVersion{parsed->raw, JJVersion::minimumSupported().raw});
     }
     return *parsed;
 }

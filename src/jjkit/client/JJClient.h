@@ -31,7 +31,7 @@ namespace vorda {
 /// Each call blocks until jj exits: call it from worker threads. Serialising
 /// mutations is the business of `RepositoryCommandGate`.
 class JJClient {
-public:
+  public:
     explicit JJClient(std::string repositoryPath);
 
     const std::string& repositoryPath() const { return repositoryPath_; }
@@ -57,8 +57,17 @@ public:
     /// The installed jj's version; throws `IncompatibleVersion` below 0.39.0.
     JJVersion version() const;
 
-private:
+    /// Snapshots the working copy explicitly, for a guard that must judge the
+    /// true present before it mutates; `reason` ends in "/snapshot". Uses
+    /// `debug snapshot`, and `util snapshot` only when jj rejects the former.
+    void snapshotWorkingCopy(std::string_view reason) const;
+
+  private:
     std::string logLabel(std::string_view reason) const;
+
+    /// Writes the "[jj:error]" block and throws `CommandFailed`.
+    [[noreturn]] static void commandFailed(const std::vector<std::string>& arguments,
+                                           const ProcessResult& result);
 
     std::string repositoryPath_;
 };

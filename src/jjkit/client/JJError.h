@@ -12,7 +12,7 @@ namespace vorda {
 /// sentence that is shown as it stands; the other cases say what went wrong
 /// with running or reading jj.
 class JJError : public std::exception {
-public:
+  public:
     struct UnsafeOperation {
         std::string message;
     };
@@ -33,8 +33,8 @@ public:
     };
     struct JJNotFound {};
 
-    using Case = std::variant<UnsafeOperation, IncompatibleVersion, CommandFailed, ParseError,
-                              JJNotFound>;
+    using Case =
+        std::variant<UnsafeOperation, IncompatibleVersion, CommandFailed, ParseError, JJNotFound>;
 
     explicit JJError(Case value);
 
@@ -53,7 +53,7 @@ public:
     const std::string& errorDescription() const { return description_; }
     const char* what() const noexcept override { return description_.c_str(); }
 
-private:
+  private:
     Case value_;
     std::string description_;
 };

@@ -1,17 +1,17 @@
 #include "jjkit/process/ProcessExecutor.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "jjkit/process/SearchPath.h"
 #include "jjkit/process/StderrLinePump.h"
@@ -28,7 +28,7 @@ constexpr const char* envExecutable = "/usr/bin/env";
 
 // Owns a file descriptor and closes it once.
 class FileDescriptor {
-public:
+  public:
     FileDescriptor() = default;
     explicit FileDescriptor(int fd) : fd_(fd) {}
     ~FileDescriptor() { reset(); }
@@ -51,7 +51,7 @@ public:
         }
     }
 
-private:
+  private:
     int fd_ = -1;
 };
 
@@ -73,8 +73,8 @@ std::vector<std::string> childEnvironment() {
     std::vector<std::string> entries;
     const char* inheritedPath = std::getenv("PATH");
     const std::string path =
-        "PATH=" + repairedSearchPath(inheritedPath != nullptr ? inheritedPath : "",
-                                     currentUserName());
+        "PATH=" +
+        repairedSearchPath(inheritedPath != nullptr ? inheritedPath : "", currentUserName());
     for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
         if (std::strncmp(*entry, "PATH=", 5) != 0) {
             entries.emplace_back(*entry);
@@ -116,8 +116,8 @@ struct SpawnOutcome {
 };
 
 SpawnOutcome spawnChild(const std::vector<std::string>& arguments,
-                                    const std::optional<std::string>& workingDirectory,
-                                    const Pipe& out, const Pipe& err) {
+                        const std::optional<std::string>& workingDirectory, const Pipe& out,
+                        const Pipe& err) {
     SpawnSetup setup;
     posix_spawn_file_actions_adddup2(&setup.actions, out.write.get(), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&setup.actions, err.write.get(), STDERR_FILENO);
@@ -147,8 +147,8 @@ SpawnOutcome spawnChild(const std::vector<std::string>& arguments,
 }
 
 // Reads both pipes until both reach end of file, so neither can fill up.
-void drain(FileDescriptor& out, FileDescriptor& err, std::string& stdoutBytes,
-           StderrLinePump* pump, std::string& stderrBytes) {
+void drain(FileDescriptor& out, FileDescriptor& err, std::string& stdoutBytes, StderrLinePump* pump,
+           std::string& stderrBytes) {
     std::array<char, 65536> buffer{};
     std::array<pollfd, 2> fds{pollfd{out.get(), POLLIN, 0}, pollfd{err.get(), POLLIN, 0}};
     int open = 2;

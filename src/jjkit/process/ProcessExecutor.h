@@ -27,7 +27,7 @@ namespace vorda {
 /// threads at once. It blocks the calling thread, so callers run it on worker
 /// threads; `stderrLine` is called on the calling thread, in stream order.
 class ProcessExecutor {
-public:
+  public:
     using StderrLineHandler = std::function<void(const std::string& line)>;
 
     static ProcessResult execute(const std::vector<std::string>& arguments,

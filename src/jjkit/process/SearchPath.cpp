@@ -1,11 +1,11 @@
 #include "jjkit/process/SearchPath.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <vector>
+
+#include <pwd.h>
+#include <unistd.h>
 
 #include "jjkit/support/Text.h"
 

@@ -14,7 +14,7 @@ namespace vorda {
 /// to `onLine` unless that leaves nothing; so a CR-LF pair yields one line.
 /// The whole stream, line ends included, is kept for the result.
 class StderrLinePump {
-public:
+  public:
     using LineHandler = std::function<void(const std::string& line)>;
 
     explicit StderrLinePump(LineHandler onLine) : onLine_(std::move(onLine)) {}
@@ -26,7 +26,7 @@ public:
 
     const std::string& whole() const { return whole_; }
 
-private:
+  private:
     void handleLine(std::string_view bytes);
 
     LineHandler onLine_;

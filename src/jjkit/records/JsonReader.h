@@ -16,12 +16,12 @@ namespace vorda {
 /// (expected String) at parents.Index 0: …", "value missing (expected Bool) at
 /// empty", "data corrupted at <root>: …".
 class DecodingError : public std::exception {
-public:
+  public:
     explicit DecodingError(std::string description) : description_(std::move(description)) {}
     const char* what() const noexcept override { return description_.c_str(); }
     const std::string& description() const { return description_; }
 
-private:
+  private:
     std::string description_;
 };
 
@@ -29,7 +29,7 @@ private:
 /// exactly which key was missing or of the wrong type. Array elements appear in
 /// the path as "Index N".
 class JsonReader {
-public:
+  public:
     explicit JsonReader(const nlohmann::json& value, std::vector<std::string> path = {});
 
     /// Parses text as JSON; a syntax error is "data corrupted at <root>".
@@ -52,7 +52,7 @@ public:
     /// The path's keys joined with ".", or "<root>".
     std::string pathText() const;
 
-private:
+  private:
     [[noreturn]] void fail(std::string_view expectedType) const;
 
     const nlohmann::json* value_;

@@ -38,9 +38,8 @@ JJSignature RecordCoding<JJSignature>::decode(const JsonReader& reader) {
 }
 
 nlohmann::json RecordCoding<JJSignature>::encode(const JJSignature& signature) {
-    return {{"name", signature.name},
-            {"email", signature.email},
-            {"timestamp", signature.timestamp}};
+    return {
+        {"name", signature.name}, {"email", signature.email}, {"timestamp", signature.timestamp}};
 }
 
 JJCommitRef RecordCoding<JJCommitRef>::decode(const JsonReader& reader) {

@@ -1,13 +1,13 @@
 #include "jjkit/repo/JJFileWatcher.h"
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <array>
-#include <cerrno>
 
 namespace vorda {
 namespace {
@@ -20,14 +20,14 @@ constexpr std::uint32_t watchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_M
                                     IN_ONLYDIR;
 
 class EndedStream final : public JJFileWatcher::EventStream {
-public:
+  public:
     bool next(std::stop_token /*stop*/) override { return false; }
 };
 
 // Owns an inotify descriptor with one watch, and an eventfd that a stop
 // request writes to so that a blocked `next` wakes up.
 class InotifyStream final : public JJFileWatcher::EventStream {
-public:
+  public:
     InotifyStream(int inotifyFD, int wakeFD) : inotify_(inotifyFD), wake_(wakeFD) {}
     ~InotifyStream() override {
         ::close(inotify_);
@@ -65,7 +65,7 @@ public:
         return true;
     }
 
-private:
+  private:
     void readEvents() {
         alignas(inotify_event) std::array<char, 16384> buffer{};
         const ssize_t count = ::read(inotify_, buffer.data(), buffer.size());
@@ -104,6 +104,10 @@ std::unique_ptr<JJFileWatcher::EventStream> JJFileWatcher::events() const {
         ::close(inotifyFD);
         return std::make_unique<EndedStream>();
     }
+    // jj keeps the head files one level down, in `op_heads/heads`; an inotify
+    // watch sees only its own folder's entries, so that folder is watched too.
+    // Older layouts without it still report through the folder itself.
+    ::inotify_add_watch(inotifyFD, (path_ + "/heads").c_str(), watchMask);
     const int wakeFD = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wakeFD < 0) {
         ::close(inotifyFD);

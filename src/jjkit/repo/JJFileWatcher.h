@@ -10,9 +10,9 @@ namespace vorda {
 
 /// Reports that a repository changed, by watching jj's operation heads.
 ///
-/// Every completed jj operation, by any process, replaces the files in
-/// `.jj/repo/op_heads`, so watching that one folder sees every change without
-/// reading the working copy. Events are not debounced or coalesced here; the
+/// Every completed jj operation, by any process, replaces the head files under
+/// `.jj/repo/op_heads` (in its `heads` folder), so watching there sees every
+/// change without reading the working copy. Events are not debounced or coalesced here; the
 /// session does that. The watch does not recurse and does not re-open: when the
 /// folder is replaced the stream reports that and then stays silent. A folder
 /// that cannot be watched (a secondary workspace has a file at `.jj/repo`)
@@ -22,10 +22,10 @@ namespace vorda {
 ///     auto events = watcher.events();
 ///     while (events->next(stop)) { scheduleRefresh(); }
 class JJFileWatcher {
-public:
+  public:
     /// An unbounded stream of empty events, consumed by one thread.
     class EventStream {
-    public:
+      public:
         virtual ~EventStream() = default;
         /// Blocks until the next event (true) or the end of the stream
         /// (false): the folder could not be watched, or `stop` fired.
@@ -39,7 +39,7 @@ public:
 
     std::unique_ptr<EventStream> events() const;
 
-private:
+  private:
     std::string path_;
 };
 

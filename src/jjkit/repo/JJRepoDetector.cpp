@@ -65,7 +65,8 @@ std::string JJRepoDetector::sharedRepositoryPath(std::string_view workspaceRoot)
     const fs::path resolved = fs::canonical(pointer);
     fs::path store = resolved;
     if (!fs::is_directory(resolved)) {
-        const auto target = text::trimWhitespace(readPointer(resolved));
+        const std::string contents = readPointer(resolved);
+        const auto target = text::trimWhitespace(contents);
         if (target.empty()) {
             throw JJError::unsafeOperation("Empty jj repository pointer.");
         }

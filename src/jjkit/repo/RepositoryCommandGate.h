@@ -29,7 +29,7 @@ namespace vorda {
 ///         return client.run({"rebase", ...}, "rebaseBookmark");
 ///     });
 class RepositoryCommandGate {
-public:
+  public:
     static RepositoryCommandGate& shared();
 
     /// Runs `operation` while holding the gate for `repositoryID` and returns
@@ -57,20 +57,20 @@ public:
     /// The number of callers waiting for `repositoryID`.
     std::size_t waiterCount(const std::string& repositoryID);
 
-private:
+  private:
     struct Waiter {
         bool granted = false;
         std::condition_variable_any wakeUp;
     };
 
     class Holder {
-    public:
+      public:
         Holder(RepositoryCommandGate& gate, std::string key) : gate_(gate), key_(std::move(key)) {}
         ~Holder() { gate_.release(key_); }
         Holder(const Holder&) = delete;
         Holder& operator=(const Holder&) = delete;
 
-    private:
+      private:
         RepositoryCommandGate& gate_;
         std::string key_;
     };

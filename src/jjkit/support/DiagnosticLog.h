@@ -10,7 +10,7 @@ namespace vorda {
 /// to. Lines are written whole, so concurrent writers never interleave within
 /// a line. Tests may redirect the sink to capture what was written.
 class DiagnosticLog {
-public:
+  public:
     using Sink = std::function<void(std::string_view text)>;
 
     /// Writes `line` followed by a line feed.

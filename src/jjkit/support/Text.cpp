@@ -14,9 +14,13 @@ std::string_view trimSet(std::string_view text, std::string_view set) {
 
 }  // namespace
 
-std::string_view trimBlanks(std::string_view text) { return trimSet(text, " \t"); }
+std::string_view trimBlanks(std::string_view text) {
+    return trimSet(text, " \t");
+}
 
-std::string_view trimWhitespace(std::string_view text) { return trimSet(text, " \t\n\r\v\f"); }
+std::string_view trimWhitespace(std::string_view text) {
+    return trimSet(text, " \t\n\r\v\f");
+}
 
 std::vector<std::string_view> splitNonEmpty(std::string_view text, char separator) {
     std::vector<std::string_view> pieces;

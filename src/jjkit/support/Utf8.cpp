@@ -5,13 +5,17 @@
 namespace vorda::utf8 {
 namespace {
 
-bool isContinuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
+bool isContinuation(unsigned char byte) {
+    return (byte & 0xC0U) == 0x80U;
+}
 
 // Length of the well-formed sequence that starts at `index`, or 0.
 std::size_t sequenceLength(std::string_view bytes, std::size_t index) {
     const auto lead = static_cast<unsigned char>(bytes[index]);
     const std::size_t remaining = bytes.size() - index;
-    auto at = [&](std::size_t offset) { return static_cast<unsigned char>(bytes[index + offset]); };
+    auto at = [&](std::size_t offset) {
+        return static_cast<unsigned char>(bytes[index + offset]);
+    };
     if (lead < 0x80U) {
         return 1;
     }

@@ -66,8 +66,8 @@ std::vector<Record> parseNDJSON(std::string_view text, std::string_view context)
         const auto line = lines[number];
         if (!utf8::isValid(line)) {
             writeParseFailure(context, number, "invalid UTF-8", utf8::decodeOrEmpty(line));
-            throw JJError(JJError::ParseError{
-                std::string(context), "invalid UTF-8 in line " + std::to_string(number)});
+            throw JJError(JJError::ParseError{std::string(context),
+                                              "invalid UTF-8 in line " + std::to_string(number)});
         }
         try {
             records.push_back(decodeLine<Record>(line));
@@ -94,8 +94,8 @@ std::vector<JJWorkspace> parseWorkspaceList(std::string_view text) {
         try {
             workspaces.push_back(decodeLine<JJWorkspace>(withErrorPlaceholdersAsNull(line)));
         } catch (const DecodingError& error) {
-            throw JJError(JJError::ParseError{"workspaces line=" + std::string(line),
-                                              error.description()});
+            throw JJError(
+                JJError::ParseError{"workspaces line=" + std::string(line), error.description()});
         }
     }
     return workspaces;

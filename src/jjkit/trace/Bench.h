@@ -16,7 +16,7 @@ namespace vorda {
 /// (VORDA_BENCH_MS, 50 ms by default) as "[bench] NAME 12ms". The name is
 /// built only for a block that was slow.
 class Bench {
-public:
+  public:
     /// The threshold in seconds.
     static double threshold() { return trace::slowThresholdMs() / 1000.0; }
 
@@ -43,9 +43,9 @@ public:
     static std::uint64_t bodyCount();
     static std::map<std::string, std::uint64_t> bodyCounts();
 
-private:
+  private:
     class SlowLineGuard {
-    public:
+      public:
         explicit SlowLineGuard(std::function<std::string()> name)
             : name_(std::move(name)), start_(std::chrono::steady_clock::now()) {}
         ~SlowLineGuard() {
@@ -55,7 +55,7 @@ private:
         SlowLineGuard(const SlowLineGuard&) = delete;
         SlowLineGuard& operator=(const SlowLineGuard&) = delete;
 
-    private:
+      private:
         std::function<std::string()> name_;
         std::chrono::steady_clock::time_point start_;
     };

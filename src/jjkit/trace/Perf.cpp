@@ -56,11 +56,11 @@ bool appendEvent(PerfEvent event) {
         event.parentID = actionInForce(shared);
     }
     const std::uint64_t duration = event.endNs - event.startNs;
-    auto& entry = shared.aggregate[std::string(perfCategoryName(event.category)) + "|" + event.label];
+    auto& entry =
+        shared.aggregate[std::string(perfCategoryName(event.category)) + "|" + event.label];
     ++entry.count;
     entry.totalNs += duration;
-    const bool slow =
-        static_cast<double>(duration) / 1e6 >= trace::slowThresholdMs();
+    const bool slow = static_cast<double>(duration) / 1e6 >= trace::slowThresholdMs();
     if (!shared.actions.empty()) {
         shared.events.push_back(std::move(event));
     }
@@ -122,7 +122,9 @@ void finishAction(std::uint64_t id, std::string_view note) {
 Perf::ScopedContext::ScopedContext(TraceContext context)
     : previous_(std::exchange(currentTraceContext, context)) {}
 
-Perf::ScopedContext::~ScopedContext() { currentTraceContext = previous_; }
+Perf::ScopedContext::~ScopedContext() {
+    currentTraceContext = previous_;
+}
 
 Perf::SpanGuard::SpanGuard(std::string label, PerfCategory category)
     : label_(std::move(label)),
@@ -143,7 +145,9 @@ std::uint64_t Perf::nowNs() {
                                           .count());
 }
 
-Perf::TraceContext Perf::currentContext() { return currentTraceContext; }
+Perf::TraceContext Perf::currentContext() {
+    return currentTraceContext;
+}
 
 void Perf::record(std::string_view label, PerfCategory category, std::uint64_t startNs,
                   std::uint64_t endNs) {

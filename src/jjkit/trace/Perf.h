@@ -44,7 +44,7 @@ std::string buildTraceLabel(Label&& label) {
 /// With VORDA_PERF=0 every call returns at once, labels are never built and
 /// measured blocks run bare.
 class Perf {
-public:
+  public:
     struct Action {
         std::uint64_t id = 0;
         std::string label;
@@ -63,13 +63,13 @@ public:
 
     /// Makes `context` current on this thread for its lifetime.
     class ScopedContext {
-    public:
+      public:
         explicit ScopedContext(TraceContext context);
         ~ScopedContext();
         ScopedContext(const ScopedContext&) = delete;
         ScopedContext& operator=(const ScopedContext&) = delete;
 
-    private:
+      private:
         TraceContext previous_;
     };
 
@@ -131,17 +131,17 @@ public:
     static std::uint64_t subprocessCount();
     static std::map<std::string, Aggregate> aggregateSnapshot();
 
-private:
+  private:
     // Records one span: reserves its ID on entry so nested events can name it,
     // and records the event when the block leaves, also by an exception.
     class SpanGuard {
-    public:
+      public:
         SpanGuard(std::string label, PerfCategory category);
         ~SpanGuard();
         SpanGuard(const SpanGuard&) = delete;
         SpanGuard& operator=(const SpanGuard&) = delete;
 
-    private:
+      private:
         std::string label_;
         PerfCategory category_;
         std::uint64_t id_;

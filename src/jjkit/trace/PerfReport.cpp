@@ -46,8 +46,9 @@ std::vector<std::string> formatActionReport(std::uint64_t actionID, std::string_
         ordered.push_back(&event);
         byID.emplace(event.id, &event);
     }
-    std::stable_sort(ordered.begin(), ordered.end(),
-                     [](const PerfEvent* a, const PerfEvent* b) { return a->startNs < b->startNs; });
+    std::stable_sort(ordered.begin(), ordered.end(), [](const PerfEvent* a, const PerfEvent* b) {
+        return a->startNs < b->startNs;
+    });
 
     std::uint64_t subprocessCount = 0;
     std::uint64_t subprocessNs = 0;
@@ -105,7 +106,8 @@ std::string formatSlowEvent(const PerfEvent& event) {
     return line;
 }
 
-std::vector<std::string> formatGlobalSummary(const std::map<std::string, AggregateEntry>& aggregate) {
+std::vector<std::string> formatGlobalSummary(
+    const std::map<std::string, AggregateEntry>& aggregate) {
     std::vector<std::pair<std::string, AggregateEntry>> entries(aggregate.begin(), aggregate.end());
     std::stable_sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
         return a.second.totalNs > b.second.totalNs;

@@ -36,6 +36,7 @@ struct AggregateEntry {
 };
 
 /// The global summary, largest total first (ties by key).
-std::vector<std::string> formatGlobalSummary(const std::map<std::string, AggregateEntry>& aggregate);
+std::vector<std::string> formatGlobalSummary(
+    const std::map<std::string, AggregateEntry>& aggregate);
 
 }  // namespace vorda::trace

@@ -1,0 +1,130 @@
+#include <chrono>
+
+#include <gtest/gtest.h>
+
+#include "jjkit/records/RecordCoding.h"
+
+namespace vorda {
+namespace {
+
+const char* const commitLine =
+    R"({"commit_id":"c0ffee00c0ffee00c0ffee00c0ffee00c0ffee00","change_id":"kkkkllllmmmmnnnnooooppppqqqqrrrr",)"
+    R"("parents":["aaaa","bbbb"],"description":"Fix \"quoted\" thing\nbody ä\n",)"
+    R"("author":{"name":"Ada","email":"ada@example.org","timestamp":"2026-11-21T09:30:00+01:00"},)"
+    R"("committer":{"name":"Bob","email":"bob@example.org","timestamp":"2026-11-21T10:00:00Z"},)"
+    R"("conflict":false,"empty":true,"immutable":false,)"
+    R"("local_bookmarks":[{"name":"feature","target":["c0ffee00"]}],)"
+    R"("remote_bookmarks":[{"name":"feature","remote":"origin","target":[null,"abc"],"tracking_target":[]},)"
+    R"({"name":"other","remote":"origin","target":["c0ffee00"]},{"name":"feature","remote":"git","target":["c0ffee00"]},)"
+    R"({"name":"gitonly","remote":"git","target":["c0ffee00"]},{"name":"git","remote":"upstream","target":["c0ffee00"]}],)"
+    R"("working_copy":true,"changed_files":[{"path":"src/a b.txt","status":"M"}]})";
+
+JJCommit decodeCommit(const std::string& line) {
+    const auto json = JsonReader::parse(line);
+    return RecordCoding<JJCommit>::decode(JsonReader(json));
+}
+
+std::string decodeFailure(const std::string& line) {
+    try {
+        decodeCommit(line);
+    } catch (const DecodingError& error) {
+        return error.description();
+    }
+    return "decoded";
+}
+
+TEST(RecordCoding, DecodesACommitWithItsBookmarksAndDerivedMembers) {
+    const JJCommit commit = decodeCommit(commitLine);
+    EXPECT_EQ(commit.id(), "kkkkllllmmmmnnnnooooppppqqqqrrrr");
+    EXPECT_EQ(commit.shortChangeID(), "kkkkllllmmmm");
+    EXPECT_EQ(commit.shortCommitID(), "c0ffee00c0ff");
+    EXPECT_EQ(commit.parents, (std::vector<std::string>{"aaaa", "bbbb"}));
+    EXPECT_EQ(commit.summary(), "Fix \"quoted\" thing");
+    EXPECT_TRUE(commit.empty);
+    EXPECT_TRUE(commit.workingCopy);
+    ASSERT_EQ(commit.changedFiles.size(), 1U);
+    EXPECT_EQ(commit.changedFiles[0].path, "src/a b.txt");
+    EXPECT_FALSE(commit.changedFiles[0].linesAdded.has_value());
+
+    // Null targets are dropped; a present empty tracking target differs from
+    // an absent one.
+    ASSERT_EQ(commit.remoteBookmarks.size(), 5U);
+    EXPECT_EQ(commit.remoteBookmarks[0].target, (std::vector<std::string>{"abc"}));
+    ASSERT_TRUE(commit.remoteBookmarks[0].trackingTarget.has_value());
+    EXPECT_TRUE(commit.remoteBookmarks[0].trackingTarget->empty());
+    EXPECT_FALSE(commit.remoteBookmarks[1].trackingTarget.has_value());
+    EXPECT_FALSE(commit.localBookmarks[0].remote.has_value());
+    EXPECT_EQ(commit.remoteBookmarks[0].id(), "featureorigin");
+
+    // A remote shadowed by a local name does not appear twice, the "git"
+    // remote never appears, and a bookmark named "git" on a real remote does.
+    EXPECT_EQ(commit.bookmarkLabels(),
+              (std::vector<std::string>{"feature", "git@upstream", "other@origin"}));
+    EXPECT_EQ(commit.bookmarkLabels({"feature"}),
+              (std::vector<std::string>{"git@upstream", "other@origin"}));
+
+    const auto authored = commit.author.date();
+    ASSERT_TRUE(authored.has_value());
+    EXPECT_EQ(*authored, std::chrono::sys_days(std::chrono::year(2026) / 11 / 21) +
+                             std::chrono::hours(8) + std::chrono::minutes(30));
+}
+
+TEST(RecordCoding, EncodingRoundTripsWithTheSameKeys) {
+    const JJCommit commit = decodeCommit(commitLine);
+    const auto encoded = RecordCoding<JJCommit>::encode(commit);
+    EXPECT_TRUE(encoded.contains("local_bookmarks"));
+    EXPECT_TRUE(encoded.contains("working_copy"));
+    EXPECT_EQ(decodeCommit(encoded.dump()), commit);
+
+    const JJWorkspace workspace{"second", std::nullopt, "abc", "kkk"};
+    const auto workspaceJSON = RecordCoding<JJWorkspace>::encode(workspace);
+    EXPECT_TRUE(workspaceJSON.at("root").is_null());
+    EXPECT_EQ(RecordCoding<JJWorkspace>::decode(JsonReader(workspaceJSON)), workspace);
+
+    const ChangedFile counted{"a", "A", 3, 0};
+    EXPECT_EQ(
+        RecordCoding<ChangedFile>::decode(JsonReader(RecordCoding<ChangedFile>::encode(counted))),
+        counted);
+}
+
+TEST(RecordCoding, FailuresNameTheKeyTypeAndPath) {
+    auto without = [](const std::string& key) {
+        auto json = nlohmann::json::parse(commitLine);
+        json.erase(key);
+        return json.dump();
+    };
+    auto with = [](const std::string& pointer, const nlohmann::json& value) {
+        auto json = nlohmann::json::parse(commitLine);
+        json[nlohmann::json::json_pointer(pointer)] = value;
+        return json.dump();
+    };
+    // Every one of the thirteen keys is required.
+    EXPECT_EQ(decodeFailure(without("changed_files")), "missing key `changed_files` at <root>");
+    EXPECT_EQ(decodeFailure(without("immutable")), "missing key `immutable` at <root>");
+    EXPECT_EQ(decodeFailure(with("/author", {{"name", "x"}, {"email", "y"}})),
+              "missing key `timestamp` at author");
+    EXPECT_EQ(decodeFailure(with("/empty", nullptr)), "value missing (expected Bool) at empty");
+    EXPECT_EQ(decodeFailure(with("/parents/1", 7)),
+              "type mismatch (expected String) at parents.Index 1: Expected to decode String but "
+              "found a number instead.");
+    EXPECT_EQ(decodeFailure(with("/local_bookmarks/0/name", true)).substr(0, 63),
+              "type mismatch (expected String) at local_bookmarks.Index 0.name");
+    EXPECT_EQ(decodeFailure("{\"commit_id\": ")
+                  .rfind("data corrupted at <root>: The given data was not valid JSON.", 0),
+              0U);
+    EXPECT_EQ(decodeFailure("[1]").substr(0, 45), "type mismatch (expected Dictionary<String, An");
+}
+
+TEST(RecordCoding, DecodesOperationsAndWorkspacesWithOptionalRoot) {
+    const auto op = RecordCoding<JJOp>::decode(JsonReader(nlohmann::json::parse(
+        R"({"op_id":"0123456789abcdef","description":"snapshot","start_time":"2026-11-21T09:00:00Z"})")));
+    EXPECT_EQ(op.shortOpID(), "0123456789ab");
+    EXPECT_EQ(op.id(), "0123456789abcdef");
+
+    const auto absent = RecordCoding<JJWorkspace>::decode(JsonReader(
+        nlohmann::json::parse(R"({"name":"w","root":null,"commit_id":"c","change_id":"k"})")));
+    EXPECT_FALSE(absent.root.has_value());
+}
+
+}  // namespace
+}  // namespace vorda
