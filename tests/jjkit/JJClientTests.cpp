@@ -247,8 +247,8 @@ TEST(JJClientRun, SeveralProcessesRunAtOnceThroughOneClient) {
     std::vector<std::size_t> counts(4);
     {
         std::vector<std::jthread> threads;
-        for (std::size_t index = 0; index < counts.size(); ++index) {
-            threads.emplace_back([&, index] { counts[index] = client.log("all()").size(); });
+        for (auto& count : counts) {
+            threads.emplace_back([&] { count = client.log("all()").size(); });
         }
     }
     for (const auto count : counts) {

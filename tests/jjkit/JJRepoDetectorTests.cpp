@@ -34,7 +34,7 @@ std::string refusal(const std::string& workspaceRoot) {
 TEST(JJRepoDetector, FindsTheRootFromAnyPathInside) {
     TestRepo repo;
     repo.writeFile("deep/er/file.txt", "x");
-    const auto root = repo.root();
+    const auto& root = repo.root();
     EXPECT_EQ(JJRepoDetector::findRepoRoot(root), root);
     EXPECT_EQ(JJRepoDetector::findRepoRoot(root + "/"), root);
     EXPECT_EQ(JJRepoDetector::findRepoRoot(root + "/deep/er/file.txt"), root);

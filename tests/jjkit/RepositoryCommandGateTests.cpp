@@ -41,7 +41,7 @@ TEST(RepositoryCommandGate, ServesInArrivalOrderAndSkipsACancelledWaiter) {
     std::promise<void> releaseFirst;
     auto firstMayFinish = releaseFirst.get_future().share();
 
-    std::jthread first([&](std::stop_token stop) {
+    std::jthread first([&](const std::stop_token& stop) {
         gate.withAccess(key, stop, [&] {
             order.add("first");
             firstMayFinish.wait();
@@ -61,11 +61,13 @@ TEST(RepositoryCommandGate, ServesInArrivalOrderAndSkipsACancelledWaiter) {
         }
     });
     waitForWaiters(gate, key, 1);
-    std::jthread third(
-        [&](std::stop_token stop) { gate.withAccess(key, stop, [&] { order.add("third"); }); });
+    std::jthread third([&](const std::stop_token& stop) {
+        gate.withAccess(key, stop, [&] { order.add("third"); });
+    });
     waitForWaiters(gate, key, 2);
-    std::jthread fourth(
-        [&](std::stop_token stop) { gate.withAccess(key, stop, [&] { order.add("fourth"); }); });
+    std::jthread fourth([&](const std::stop_token& stop) {
+        gate.withAccess(key, stop, [&] { order.add("fourth"); });
+    });
     waitForWaiters(gate, key, 3);
 
     cancelSecond.request_stop();
@@ -101,8 +103,9 @@ TEST(RepositoryCommandGate, KeysNeverBlockEachOther) {
     RepositoryCommandGate gate;
     std::promise<void> releaseA;
     auto mayFinish = releaseA.get_future().share();
-    std::jthread holder(
-        [&](std::stop_token stop) { gate.withAccess("/a", stop, [&] { mayFinish.wait(); }); });
+    std::jthread holder([&](const std::stop_token& stop) {
+        gate.withAccess("/a", stop, [&] { mayFinish.wait(); });
+    });
     while (!gate.isHeld("/a")) {
         std::this_thread::sleep_for(1ms);
     }

@@ -127,7 +127,7 @@ std::string TestRepo::currentOperationID() const {
 }
 
 std::string TestRepo::addWorkspace(const std::string& name) const {
-    const std::string path = (scratch() / name).string();
+    std::string path = (scratch() / name).string();
     jj({"workspace", "add", "--name", name, path});
     return path;
 }
@@ -164,7 +164,7 @@ void TestRepo::advanceOrigin(const std::string& branch, const std::string& messa
 
 std::string TestRepo::makeDivergent(const std::string& revision, const std::string& firstMessage,
                                     const std::string& secondMessage) const {
-    const std::string change = changeID(revision);
+    std::string change = changeID(revision);
     const std::string before = currentOperationID();
     jj({"describe", "-r", change, "-m", firstMessage});
     // A concurrent rewrite from the earlier operation: jj merges the two
@@ -181,7 +181,7 @@ std::string TestRepo::makeConflict(const std::string& base, const std::string& p
     newChange({base}, "right side");
     writeFile(path, "right\n");
     const std::string right = changeID("@");
-    const std::string merged = newChange({left, right}, "conflicted merge");
+    std::string merged = newChange({left, right}, "conflicted merge");
     jj({"new"});
     return merged;
 }

@@ -38,10 +38,10 @@ std::optional<JJVersion> JJVersion::parsing(std::string_view text) {
 }
 
 std::strong_ordering JJVersion::operator<=>(const JJVersion& other) const {
-    if (const auto order = major <=> other.major; order != 0) {
+    if (const auto order = major <=> other.major; std::is_neq(order)) {
         return order;
     }
-    if (const auto order = minor <=> other.minor; order != 0) {
+    if (const auto order = minor <=> other.minor; std::is_neq(order)) {
         return order;
     }
     return patch <=> other.patch;

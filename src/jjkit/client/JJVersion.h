@@ -25,7 +25,7 @@ struct JJVersion {
     const std::string& description() const { return raw; }
 
     std::strong_ordering operator<=>(const JJVersion& other) const;
-    bool operator==(const JJVersion& other) const { return (*this <=> other) == 0; }
+    bool operator==(const JJVersion& other) const { return std::is_eq(*this <=> other); }
 };
 
 }  // namespace vorda

@@ -9,7 +9,7 @@ RepositoryCommandGate& RepositoryCommandGate::shared() {
     return gate;
 }
 
-void RepositoryCommandGate::acquire(const std::string& repositoryID, std::stop_token stop) {
+void RepositoryCommandGate::acquire(const std::string& repositoryID, const std::stop_token& stop) {
     std::unique_lock lock(mutex_);
     if (stop.stop_requested()) {
         throw CancellationError();

@@ -35,7 +35,7 @@ class RepositoryCommandGate {
     /// Runs `operation` while holding the gate for `repositoryID` and returns
     /// its result. The gate is released however the operation ends.
     template <typename Operation>
-    decltype(auto) withAccess(const std::string& repositoryID, std::stop_token stop,
+    decltype(auto) withAccess(const std::string& repositoryID, const std::stop_token& stop,
                               Operation&& operation) {
         acquire(repositoryID, stop);
         const Holder holder(*this, repositoryID);
@@ -46,7 +46,7 @@ class RepositoryCommandGate {
     }
 
     /// Waits for the gate. Throws `CancellationError` when `stop` fires first.
-    void acquire(const std::string& repositoryID, std::stop_token stop);
+    void acquire(const std::string& repositoryID, const std::stop_token& stop);
 
     /// Hands the gate to the oldest waiter, or frees it.
     void release(const std::string& repositoryID);
