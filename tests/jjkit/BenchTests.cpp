@@ -1,3 +1,5 @@
+#include "jjkit/trace/Bench.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -12,7 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include "jjkit/trace/Bench.h"
 #include "jjkit/trace/Perf.h"
 #include "jjkit/trace/TraceSettings.h"
 #include "support/LogCapture.h"

@@ -1,3 +1,5 @@
+#include "jjkit/client/JJClient.h"
+
 #include <algorithm>
 #include <fstream>
 #include <sstream>
@@ -5,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include "jjkit/client/JJClient.h"
 #include "jjkit/templates/RevsetQuoting.h"
 #include "support/LogCapture.h"
 #include "support/ScopedEnvironment.h"

@@ -1,10 +1,11 @@
+#include "jjkit/repo/JJFileWatcher.h"
+
 #include <chrono>
 #include <future>
 #include <thread>
 
 #include <gtest/gtest.h>
 
-#include "jjkit/repo/JJFileWatcher.h"
 #include "support/TestRepo.h"
 
 namespace vorda {

@@ -1,9 +1,10 @@
+#include "jjkit/repo/JJRepoDetector.h"
+
 #include <fstream>
 
 #include <gtest/gtest.h>
 
 #include "jjkit/client/JJError.h"
-#include "jjkit/repo/JJRepoDetector.h"
 #include "support/TempDir.h"
 #include "support/TestRepo.h"
 

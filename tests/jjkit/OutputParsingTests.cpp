@@ -1,7 +1,8 @@
+#include "jjkit/templates/OutputParsing.h"
+
 #include <gtest/gtest.h>
 
 #include "jjkit/client/JJError.h"
-#include "jjkit/templates/OutputParsing.h"
 #include "support/LogCapture.h"
 
 namespace vorda {

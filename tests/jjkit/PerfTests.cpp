@@ -1,3 +1,5 @@
+#include "jjkit/trace/Perf.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +16,6 @@
 #include <gtest/gtest.h>
 
 #include "jjkit/trace/Bench.h"
-#include "jjkit/trace/Perf.h"
 #include "jjkit/trace/PerfEvent.h"
 #include "jjkit/trace/PerfReport.h"
 #include "jjkit/trace/TraceSettings.h"

@@ -1,8 +1,10 @@
+#include "jjkit/process/ProcessExecutor.h"
+
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "jjkit/process/ProcessExecutor.h"
+#include "jjkit/trace/Perf.h"
 #include "support/LogCapture.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TempDir.h"
@@ -125,6 +127,40 @@ TEST(ProcessExecutor, ChildGetsTheRepairedSearchPath) {
 TEST(ProcessExecutor, KilledChildReportsTheSignal) {
     const auto result = shell("kill -9 $$");
     EXPECT_EQ(result.exitCode, 128 + 9);
+}
+
+}  // namespace
+}  // namespace vorda
+
+namespace vorda {
+namespace {
+
+TEST(ProcessExecutor, EachRunIsASubprocessEventOfTheActionInForce) {
+    if (!Perf::isEnabled()) {
+        GTEST_SKIP() << "VORDA_PERF=0";
+    }
+    testing::LogCapture log;
+    const auto before = Perf::subprocessCount();
+    const auto action = Perf::beginAction("refresh");
+    Perf::measure("load", PerfCategory::snapshot,
+                  [] { ProcessExecutor::execute({"true"}, std::nullopt, "test", "repo | probe"); });
+    Perf::endAction(action);
+    EXPECT_EQ(Perf::subprocessCount(), before + 1);
+    const std::string text = log.text();
+    EXPECT_NE(text.find("[perf] refresh — total "), std::string::npos);
+    EXPECT_NE(text.find(" · subprocesses: 1× totaling "), std::string::npos);
+    // The subprocess nests under the measured block that ran it.
+    const auto load = text.find(" load\n");
+    const auto probe = text.find("⚙ repo | probe\n");
+    ASSERT_NE(load, std::string::npos);
+    ASSERT_NE(probe, std::string::npos);
+    const auto lineStart = [&](std::size_t at) {
+        return text.rfind('\n', at) + 1;
+    };
+    const auto indent = [&](std::size_t start) {
+        return text.find('+', start) - start;
+    };
+    EXPECT_GT(indent(lineStart(probe)), indent(lineStart(load)));
 }
 
 }  // namespace

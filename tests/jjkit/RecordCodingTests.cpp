@@ -1,8 +1,8 @@
+#include "jjkit/records/RecordCoding.h"
+
 #include <chrono>
 
 #include <gtest/gtest.h>
-
-#include "jjkit/records/RecordCoding.h"
 
 namespace vorda {
 namespace {

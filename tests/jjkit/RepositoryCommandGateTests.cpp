@@ -1,3 +1,5 @@
+#include "jjkit/repo/RepositoryCommandGate.h"
+
 #include <chrono>
 #include <future>
 #include <mutex>
@@ -8,7 +10,6 @@
 
 #include "jjkit/client/JJClient.h"
 #include "jjkit/repo/JJRepoDetector.h"
-#include "jjkit/repo/RepositoryCommandGate.h"
 #include "support/TestRepo.h"
 
 namespace vorda {

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "jjkit/templates/RevsetQuoting.h"
+
+#include <gtest/gtest.h>
 
 namespace vorda {
 namespace {
