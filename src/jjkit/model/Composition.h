@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -39,6 +40,12 @@ struct CompositionAttachment {
     /// `currentTrunk`, an unloaded commit `unresolved`, else by mutability.
     static std::vector<CompositionAttachment> project(
         const std::vector<std::string>& parentIDs, const CommitIndex& commits,
+        const std::optional<std::string>& trunkCommitID);
+
+    /// The same, with the commits looked up through `lookup` (null: not loaded).
+    using CommitLookup = std::function<const JJCommit*(const std::string& commitID)>;
+    static std::vector<CompositionAttachment> project(
+        const std::vector<std::string>& parentIDs, const CommitLookup& lookup,
         const std::optional<std::string>& trunkCommitID);
 
     bool operator==(const CompositionAttachment&) const = default;
@@ -162,8 +169,8 @@ struct Apex {
 
     /// The current parents with bookmarks switched off dropped and newly
     /// switched-on ones appended (ascending); other kinds of parent stay.
-    std::vector<ApexParent> parents(const std::set<std::string>& updatingEnabledBookmarks,
-                                    const std::set<std::string>& previouslyEnabled) const;
+    std::vector<ApexParent> parentsUpdating(const std::set<std::string>& updatingEnabledBookmarks,
+                                            const std::set<std::string>& previouslyEnabled) const;
 
     bool operator==(const Apex&) const = default;
 };

@@ -1,0 +1,62 @@
+#include "jjkit/graph/CommitGraph.h"
+
+#include <unordered_set>
+
+namespace vorda {
+
+CommitGraph::CommitGraph(std::vector<JJCommit> commits) {
+    std::unordered_set<std::string_view> seen;
+    seen.reserve(commits.size());
+    commits_.reserve(commits.size());
+    for (auto& commit : commits) {
+        if (seen.insert(commit.commitID).second) {
+            commits_.push_back(std::move(commit));
+        }
+    }
+    positions_.reserve(commits_.size());
+    for (Index index = 0; index < commits_.size(); ++index) {
+        positions_.emplace(commits_[index].commitID, index);
+    }
+    parents_.resize(commits_.size());
+    for (Index index = 0; index < commits_.size(); ++index) {
+        for (const auto& parent : commits_[index].parents) {
+            if (const auto found = find(parent)) {
+                parents_[index].push_back(*found);
+            }
+        }
+    }
+}
+
+std::optional<CommitGraph::Index> CommitGraph::find(std::string_view commitID) const {
+    const auto found = positions_.find(commitID);
+    if (found == positions_.end()) {
+        return std::nullopt;
+    }
+    return found->second;
+}
+
+std::vector<JJCommit> CommitGraph::release() {
+    positions_.clear();
+    parents_.clear();
+    return std::move(commits_);
+}
+
+std::size_t CommitGraph::markAncestors(Index start, Visited& visited) const {
+    visited.clear();
+    std::vector<Index> stack{start};
+    std::size_t count = 0;
+    while (!stack.empty()) {
+        const Index current = stack.back();
+        stack.pop_back();
+        if (!visited.insert(current)) {
+            continue;
+        }
+        ++count;
+        for (const Index parent : parents_[current]) {
+            stack.push_back(parent);
+        }
+    }
+    return count;
+}
+
+}  // namespace vorda
