@@ -91,7 +91,8 @@ std::string TestRepo::newChange(const std::vector<std::string>& parents,
 }
 
 std::string TestRepo::commitAs(const std::string& name, const std::string& email,
-                               const std::string& message, const FileContents& files) const {
+                               const std::string& message, const FileContents& files,
+                               const std::string& parent) const {
     const std::vector<std::string> identity{"--config", "user.name=" + name, "--config",
                                             "user.email=" + email};
     auto withIdentity = [&](std::vector<std::string> arguments) {
@@ -99,11 +100,13 @@ std::string TestRepo::commitAs(const std::string& name, const std::string& email
         return arguments;
     };
     // The change is created by that user, so it is theirs from the start.
-    jj(withIdentity({"new", "-m", message}));
+    jj(withIdentity({"new", "-m", message, parent}));
     for (const auto& [path, contents] : files) {
         writeFile(path, contents);
     }
-    jj(withIdentity({"new"}));
+    // Their snapshot records the files; the next working copy is ours again.
+    jj(withIdentity({"debug", "snapshot"}));
+    jj({"new"});
     return changeID("@-");
 }
 
@@ -126,9 +129,14 @@ std::string TestRepo::currentOperationID() const {
         jj({"op", "log", "--no-graph", "--ignore-working-copy", "-n", "1", "-T", "id ++ \"\\n\""}));
 }
 
-std::string TestRepo::addWorkspace(const std::string& name) const {
+std::string TestRepo::addWorkspace(const std::string& name, const std::string& revision) const {
     std::string path = (scratch() / name).string();
-    jj({"workspace", "add", "--name", name, path});
+    std::vector<std::string> arguments{"workspace", "add", "--name", name};
+    if (!revision.empty()) {
+        arguments.insert(arguments.end(), {"-r", revision});
+    }
+    arguments.push_back(path);
+    jj(arguments);
     return path;
 }
 
@@ -172,6 +180,16 @@ std::string TestRepo::makeDivergent(const std::string& revision, const std::stri
     jj({"--at-operation", before, "--ignore-working-copy", "describe", "-r", change, "-m",
         secondMessage});
     return change;
+}
+
+void TestRepo::makeConflictedBookmark(const std::string& name, const std::string& base,
+                                      const std::string& left, const std::string& right) const {
+    bookmark(name, base);
+    const std::string before = currentOperationID();
+    bookmark(name, left);
+    jj({"--at-operation", before, "--ignore-working-copy", "bookmark", "set", "--allow-backwards",
+        "-r", right, "--", name});
+    jj({"debug", "snapshot"});  // lets jj merge the two operations now
 }
 
 std::string TestRepo::makeConflict(const std::string& base, const std::string& path) const {

@@ -52,9 +52,11 @@ class TestRepo {
     std::string newChange(const std::vector<std::string>& parents,
                           const std::string& message = "") const;
 
-    /// Like `commit`, with another author and committer.
+    /// A commit on `parent` made by another author and committer, leaving the
+    /// working copy on top of it. Returns its change ID.
     std::string commitAs(const std::string& name, const std::string& email,
-                         const std::string& message, const FileContents& files = {}) const;
+                         const std::string& message, const FileContents& files,
+                         const std::string& parent) const;
 
     /// Creates or moves a local bookmark.
     void bookmark(const std::string& name, const std::string& revision) const;
@@ -64,8 +66,9 @@ class TestRepo {
     std::string commitID(const std::string& revset) const;
     std::string currentOperationID() const;
 
-    /// Adds a workspace in `<scratch>/<name>`; returns its root.
-    std::string addWorkspace(const std::string& name) const;
+    /// Adds a workspace in `<scratch>/<name>`, its working copy on top of
+    /// `revision` (by default where jj puts it); returns its root.
+    std::string addWorkspace(const std::string& name, const std::string& revision = "") const;
 
     /// A bare Git repository at `<scratch>/origin.git`, added as `origin`.
     std::string addOrigin();
@@ -84,6 +87,11 @@ class TestRepo {
     /// described as `firstMessage` and `secondMessage`. Returns the change ID.
     std::string makeDivergent(const std::string& revision, const std::string& firstMessage,
                               const std::string& secondMessage) const;
+
+    /// Makes bookmark `name` conflicted: from `base`, one operation moves it to
+    /// `left` and a concurrent one to `right`.
+    void makeConflictedBookmark(const std::string& name, const std::string& base,
+                                const std::string& left, const std::string& right) const;
 
     /// A commit on `base` whose file `path` is in conflict, made by merging
     /// two siblings that changed it differently. Returns its change ID.

@@ -5,13 +5,17 @@
 namespace vorda {
 
 CommitGraph::CommitGraph(std::vector<JJCommit> commits) {
+    // The views in `seen` point into `commits_`, whose storage is reserved up
+    // front and so never moves.
     std::unordered_set<std::string_view> seen;
     seen.reserve(commits.size());
     commits_.reserve(commits.size());
     for (auto& commit : commits) {
-        if (seen.insert(commit.commitID).second) {
-            commits_.push_back(std::move(commit));
+        if (seen.contains(commit.commitID)) {
+            continue;
         }
+        commits_.push_back(std::move(commit));
+        seen.insert(commits_.back().commitID);
     }
     positions_.reserve(commits_.size());
     for (Index index = 0; index < commits_.size(); ++index) {

@@ -59,7 +59,9 @@ std::vector<OrphanWIP> UnownedWork::buildOrphanWIPs(
         const JJCommit& commit = graph_.commit(index);
         const bool isMine = mineChangeIDs.contains(commit.changeID);
         const std::int32_t owner = claimed_[index];
-        if (commit.immutable || commit.workingCopy || workspaceStack[index] ||
+        // The apex is the program's own merge commit, like a composition point:
+        // never one-off work.
+        if (commit.immutable || commit.workingCopy || workspaceStack[index] || isApexLike_[index] ||
             compositionChangeIDs.contains(commit.changeID) || remoteOwned[index] ||
             (!isMine && owner != unclaimed)) {
             continue;
