@@ -7,7 +7,10 @@
 #include <variant>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "jjkit/model/Bookmark.h"
+#include "jjkit/records/JsonReader.h"
 
 namespace vorda {
 
@@ -73,5 +76,33 @@ struct SavedConfig {
 
     bool operator==(const SavedConfig&) const = default;
 };
+
+// JSON coding of the settings file's records. Keys are the field names.
+// Decoders throw `DecodingError`; a key that may be missing takes the value
+// noted below, any other missing key or wrong type fails the record.
+
+/// Optional absent values are left out. Missing on decoding:
+/// `lastPushedCommitID` and `cachedPRNumber` absent, `tags` empty, `pinned`
+/// and `columnVisible` false; `updateStrategy` is required.
+nlohmann::json toJSON(const BookmarkSettings& settings);
+BookmarkSettings decodeBookmarkSettings(const JsonReader& reader);
+
+/// All keys required. An `id` that is not a UUID fails; a lower-case one is
+/// kept in upper case. Encoding a rule whose `id` is not a UUID throws
+/// `std::invalid_argument`, so that no file is written that could not be
+/// read back.
+nlohmann::json toJSON(const FileRoutingRule& rule);
+FileRoutingRule decodeFileRoutingRule(const JsonReader& reader);
+
+/// One-key objects: `{"specificCommit":{"_0":"…"}}`, `{"trunkTip":{}}`,
+/// `{"workingCopy":{}}`. Any other number of keys fails with "Invalid number
+/// of keys found, expected one."
+nlohmann::json toJSON(const SavedConfig::BaseStrategy& strategy);
+SavedConfig::BaseStrategy decodeBaseStrategy(const JsonReader& reader);
+
+/// `name` and `enabledBookmarks` required; `baseStrategy` left out when
+/// absent and absent when missing.
+nlohmann::json toJSON(const SavedConfig& config);
+SavedConfig decodeSavedConfig(const JsonReader& reader);
 
 }  // namespace vorda
