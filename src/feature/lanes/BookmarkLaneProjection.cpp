@@ -1,1 +1,171 @@
-// placeholder: being written
+#include "feature/lanes/BookmarkLaneProjection.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "jjkit/model/TrunkNames.h"
+
+namespace vorda {
+namespace {
+
+// The choice shared by both rounds of trunk resolution: a preferred trunk
+// name if one is present, else the first of the (sorted) names.
+std::optional<std::string> chooseTrunk(const std::vector<std::string>& sortedNames) {
+    if (sortedNames.empty()) {
+        return std::nullopt;
+    }
+    if (auto preferred = BookmarkLaneProjection::preferredName(sortedNames)) {
+        return preferred;
+    }
+    return sortedNames.front();
+}
+
+const JJCommit* findCommit(const RepoState& repoState, const std::string& commitID) {
+    const auto found = repoState.commits.find(commitID);
+    return found == repoState.commits.end() ? nullptr : &found->second;
+}
+
+// Each bookmark's conflict partners, both directions, ascending.
+std::map<std::string, std::vector<std::string>> conflictPartnerMap(
+    const std::vector<BookmarkConflict>& conflicts) {
+    std::map<std::string, std::set<std::string>> partners;
+    for (const auto& conflict : conflicts) {
+        partners[conflict.bookmarkA].insert(conflict.bookmarkB);
+        partners[conflict.bookmarkB].insert(conflict.bookmarkA);
+    }
+    std::map<std::string, std::vector<std::string>> sorted;
+    for (auto& [name, names] : partners) {
+        sorted.emplace(name, std::vector<std::string>(names.begin(), names.end()));
+    }
+    return sorted;
+}
+
+std::map<std::string, std::vector<FileRoutingRule>> rulesByBookmark(
+    const std::vector<FileRoutingRule>& routingRules) {
+    std::map<std::string, std::vector<FileRoutingRule>> grouped;
+    for (const auto& rule : routingRules) {
+        grouped[rule.bookmarkName].push_back(rule);
+    }
+    return grouped;
+}
+
+BookmarkLaneReadModel laneFor(const Bookmark& bookmark, const RepoState& repoState,
+                              const BookmarkSettings& settings,
+                              const std::optional<std::string>& trunkBookmarkName,
+                              const std::set<std::string>& trunkAncestors) {
+    BookmarkLaneReadModel lane;
+    for (const auto& commitID : bookmark.commitIDs) {
+        if (const JJCommit* commit = findCommit(repoState, commitID)) {
+            lane.commits.push_back(*commit);
+        }
+    }
+    lane.updateStrategy = settings.updateStrategy;
+    lane.tags = settings.tags;
+    lane.isPinned = settings.pinned;
+    lane.isColumnVisible = settings.columnVisible;
+    lane.isTrunk = trunkBookmarkName.has_value() && bookmark.name == *trunkBookmarkName;
+    if (!bookmark.commitIDs.empty()) {
+        const std::string& firstCommitID = bookmark.commitIDs.front();
+        // A divergent bookmark has no single tip that could have landed.
+        lane.isMergedIntoTrunk =
+            !lane.isTrunk && !bookmark.isDivergent && trunkAncestors.contains(firstCommitID);
+        if (const JJCommit* first = findCommit(repoState, firstCommitID)) {
+            lane.upstreamShortCommitID = first->shortCommitID();
+        }
+    }
+    return lane;
+}
+
+}  // namespace
+
+std::map<std::string, BookmarkLaneReadModel> BookmarkLaneProjection::build(
+    const RepoState& repoState, const std::map<std::string, BookmarkSettings>& settingsByName,
+    const std::vector<FileRoutingRule>& routingRules,
+    const std::optional<std::string>& trunkBookmarkName) {
+    auto partners = conflictPartnerMap(repoState.conflicts);
+    auto rules = rulesByBookmark(routingRules);
+    const auto trunkAncestors = trunkAncestorCommitIDs(repoState, trunkBookmarkName);
+
+    std::map<std::string, BookmarkLaneReadModel> lanes;
+    for (const auto& [name, bookmark] : repoState.bookmarks) {
+        const auto settings = settingsByName.find(name);
+        auto lane = laneFor(bookmark, repoState,
+                            settings != settingsByName.end()
+                                ? settings->second
+                                : BookmarkSettings::defaultFor(bookmark.origin),
+                            trunkBookmarkName, trunkAncestors);
+        if (auto found = partners.find(name); found != partners.end()) {
+            lane.conflictPartners = std::move(found->second);
+        }
+        if (auto found = rules.find(name); found != rules.end()) {
+            lane.routingRules = std::move(found->second);
+        }
+        lanes.emplace(name, std::move(lane));
+    }
+    return lanes;
+}
+
+std::optional<std::string> BookmarkLaneProjection::resolveTrunkName(
+    const RepoState& repoState, const std::optional<std::string>& trunkCommitID) {
+    // `bookmarks` is an ordered map, so both lists come out ascending.
+    if (trunkCommitID) {
+        std::vector<std::string> onTrunkCommit;
+        for (const auto& [name, bookmark] : repoState.bookmarks) {
+            if (bookmark.origin.isUpstream() && !bookmark.commitIDs.empty() &&
+                bookmark.commitIDs.front() == *trunkCommitID) {
+                onTrunkCommit.push_back(name);
+            }
+        }
+        if (auto chosen = chooseTrunk(onTrunkCommit)) {
+            return chosen;
+        }
+    }
+    std::vector<std::string> onImmutableTip;
+    for (const auto& [name, bookmark] : repoState.bookmarks) {
+        if (!bookmark.origin.isUpstream() || bookmark.commitIDs.empty()) {
+            continue;
+        }
+        const JJCommit* tip = findCommit(repoState, bookmark.commitIDs.front());
+        if (tip != nullptr && tip->immutable) {
+            onImmutableTip.push_back(name);
+        }
+    }
+    return chooseTrunk(onImmutableTip);
+}
+
+std::optional<std::string> BookmarkLaneProjection::preferredName(
+    const std::vector<std::string>& names) {
+    for (const auto trunk : trunkNames) {
+        if (std::find(names.begin(), names.end(), trunk) != names.end()) {
+            return std::string(trunk);
+        }
+    }
+    return std::nullopt;
+}
+
+std::set<std::string> BookmarkLaneProjection::trunkAncestorCommitIDs(
+    const RepoState& repoState, const std::optional<std::string>& trunkBookmarkName) {
+    std::set<std::string> ancestors;
+    if (!trunkBookmarkName) {
+        return ancestors;
+    }
+    const auto trunk = repoState.bookmarks.find(*trunkBookmarkName);
+    if (trunk == repoState.bookmarks.end() || trunk->second.commitIDs.empty()) {
+        return ancestors;
+    }
+    std::vector<std::string> stack{trunk->second.commitIDs.front()};
+    while (!stack.empty()) {
+        std::string commitID = std::move(stack.back());
+        stack.pop_back();
+        const JJCommit* commit = findCommit(repoState, commitID);
+        if (!ancestors.insert(std::move(commitID)).second) {
+            continue;
+        }
+        if (commit != nullptr) {
+            stack.insert(stack.end(), commit->parents.begin(), commit->parents.end());
+        }
+    }
+    return ancestors;
+}
+
+}  // namespace vorda

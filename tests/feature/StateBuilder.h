@@ -1,0 +1,75 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "jjkit/model/Composition.h"
+#include "jjkit/model/RepoState.h"
+
+namespace vorda::testing {
+
+/// Assembles `RepoState` values by hand for the projection tests: commits by
+/// ID with their parents, bookmarks over them, and conflicts. Only the plain
+/// fields are filled; nothing is derived.
+class StateBuilder {
+  public:
+    /// Adds (or replaces) a mutable commit whose change ID is "change-" + ID.
+    /// The reference stays valid while the builder lives.
+    JJCommit& commit(const std::string& commitID, std::vector<std::string> parents = {}) {
+        JJCommit commit;
+        commit.commitID = commitID;
+        commit.changeID = "change-" + commitID;
+        commit.parents = std::move(parents);
+        commit.committer.timestamp = "2024-03-20T12:00:00Z";
+        return state_.commits.insert_or_assign(commitID, std::move(commit)).first->second;
+    }
+
+    JJCommit& immutableCommit(const std::string& commitID, std::vector<std::string> parents = {}) {
+        JJCommit& added = commit(commitID, std::move(parents));
+        added.immutable = true;
+        return added;
+    }
+
+    /// Adds a bookmark showing `commitIDs`, tip first.
+    Bookmark& bookmark(const std::string& name, std::vector<std::string> commitIDs,
+                       BookmarkOrigin origin = BookmarkOrigin::local()) {
+        Bookmark bookmark;
+        bookmark.name = name;
+        bookmark.commitIDs = std::move(commitIDs);
+        bookmark.origin = std::move(origin);
+        return state_.bookmarks.insert_or_assign(name, std::move(bookmark)).first->second;
+    }
+
+    Bookmark& upstreamBookmark(const std::string& name, std::vector<std::string> commitIDs) {
+        return bookmark(name, std::move(commitIDs), BookmarkOrigin::upstream("origin"));
+    }
+
+    StateBuilder& conflict(std::string bookmarkA, std::string bookmarkB) {
+        state_.conflicts.push_back({std::move(bookmarkA), std::move(bookmarkB)});
+        return *this;
+    }
+
+    const RepoState& state() const { return state_; }
+
+  private:
+    RepoState state_;
+};
+
+/// Puts a local bookmark named `name` on `commit`.
+inline void addLocalBookmark(JJCommit& commit, const std::string& name) {
+    commit.localBookmarks.push_back({name, std::nullopt, {commit.commitID}, std::nullopt});
+}
+
+/// A workspace on `commitID` with the given composition kind.
+inline WorkspaceState workspaceOn(
+    const std::string& commitID, WorkspaceComposition::Kind kind = WorkspaceComposition::Direct{}) {
+    WorkspaceState workspace;
+    workspace.workspace.name = "default";
+    workspace.workspace.commitID = commitID;
+    workspace.workspace.changeID = "change-" + commitID;
+    workspace.composition.kind = std::move(kind);
+    return workspace;
+}
+
+}  // namespace vorda::testing
