@@ -18,7 +18,8 @@ using Index = CommitGraph::Index;
 using Position = BookmarkTable::Position;
 
 std::optional<Index> findApexCommit(const CommitGraph& graph,
-                                    const std::optional<std::string>& apexChangeID) {
+                                    const std::optional<std::string>& apexChangeID,
+                                    const std::vector<bool>& hasApexMarker) {
     if (apexChangeID) {
         for (Index index = 0; index < graph.size(); ++index) {
             if (graph.commit(index).changeID == *apexChangeID) {
@@ -26,12 +27,11 @@ std::optional<Index> findApexCommit(const CommitGraph& graph,
             }
         }
     }
-    for (Index index = 0; index < graph.size(); ++index) {
-        if (Apex::isApexDescription(graph.commit(index).description)) {
-            return index;
-        }
+    const auto marked = std::find(hasApexMarker.begin(), hasApexMarker.end(), true);
+    if (marked == hasApexMarker.end()) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    return static_cast<Index>(marked - hasApexMarker.begin());
 }
 
 // Lanes whose base has already been merged upstream: a parent of one of
@@ -100,7 +100,8 @@ std::vector<BookmarkConflict> detectConflicts(const CommitGraph& graph, const Cl
 }
 
 std::optional<WorkingCopy> buildWorkingCopy(const CommitGraph& graph, const Claims& claimed,
-                                            const BookmarkTable& table) {
+                                            const BookmarkTable& table,
+                                            const std::vector<bool>& hasApexMarker) {
     std::optional<Index> head;
     std::set<std::string> apexParents;
     bool apexSeen = false;
@@ -109,7 +110,7 @@ std::optional<WorkingCopy> buildWorkingCopy(const CommitGraph& graph, const Clai
         if (!head && commit.workingCopy) {
             head = index;
         }
-        if (!apexSeen && Apex::isApexDescription(commit.description)) {
+        if (!apexSeen && hasApexMarker[index]) {
             apexSeen = true;
             apexParents.insert(commit.parents.begin(), commit.parents.end());
         }
@@ -194,24 +195,28 @@ Apex buildApex(const CommitGraph& graph, Index apexCommit, const BookmarkTable& 
 
 RepoState BookmarkGraphBuilder::build(Input input) {
     CommitGraph graph(std::move(input.commits));
-    const auto apexCommit = findApexCommit(graph, input.apexChangeID);
+    std::vector<bool> hasApexMarker(graph.size(), false);
+    for (Index index = 0; index < graph.size(); ++index) {
+        hasApexMarker[index] = Apex::isApexDescription(graph.commit(index).description);
+    }
+    const auto apexCommit = findApexCommit(graph, input.apexChangeID, hasApexMarker);
     const std::optional<std::string> apexID =
         apexCommit ? std::optional(graph.commit(*apexCommit).changeID) : std::nullopt;
-    std::vector<bool> isApexLike(graph.size(), false);
-    for (Index index = 0; index < graph.size(); ++index) {
-        const JJCommit& commit = graph.commit(index);
-        isApexLike[index] =
-            (apexID && commit.changeID == *apexID) || Apex::isApexDescription(commit.description);
+    std::vector<bool> isApexLike = hasApexMarker;
+    if (apexID) {
+        for (Index index = 0; index < graph.size(); ++index) {
+            isApexLike[index] = isApexLike[index] || graph.commit(index).changeID == *apexID;
+        }
     }
 
     const BookmarkTable table = BookmarkTable::collect(graph);
     const auto order = leafFirstOrder(table, graph);
     Claims claimed = tipOwners(table, graph.size());
     const RemoteTips remoteTips(graph);
+    AheadBehindCounter aheadBehind(graph);
 
     RepoState state;
     CommitGraph::Visited visited(graph.size());
-    CommitGraph::Visited otherVisited(graph.size());
     for (const Position position : order) {
         const auto& tips = table.tips[position];
         if (tips.empty()) {
@@ -233,12 +238,12 @@ RepoState BookmarkGraphBuilder::build(Input input) {
         bookmark.isDivergent = tips.size() > 1;
         bookmark.origin = determineOrigin(bookmark.name, remoteTips);
         bookmark.remoteSyncState =
-            determineRemoteSyncState(bookmark.name, tips, remoteTips, graph, visited, otherVisited);
+            determineRemoteSyncState(bookmark.name, tips, remoteTips, aheadBehind);
         state.bookmarks.emplace(bookmark.name, std::move(bookmark));
     }
     annotateLandedParents(state.bookmarks, table, graph);
     state.conflicts = detectConflicts(graph, claimed, table);
-    state.workingCopy = buildWorkingCopy(graph, claimed, table);
+    state.workingCopy = buildWorkingCopy(graph, claimed, table, hasApexMarker);
     if (apexCommit) {
         state.apex = buildApex(graph, *apexCommit, table, input.trunkCommitID);
     }

@@ -1,28 +1,37 @@
 #include "jjkit/graph/CommitGraph.h"
 
-#include <unordered_set>
-
 namespace vorda {
 
-CommitGraph::CommitGraph(std::vector<JJCommit> commits) {
-    // The views in `seen` point into `commits_`, whose storage is reserved up
-    // front and so never moves.
-    std::unordered_set<std::string_view> seen;
-    seen.reserve(commits.size());
-    commits_.reserve(commits.size());
-    for (auto& commit : commits) {
-        if (seen.contains(commit.commitID)) {
-            continue;
-        }
-        commits_.push_back(std::move(commit));
-        seen.insert(commits_.back().commitID);
-    }
+CommitGraph::CommitGraph(std::vector<JJCommit> commits) : commits_(std::move(commits)) {
+    // Damaged input may repeat a commit: the first one stands. The keys of
+    // `positions_` view IDs inside `commits_`, so duplicates go first, before
+    // any key is taken.
     positions_.reserve(commits_.size());
+    std::vector<bool> duplicate(commits_.size(), false);
+    bool anyDuplicate = false;
     for (Index index = 0; index < commits_.size(); ++index) {
-        positions_.emplace(commits_[index].commitID, index);
+        if (!positions_.emplace(commits_[index].commitID, index).second) {
+            duplicate[index] = true;
+            anyDuplicate = true;
+        }
+    }
+    if (anyDuplicate) {
+        std::vector<JJCommit> unique;
+        unique.reserve(commits_.size());
+        for (Index index = 0; index < commits_.size(); ++index) {
+            if (!duplicate[index]) {
+                unique.push_back(std::move(commits_[index]));
+            }
+        }
+        commits_ = std::move(unique);
+        positions_.clear();
+        for (Index index = 0; index < commits_.size(); ++index) {
+            positions_.emplace(commits_[index].commitID, index);
+        }
     }
     parents_.resize(commits_.size());
     for (Index index = 0; index < commits_.size(); ++index) {
+        parents_[index].reserve(commits_[index].parents.size());
         for (const auto& parent : commits_[index].parents) {
             if (const auto found = find(parent)) {
                 parents_[index].push_back(*found);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -25,6 +26,30 @@ class RemoteTips {
     std::unordered_map<std::string, Entry> first_;
 };
 
+/// Counts the commits one tip has that another lacks, walking only the part
+/// of the history where the two differ. Commits are visited newest first by
+/// generation (one more than the highest parent), each painted with the tips
+/// that reach it; a commit's paint is final when it is taken, since all its
+/// children come before it. The walk stops once every commit still queued is
+/// reached by both tips: everything below is shared.
+class AheadBehindCounter {
+  public:
+    explicit AheadBehindCounter(const CommitGraph& graph);
+
+    struct Counts {
+        std::int64_t ahead = 0;
+        std::int64_t behind = 0;
+    };
+    Counts count(CommitGraph::Index local, CommitGraph::Index remote);
+
+  private:
+    const CommitGraph& graph_;
+    std::vector<std::uint32_t> generation_;
+    std::vector<std::uint8_t> paint_;
+    std::vector<std::uint32_t> taken_;
+    std::uint32_t round_ = 0;
+};
+
 /// `upstream(remote)` when a remote carries the bookmark, else `local`.
 BookmarkOrigin determineOrigin(const std::string& name, const RemoteTips& remoteTips);
 
@@ -33,8 +58,6 @@ BookmarkOrigin determineOrigin(const std::string& name, const RemoteTips& remote
 /// remote: `untracked`. Only the first remote found counts.
 RemoteSyncState determineRemoteSyncState(const std::string& name,
                                          const std::vector<CommitGraph::Index>& localTips,
-                                         const RemoteTips& remoteTips, const CommitGraph& graph,
-                                         CommitGraph::Visited& localAncestors,
-                                         CommitGraph::Visited& remoteAncestors);
+                                         const RemoteTips& remoteTips, AheadBehindCounter& counter);
 
 }  // namespace vorda

@@ -1,6 +1,7 @@
 #include "jjkit/graph/UnownedWork.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "jjkit/support/InternetDateTime.h"
 
@@ -54,52 +55,55 @@ std::vector<OrphanWIP> UnownedWork::buildOrphanWIPs(
     const std::vector<bool>& remoteOwned, const std::vector<bool>& workspaceStack,
     const std::set<std::string>& compositionChangeIDs, const std::set<std::string>& mineChangeIDs,
     const std::vector<std::string>& bookmarkNames) const {
-    std::vector<OrphanWIP> orphans;
+    const std::unordered_set<std::string_view> mine(mineChangeIDs.begin(), mineChangeIDs.end());
+    const std::unordered_set<std::string_view> compositions(compositionChangeIDs.begin(),
+                                                            compositionChangeIDs.end());
+    std::vector<CommitGraph::Index> kept;
     for (CommitGraph::Index index = 0; index < graph_.size(); ++index) {
         const JJCommit& commit = graph_.commit(index);
-        const bool isMine = mineChangeIDs.contains(commit.changeID);
-        const std::int32_t owner = claimed_[index];
         // The apex is the program's own merge commit, like a composition point:
         // never one-off work.
         if (commit.immutable || commit.workingCopy || workspaceStack[index] || isApexLike_[index] ||
-            compositionChangeIDs.contains(commit.changeID) || remoteOwned[index] ||
-            (!isMine && owner != unclaimed)) {
+            compositions.contains(commit.changeID) || remoteOwned[index] ||
+            (claimed_[index] != unclaimed && !mine.contains(commit.changeID))) {
             continue;
         }
-        OrphanWIP orphan;
-        orphan.changeID = commit.changeID;
-        orphan.commitID = commit.commitID;
-        orphan.description = commit.description;
-        if (owner != unclaimed) {
-            orphan.ownerBookmark = bookmarkNames[static_cast<std::size_t>(owner)];
-        }
-        orphan.isMine = isMine;
-        orphan.hasConflict = commit.conflict;
-        for (const auto parent : graph_.parents(index)) {
-            orphan.parentChangeIDs.push_back(graph_.commit(parent).changeID);
-        }
-        orphan.timestamp = commit.committer.timestamp;
-        orphans.push_back(std::move(orphan));
+        kept.push_back(index);
     }
     // Newest first by the instant, not the text: timestamps carry their own
     // offsets. Timestamps that do not parse sort last, in list order.
-    std::vector<std::pair<std::optional<std::chrono::sys_seconds>, std::size_t>> keys;
-    keys.reserve(orphans.size());
-    for (std::size_t index = 0; index < orphans.size(); ++index) {
-        keys.emplace_back(parseInternetDateTime(orphans[index].timestamp), index);
+    std::vector<std::pair<std::optional<std::chrono::sys_seconds>, CommitGraph::Index>> order;
+    order.reserve(kept.size());
+    for (const auto index : kept) {
+        order.emplace_back(parseInternetDateTime(graph_.commit(index).committer.timestamp), index);
     }
-    std::stable_sort(keys.begin(), keys.end(), [](const auto& a, const auto& b) {
+    std::stable_sort(order.begin(), order.end(), [](const auto& a, const auto& b) {
         if (a.first.has_value() != b.first.has_value()) {
             return a.first.has_value();
         }
         return a.first.has_value() && *a.first > *b.first;
     });
-    std::vector<OrphanWIP> sorted;
-    sorted.reserve(orphans.size());
-    for (const auto& [date, index] : keys) {
-        sorted.push_back(std::move(orphans[index]));
+
+    std::vector<OrphanWIP> orphans;
+    orphans.reserve(order.size());
+    for (const auto& [date, index] : order) {
+        const JJCommit& commit = graph_.commit(index);
+        OrphanWIP& orphan = orphans.emplace_back();
+        orphan.changeID = commit.changeID;
+        orphan.commitID = commit.commitID;
+        orphan.description = commit.description;
+        if (claimed_[index] != unclaimed) {
+            orphan.ownerBookmark = bookmarkNames[static_cast<std::size_t>(claimed_[index])];
+        }
+        orphan.isMine = mine.contains(commit.changeID);
+        orphan.hasConflict = commit.conflict;
+        orphan.parentChangeIDs.reserve(graph_.parents(index).size());
+        for (const auto parent : graph_.parents(index)) {
+            orphan.parentChangeIDs.push_back(graph_.commit(parent).changeID);
+        }
+        orphan.timestamp = commit.committer.timestamp;
     }
-    return sorted;
+    return orphans;
 }
 
 }  // namespace vorda

@@ -18,6 +18,9 @@ WorkspaceStatesBuilder::WorkspaceStatesBuilder(const CommitGraph& graph,
         for (const auto& commitID : bookmark.commitIDs) {
             commitOwner_.try_emplace(commitID, name);
         }
+        tips_.emplace_back(name, bookmark.commitIDs.empty()
+                                     ? std::nullopt
+                                     : graph_.find(bookmark.commitIDs.front()));
     }
 }
 
@@ -84,7 +87,7 @@ std::vector<BaseAnchor> WorkspaceStatesBuilder::immutableFrontier(Index start) c
             names.insert(ref.name + "@" + ref.remote.value_or(""));
         }
         if (const auto owner = tipOwner_.find(commit.commitID); owner != tipOwner_.end()) {
-            names.insert(owner->second);
+            names.emplace(owner->second);
         }
         const bool isTrunk = std::any_of(names.begin(), names.end(),
                                          [](const auto& name) { return isTrunkName(name); });
@@ -112,16 +115,12 @@ std::optional<CommitGraph::Index> WorkspaceStatesBuilder::compositionCommit(
 
 std::optional<std::string> WorkspaceStatesBuilder::inheritedVia(
     const std::string& bookmark, Index tip, const std::vector<bool>& ancestors) {
-    for (const auto& [name, other] : bookmarks_) {
-        if (name == bookmark || other.commitIDs.empty()) {
-            continue;
-        }
-        const auto otherTip = graph_.find(other.commitIDs.front());
-        if (!otherTip || *otherTip == tip || !ancestors[*otherTip]) {
+    for (const auto& [name, otherTip] : tips_) {
+        if (name == bookmark || !otherTip || *otherTip == tip || !ancestors[*otherTip]) {
             continue;
         }
         if (ancestorsOf(*otherTip)[tip]) {
-            return name;
+            return std::string(name);
         }
     }
     return std::nullopt;
@@ -196,7 +195,7 @@ std::map<std::string, WorkspaceState> WorkspaceStatesBuilder::build(
             for (const Index parent : graph_.parents(*composition)) {
                 const auto owner = tipOwner_.find(graph_.commit(parent).commitID);
                 if (!graph_.commit(parent).immutable && owner != tipOwner_.end()) {
-                    state.composition.directParentBookmarks.insert(owner->second);
+                    state.composition.directParentBookmarks.emplace(owner->second);
                 }
             }
             state.composition.attachments = CompositionAttachment::project(

@@ -3,6 +3,8 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "jjkit/graph/CommitGraph.h"
@@ -49,8 +51,10 @@ class WorkspaceStatesBuilder {
     const CommitGraph& graph_;
     const std::map<std::string, Bookmark>& bookmarks_;
     const std::optional<std::string>& trunkCommitID_;
-    std::map<std::string, std::string> tipOwner_;
-    std::map<std::string, std::string> commitOwner_;
+    // Views into the bookmarks, which outlive the builder.
+    std::unordered_map<std::string_view, std::string_view> tipOwner_;
+    std::unordered_map<std::string_view, std::string_view> commitOwner_;
+    std::vector<std::pair<std::string_view, std::optional<Index>>> tips_;
     std::map<Index, std::vector<bool>> ancestorCache_;
 };
 
