@@ -43,6 +43,7 @@ std::vector<std::string> JJClient::findAllApexChangeIDs() const {
     std::stable_sort(found.begin(), found.end(),
                      [](const auto& a, const auto& b) { return a.first > b.first; });
     std::vector<std::string> ids;
+    ids.reserve(found.size());
     for (auto& [timestamp, id] : found) {
         ids.push_back(std::move(id));
     }
@@ -88,7 +89,7 @@ std::string JJClient::createCompositionPoint(const std::string& workspaceName,
                              "latest(" + descriptionSubstringRevset(description) + ")", "-T",
                              std::string(JJTemplateBuilder::changeIDLines)},
                             "resolveCompositionPoint workspace=" + workspaceName);
-    const auto id = std::string(text::trimWhitespace(lookup.stdout));
+    auto id = std::string(text::trimWhitespace(lookup.stdout));
     if (id.empty()) {
         throw notFound("createCompositionPoint", "composition commit not found");
     }

@@ -90,6 +90,7 @@ std::vector<BookmarkConflict> detectConflicts(const CommitGraph& graph, const Cl
         }
     }
     std::vector<BookmarkConflict> conflicts;
+    conflicts.reserve(pairs.size());
     for (const auto& [a, b] : pairs) {
         conflicts.push_back(BookmarkConflict{a, b});
     }

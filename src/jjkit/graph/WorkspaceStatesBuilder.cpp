@@ -169,6 +169,8 @@ std::map<std::string, WorkspaceState> WorkspaceStatesBuilder::build(
     // shared depends on all of them.
     std::vector<std::optional<Index>> heads;
     std::vector<const std::vector<bool>*> ancestors;
+    heads.reserve(refs.size());
+    ancestors.reserve(refs.size());
     for (const auto& ref : refs) {
         heads.push_back(graph_.find(ref.commitID));
     }

@@ -12,8 +12,8 @@ std::vector<CompositionAttachment> CompositionAttachment::project(
     const std::optional<std::string>& trunkCommitID) {
     return project(
         parentIDs,
-        [&](const std::string& commitID) -> const JJCommit* {
-            const auto found = commits.find(commitID);
+        [&](const std::string& parentID) -> const JJCommit* {
+            const auto found = commits.find(parentID);
             return found == commits.end() ? nullptr : &found->second;
         },
         trunkCommitID);

@@ -191,6 +191,7 @@ std::vector<Bookmark> RepoState::untrackedRemoteBookmarks() const {
         }
     }
     std::vector<Bookmark> result;
+    result.reserve(found.size());
     for (auto& [key, bookmark] : found) {
         result.push_back(std::move(bookmark));
     }
