@@ -1,23 +1,28 @@
 #include "GeneratedRepository.h"
 
-#include <cstdio>
 #include <random>
 
 namespace vorda::bench {
 namespace {
 
+// IDs look like jj's: uniformly spread, so no two share a long prefix.
+std::string randomID(std::size_t number, std::size_t length, char first, int alphabet) {
+    std::mt19937_64 random(number * 0x9E3779B97F4A7C15ULL + length);
+    std::string id(length, first);
+    for (auto& character : id) {
+        const auto digit = static_cast<int>(random() % static_cast<unsigned>(alphabet));
+        character = first == '0' && digit >= 10 ? static_cast<char>('a' + digit - 10)
+                                                : static_cast<char>(first + digit);
+    }
+    return id;
+}
+
 std::string hexID(std::size_t number) {
-    char buffer[41];
-    std::snprintf(buffer, sizeof buffer, "%040zx", number * 2654435761U + 17U);
-    return buffer;
+    return randomID(number, 40, '0', 16);
 }
 
 std::string changeID(std::size_t number) {
-    std::string id(32, 'k');
-    for (std::size_t index = 0; index < 32 && number > 0; ++index, number /= 16) {
-        id[31 - index] = static_cast<char>('k' + number % 16);
-    }
-    return id;
+    return randomID(number, 32, 'k', 16);
 }
 
 class Builder {

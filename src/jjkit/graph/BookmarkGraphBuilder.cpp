@@ -41,7 +41,7 @@ void annotateLandedParents(std::map<std::string, Bookmark>& bookmarks, const Boo
     std::unordered_map<Index, const std::string*> landed;
     for (Position bookmark = 0; bookmark < table.size(); ++bookmark) {
         for (const Index tip : table.tips[bookmark]) {
-            if (graph.commit(tip).immutable && !graph.commit(tip).parents.empty()) {
+            if (graph.isImmutable(tip) && !graph.commit(tip).parents.empty()) {
                 landed.emplace(tip, &table.names[bookmark]);
             }
         }

@@ -97,7 +97,7 @@ std::vector<Position> leafFirstOrder(const BookmarkTable& table, const CommitGra
                 deps[bookmark].insert(static_cast<Position>(tipOwner[current]));
                 continue;
             }
-            if (!graph.commit(current).immutable) {
+            if (!graph.isImmutable(current)) {
                 queue.insert(queue.end(), graph.parents(current).begin(),
                              graph.parents(current).end());
             }
@@ -175,8 +175,8 @@ OwnershipWalk walkOwnership(Position bookmark, const BookmarkTable& table, const
         queue.insert(queue.end(), graph.parents(current).begin(), graph.parents(current).end());
     }
 
-    const bool merged = std::any_of(tips.begin(), tips.end(),
-                                    [&](Index tip) { return graph.commit(tip).immutable; });
+    const bool merged =
+        std::any_of(tips.begin(), tips.end(), [&](Index tip) { return graph.isImmutable(tip); });
     if (merged) {
         // The claims made above stay; only what the lane shows changes.
         walk.owned =

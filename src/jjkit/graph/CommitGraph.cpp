@@ -30,7 +30,9 @@ CommitGraph::CommitGraph(std::vector<JJCommit> commits) : commits_(std::move(com
         }
     }
     parents_.resize(commits_.size());
+    immutable_.resize(commits_.size());
     for (Index index = 0; index < commits_.size(); ++index) {
+        immutable_[index] = commits_[index].immutable;
         parents_[index].reserve(commits_[index].parents.size());
         for (const auto& parent : commits_[index].parents) {
             if (const auto found = find(parent)) {
@@ -51,6 +53,7 @@ std::optional<CommitGraph::Index> CommitGraph::find(std::string_view commitID) c
 std::vector<JJCommit> CommitGraph::release() {
     positions_.clear();
     parents_.clear();
+    immutable_.clear();
     return std::move(commits_);
 }
 

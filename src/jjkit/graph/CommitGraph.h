@@ -31,6 +31,10 @@ class CommitGraph {
     /// Loaded parents, in jj's order.
     const std::vector<Index>& parents(Index index) const { return parents_[index]; }
 
+    /// The commit's immutable flag, from a compact array: walks test it at
+    /// every step, and the whole commit record need not be in cache for that.
+    bool isImmutable(Index index) const { return immutable_[index]; }
+
     /// Gives up the commits (the graph is empty afterwards).
     std::vector<JJCommit> release();
 
@@ -62,6 +66,7 @@ class CommitGraph {
     std::vector<JJCommit> commits_;
     std::unordered_map<std::string_view, Index> positions_;
     std::vector<std::vector<Index>> parents_;
+    std::vector<bool> immutable_;
 };
 
 }  // namespace vorda

@@ -52,7 +52,7 @@ std::set<std::string> WorkspaceStatesBuilder::mutableAncestry(Index start) const
     while (!stack.empty()) {
         const Index current = stack.back();
         stack.pop_back();
-        if (!visited.insert(current) || graph_.commit(current).immutable) {
+        if (!visited.insert(current) || graph_.isImmutable(current)) {
             continue;
         }
         ancestry.insert(graph_.commit(current).commitID);
@@ -196,7 +196,7 @@ std::map<std::string, WorkspaceState> WorkspaceStatesBuilder::build(
             const JJCommit& commit = graph_.commit(*composition);
             for (const Index parent : graph_.parents(*composition)) {
                 const auto owner = tipOwner_.find(graph_.commit(parent).commitID);
-                if (!graph_.commit(parent).immutable && owner != tipOwner_.end()) {
+                if (!graph_.isImmutable(parent) && owner != tipOwner_.end()) {
                     state.composition.directParentBookmarks.emplace(owner->second);
                 }
             }
