@@ -30,10 +30,7 @@ std::vector<std::string> parentsOf(const JJClient& client, const std::string& ch
 class CompositionRepo : public ::testing::Test {
   protected:
     void SetUp() override {
-        repo.addOrigin();
-        base = repo.commit("base", {{"README", "base\n"}});
-        repo.bookmark("main", base);
-        repo.push("main");
+        base = repo.publishMain();
         ay = repo.commit("a1", {{"a", "1"}});
         repo.bookmark("ay", ay);
         repo.jj({"new", base});

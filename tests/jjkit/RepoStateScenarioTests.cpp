@@ -28,12 +28,7 @@ std::string describedAs(const std::string& message) {
 // A repository with `main` pushed to a local origin, so trunk is main@origin.
 class PublishedRepo : public ::testing::Test {
   protected:
-    void SetUp() override {
-        repo.addOrigin();
-        base = repo.commit("base", {{"README", "base\n"}});
-        repo.bookmark("main", base);
-        repo.push("main");
-    }
+    void SetUp() override { base = repo.publishMain(); }
     std::string id(const std::string& change) const { return repo.commitID(change); }
 
     TestRepo repo;

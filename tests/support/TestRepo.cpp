@@ -147,6 +147,14 @@ std::string TestRepo::addOrigin() {
     return origin_;
 }
 
+std::string TestRepo::publishMain() {
+    addOrigin();
+    std::string base = commit("base", {{"README", "base\n"}});
+    bookmark("main", base);
+    push("main");
+    return base;
+}
+
 void TestRepo::push(const std::string& bookmarkName) const {
     // A bookmark that origin has never seen must be tracked before it is pushed.
     tryJJ({"bookmark", "track", bookmarkName + "@origin"});

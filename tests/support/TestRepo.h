@@ -74,6 +74,10 @@ class TestRepo {
     std::string addOrigin();
     const std::string& originPath() const { return origin_; }
 
+    /// A published trunk: origin added, a first commit with a README as
+    /// `main`, pushed, so that trunk() is main@origin. Returns its change ID.
+    std::string publishMain();
+
     /// Pushes a bookmark to origin (tracking it first if it is new).
     void push(const std::string& bookmarkName) const;
     void fetch() const;

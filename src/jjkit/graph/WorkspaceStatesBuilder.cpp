@@ -79,20 +79,9 @@ std::vector<BaseAnchor> WorkspaceStatesBuilder::immutableFrontier(Index start) c
                          graph_.parents(current).end());
             continue;
         }
-        std::set<std::string> names;
-        for (const auto& ref : commit.localBookmarks) {
-            names.insert(ref.name);
-        }
-        for (const auto& ref : commit.remoteBookmarks) {
-            names.insert(ref.name + "@" + ref.remote.value_or(""));
-        }
-        if (const auto owner = tipOwner_.find(commit.commitID); owner != tipOwner_.end()) {
-            names.emplace(owner->second);
-        }
-        const bool isTrunk = std::any_of(names.begin(), names.end(),
-                                         [](const auto& name) { return isTrunkName(name); });
-        anchors.push_back(
-            BaseAnchor{commit.commitID, commit.changeID, {names.begin(), names.end()}, isTrunk});
+        const auto owner = tipOwner_.find(commit.commitID);
+        anchors.push_back(BaseAnchor::at(
+            commit, owner == tipOwner_.end() ? std::nullopt : std::optional(owner->second)));
     }
     return anchors;
 }

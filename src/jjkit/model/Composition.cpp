@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "jjkit/client/JJError.h"
+#include "jjkit/model/TrunkNames.h"
 #include "jjkit/support/Text.h"
 
 namespace vorda {
@@ -102,6 +103,22 @@ std::vector<std::string> WorkspaceComposition::replacingAttachment(
         parents.push_back(*newID);
     }
     return parents;
+}
+
+BaseAnchor BaseAnchor::at(const JJCommit& commit, std::optional<std::string_view> owner) {
+    std::set<std::string> names;
+    for (const auto& ref : commit.localBookmarks) {
+        names.insert(ref.name);
+    }
+    for (const auto& ref : commit.remoteBookmarks) {
+        names.insert(ref.name + "@" + ref.remote.value_or(""));
+    }
+    if (owner) {
+        names.emplace(*owner);
+    }
+    const bool isTrunk =
+        std::any_of(names.begin(), names.end(), [](const auto& name) { return isTrunkName(name); });
+    return BaseAnchor{commit.commitID, commit.changeID, {names.begin(), names.end()}, isTrunk};
 }
 
 bool Apex::isApexDescription(std::string_view description) {

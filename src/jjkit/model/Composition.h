@@ -98,6 +98,12 @@ struct BaseAnchor {
     bool isTrunk = false;
 
     const std::string& id() const { return commitID; }
+
+    /// The anchor at an immutable `commit`: named by its local bookmarks, all
+    /// its `name@remote` labels and `owner` (the bookmark whose tip it is);
+    /// trunk when one of those names is a trunk name.
+    static BaseAnchor at(const JJCommit& commit, std::optional<std::string_view> owner);
+
     bool operator==(const BaseAnchor&) const = default;
 };
 

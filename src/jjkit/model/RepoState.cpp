@@ -141,20 +141,10 @@ std::vector<BaseAnchor> RepoState::baseAnchors(const std::string& bookmarkName) 
         const JJCommit& commit = found->second;
         const auto owner = tipOwners.find(id);
         if (commit.immutable) {
-            std::set<std::string> names;
-            for (const auto& ref : commit.localBookmarks) {
-                names.insert(ref.name);
-            }
-            for (const auto& ref : commit.remoteBookmarks) {
-                names.insert(ref.name + "@" + ref.remote.value_or(""));
-            }
-            if (owner != tipOwners.end()) {
-                names.insert(owner->second);
-            }
-            const bool isTrunk = std::any_of(names.begin(), names.end(),
-                                             [](const auto& name) { return isTrunkName(name); });
-            anchors.push_back(BaseAnchor{
-                commit.commitID, commit.changeID, {names.begin(), names.end()}, isTrunk});
+            const auto name = owner == tipOwners.end()
+                                  ? std::nullopt
+                                  : std::optional<std::string_view>(owner->second);
+            anchors.push_back(BaseAnchor::at(commit, name));
         } else if (owner != tipOwners.end()) {
             anchors.push_back(BaseAnchor{commit.commitID, commit.changeID, {owner->second}, false});
         } else {
