@@ -1,7 +1,6 @@
 #include "jjkit/graph/BookmarkGraphBuilder.h"
 
 #include <algorithm>
-#include <deque>
 #include <unordered_map>
 
 #include "jjkit/graph/BookmarkOwnership.h"
@@ -121,29 +120,22 @@ std::optional<WorkingCopy> buildWorkingCopy(const CommitGraph& graph, const Clai
     }
     std::set<std::string> enabled;
     CommitGraph::Visited visited(graph.size());
-    std::deque<Index> queue{*head};
-    while (!queue.empty()) {
-        const Index current = queue.front();
-        queue.pop_front();
-        if (!visited.insert(current)) {
-            continue;
-        }
-        const JJCommit& commit = graph.commit(current);
+    graph.breadthFirst({*head}, visited, [&](Index current) {
         const std::int32_t owner = claimed[current];
         const std::string* ownerName =
             owner == unclaimed ? nullptr : &table.names[static_cast<std::size_t>(owner)];
-        if (commit.immutable) {
+        if (graph.isImmutable(current)) {
             if (ownerName != nullptr && !isTrunkName(*ownerName) &&
-                apexParents.contains(commit.commitID)) {
+                apexParents.contains(graph.commit(current).commitID)) {
                 enabled.insert(*ownerName);
             }
-            continue;
+            return false;
         }
         if (ownerName != nullptr) {
             enabled.insert(*ownerName);
         }
-        queue.insert(queue.end(), graph.parents(current).begin(), graph.parents(current).end());
-    }
+        return true;
+    });
     const JJCommit& commit = graph.commit(*head);
     return WorkingCopy{
         commit.commitID, commit.changeID, {enabled.begin(), enabled.end()}, commit.conflict};

@@ -1,7 +1,6 @@
 #include "jjkit/graph/BookmarkOwnership.h"
 
 #include <algorithm>
-#include <deque>
 #include <map>
 
 #include "jjkit/model/TrunkNames.h"
@@ -20,27 +19,18 @@ std::vector<Index> expandImmutableDisplayStack(Position bookmark, const Bookmark
                                                const CommitGraph& graph, const Claims& claimed,
                                                std::set<Position>& parents,
                                                CommitGraph::Visited& visited) {
-    visited.clear();
     std::vector<Index> shown;
-    std::deque<Index> queue(table.tips[bookmark].begin(), table.tips[bookmark].end());
-    while (!queue.empty()) {
-        const Index current = queue.front();
-        queue.pop_front();
-        if (!visited.insert(current)) {
-            continue;
-        }
+    graph.breadthFirst(table.tips[bookmark], visited, [&](Index current) {
         const std::int32_t owner = claimed[current];
         if (isOtherOwner(owner, bookmark)) {
             if (table.isTrunk[static_cast<std::size_t>(owner)]) {
-                continue;
+                return false;
             }
             parents.insert(static_cast<Position>(owner));
         }
         shown.push_back(current);
-        for (const Index parent : graph.parents(current)) {
-            queue.push_back(parent);
-        }
-    }
+        return true;
+    });
     return shown;
 }
 
@@ -82,26 +72,17 @@ std::vector<Position> leafFirstOrder(const BookmarkTable& table, const CommitGra
     std::vector<std::set<Position>> deps(table.size());
     CommitGraph::Visited visited(graph.size());
     for (Position bookmark = 0; bookmark < table.size(); ++bookmark) {
-        visited.clear();
-        std::deque<Index> queue;
+        std::vector<Index> below;
         for (const Index tip : table.tips[bookmark]) {
-            queue.insert(queue.end(), graph.parents(tip).begin(), graph.parents(tip).end());
+            below.insert(below.end(), graph.parents(tip).begin(), graph.parents(tip).end());
         }
-        while (!queue.empty()) {
-            const Index current = queue.front();
-            queue.pop_front();
-            if (!visited.insert(current)) {
-                continue;
-            }
+        graph.breadthFirst(below, visited, [&](Index current) {
             if (isOtherOwner(tipOwner[current], bookmark)) {
                 deps[bookmark].insert(static_cast<Position>(tipOwner[current]));
-                continue;
+                return false;
             }
-            if (!graph.isImmutable(current)) {
-                queue.insert(queue.end(), graph.parents(current).begin(),
-                             graph.parents(current).end());
-            }
-        }
+            return !graph.isImmutable(current);
+        });
     }
 
     std::vector<std::size_t> dependents(table.size(), 0);
@@ -146,34 +127,29 @@ OwnershipWalk walkOwnership(Position bookmark, const BookmarkTable& table, const
         return std::find(tips.begin(), tips.end(), index) != tips.end();
     };
     OwnershipWalk walk;
-    visited.clear();
-    std::deque<Index> queue(tips.begin(), tips.end());
-    while (!queue.empty()) {
-        const Index current = queue.front();
-        queue.pop_front();
-        if (!visited.insert(current)) {
-            continue;
-        }
-        const JJCommit& commit = graph.commit(current);
+    graph.breadthFirst(tips, visited, [&](Index current) {
         const std::int32_t owner = claimed[current];
         if (isOwnTip(current)) {
             walk.owned.push_back(current);
-        } else if (commit.immutable) {
+            return true;
+        }
+        if (graph.isImmutable(current)) {
             if (isOtherOwner(owner, bookmark) && !table.isTrunk[static_cast<std::size_t>(owner)]) {
                 walk.parents.insert(static_cast<Position>(owner));
             }
-            continue;
-        } else if (isApexLike[current]) {
-            continue;  // the apex never belongs to a lane
-        } else if (isOtherOwner(owner, bookmark)) {
-            walk.parents.insert(static_cast<Position>(owner));
-            continue;
-        } else {
-            claimed[current] = static_cast<std::int32_t>(bookmark);
-            walk.owned.push_back(current);
+            return false;
         }
-        queue.insert(queue.end(), graph.parents(current).begin(), graph.parents(current).end());
-    }
+        if (isApexLike[current]) {
+            return false;  // the apex never belongs to a lane
+        }
+        if (isOtherOwner(owner, bookmark)) {
+            walk.parents.insert(static_cast<Position>(owner));
+            return false;
+        }
+        claimed[current] = static_cast<std::int32_t>(bookmark);
+        walk.owned.push_back(current);
+        return true;
+    });
 
     const bool merged =
         std::any_of(tips.begin(), tips.end(), [&](Index tip) { return graph.isImmutable(tip); });

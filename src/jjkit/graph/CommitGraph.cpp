@@ -58,20 +58,11 @@ std::vector<JJCommit> CommitGraph::release() {
 }
 
 std::size_t CommitGraph::markAncestors(Index start, Visited& visited) const {
-    visited.clear();
-    std::vector<Index> stack{start};
     std::size_t count = 0;
-    while (!stack.empty()) {
-        const Index current = stack.back();
-        stack.pop_back();
-        if (!visited.insert(current)) {
-            continue;
-        }
+    breadthFirst({start}, visited, [&](Index /*index*/) {
         ++count;
-        for (const Index parent : parents_[current]) {
-            stack.push_back(parent);
-        }
-    }
+        return true;
+    });
     return count;
 }
 

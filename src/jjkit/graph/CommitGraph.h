@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -57,6 +58,22 @@ class CommitGraph {
         std::vector<std::uint32_t> marks_;
         std::uint32_t generation_ = 1;
     };
+
+    /// Walks breadth first from `starts` through the loaded parents, taking
+    /// each commit once (`visited` is cleared first). `visit(index)` returns
+    /// whether the walk goes on to that commit's parents.
+    template <typename Visit>
+    void breadthFirst(const std::vector<Index>& starts, Visited& visited, Visit&& visit) const {
+        visited.clear();
+        std::deque<Index> queue(starts.begin(), starts.end());
+        while (!queue.empty()) {
+            const Index current = queue.front();
+            queue.pop_front();
+            if (visited.insert(current) && visit(current)) {
+                queue.insert(queue.end(), parents_[current].begin(), parents_[current].end());
+            }
+        }
+    }
 
     /// All ancestors of `start`, itself included, marked in `visited`
     /// (cleared first). Returns how many there are.

@@ -15,23 +15,14 @@ std::vector<bool> UnownedWork::walkUnclaimed(const std::vector<CommitGraph::Inde
                                              const std::set<std::string>& stopChangeIDs) const {
     std::vector<bool> reached(graph_.size(), false);
     CommitGraph::Visited visited(graph_.size());
-    std::vector<CommitGraph::Index> stack(starts.rbegin(), starts.rend());
-    while (!stack.empty()) {
-        const auto current = stack.back();
-        stack.pop_back();
-        if (!visited.insert(current)) {
-            continue;
-        }
-        const JJCommit& commit = graph_.commit(current);
-        if (commit.immutable || isApexLike_[current] || claimed_[current] != unclaimed ||
-            stopChangeIDs.contains(commit.changeID)) {
-            continue;  // passed over, and the walk does not go through it
+    graph_.breadthFirst(starts, visited, [&](CommitGraph::Index current) {
+        if (graph_.isImmutable(current) || isApexLike_[current] || claimed_[current] != unclaimed ||
+            stopChangeIDs.contains(graph_.commit(current).changeID)) {
+            return false;  // passed over, and the walk does not go through it
         }
         reached[current] = true;
-        for (const auto parent : graph_.parents(current)) {
-            stack.push_back(parent);
-        }
-    }
+        return true;
+    });
     return reached;
 }
 

@@ -1,7 +1,6 @@
 #include "jjkit/graph/WorkspaceStatesBuilder.h"
 
 #include <algorithm>
-#include <deque>
 
 #include "jjkit/model/TrunkNames.h"
 
@@ -10,7 +9,7 @@ namespace vorda {
 WorkspaceStatesBuilder::WorkspaceStatesBuilder(const CommitGraph& graph,
                                                const std::map<std::string, Bookmark>& bookmarks,
                                                const std::optional<std::string>& trunkCommitID)
-    : graph_(graph), bookmarks_(bookmarks), trunkCommitID_(trunkCommitID) {
+    : graph_(graph), bookmarks_(bookmarks), trunkCommitID_(trunkCommitID), scratch_(graph.size()) {
     for (const auto& [name, bookmark] : bookmarks_) {
         if (!bookmark.commitIDs.empty()) {
             tipOwner_.try_emplace(bookmark.commitIDs.front(), name);
@@ -30,59 +29,39 @@ const std::vector<bool>& WorkspaceStatesBuilder::ancestorsOf(Index commit) {
         return found->second;
     }
     std::vector<bool> marks(graph_.size(), false);
-    std::vector<Index> stack{commit};
-    while (!stack.empty()) {
-        const Index current = stack.back();
-        stack.pop_back();
-        if (marks[current]) {
-            continue;
-        }
+    graph_.breadthFirst({commit}, scratch_, [&](Index current) {
         marks[current] = true;
-        for (const Index parent : graph_.parents(current)) {
-            stack.push_back(parent);
-        }
-    }
+        return true;
+    });
     return ancestorCache_.emplace(commit, std::move(marks)).first->second;
 }
 
 std::set<std::string> WorkspaceStatesBuilder::mutableAncestry(Index start) const {
     std::set<std::string> ancestry;
     CommitGraph::Visited visited(graph_.size());
-    std::vector<Index> stack{start};
-    while (!stack.empty()) {
-        const Index current = stack.back();
-        stack.pop_back();
-        if (!visited.insert(current) || graph_.isImmutable(current)) {
-            continue;
+    graph_.breadthFirst({start}, visited, [&](Index current) {
+        if (graph_.isImmutable(current)) {
+            return false;
         }
         ancestry.insert(graph_.commit(current).commitID);
-        for (const Index parent : graph_.parents(current)) {
-            stack.push_back(parent);
-        }
-    }
+        return true;
+    });
     return ancestry;
 }
 
 std::vector<BaseAnchor> WorkspaceStatesBuilder::immutableFrontier(Index start) const {
     std::vector<BaseAnchor> anchors;
     CommitGraph::Visited visited(graph_.size());
-    std::deque<Index> queue{start};
-    while (!queue.empty()) {
-        const Index current = queue.front();
-        queue.pop_front();
-        if (!visited.insert(current)) {
-            continue;
+    graph_.breadthFirst({start}, visited, [&](Index current) {
+        if (!graph_.isImmutable(current)) {
+            return true;
         }
         const JJCommit& commit = graph_.commit(current);
-        if (!commit.immutable) {
-            queue.insert(queue.end(), graph_.parents(current).begin(),
-                         graph_.parents(current).end());
-            continue;
-        }
         const auto owner = tipOwner_.find(commit.commitID);
         anchors.push_back(BaseAnchor::at(
             commit, owner == tipOwner_.end() ? std::nullopt : std::optional(owner->second)));
-    }
+        return false;
+    });
     return anchors;
 }
 

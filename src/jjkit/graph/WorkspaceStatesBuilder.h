@@ -56,6 +56,7 @@ class WorkspaceStatesBuilder {
     std::unordered_map<std::string_view, std::string_view> commitOwner_;
     std::vector<std::pair<std::string_view, std::optional<Index>>> tips_;
     std::map<Index, std::vector<bool>> ancestorCache_;
+    CommitGraph::Visited scratch_;  // reused by ancestorsOf
 };
 
 }  // namespace vorda
