@@ -15,11 +15,11 @@ namespace {
 
 using testing::StateBuilder;
 
-std::vector<std::string> commitIDsOf(const std::vector<JJCommit>& commits) {
+std::vector<std::string> commitIDsOf(const std::vector<SharedCommit>& commits) {
     std::vector<std::string> ids;
     ids.reserve(commits.size());
     for (const auto& commit : commits) {
-        ids.push_back(commit.commitID);
+        ids.push_back(commit->commitID);
     }
     return ids;
 }
@@ -200,6 +200,31 @@ TEST(BookmarkLaneBuild, ListsCommitsInBookmarkOrderSkippingUnloadedOnes) {
               (std::vector<std::string>{"c3", "c1", "c2"}));
 }
 
+TEST(BookmarkLaneBuild, SharesTheIndexCommitsInsteadOfCopyingThem) {
+    StateBuilder builder;
+    builder.commit("c1").description = "first\n";
+    builder.commit("c2", {"c1"});
+    builder.bookmark("feature", {"c2", "c1"});
+    const auto lanes = buildLanes(builder.state(), std::nullopt);
+    const auto& commits = lanes.at("feature").commits;
+    ASSERT_EQ(commits.size(), 2U);
+    EXPECT_EQ(&*commits[0], &*builder.state().commits.at("c2"));
+    EXPECT_EQ(&*commits[1], &*builder.state().commits.at("c1"));
+    EXPECT_EQ(commits[1]->description, "first\n");
+}
+
+TEST(BookmarkLaneBuild, ComparesSharedCommitsByValue) {
+    JJCommit made;
+    made.commitID = "c1";
+    made.description = "same\n";
+    const SharedCommit one(made);
+    const SharedCommit other(made);
+    EXPECT_NE(&*one, &*other);
+    EXPECT_EQ(one, other);
+    made.description = "changed\n";
+    EXPECT_NE(one, SharedCommit(made));
+}
+
 TEST(BookmarkLaneBuild, PairsConflictPartnersBothWaysSorted) {
     StateBuilder builder;
     for (const auto* name : {"a", "b", "c", "d"}) {
@@ -286,6 +311,30 @@ TEST(BookmarkLaneBuild, MarksTheTrunkAndLanesAlreadyMergedIntoIt) {
     for (const auto& [name, lane] : lanes) {
         EXPECT_EQ(lane.isTrunk, name == "main") << name;
     }
+}
+
+TEST(BookmarkLaneBuild, FindsMergedLanesAnywhereInALongTrunkHistory) {
+    StateBuilder builder;
+    const int length = 3000;
+    for (int index = 0; index < length; ++index) {
+        builder.immutableCommit("t" + std::to_string(index),
+                                {index == 0 ? "beyond" : "t" + std::to_string(index - 1)});
+    }
+    builder.immutableCommit("side", {"t5"});
+    builder.upstreamBookmark("main", {"t" + std::to_string(length - 1)});
+    for (const int index : {0, 1, 1234, length - 2}) {
+        builder.bookmark("at-" + std::to_string(index), {"t" + std::to_string(index)});
+    }
+    builder.bookmark("unloaded-base", {"beyond"});
+    builder.bookmark("side", {"side"});
+    builder.bookmark("elsewhere", {"nowhere"});
+
+    const auto lanes = buildLanes(builder.state(), "main");
+    for (const auto* name : {"at-0", "at-1", "at-1234", "at-2998", "unloaded-base"}) {
+        EXPECT_TRUE(lanes.at(name).isMergedIntoTrunk) << name;
+    }
+    EXPECT_FALSE(lanes.at("side").isMergedIntoTrunk);
+    EXPECT_FALSE(lanes.at("elsewhere").isMergedIntoTrunk);
 }
 
 TEST(BookmarkLaneBuild, WithoutATrunkNothingIsTrunkOrMerged) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,14 +17,21 @@ namespace vorda::testing {
 class StateBuilder {
   public:
     /// Adds (or replaces) a mutable commit whose change ID is "change-" + ID.
-    /// The reference stays valid while the builder lives.
+    /// The reference stays valid while the builder lives, and what is changed
+    /// through it shows in the state.
     JJCommit& commit(const std::string& commitID, std::vector<std::string> parents = {}) {
         JJCommit commit;
         commit.commitID = commitID;
         commit.changeID = "change-" + commitID;
         commit.parents = std::move(parents);
         commit.committer.timestamp = "2024-03-20T12:00:00Z";
-        return state_.commits.insert_or_assign(commitID, std::move(commit)).first->second;
+        auto& shared = commits_[commitID];
+        if (!shared) {
+            shared = std::make_shared<JJCommit>();
+            state_.commits.insert_or_assign(commitID, SharedCommit(shared));
+        }
+        *shared = std::move(commit);
+        return *shared;
     }
 
     JJCommit& immutableCommit(const std::string& commitID, std::vector<std::string> parents = {}) {
@@ -54,6 +63,8 @@ class StateBuilder {
 
   private:
     RepoState state_;
+    // The commits of `state_`, still open to the tests' changes.
+    std::map<std::string, std::shared_ptr<JJCommit>> commits_;
 };
 
 /// Puts a local bookmark named `name` on `commit`.

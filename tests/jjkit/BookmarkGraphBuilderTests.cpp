@@ -1,10 +1,17 @@
 // The graph builder on hand-made input: shapes jj cannot produce (cycles,
 // duplicates, missing parents) must not crash or hang it, and equal input
-// must give equal output.
+// must give equal output. Also the pieces it is built from: the commit graph
+// and its string table.
 
 #include "jjkit/graph/BookmarkGraphBuilder.h"
 
+#include <algorithm>
+#include <utility>
+
 #include <gtest/gtest.h>
+
+#include "jjkit/graph/CommitGraph.h"
+#include "jjkit/graph/StringTable.h"
 
 namespace vorda {
 namespace {
@@ -46,7 +53,7 @@ TEST(BookmarkGraphBuilder, CyclesDuplicatesAndMissingParentsStillBuild) {
     EXPECT_EQ(state.bookmarks.at("bee").parentBookmarks, std::vector<std::string>{"ay"});
     EXPECT_EQ(state.bookmarks.at("sea").parentBookmarks, std::vector<std::string>{"bee"});
     EXPECT_EQ(state.commits.size(), 4U);
-    EXPECT_EQ(state.commits.at("a").parents, std::vector<std::string>{"b"});
+    EXPECT_EQ(state.commits.at("a")->parents, std::vector<std::string>{"b"});
     // The derived members walk the same damaged graph.
     EXPECT_EQ(state.transitiveDependencies("ay"), (std::set<std::string>{"ay", "bee"}));
     const auto anchors = state.baseAnchors("sea");
@@ -101,6 +108,166 @@ TEST(BookmarkGraphBuilder, TheApexBelongsToNoLane) {
     EXPECT_EQ(state.orphanWIPs[0].ownerBookmark, std::optional<std::string>("feat"));
     EXPECT_TRUE(state.oneOffLanes().empty());
     EXPECT_TRUE(state.workingCopyIsAttachedToApex());
+}
+
+TEST(BookmarkGraphBuilder, GivesOrphansNewestFirstAndUnreadableTimesLastInListOrder) {
+    const std::vector<std::pair<std::string, std::string>> times{
+        {"a", "2026-11-21T10:00:00+01:00"},  // 09:00Z
+        {"b", "garbage"},
+        {"c", "2026-11-21T09:30:00Z"},
+        {"d", "2026-11-21T09:00:00Z"},  // the same instant as "a"
+        {"e", ""},
+        {"f", "2026-11-22T00:00:00-05:00"},  // the newest
+        {"g", "2026-11-21T08:59:59Z"},
+    };
+    std::vector<JJCommit> commits;
+    for (const auto& [id, time] : times) {
+        commits.push_back(commit(id, {"root"}));
+        commits.back().committer.timestamp = time;
+    }
+    commits.push_back(commit("root", {}, {}, true));
+    const RepoState state = BookmarkGraphBuilder::build(input(std::move(commits)));
+    std::vector<std::string> order;
+    for (const auto& orphan : state.orphanWIPs) {
+        order.push_back(orphan.commitID);
+        EXPECT_EQ(orphan.timestamp, std::find_if(times.begin(), times.end(), [&](const auto& each) {
+                                        return each.first == orphan.commitID;
+                                    })->second);
+    }
+    EXPECT_EQ(order, (std::vector<std::string>{"f", "c", "a", "d", "g", "b", "e"}));
+}
+
+TEST(BookmarkGraphBuilder, ListOrderDoesNotChangeHowFarABookmarkIsAheadOrBehind) {
+    // "feature" is two commits ahead of its remote and one behind.
+    std::vector<JJCommit> commits{commit("f3", {"f2"}, {"feature"}), commit("f2", {"f1"}),
+                                  commit("r2", {"f1"}), commit("f1", {"base"}),
+                                  commit("base", {}, {"main"}, true)};
+    commits[2].remoteBookmarks.push_back(
+        JJCommitRef{"feature", "origin", {"r2"}, std::vector<std::string>{"r2"}});
+    const auto expected = RemoteSyncState{RemoteSyncState::Diverged{"origin", 2, 1}};
+    const RepoState childrenFirst = BookmarkGraphBuilder::build(input(commits));
+    EXPECT_EQ(childrenFirst.bookmarks.at("feature").remoteSyncState, expected);
+    std::reverse(commits.begin(), commits.end());
+    const RepoState parentsFirst = BookmarkGraphBuilder::build(input(commits));
+    EXPECT_EQ(parentsFirst.bookmarks.at("feature").remoteSyncState, expected);
+    EXPECT_EQ(parentsFirst.bookmarks, childrenFirst.bookmarks);
+}
+
+TEST(BookmarkGraphBuilder, GivesEachBookmarkItsRoleInAComposedWorkspace) {
+    auto in = input({commit("w", {"comp"}), commit("comp", {"f1", "o1", "root"}),
+                     commit("f2", {"f1"}, {"feat"}), commit("f1", {"root"}),
+                     commit("o1", {"u1"}, {"other"}), commit("u1", {"root"}, {"under"}),
+                     commit("root", {}, {"main"}, true)});
+    in.commits[0].workingCopy = true;
+    in.commits[1].description = "wip: Vorda composition default\n";
+    in.workspaces.push_back({"default", "/work", "w", "change-w"});
+    in.compositionChangeIDs["default"] = "change-comp";
+    const RepoState state = BookmarkGraphBuilder::build(std::move(in));
+    const WorkspaceState& workspace = state.workspaces.at("default");
+    EXPECT_EQ(
+        workspace.composition.kind,
+        WorkspaceComposition::Kind(WorkspaceComposition::Materialized{"change-comp", "comp"}));
+    EXPECT_EQ(workspace.composition.directParentBookmarks, std::set<std::string>{"other"});
+    EXPECT_EQ(workspace.bookmarkRoles, (std::map<std::string, BookmarkInclusionRole>{
+                                           {"feat", BookmarkInclusionRole::partial("f1")},
+                                           {"main", BookmarkInclusionRole::inherited(std::nullopt)},
+                                           {"other", BookmarkInclusionRole::directParent()},
+                                           {"under", BookmarkInclusionRole::inherited("other")},
+                                       }));
+    // Neither the composition point nor the working copy is one-off work.
+    for (const auto& orphan : state.orphanWIPs) {
+        EXPECT_NE(orphan.commitID, "comp");
+        EXPECT_NE(orphan.commitID, "w");
+    }
+}
+
+TEST(CommitGraph, KeepsTheFirstOfRepeatedCommitsAndOnlyLoadedParents) {
+    std::vector<JJCommit> commits{commit("a", {"b", "missing", "b"}), commit("b", {}),
+                                  commit("a", {"c"}), commit("c", {"a"}, {"main"}, true)};
+    commits[3].workingCopy = true;
+    commits[3].conflict = true;
+    commits[3].remoteBookmarks.push_back(JJCommitRef{"main", "origin", {"c"}, std::nullopt});
+    std::vector<std::pair<CommitGraph::Index, std::string>> visited;
+    const CommitGraph graph(std::move(commits),
+                            [&](CommitGraph::Index index, const JJCommit& seen) {
+                                visited.emplace_back(index, seen.commitID);
+                            });
+    ASSERT_EQ(graph.size(), 3U);
+    EXPECT_EQ(visited, (std::vector<std::pair<CommitGraph::Index, std::string>>{
+                           {0, "a"}, {1, "b"}, {2, "c"}}));
+    EXPECT_EQ(graph.find("a"), 0U);
+    EXPECT_EQ(graph.find("c"), 2U);
+    EXPECT_EQ(graph.find("missing"), std::nullopt);
+    EXPECT_EQ(graph.commit(0).parents.size(), 3U);  // the first "a", not the repeat
+    const auto parents = graph.parents(0);
+    EXPECT_EQ(std::vector<CommitGraph::Index>(parents.begin(), parents.end()),
+              (std::vector<CommitGraph::Index>{1, 1}));
+    EXPECT_TRUE(graph.parents(1).empty());
+    EXPECT_EQ(graph.parents(2).size(), 1U);
+    for (const CommitGraph::Index index : {0U, 1U}) {
+        EXPECT_FALSE(graph.isImmutable(index) || graph.isWorkingCopy(index) ||
+                     graph.hasConflict(index) || graph.hasLocalBookmarks(index) ||
+                     graph.hasRemoteBookmarks(index));
+    }
+    EXPECT_TRUE(graph.isImmutable(2) && graph.isWorkingCopy(2) && graph.hasConflict(2) &&
+                graph.hasLocalBookmarks(2) && graph.hasRemoteBookmarks(2));
+}
+
+TEST(CommitGraph, WalksBreadthFirstTakingEachCommitOnce) {
+    // top -> left, right; left -> bottom; right -> bottom, top (a cycle)
+    const CommitGraph graph({commit("top", {"left", "right"}), commit("left", {"bottom"}),
+                             commit("right", {"bottom", "top"}), commit("bottom", {})});
+    CommitGraph::Visited visited(graph.size());
+    const auto walk = [&](auto&& goOn) {
+        std::vector<std::string> order;
+        graph.breadthFirst(0, visited, [&](CommitGraph::Index index) {
+            order.push_back(graph.commit(index).commitID);
+            return goOn(index);
+        });
+        return order;
+    };
+    EXPECT_EQ(walk([](auto) { return true; }),
+              (std::vector<std::string>{"top", "left", "right", "bottom"}));
+    // The same marks serve the next walk: each walk starts afresh.
+    EXPECT_EQ(walk([](auto index) { return index != 1; }),
+              (std::vector<std::string>{"top", "left", "right", "bottom"}));
+    EXPECT_EQ(walk([](auto index) { return index == 0; }),
+              (std::vector<std::string>{"top", "left", "right"}));
+    std::vector<std::string> fromTwo;
+    const std::vector<CommitGraph::Index> starts{3, 1, 3};
+    graph.breadthFirst(starts, visited, [&](CommitGraph::Index index) {
+        fromTwo.push_back(graph.commit(index).commitID);
+        return true;
+    });
+    EXPECT_EQ(fromTwo, (std::vector<std::string>{"bottom", "left"}));
+}
+
+TEST(StringTable, FindsEveryKeyItHoldsAndNoOtherAfterGrowing) {
+    // Long keys that differ only at the end, as IDs with a common prefix do.
+    std::vector<std::string> keys;
+    for (int number = 0; number < 5000; ++number) {
+        keys.push_back(std::string(37, 'k') + std::to_string(number));
+    }
+    keys.emplace_back();
+    StringTable table;
+    for (std::size_t index = 0; index < keys.size(); ++index) {
+        const auto [value, added] =
+            table.insert(keys[index], static_cast<StringTable::Value>(index));
+        EXPECT_TRUE(added) << keys[index];
+        EXPECT_EQ(value, index);
+    }
+    EXPECT_EQ(table.size(), keys.size());
+    for (std::size_t index = 0; index < keys.size(); ++index) {
+        EXPECT_EQ(table.find(keys[index]), index) << keys[index];
+    }
+    // A key already there keeps its first value.
+    EXPECT_EQ(table.insert(keys[7], 99), (std::pair<StringTable::Value, bool>{7, false}));
+    EXPECT_EQ(table.size(), keys.size());
+    for (const auto* absent : {"k", "kkkk0", "0", "x"}) {
+        EXPECT_FALSE(table.contains(absent)) << absent;
+    }
+    EXPECT_FALSE(table.contains(std::string(37, 'k') + "5000"));
+    EXPECT_FALSE(table.contains(std::string(38, 'k')));
 }
 
 }  // namespace

@@ -113,7 +113,7 @@ TEST_F(PublishedRepo, ConflictedBookmarksAndConflictsBetweenBookmarks) {
     EXPECT_EQ(dual.changeIDs.size(), 2U);
     EXPECT_EQ(dual.remoteSyncState, RemoteSyncState{RemoteSyncState::Untracked{}});
     EXPECT_EQ(state.conflicts, (std::vector<BookmarkConflict>{{"left", "right"}}));
-    EXPECT_TRUE(state.commits.at(repo.commitID(merged)).conflict);
+    EXPECT_TRUE(state.commits.at(repo.commitID(merged))->conflict);
     EXPECT_TRUE(state.workingCopy->hasConflict);
 }
 
@@ -129,7 +129,7 @@ TEST_F(PublishedRepo, ALandedBookmarkMarksTheLanesAboveIt) {
 
     const RepoState state = load(repo);
     const Bookmark& feature = state.bookmarks.at("feature");
-    EXPECT_TRUE(state.commits.at(id(f1)).immutable);
+    EXPECT_TRUE(state.commits.at(id(f1))->immutable);
     ASSERT_FALSE(feature.commitIDs.empty());
     EXPECT_EQ(feature.commitIDs.front(), id(f1));  // a merged bookmark keeps its history
     EXPECT_NE(std::find(feature.commitIDs.begin(), feature.commitIDs.end(), id(base)),
@@ -347,7 +347,7 @@ TEST(RepoStateLoad, DivergentChangesAndDeletedWorkspacesDoNotBreakTheLoad) {
     const RepoState state = JJClient(repo.root()).repoState();
     std::size_t versions = 0;
     for (const auto& [id, commit] : state.commits) {
-        versions += commit.changeID == change ? 1 : 0;
+        versions += commit->changeID == change ? 1 : 0;
     }
     EXPECT_EQ(versions, 2U);
     EXPECT_EQ(state.workspaces.size(), 2U);

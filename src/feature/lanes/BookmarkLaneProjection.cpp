@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "jjkit/graph/StringTable.h"
 #include "jjkit/model/TrunkNames.h"
 
 namespace vorda {
@@ -20,9 +21,37 @@ std::optional<std::string> chooseTrunk(const std::vector<std::string>& sortedNam
     return sortedNames.front();
 }
 
-const JJCommit* findCommit(const RepoState& repoState, const std::string& commitID) {
+const SharedCommit* findCommit(const RepoState& repoState, const std::string& commitID) {
     const auto found = repoState.commits.find(commitID);
     return found == repoState.commits.end() ? nullptr : &found->second;
+}
+
+// Walks down from the trunk bookmark's first commit through the loaded
+// commits, offering every ID reached to `add`, which tells whether the ID is
+// new. The IDs are views into `repoState`.
+template <typename Add>
+void walkTrunkAncestors(const RepoState& repoState,
+                        const std::optional<std::string>& trunkBookmarkName, Add&& add) {
+    if (!trunkBookmarkName) {
+        return;
+    }
+    const auto trunk = repoState.bookmarks.find(*trunkBookmarkName);
+    if (trunk == repoState.bookmarks.end() || trunk->second.commitIDs.empty()) {
+        return;
+    }
+    std::vector<const std::string*> stack{&trunk->second.commitIDs.front()};
+    while (!stack.empty()) {
+        const std::string& commitID = *stack.back();
+        stack.pop_back();
+        if (!add(std::string_view(commitID))) {
+            continue;
+        }
+        if (const SharedCommit* commit = findCommit(repoState, commitID)) {
+            for (const auto& parent : (*commit)->parents) {
+                stack.push_back(&parent);
+            }
+        }
+    }
 }
 
 // Each bookmark's conflict partners, both directions, ascending.
@@ -52,10 +81,11 @@ std::map<std::string, std::vector<FileRoutingRule>> rulesByBookmark(
 BookmarkLaneReadModel laneFor(const Bookmark& bookmark, const RepoState& repoState,
                               const BookmarkSettings& settings,
                               const std::optional<std::string>& trunkBookmarkName,
-                              const std::set<std::string>& trunkAncestors) {
+                              const StringTable& trunkAncestors) {
     BookmarkLaneReadModel lane;
+    lane.commits.reserve(bookmark.commitIDs.size());
     for (const auto& commitID : bookmark.commitIDs) {
-        if (const JJCommit* commit = findCommit(repoState, commitID)) {
+        if (const SharedCommit* commit = findCommit(repoState, commitID)) {
             lane.commits.push_back(*commit);
         }
     }
@@ -69,8 +99,8 @@ BookmarkLaneReadModel laneFor(const Bookmark& bookmark, const RepoState& repoSta
         // A divergent bookmark has no single tip that could have landed.
         lane.isMergedIntoTrunk =
             !lane.isTrunk && !bookmark.isDivergent && trunkAncestors.contains(firstCommitID);
-        if (const JJCommit* first = findCommit(repoState, firstCommitID)) {
-            lane.upstreamShortCommitID = first->shortCommitID();
+        if (const SharedCommit* first = findCommit(repoState, firstCommitID)) {
+            lane.upstreamShortCommitID = (*first)->shortCommitID();
         }
     }
     return lane;
@@ -84,15 +114,21 @@ std::map<std::string, BookmarkLaneReadModel> BookmarkLaneProjection::build(
     const std::optional<std::string>& trunkBookmarkName) {
     auto partners = conflictPartnerMap(repoState.conflicts);
     auto rules = rulesByBookmark(routingRules);
-    const auto trunkAncestors = trunkAncestorCommitIDs(repoState, trunkBookmarkName);
+    // Only looked up, so the IDs are hashed in place instead of copied into
+    // an ordered set.
+    StringTable trunkAncestors;
+    walkTrunkAncestors(repoState, trunkBookmarkName, [&](std::string_view commitID) {
+        return trunkAncestors.insert(commitID, 0).second;
+    });
 
     std::map<std::string, BookmarkLaneReadModel> lanes;
     for (const auto& [name, bookmark] : repoState.bookmarks) {
         const auto settings = settingsByName.find(name);
+        std::optional<BookmarkSettings> defaults;
         auto lane = laneFor(bookmark, repoState,
                             settings != settingsByName.end()
                                 ? settings->second
-                                : BookmarkSettings::defaultFor(bookmark.origin),
+                                : defaults.emplace(BookmarkSettings::defaultFor(bookmark.origin)),
                             trunkBookmarkName, trunkAncestors);
         if (auto found = partners.find(name); found != partners.end()) {
             lane.conflictPartners = std::move(found->second);
@@ -100,7 +136,8 @@ std::map<std::string, BookmarkLaneReadModel> BookmarkLaneProjection::build(
         if (auto found = rules.find(name); found != rules.end()) {
             lane.routingRules = std::move(found->second);
         }
-        lanes.emplace(name, std::move(lane));
+        // Names come in ascending order, so each one goes at the end.
+        lanes.emplace_hint(lanes.end(), name, std::move(lane));
     }
     return lanes;
 }
@@ -125,8 +162,8 @@ std::optional<std::string> BookmarkLaneProjection::resolveTrunkName(
         if (!bookmark.origin.isUpstream() || bookmark.commitIDs.empty()) {
             continue;
         }
-        const JJCommit* tip = findCommit(repoState, bookmark.commitIDs.front());
-        if (tip != nullptr && tip->immutable) {
+        const SharedCommit* tip = findCommit(repoState, bookmark.commitIDs.front());
+        if (tip != nullptr && (*tip)->immutable) {
             onImmutableTip.push_back(name);
         }
     }
@@ -146,25 +183,9 @@ std::optional<std::string> BookmarkLaneProjection::preferredName(
 std::set<std::string> BookmarkLaneProjection::trunkAncestorCommitIDs(
     const RepoState& repoState, const std::optional<std::string>& trunkBookmarkName) {
     std::set<std::string> ancestors;
-    if (!trunkBookmarkName) {
-        return ancestors;
-    }
-    const auto trunk = repoState.bookmarks.find(*trunkBookmarkName);
-    if (trunk == repoState.bookmarks.end() || trunk->second.commitIDs.empty()) {
-        return ancestors;
-    }
-    std::vector<std::string> stack{trunk->second.commitIDs.front()};
-    while (!stack.empty()) {
-        std::string commitID = std::move(stack.back());
-        stack.pop_back();
-        const JJCommit* commit = findCommit(repoState, commitID);
-        if (!ancestors.insert(std::move(commitID)).second) {
-            continue;
-        }
-        if (commit != nullptr) {
-            stack.insert(stack.end(), commit->parents.begin(), commit->parents.end());
-        }
-    }
+    walkTrunkAncestors(repoState, trunkBookmarkName, [&](std::string_view commitID) {
+        return ancestors.emplace(commitID).second;
+    });
     return ancestors;
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "jjkit/model/RepoState.h"
+#include "jjkit/model/SharedCommit.h"
 #include "jjkit/records/JJCommit.h"
 #include "jjkit/settings/BookmarkSettings.h"
 
@@ -15,9 +16,9 @@ namespace vorda {
 /// Everything the board draws of one bookmark's lane, ready-made so that the
 /// user interface only reads lists and flags.
 struct BookmarkLaneReadModel {
-    /// The bookmark's commits in the order of its `commitIDs`; IDs the commit
-    /// index lacks are skipped.
-    std::vector<JJCommit> commits;
+    /// The bookmark's commits in the order of its `commitIDs`, shared with the
+    /// commit index; IDs the index lacks are skipped.
+    std::vector<SharedCommit> commits;
     /// Bookmarks in conflict with this one, ascending.
     std::vector<std::string> conflictPartners;
     UpdateStrategy updateStrategy = UpdateStrategy::rebase;

@@ -11,7 +11,7 @@ namespace {
 
 const JJCommit* findCommit(const CommitIndex& commits, const std::string& commitID) {
     const auto found = commits.find(commitID);
-    return found == commits.end() ? nullptr : &found->second;
+    return found == commits.end() ? nullptr : &*found->second;
 }
 
 // The commit ID of a composition commit the workspace owns or shares; absent

@@ -1,7 +1,7 @@
 #include "jjkit/graph/BookmarkOwnership.h"
 
 #include <algorithm>
-#include <map>
+#include <string_view>
 
 #include "jjkit/model/TrunkNames.h"
 
@@ -49,20 +49,28 @@ Claims tipOwners(const BookmarkTable& table, std::size_t commitCount) {
 }
 
 BookmarkTable BookmarkTable::collect(const CommitGraph& graph) {
-    std::map<std::string, std::vector<CommitGraph::Index>> byName;
-    for (CommitGraph::Index index = 0; index < graph.size(); ++index) {
+    // Every (name, commit) pair, sorted by name and then in list order, which
+    // is the order of the tips: one flat sort instead of a map node per name.
+    std::vector<std::pair<std::string_view, Index>> refs;
+    for (Index index = 0; index < graph.size(); ++index) {
+        if (!graph.hasLocalBookmarks(index)) {
+            continue;
+        }
         for (const auto& ref : graph.commit(index).localBookmarks) {
-            auto& tips = byName[ref.name];
-            if (std::find(tips.begin(), tips.end(), index) == tips.end()) {
-                tips.push_back(index);
-            }
+            refs.emplace_back(ref.name, index);
         }
     }
+    std::sort(refs.begin(), refs.end());
+    refs.erase(std::unique(refs.begin(), refs.end()), refs.end());
     BookmarkTable table;
-    for (auto& [name, tips] : byName) {
-        table.isTrunk.push_back(isTrunkName(name));
-        table.names.push_back(name);
-        table.tips.push_back(std::move(tips));
+    for (std::size_t at = 0; at < refs.size(); ++at) {
+        const auto& [name, index] = refs[at];
+        if (at == 0 || name != refs[at - 1].first) {
+            table.names.emplace_back(name);
+            table.isTrunk.push_back(isTrunkName(name));
+            table.tips.emplace_back();
+        }
+        table.tips.back().push_back(index);
     }
     return table;
 }
@@ -71,12 +79,14 @@ std::vector<Position> leafFirstOrder(const BookmarkTable& table, const CommitGra
     const Claims tipOwner = tipOwners(table, graph.size());
     std::vector<std::set<Position>> deps(table.size());
     CommitGraph::Visited visited(graph.size());
+    std::vector<Index> underTips;
     for (Position bookmark = 0; bookmark < table.size(); ++bookmark) {
-        std::vector<Index> below;
+        underTips.clear();
         for (const Index tip : table.tips[bookmark]) {
-            below.insert(below.end(), graph.parents(tip).begin(), graph.parents(tip).end());
+            const auto parents = graph.parents(tip);
+            underTips.insert(underTips.end(), parents.begin(), parents.end());
         }
-        graph.breadthFirst(below, visited, [&](Index current) {
+        graph.breadthFirst(underTips, visited, [&](Index current) {
             if (isOtherOwner(tipOwner[current], bookmark)) {
                 deps[bookmark].insert(static_cast<Position>(tipOwner[current]));
                 return false;

@@ -10,8 +10,8 @@
 namespace vorda {
 
 /// The local bookmarks of the loaded commits, by position in ascending name
-/// order, with the commits that carry each (a conflicted bookmark has more
-/// than one tip).
+/// order, with the commits that carry each: at least one, and more for a
+/// conflicted bookmark.
 struct BookmarkTable {
     using Position = std::uint32_t;
 

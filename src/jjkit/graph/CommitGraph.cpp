@@ -2,15 +2,15 @@
 
 namespace vorda {
 
-CommitGraph::CommitGraph(std::vector<JJCommit> commits) : commits_(std::move(commits)) {
+CommitGraph::CommitGraph(std::vector<JJCommit> commits, const Visit& alsoVisit)
+    : commits_(std::move(commits)), positions_(commits_.size()) {
     // Damaged input may repeat a commit: the first one stands. The keys of
     // `positions_` view IDs inside `commits_`, so duplicates go first, before
-    // any key is taken.
-    positions_.reserve(commits_.size());
+    // any key is kept.
     std::vector<bool> duplicate(commits_.size(), false);
     bool anyDuplicate = false;
     for (Index index = 0; index < commits_.size(); ++index) {
-        if (!positions_.emplace(commits_[index].commitID, index).second) {
+        if (!positions_.insert(commits_[index].commitID, index).second) {
             duplicate[index] = true;
             anyDuplicate = true;
         }
@@ -24,42 +24,65 @@ CommitGraph::CommitGraph(std::vector<JJCommit> commits) : commits_(std::move(com
             }
         }
         commits_ = std::move(unique);
-        positions_.clear();
+        positions_.reset(commits_.size());
         for (Index index = 0; index < commits_.size(); ++index) {
-            positions_.emplace(commits_[index].commitID, index);
+            positions_.insert(commits_[index].commitID, index);
         }
     }
-    parents_.resize(commits_.size());
-    immutable_.resize(commits_.size());
+    parentStart_.reserve(commits_.size() + 1);
+    parentList_.reserve(commits_.size() + commits_.size() / 4);
+    flags_.reserve(commits_.size());
     for (Index index = 0; index < commits_.size(); ++index) {
-        immutable_[index] = commits_[index].immutable;
-        parents_[index].reserve(commits_[index].parents.size());
-        for (const auto& parent : commits_[index].parents) {
+        const JJCommit& commit = commits_[index];
+        flags_.push_back(flagsOf(commit));
+        parentStart_.push_back(static_cast<std::uint32_t>(parentList_.size()));
+        for (const auto& parent : commit.parents) {
             if (const auto found = find(parent)) {
-                parents_[index].push_back(*found);
+                parentList_.push_back(*found);
             }
         }
+        if (alsoVisit) {
+            alsoVisit(index, commit);
+        }
     }
+    parentStart_.push_back(static_cast<std::uint32_t>(parentList_.size()));
+}
+
+std::uint8_t CommitGraph::flagsOf(const JJCommit& commit) {
+    std::uint8_t flags = 0;
+    if (commit.immutable) {
+        flags |= immutableFlag;
+    }
+    if (commit.workingCopy) {
+        flags |= workingCopyFlag;
+    }
+    if (commit.conflict) {
+        flags |= conflictFlag;
+    }
+    if (!commit.localBookmarks.empty()) {
+        flags |= localBookmarksFlag;
+    }
+    if (!commit.remoteBookmarks.empty()) {
+        flags |= remoteBookmarksFlag;
+    }
+    return flags;
 }
 
 std::optional<CommitGraph::Index> CommitGraph::find(std::string_view commitID) const {
-    const auto found = positions_.find(commitID);
-    if (found == positions_.end()) {
-        return std::nullopt;
-    }
-    return found->second;
+    return positions_.find(commitID);
 }
 
 std::vector<JJCommit> CommitGraph::release() {
-    positions_.clear();
-    parents_.clear();
-    immutable_.clear();
+    positions_.reset(0);
+    parentList_.clear();
+    parentStart_.assign(1, 0);
+    flags_.clear();
     return std::move(commits_);
 }
 
 std::size_t CommitGraph::markAncestors(Index start, Visited& visited) const {
     std::size_t count = 0;
-    breadthFirst({start}, visited, [&](Index /*index*/) {
+    breadthFirst(start, visited, [&](Index /*index*/) {
         ++count;
         return true;
     });

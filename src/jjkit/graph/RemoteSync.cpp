@@ -7,6 +7,9 @@ namespace vorda {
 
 RemoteTips::RemoteTips(const CommitGraph& graph) {
     for (CommitGraph::Index index = 0; index < graph.size(); ++index) {
+        if (!graph.hasRemoteBookmarks(index)) {
+            continue;
+        }
         for (const auto& ref : graph.commit(index).remoteBookmarks) {
             if (ref.remote && *ref.remote != "git") {
                 first_.try_emplace(ref.name, Entry{index, *ref.remote});
@@ -32,20 +35,39 @@ AheadBehindCounter::AheadBehindCounter(const CommitGraph& graph)
       generation_(graph.size(), 0),
       paint_(graph.size(), 0),
       taken_(graph.size(), 0) {
+    // jj lists children before their parents; then a single backward pass
+    // finds every generation, as the general pass below would.
+    bool parentsComeLater = true;
+    for (CommitGraph::Index index = 0; index < graph.size() && parentsComeLater; ++index) {
+        const auto parents = graph.parents(index);
+        parentsComeLater = std::all_of(parents.begin(), parents.end(),
+                                       [&](CommitGraph::Index parent) { return parent > index; });
+    }
+    if (parentsComeLater) {
+        for (auto index = static_cast<CommitGraph::Index>(graph.size()); index-- > 0;) {
+            std::uint32_t generation = 1;
+            for (const auto parent : graph.parents(index)) {
+                generation = std::max(generation, generation_[parent] + 1);
+            }
+            generation_[index] = generation;
+        }
+        return;
+    }
     // Generations by an iterative depth-first pass; an edge back into a
     // commit still being processed (a cycle, which jj never reports) is
     // ignored.
     enum : std::uint8_t { unseen, open, done };
     std::vector<std::uint8_t> state(graph.size(), unseen);
+    std::vector<std::pair<CommitGraph::Index, std::size_t>> stack;
     for (CommitGraph::Index root = 0; root < graph.size(); ++root) {
         if (state[root] != unseen) {
             continue;
         }
-        std::vector<std::pair<CommitGraph::Index, std::size_t>> stack{{root, 0}};
+        stack.emplace_back(root, 0);
         state[root] = open;
         while (!stack.empty()) {
             auto& [current, next] = stack.back();
-            const auto& parents = graph.parents(current);
+            const auto parents = graph.parents(current);
             if (next < parents.size()) {
                 const auto parent = parents[next++];
                 if (state[parent] == unseen) {

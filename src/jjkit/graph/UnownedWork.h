@@ -17,8 +17,10 @@ namespace vorda {
 /// composition point. One's own commit stays even when a bookmark claimed it.
 class UnownedWork {
   public:
+    /// `isComposition` marks the commits of composition points. All four
+    /// must outlive this.
     UnownedWork(const CommitGraph& graph, const Claims& claimed,
-                const std::vector<bool>& isApexLike);
+                const std::vector<bool>& isApexLike, const std::vector<bool>& isComposition);
 
     /// Mutable, unclaimed commits reached from commits carrying a remote
     /// bookmark, without passing through anything else.
@@ -26,24 +28,24 @@ class UnownedWork {
 
     /// The same walk from the workspaces' commits, also stopping at
     /// composition points.
-    std::vector<bool> workspaceStackCommitIDs(
-        const std::vector<CommitGraph::Index>& starts,
-        const std::set<std::string>& compositionChangeIDs) const;
+    std::vector<bool> workspaceStacks(const std::vector<CommitGraph::Index>& starts) const;
 
     /// One-off commits, newest first by committer time.
     std::vector<OrphanWIP> buildOrphanWIPs(const std::vector<bool>& remoteOwned,
                                            const std::vector<bool>& workspaceStack,
-                                           const std::set<std::string>& compositionChangeIDs,
                                            const std::set<std::string>& mineChangeIDs,
                                            const std::vector<std::string>& bookmarkNames) const;
 
   private:
+    OrphanWIP orphanAt(CommitGraph::Index index, bool isMine,
+                       const std::vector<std::string>& bookmarkNames) const;
     std::vector<bool> walkUnclaimed(const std::vector<CommitGraph::Index>& starts,
-                                    const std::set<std::string>& stopChangeIDs) const;
+                                    bool stopAtCompositions) const;
 
     const CommitGraph& graph_;
     const Claims& claimed_;
     const std::vector<bool>& isApexLike_;
+    const std::vector<bool>& isComposition_;
 };
 
 }  // namespace vorda

@@ -2,25 +2,44 @@
 
 #include <algorithm>
 
-#include "jjkit/model/TrunkNames.h"
-
 namespace vorda {
+namespace {
 
-WorkspaceStatesBuilder::WorkspaceStatesBuilder(const CommitGraph& graph,
-                                               const std::map<std::string, Bookmark>& bookmarks,
+using Index = CommitGraph::Index;
+
+std::string_view nameOf(const BookmarkTable& table, std::int32_t owner) {
+    return table.names[static_cast<std::size_t>(owner)];
+}
+
+}  // namespace
+
+WorkspaceStatesBuilder::WorkspaceStatesBuilder(const CommitGraph& graph, const BookmarkTable& table,
+                                               const std::vector<std::vector<Index>>& shown,
                                                const std::optional<std::string>& trunkCommitID)
-    : graph_(graph), bookmarks_(bookmarks), trunkCommitID_(trunkCommitID), scratch_(graph.size()) {
-    for (const auto& [name, bookmark] : bookmarks_) {
-        if (!bookmark.commitIDs.empty()) {
-            tipOwner_.try_emplace(bookmark.commitIDs.front(), name);
+    : graph_(graph),
+      table_(table),
+      shown_(shown),
+      trunkCommitID_(trunkCommitID),
+      tipOwner_(graph.size(), unclaimed),
+      commitOwner_(graph.size(), unclaimed),
+      scratch_(graph.size()) {
+    // Positions run in name order, so the first claim is the first name's.
+    for (Position bookmark = 0; bookmark < shown_.size(); ++bookmark) {
+        const auto owner = static_cast<std::int32_t>(bookmark);
+        if (const auto tip = tipOf(bookmark); tip && tipOwner_[*tip] == unclaimed) {
+            tipOwner_[*tip] = owner;
         }
-        for (const auto& commitID : bookmark.commitIDs) {
-            commitOwner_.try_emplace(commitID, name);
+        for (const Index commit : shown_[bookmark]) {
+            if (commitOwner_[commit] == unclaimed) {
+                commitOwner_[commit] = owner;
+            }
         }
-        tips_.emplace_back(name, bookmark.commitIDs.empty()
-                                     ? std::nullopt
-                                     : graph_.find(bookmark.commitIDs.front()));
     }
+}
+
+std::optional<Index> WorkspaceStatesBuilder::tipOf(Position bookmark) const {
+    const auto& shown = shown_[bookmark];
+    return shown.empty() ? std::nullopt : std::optional(shown.front());
 }
 
 const std::vector<bool>& WorkspaceStatesBuilder::ancestorsOf(Index commit) {
@@ -29,17 +48,16 @@ const std::vector<bool>& WorkspaceStatesBuilder::ancestorsOf(Index commit) {
         return found->second;
     }
     std::vector<bool> marks(graph_.size(), false);
-    graph_.breadthFirst({commit}, scratch_, [&](Index current) {
+    graph_.breadthFirst(commit, scratch_, [&](Index current) {
         marks[current] = true;
         return true;
     });
     return ancestorCache_.emplace(commit, std::move(marks)).first->second;
 }
 
-std::set<std::string> WorkspaceStatesBuilder::mutableAncestry(Index start) const {
+std::set<std::string> WorkspaceStatesBuilder::mutableAncestry(Index start) {
     std::set<std::string> ancestry;
-    CommitGraph::Visited visited(graph_.size());
-    graph_.breadthFirst({start}, visited, [&](Index current) {
+    graph_.breadthFirst(start, scratch_, [&](Index current) {
         if (graph_.isImmutable(current)) {
             return false;
         }
@@ -49,28 +67,29 @@ std::set<std::string> WorkspaceStatesBuilder::mutableAncestry(Index start) const
     return ancestry;
 }
 
-std::vector<BaseAnchor> WorkspaceStatesBuilder::immutableFrontier(Index start) const {
+std::vector<BaseAnchor> WorkspaceStatesBuilder::immutableFrontier(Index start) {
     std::vector<BaseAnchor> anchors;
-    CommitGraph::Visited visited(graph_.size());
-    graph_.breadthFirst({start}, visited, [&](Index current) {
+    graph_.breadthFirst(start, scratch_, [&](Index current) {
         if (!graph_.isImmutable(current)) {
             return true;
         }
-        const JJCommit& commit = graph_.commit(current);
-        const auto owner = tipOwner_.find(commit.commitID);
+        const std::int32_t owner = tipOwner_[current];
         anchors.push_back(BaseAnchor::at(
-            commit, owner == tipOwner_.end() ? std::nullopt : std::optional(owner->second)));
+            graph_.commit(current),
+            owner == unclaimed ? std::nullopt : std::optional(nameOf(table_, owner))));
         return false;
     });
     return anchors;
 }
 
-std::optional<CommitGraph::Index> WorkspaceStatesBuilder::compositionCommit(
+std::optional<Index> WorkspaceStatesBuilder::compositionCommit(
     const JJWorkspace& workspace, const std::vector<bool>& ancestors,
-    const std::map<std::string, std::string>& explicitIDs, std::optional<Index> legacyApex) const {
+    const std::map<std::string, std::string>& explicitIDs,
+    const std::map<std::string_view, std::vector<Index>>& commitsOfChange,
+    std::optional<Index> legacyApex) const {
     if (const auto wanted = explicitIDs.find(workspace.name); wanted != explicitIDs.end()) {
-        for (Index index = 0; index < graph_.size(); ++index) {
-            if (ancestors[index] && graph_.commit(index).changeID == wanted->second) {
+        for (const Index index : commitsOfChange.at(wanted->second)) {
+            if (ancestors[index]) {
                 return index;
             }
         }
@@ -82,13 +101,14 @@ std::optional<CommitGraph::Index> WorkspaceStatesBuilder::compositionCommit(
 }
 
 std::optional<std::string> WorkspaceStatesBuilder::inheritedVia(
-    const std::string& bookmark, Index tip, const std::vector<bool>& ancestors) {
-    for (const auto& [name, otherTip] : tips_) {
-        if (name == bookmark || !otherTip || *otherTip == tip || !ancestors[*otherTip]) {
+    Position bookmark, Index tip, const std::vector<bool>& ancestors) {
+    for (Position other = 0; other < shown_.size(); ++other) {
+        const auto otherTip = tipOf(other);
+        if (other == bookmark || !otherTip || *otherTip == tip || !ancestors[*otherTip]) {
             continue;
         }
         if (ancestorsOf(*otherTip)[tip]) {
-            return std::string(name);
+            return table_.names[other];
         }
     }
     return std::nullopt;
@@ -97,34 +117,44 @@ std::optional<std::string> WorkspaceStatesBuilder::inheritedVia(
 std::map<std::string, BookmarkInclusionRole> WorkspaceStatesBuilder::bookmarkRoles(
     const std::vector<bool>& ancestors, std::optional<Index> composition,
     const WorkspaceComposition& result) {
+    // A bookmark the workspace does not reach is partial when a parent of the
+    // composition is one of its commits other than its tip: the first such
+    // parent for each bookmark, in parent order.
+    std::vector<std::pair<std::int32_t, Index>> partials;
+    if (composition) {
+        for (const Index parent : graph_.parents(*composition)) {
+            const std::int32_t owner = commitOwner_[parent];
+            const bool known = std::any_of(partials.begin(), partials.end(),
+                                           [&](const auto& entry) { return entry.first == owner; });
+            if (owner != unclaimed && tipOwner_[parent] != owner && !known) {
+                partials.emplace_back(owner, parent);
+            }
+        }
+    }
     std::map<std::string, BookmarkInclusionRole> roles;
     const bool materialized =
         std::holds_alternative<WorkspaceComposition::Materialized>(result.kind);
-    for (const auto& [name, bookmark] : bookmarks_) {
-        const auto tip =
-            bookmark.commitIDs.empty() ? std::nullopt : graph_.find(bookmark.commitIDs.front());
+    for (Position bookmark = 0; bookmark < shown_.size(); ++bookmark) {
+        const std::string& name = table_.names[bookmark];
+        const auto tip = tipOf(bookmark);
+        BookmarkInclusionRole role;
         if (!tip || !ancestors[*tip]) {
-            BookmarkInclusionRole role = BookmarkInclusionRole::absent();
-            if (composition) {
-                for (const auto& parent : graph_.commit(*composition).parents) {
-                    const auto owner = commitOwner_.find(parent);
-                    const auto tipOfParent = tipOwner_.find(parent);
-                    if (owner != commitOwner_.end() && owner->second == name &&
-                        (tipOfParent == tipOwner_.end() || tipOfParent->second != name)) {
-                        role = BookmarkInclusionRole::partial(parent);
-                        break;
-                    }
-                }
-            }
-            roles.emplace(name, std::move(role));
+            const auto partial =
+                std::find_if(partials.begin(), partials.end(), [&](const auto& entry) {
+                    return entry.first == static_cast<std::int32_t>(bookmark);
+                });
+            role = partial == partials.end()
+                       ? BookmarkInclusionRole::absent()
+                       : BookmarkInclusionRole::partial(graph_.commit(partial->second).commitID);
         } else if (materialized && result.directParentBookmarks.contains(name)) {
-            roles.emplace(name, BookmarkInclusionRole::directParent());
-        } else if (isTrunkName(name)) {
-            roles.emplace(name, BookmarkInclusionRole::inherited(std::nullopt));
+            role = BookmarkInclusionRole::directParent();
+        } else if (table_.isTrunk[bookmark]) {
+            role = BookmarkInclusionRole::inherited(std::nullopt);
         } else {
-            roles.emplace(name,
-                          BookmarkInclusionRole::inherited(inheritedVia(name, *tip, ancestors)));
+            role = BookmarkInclusionRole::inherited(inheritedVia(bookmark, *tip, ancestors));
         }
+        // Names come in ascending order, so each one goes at the end.
+        roles.emplace_hint(roles.end(), name, std::move(role));
     }
     return roles;
 }
@@ -132,7 +162,7 @@ std::map<std::string, BookmarkInclusionRole> WorkspaceStatesBuilder::bookmarkRol
 std::map<std::string, WorkspaceState> WorkspaceStatesBuilder::build(
     const std::vector<JJWorkspace>& refs,
     const std::map<std::string, std::string>& compositionChangeIDs,
-    std::optional<Index> legacyApex) {
+    const std::vector<bool>& isComposition, std::optional<Index> legacyApex) {
     // Every workspace's ancestors first: whether a composition commit is
     // shared depends on all of them.
     std::vector<std::optional<Index>> heads;
@@ -145,27 +175,38 @@ std::map<std::string, WorkspaceState> WorkspaceStatesBuilder::build(
     for (const auto& head : heads) {
         ancestors.push_back(head ? &ancestorsOf(*head) : nullptr);
     }
+    // The commits of each composition change, ascending.
+    std::map<std::string_view, std::vector<Index>> commitsOfChange;
+    for (const auto& [workspace, changeID] : compositionChangeIDs) {
+        commitsOfChange.try_emplace(changeID);
+    }
+    for (Index index = 0; index < graph_.size(); ++index) {
+        if (isComposition[index]) {
+            commitsOfChange.at(graph_.commit(index).changeID).push_back(index);
+        }
+    }
 
     std::map<std::string, WorkspaceState> states;
+    const std::vector<bool> none(graph_.size(), false);
     for (std::size_t index = 0; index < refs.size(); ++index) {
         WorkspaceState state;
         state.workspace = refs[index];
         const auto& head = heads[index];
-        const std::vector<bool> empty(graph_.size(), false);
-        const std::vector<bool>& reach = ancestors[index] != nullptr ? *ancestors[index] : empty;
+        const std::vector<bool>& reach = ancestors[index] != nullptr ? *ancestors[index] : none;
         std::optional<Index> composition;
         if (head) {
             state.ancestryCommitIDs = mutableAncestry(*head);
             state.baseAnchors = immutableFrontier(*head);
             state.hasConflict = graph_.commit(*head).conflict;
-            composition = compositionCommit(refs[index], reach, compositionChangeIDs, legacyApex);
+            composition = compositionCommit(refs[index], reach, compositionChangeIDs,
+                                            commitsOfChange, legacyApex);
         }
         if (composition) {
             const JJCommit& commit = graph_.commit(*composition);
             for (const Index parent : graph_.parents(*composition)) {
-                const auto owner = tipOwner_.find(graph_.commit(parent).commitID);
-                if (!graph_.isImmutable(parent) && owner != tipOwner_.end()) {
-                    state.composition.directParentBookmarks.emplace(owner->second);
+                const std::int32_t owner = tipOwner_[parent];
+                if (!graph_.isImmutable(parent) && owner != unclaimed) {
+                    state.composition.directParentBookmarks.emplace(nameOf(table_, owner));
                 }
             }
             state.composition.attachments = CompositionAttachment::project(

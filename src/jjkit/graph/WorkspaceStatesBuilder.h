@@ -2,13 +2,13 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
+#include "jjkit/graph/BookmarkOwnership.h"
 #include "jjkit/graph/CommitGraph.h"
-#include "jjkit/model/Bookmark.h"
 #include "jjkit/model/Composition.h"
 
 namespace vorda {
@@ -23,40 +23,50 @@ namespace vorda {
 /// older commit is partial; anything else is absent.
 class WorkspaceStatesBuilder {
   public:
-    WorkspaceStatesBuilder(const CommitGraph& graph,
-                           const std::map<std::string, Bookmark>& bookmarks,
+    using Index = CommitGraph::Index;
+
+    /// `shown` holds, for each bookmark of `table` by position, the commits its
+    /// lane shows, tip first. All three must outlive the builder.
+    WorkspaceStatesBuilder(const CommitGraph& graph, const BookmarkTable& table,
+                           const std::vector<std::vector<Index>>& shown,
                            const std::optional<std::string>& trunkCommitID);
 
+    /// `isComposition` marks the commits whose change is in
+    /// `compositionChangeIDs`.
     std::map<std::string, WorkspaceState> build(
         const std::vector<JJWorkspace>& refs,
         const std::map<std::string, std::string>& compositionChangeIDs,
-        std::optional<CommitGraph::Index> legacyApex);
+        const std::vector<bool>& isComposition, std::optional<Index> legacyApex);
 
   private:
-    using Index = CommitGraph::Index;
+    using Position = BookmarkTable::Position;
 
-    std::vector<BaseAnchor> immutableFrontier(Index start) const;
-    std::set<std::string> mutableAncestry(Index start) const;
-    std::optional<Index> compositionCommit(const JJWorkspace& workspace,
-                                           const std::vector<bool>& ancestors,
-                                           const std::map<std::string, std::string>& explicitIDs,
-                                           std::optional<Index> legacyApex) const;
+    std::vector<BaseAnchor> immutableFrontier(Index start);
+    std::set<std::string> mutableAncestry(Index start);
+    std::optional<Index> compositionCommit(
+        const JJWorkspace& workspace, const std::vector<bool>& ancestors,
+        const std::map<std::string, std::string>& explicitIDs,
+        const std::map<std::string_view, std::vector<Index>>& commitsOfChange,
+        std::optional<Index> legacyApex) const;
     std::map<std::string, BookmarkInclusionRole> bookmarkRoles(const std::vector<bool>& ancestors,
                                                                std::optional<Index> composition,
                                                                const WorkspaceComposition& result);
-    std::optional<std::string> inheritedVia(const std::string& bookmark, Index tip,
+    std::optional<std::string> inheritedVia(Position bookmark, Index tip,
                                             const std::vector<bool>& ancestors);
     const std::vector<bool>& ancestorsOf(Index commit);
+    /// The first commit the bookmark's lane shows, when it shows any.
+    std::optional<Index> tipOf(Position bookmark) const;
 
     const CommitGraph& graph_;
-    const std::map<std::string, Bookmark>& bookmarks_;
+    const BookmarkTable& table_;
+    const std::vector<std::vector<Index>>& shown_;
     const std::optional<std::string>& trunkCommitID_;
-    // Views into the bookmarks, which outlive the builder.
-    std::unordered_map<std::string_view, std::string_view> tipOwner_;
-    std::unordered_map<std::string_view, std::string_view> commitOwner_;
-    std::vector<std::pair<std::string_view, std::optional<Index>>> tips_;
+    // For each commit, the first bookmark by name whose lane starts at it,
+    // and the first whose lane shows it.
+    Claims tipOwner_;
+    Claims commitOwner_;
     std::map<Index, std::vector<bool>> ancestorCache_;
-    CommitGraph::Visited scratch_;  // reused by ancestorsOf
+    CommitGraph::Visited scratch_;  // reused by every walk
 };
 
 }  // namespace vorda

@@ -15,7 +15,7 @@ std::vector<CompositionAttachment> CompositionAttachment::project(
         parentIDs,
         [&](const std::string& parentID) -> const JJCommit* {
             const auto found = commits.find(parentID);
-            return found == commits.end() ? nullptr : &found->second;
+            return found == commits.end() ? nullptr : &*found->second;
         },
         trunkCommitID);
 }
@@ -122,7 +122,9 @@ BaseAnchor BaseAnchor::at(const JJCommit& commit, std::optional<std::string_view
 }
 
 bool Apex::isApexDescription(std::string_view description) {
-    return text::trimWhitespace(description) == descriptionMarker;
+    // Trimming cannot lengthen: shorter text is told apart without it.
+    return description.size() >= descriptionMarker.size() &&
+           text::trimWhitespace(description) == descriptionMarker;
 }
 
 std::optional<std::string> Apex::pinnedCommitID(const ApexParent& parent) const {

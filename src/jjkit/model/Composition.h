@@ -12,13 +12,15 @@
 
 #include "jjkit/model/ApexParent.h"
 #include "jjkit/model/Bookmark.h"
+#include "jjkit/model/SharedCommit.h"
 #include "jjkit/records/JJCommit.h"
 #include "jjkit/records/JJWorkspace.h"
 
 namespace vorda {
 
-/// The commit index used throughout the model: commit ID to commit.
-using CommitIndex = std::unordered_map<std::string, JJCommit>;
+/// The commit index used throughout the model: commit ID to commit. Read
+/// models share its commits rather than copy them.
+using CommitIndex = std::unordered_map<std::string, SharedCommit>;
 
 /// One parent of a composition commit, as shown to the user.
 struct CompositionAttachment {

@@ -78,8 +78,8 @@ bool RepoState::workingCopyIsAttachedToApex() const {
         }
         const auto found = commits.find(id);
         if (found != commits.end()) {
-            pending.insert(pending.end(), found->second.parents.begin(),
-                           found->second.parents.end());
+            pending.insert(pending.end(), found->second->parents.begin(),
+                           found->second->parents.end());
         }
     }
     return false;
@@ -127,7 +127,7 @@ std::vector<BaseAnchor> RepoState::baseAnchors(const std::string& bookmarkName) 
     }
     std::vector<BaseAnchor> anchors;
     std::unordered_set<std::string> visited;
-    std::deque<std::string> queue(root->second.parents.begin(), root->second.parents.end());
+    std::deque<std::string> queue(root->second->parents.begin(), root->second->parents.end());
     while (!queue.empty()) {
         const std::string id = std::move(queue.front());
         queue.pop_front();
@@ -138,7 +138,7 @@ std::vector<BaseAnchor> RepoState::baseAnchors(const std::string& bookmarkName) 
         if (found == commits.end()) {
             continue;
         }
-        const JJCommit& commit = found->second;
+        const JJCommit& commit = *found->second;
         const auto owner = tipOwners.find(id);
         if (commit.immutable) {
             const auto name = owner == tipOwners.end()
@@ -161,7 +161,7 @@ std::vector<Bookmark> RepoState::untrackedRemoteBookmarks() const {
     std::vector<const JJCommit*> ordered;
     ordered.reserve(commits.size());
     for (const auto& [id, commit] : commits) {
-        ordered.push_back(&commit);
+        ordered.push_back(&*commit);
     }
     std::sort(ordered.begin(), ordered.end(),
               [](const auto* a, const auto* b) { return a->commitID < b->commitID; });
@@ -202,7 +202,7 @@ std::vector<OneOffLane> RepoState::oneOffLanes() const {
         for (const auto& commitID : bookmark.commitIDs) {
             const auto commit = commits.find(commitID);
             if (commit != commits.end()) {
-                bookmarkOfChange.try_emplace(commit->second.changeID, name);
+                bookmarkOfChange.try_emplace(commit->second->changeID, name);
             }
         }
     }
@@ -212,7 +212,7 @@ std::vector<OneOffLane> RepoState::oneOffLanes() const {
     }
     const auto commitOf = [&](const OrphanWIP& orphan) -> const JJCommit* {
         const auto found = commits.find(orphan.commitID);
-        return found == commits.end() ? nullptr : &found->second;
+        return found == commits.end() ? nullptr : &*found->second;
     };
 
     std::vector<OneOffLane> lanes;
