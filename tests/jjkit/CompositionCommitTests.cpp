@@ -4,24 +4,14 @@
 #include <gtest/gtest.h>
 
 #include "jjkit/client/JJClient.h"
+#include "support/Refusal.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
 namespace {
 
+using testing::refusal;
 using testing::TestRepo;
-
-std::string refusal(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const JJError& error) {
-        if (error.as<JJError::UnsafeOperation>() != nullptr) {
-            return error.errorDescription();
-        }
-        return "other error: " + error.errorDescription();
-    }
-    return "no refusal";
-}
 
 std::vector<std::string> parentsOf(const JJClient& client, const std::string& change) {
     return client.log(change).at(0).parents;

@@ -12,10 +12,6 @@
 namespace vorda {
 namespace {
 
-std::string commitRevset(const std::string& commitID) {
-    return "commit_id(" + commitID + ")";
-}
-
 std::string firstLine(const std::string& output) {
     const auto lines = text::splitNonEmpty(output, '\n');
     return lines.empty() ? std::string() : std::string(text::trimWhitespace(lines.front()));
@@ -104,7 +100,7 @@ void JJClient::rewriteCompositionParents(const std::string& commitID,
         throw JJError::unsafeOperation("Composition parents must be nonempty and distinct.");
     }
     snapshotWorkingCopy("rewriteCompositionParents/snapshot");
-    const auto current = log(commitRevset(commitID) + " & ::visible_heads()");
+    const auto current = log(commitIDRevset(commitID) + " & ::visible_heads()");
     if (current.size() != 1 || current.front().immutable ||
         current.front().parents != expectedParentIDs) {
         throw JJError::unsafeOperation(
@@ -113,10 +109,10 @@ void JJClient::rewriteCompositionParents(const std::string& commitID,
     if (current.front().parents == parentCommitIDs) {
         return;
     }
-    std::vector<std::string> arguments{"rebase", "-s", commitRevset(commitID)};
+    std::vector<std::string> arguments{"rebase", "-s", commitIDRevset(commitID)};
     for (const auto& parent : parentCommitIDs) {
         arguments.emplace_back("-d");
-        arguments.push_back(commitRevset(parent));
+        arguments.push_back(commitIDRevset(parent));
     }
     run(arguments, "rewriteCompositionParents commit=" + commitID);
 }
@@ -124,7 +120,7 @@ void JJClient::rewriteCompositionParents(const std::string& commitID,
 bool JJClient::includeTrunkInComposition(const std::string& commitID,
                                          const std::string& trunkCommitID) const {
     const auto current =
-        log(commitRevset(commitID) + " & ::visible_heads()", "includeTrunkInComposition/parents");
+        log(commitIDRevset(commitID) + " & ::visible_heads()", "includeTrunkInComposition/parents");
     if (current.size() != 1) {
         throw notFound("includeTrunkInComposition", "composition commit is no longer available");
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -13,6 +14,7 @@
 #include "jjkit/model/RepoState.h"
 #include "jjkit/process/ProcessExecutor.h"
 #include "jjkit/records/JJCommit.h"
+#include "jjkit/records/JJOp.h"
 #include "jjkit/records/JJWorkspace.h"
 
 namespace vorda {
@@ -117,6 +119,99 @@ class JJClient {
     void createWorkingCopyCommit(const std::string& onto) const;
     /// A new working copy on the tips of `parents` (bookmark names), or on trunk.
     void newWorkingCopy(const std::vector<std::string>& parents) const;
+
+    // Bookmarks. Names go to jj as they are; revsets that name a bookmark
+    // quote it, so any name jj accepts works.
+
+    /// "@" is passed as it is; any other revision is first resolved to one
+    /// commit ID, so that a divergent change yields one bookmark.
+    void createBookmark(const std::string& name, const std::string& revision) const;
+    void renameBookmark(const std::string& from, const std::string& to) const;
+    void deleteBookmark(const std::string& name) const;
+    void trackBookmark(const std::string& name, const std::string& remote) const;
+    /// Abandons every commit the bookmark points at.
+    void abandonBookmarkCommit(const std::string& name) const;
+    /// Abandons the bookmark's commit, then deletes the bookmark; the delete
+    /// does not run when the abandon fails.
+    void abandonBookmark(const std::string& name) const;
+    void fastForwardBookmarkToRemote(const std::string& name, const std::string& remote) const;
+    void moveBookmark(const std::string& name, const std::string& toCommitID,
+                      bool allowBackwards) const;
+    /// Squashes the bookmark's other commits into its head.
+    void squashBookmarkToSingle(const std::string& name) const;
+    /// Rebases the bookmark onto trunk through the guards of `rebaseBookmark`.
+    void syncBookmarkRebase(const std::string& name) const;
+    /// Merges trunk into the bookmark with a new merge commit that the
+    /// bookmark moves to, then puts the working copy back where it was.
+    void syncBookmarkMerge(const std::string& name) const;
+    /// Rebases a bookmark's stack with `rebase -s`, refusing with
+    /// `UnsafeOperation` whatever it cannot fully describe: more than one tip,
+    /// an ambiguous destination, a stack that crosses another stack or a
+    /// merge, siblings or protected descendants that would move along, a
+    /// destination inside the stack, a base the destination lacks, or a
+    /// repository that changed while the guards looked at it.
+    void rebaseBookmark(const std::string& source, const std::string& destination) const;
+
+    // Commits and files. Writes that name one revision act on the commit ID
+    // it resolves to.
+
+    void describe(const std::string& revision, const std::string& message,
+                  bool ignoreImmutable = false) const;
+    void splitByFiles(const std::string& revision, const std::vector<std::string>& paths,
+                      bool ignoreImmutable = false) const;
+    /// Squashes `paths` of the working copy into `to`.
+    void moveFiles(const std::vector<std::string>& paths, const std::string& to) const;
+    /// Squashes `paths` of `from` into the working copy.
+    void pullFiles(const std::vector<std::string>& paths, const std::string& from) const;
+    void resolve(const std::vector<std::string>& paths) const;
+    void rebaseRevOnto(const std::string& rev, const std::string& destination) const;
+    /// Nothing runs for an empty list, here and in the two below.
+    void rebaseRevsOnto(const std::vector<std::string>& revs, const std::string& destination) const;
+    void rebaseSubtreesOnto(const std::vector<std::string>& revs,
+                            const std::string& destination) const;
+    void duplicate(const std::vector<std::string>& revs, const std::string& destination) const;
+    /// Rebases `revs` onto `destination`, then moves `bookmark` forward to
+    /// the commit of `tipChangeID` (never backwards).
+    void rebaseRevsIntoBookmark(const std::vector<std::string>& revs,
+                                const std::string& tipChangeID, const std::string& destination,
+                                const std::string& bookmark) const;
+
+    /// One commit ID for `rev`; a divergent change resolves to its newest
+    /// commit.
+    std::string resolveCommitID(const std::string& rev) const;
+    bool isRevMutable(const std::string& rev) const;
+    /// Ancestors of `tip`, itself excluded; 0 when jj's answer is no number.
+    std::int64_t ancestorCount(const std::string& tip) const;
+    std::set<std::string> bookmarkNames(const std::string& matchingRevset) const;
+    /// The lines of `resolve --list` for the working copy, with jj's columns
+    /// behind each path; empty when nothing is conflicted.
+    std::vector<std::string> conflictedFiles() const;
+    std::string diff(const std::string& changeID) const;
+    /// Everything between trunk and the working copy, as one diff.
+    std::string combinedDiff() const;
+    std::vector<ChangedFile> changedFiles(const std::string& changeID) const;
+    /// A band of history below `tip`, `limit` levels deep after skipping
+    /// `skip` levels; the tip itself is never in it.
+    std::vector<JJCommit> loadAncestors(const std::string& tip, int limit, int skip) const;
+    /// The history between trunk and `tip`: the fork point from trunk and
+    /// everything above it, less the tip and the `excluding` revsets.
+    std::vector<JJCommit> loadBranchHistory(const std::string& tip,
+                                            const std::vector<std::string>& excluding = {}) const;
+
+    // Remotes and the operation log.
+
+    /// Each line jj writes to stderr while fetching reaches `progress`, on the
+    /// thread that reads the pipe.
+    void gitFetch(const std::optional<std::string>& remote = std::nullopt,
+                  const std::function<void(const std::string&)>& progress = {}) const;
+    void gitPush(const std::string& bookmark,
+                 const std::optional<std::string>& remote = std::nullopt) const;
+    /// Newest first.
+    std::vector<JJOp> opLog(int limit) const;
+    /// Restores `opID` only while the repository, working copy included,
+    /// still stands at `expectedOperationID`.
+    void opRestore(const std::string& opID, const std::string& expectedOperationID) const;
+    void undoLastOp() const;
 
     /// Snapshots the working copy explicitly, for a guard that must judge the
     /// true present before it mutates; `reason` ends in "/snapshot". Uses

@@ -1,16 +1,14 @@
 // The repository load: the queries behind a refresh and how their answers
 // become one RepoState.
 
-#include <charconv>
 #include <filesystem>
-#include <future>
 
 #include "jjkit/client/JJClient.h"
 #include "jjkit/graph/BookmarkGraphBuilder.h"
 #include "jjkit/support/Text.h"
 #include "jjkit/templates/JJTemplateBuilder.h"
 #include "jjkit/templates/RevsetQuoting.h"
-#include "jjkit/trace/Perf.h"
+#include "jjkit/trace/TracedTask.h"
 
 namespace vorda {
 namespace {
@@ -34,17 +32,6 @@ std::string normalisedPath(const std::string& path) {
     return result.string();
 }
 
-// Runs `work` on its own thread with the caller's trace context, so its
-// subprocess nests under the caller's span.
-template <typename Work>
-auto startQuery(Work work) {
-    return std::async(std::launch::async,
-                      [context = Perf::currentContext(), work = std::move(work)] {
-                          const Perf::ScopedContext scope(context);
-                          return work();
-                      });
-}
-
 }  // namespace
 
 const std::string JJClient::defaultRevset =
@@ -59,11 +46,11 @@ const std::string JJClient::defaultRevset =
 RepoState JJClient::repoState(
     const std::string& revset, const std::optional<std::string>& apexChangeID,
     const std::map<std::string, std::string>& compositionChangeIDs) const {
-    auto log = startQuery([&] { return this->log(revset, "log"); });
-    auto mine = startQuery([&] { return mineChangeIDs(revset); });
-    auto behind = startQuery([&] { return behindTrunkCommitIDs(revset); });
-    auto workspaceList = startQuery([&] { return workspaces(); });
-    auto trunk = startQuery([&] { return trunkCommitID(); });
+    auto log = startTracedTask([&] { return this->log(revset, "log"); });
+    auto mine = startTracedTask([&] { return mineChangeIDs(revset); });
+    auto behind = startTracedTask([&] { return behindTrunkCommitIDs(revset); });
+    auto workspaceList = startTracedTask([&] { return workspaces(); });
+    auto trunk = startTracedTask([&] { return trunkCommitID(); });
 
     // A failure leaves through the futures' destructors, which wait for their
     // queries: no query outlives the load.
@@ -149,18 +136,7 @@ std::int64_t JJClient::upstreamCommitCount() const {
     const auto result =
         run({"log", "--ignore-working-copy", "--count", "-r", "ancestors(trunk()) ~ ::@"},
             "upstreamCommitCount");
-    const auto trimmed = text::trimWhitespace(result.stdout);
-    std::int64_t count = 0;
-    const auto [end, error] =
-        std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), count);
-    return error == std::errc() && end == trimmed.data() + trimmed.size() ? count : 0;
-}
-
-std::string JJClient::currentOperationID() const {
-    const auto result =
-        run({"op", "log", "--ignore-working-copy", "--no-graph", "--limit", "1", "-T", "id"},
-            "currentOperationID");
-    return std::string(text::trimWhitespace(result.stdout));
+    return text::parseCount(result.stdout);
 }
 
 }  // namespace vorda

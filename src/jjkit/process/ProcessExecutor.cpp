@@ -68,7 +68,10 @@ Pipe makePipe() {
     return {FileDescriptor(fds[0]), FileDescriptor(fds[1])};
 }
 
-// The parent's environment with PATH replaced by the repaired search path.
+// The parent's environment with PATH replaced by the repaired search path,
+// and jj's editor set to one that accepts the text as it stands: a child has
+// no terminal, and a command such as `split` would otherwise wait for an
+// interactive editor forever.
 std::vector<std::string> childEnvironment() {
     std::vector<std::string> entries;
     const char* inheritedPath = std::getenv("PATH");
@@ -76,11 +79,12 @@ std::vector<std::string> childEnvironment() {
         "PATH=" +
         repairedSearchPath(inheritedPath != nullptr ? inheritedPath : "", currentUserName());
     for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-        if (std::strncmp(*entry, "PATH=", 5) != 0) {
+        if (std::strncmp(*entry, "PATH=", 5) != 0 && std::strncmp(*entry, "JJ_EDITOR=", 10) != 0) {
             entries.emplace_back(*entry);
         }
     }
     entries.push_back(path);
+    entries.emplace_back("JJ_EDITOR=true");
     return entries;
 }
 

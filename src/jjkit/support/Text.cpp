@@ -1,5 +1,7 @@
 #include "jjkit/support/Text.h"
 
+#include <charconv>
+
 namespace vorda::text {
 namespace {
 
@@ -47,6 +49,14 @@ std::string join(const std::vector<std::string>& pieces, std::string_view separa
         joined.append(pieces[index]);
     }
     return joined;
+}
+
+std::int64_t parseCount(std::string_view text) {
+    const auto trimmed = trimWhitespace(text);
+    std::int64_t count = 0;
+    const auto [end, error] =
+        std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), count);
+    return error == std::errc() && end == trimmed.data() + trimmed.size() ? count : 0;
 }
 
 bool startsWith(std::string_view text, std::string_view prefix) {

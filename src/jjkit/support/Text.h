@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +18,10 @@ std::vector<std::string_view> splitNonEmpty(std::string_view text, char separato
 
 /// Joins with `separator` between the pieces.
 std::string join(const std::vector<std::string>& pieces, std::string_view separator);
+
+/// A whole decimal integer, blanks and line ends around it allowed; 0 for
+/// anything else.
+std::int64_t parseCount(std::string_view text);
 
 bool startsWith(std::string_view text, std::string_view prefix);
 

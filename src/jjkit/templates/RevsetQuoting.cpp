@@ -16,12 +16,45 @@ std::string revsetQuoted(std::string_view text) {
     return quoted;
 }
 
+namespace {
+
+bool isSymbolPart(char character) {
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+           (character >= '0' && character <= '9') || character == '_' || character == '/';
+}
+
+// jj's symbol grammar: parts of letters, digits, "_" and "/", joined by
+// single ".", "-" or "+".
+bool isPlainSymbol(std::string_view name) {
+    bool afterSeparator = true;
+    for (const char character : name) {
+        if (isSymbolPart(character)) {
+            afterSeparator = false;
+        } else if ((character == '.' || character == '-' || character == '+') && !afterSeparator) {
+            afterSeparator = true;
+        } else {
+            return false;
+        }
+    }
+    return !afterSeparator;
+}
+
+}  // namespace
+
+std::string nameArgument(std::string_view name) {
+    return isPlainSymbol(name) ? std::string(name) : revsetQuoted(name);
+}
+
 std::string bookmarkSetRevset(std::string_view name) {
     return "bookmarks(exact:" + revsetQuoted(name) + ")";
 }
 
 std::string bookmarkTipRevset(std::string_view name) {
     return "latest(" + bookmarkSetRevset(name) + ")";
+}
+
+std::string commitIDRevset(std::string_view commitID) {
+    return "commit_id(" + std::string(commitID) + ")";
 }
 
 std::string descriptionSubstringRevset(std::string_view text) {

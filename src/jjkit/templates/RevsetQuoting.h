@@ -13,12 +13,20 @@ namespace vorda {
 /// double quote) and enclosed in double quotes.
 std::string revsetQuoted(std::string_view text);
 
+/// A bookmark or remote name as a command argument. jj reads these as
+/// symbols: a name that is one already goes as it is, any other (blanks,
+/// quotes, non-ASCII letters, "..") is quoted so that jj takes it literally.
+std::string nameArgument(std::string_view name);
+
 /// `bookmarks(exact:"name")`: every commit the bookmark points at, so a
 /// conflicted bookmark stays visible as more than one commit.
 std::string bookmarkSetRevset(std::string_view name);
 
 /// `latest(bookmarks(exact:"name"))`.
 std::string bookmarkTipRevset(std::string_view name);
+
+/// `commit_id(ID)`: one exact commit, whatever later happens to its change.
+std::string commitIDRevset(std::string_view commitID);
 
 /// `description(substring:"text")`.
 std::string descriptionSubstringRevset(std::string_view text);
