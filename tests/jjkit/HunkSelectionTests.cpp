@@ -1,0 +1,380 @@
+// Hunk selection on real repositories: the helper numbers hunks as
+// `jj diff --git` does, and jj, run with the prepared session, moves or
+// splits exactly the chosen hunks.
+
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "jjkit/client/JJClient.h"
+#include "jjkit/diff/DiffEditorProtocol.h"
+#include "jjkit/diff/LineHunks.h"
+#include "jjkit/diff/UnifiedDiffParser.h"
+#include "jjkit/templates/RevsetQuoting.h"
+#include "support/TestRepo.h"
+
+namespace vorda {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::FileContents;
+using testing::TestRepo;
+using Selection = DiffEditorProtocol::HunkSelection;
+
+/// "line FIRST\n" … "line N\n", with the lines in `changed` replaced.
+std::string numberedLines(int count, const std::set<int>& changed = {}, int first = 1) {
+    std::string text;
+    for (int line = first; line <= count; ++line) {
+        text += (changed.contains(line) ? "changed " : "line ") + std::to_string(line) + "\n";
+    }
+    return text;
+}
+
+/// One line per letter.
+std::string letterLines(std::string_view letters) {
+    std::string text;
+    for (const char letter : letters) {
+        text += std::string(1, letter) + "\n";
+    }
+    return text;
+}
+
+std::string withoutFinalFeed(std::string text) {
+    text.pop_back();
+    return text;
+}
+
+/// The "@@" numbers of a hunk as jj prints them.
+struct HunkNumbers {
+    std::int64_t oldStart = 0;
+    std::int64_t oldCount = 0;
+    std::int64_t newStart = 0;
+    std::int64_t newCount = 0;
+
+    bool operator==(const HunkNumbers&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& stream, const HunkNumbers& hunk) {
+    return stream << "@@ -" << hunk.oldStart << "," << hunk.oldCount << " +" << hunk.newStart << ","
+                  << hunk.newCount << " @@";
+}
+
+HunkNumbers numbersOf(const DiffHunk& hunk) {
+    return {hunk.oldStart, hunk.oldCount, hunk.newStart, hunk.newCount};
+}
+
+/// An empty range starts at the line before it, as in jj's output.
+HunkNumbers numbersOf(const LineHunk& hunk) {
+    const auto start = [](std::size_t begin, std::size_t end) {
+        return static_cast<std::int64_t>(end > begin ? begin + 1 : begin);
+    };
+    return {start(hunk.leftBegin, hunk.leftEnd),
+            static_cast<std::int64_t>(hunk.leftEnd - hunk.leftBegin),
+            start(hunk.rightBegin, hunk.rightEnd),
+            static_cast<std::int64_t>(hunk.rightEnd - hunk.rightBegin)};
+}
+
+std::map<std::string, DiffFile> filesOfDiff(const std::string& gitDiff) {
+    std::map<std::string, DiffFile> files;
+    for (auto& file : UnifiedDiffParser::parse(gitDiff).files) {
+        files[file.path] = std::move(file);
+    }
+    return files;
+}
+
+/// A deterministic generator of line soups: few distinct lines, so that the
+/// matcher meets repeated lines, moved lines and ambiguous anchors.
+class Soup {
+  public:
+    explicit Soup(std::uint32_t seed) : state_(seed) {}
+
+    std::uint32_t next(std::uint32_t bound) {
+        state_ = state_ * 1664525U + 1013904223U;
+        return (state_ >> 8U) % bound;
+    }
+
+    std::string line(std::uint32_t distinct) {
+        if (next(8) == 0) {
+            return "\n";
+        }
+        const auto word = next(distinct);
+        return "w" + std::to_string(word) + (word % 5 == 1 ? "\r\n" : "\n");
+    }
+
+    std::pair<std::string, std::string> texts() {
+        const std::uint32_t distinct = 1 + next(next(2) == 0 ? 4 : 40);
+        const std::uint32_t count = next(next(3) == 0 ? 150 : 40);
+        std::vector<std::string> left;
+        for (std::uint32_t index = 0; index < count; ++index) {
+            left.push_back(line(distinct));
+        }
+        std::vector<std::string> right = left;
+        for (std::uint32_t edit = next(7); edit > 0; --edit) {
+            const auto at = next(static_cast<std::uint32_t>(right.size()) + 1);
+            switch (next(4)) {
+                case 0:
+                    right.insert(right.begin() + at, line(distinct * 2));
+                    break;
+                case 1:
+                    if (at < right.size()) {
+                        right.erase(right.begin() + at);
+                    }
+                    break;
+                case 2:
+                    if (at < right.size()) {
+                        right[at] = line(distinct * 3);
+                    }
+                    break;
+                default:
+                    if (!right.empty()) {
+                        const auto from = next(static_cast<std::uint32_t>(right.size()));
+                        const auto moved = right[from];
+                        right.erase(right.begin() + from);
+                        right.insert(
+                            right.begin() + next(static_cast<std::uint32_t>(right.size()) + 1),
+                            moved);
+                    }
+                    break;
+            }
+        }
+        std::string leftText;
+        std::string rightText;
+        for (const auto& text : left) {
+            leftText += text;
+        }
+        for (const auto& text : right) {
+            rightText += text;
+        }
+        if (next(5) == 0 && !leftText.empty()) {
+            leftText.pop_back();
+        }
+        if (next(5) == 0 && !rightText.empty()) {
+            rightText.pop_back();
+        }
+        return {leftText, rightText};
+    }
+
+  private:
+    std::uint32_t state_;
+};
+
+// ---------------------------------------------------------------------------
+// Numbering
+
+TEST(HunkSelectionNumbering, HunksAreNumberedAsJJDiffGitNumbersThem) {
+    std::map<std::string, std::pair<std::string, std::string>> cases = {
+        {"three-apart", {numberedLines(40), numberedLines(40, {5, 20, 35})}},
+        {"six-between", {numberedLines(30), numberedLines(30, {5, 12})}},
+        {"seven-between", {numberedLines(30), numberedLines(30, {5, 13})}},
+        {"at-both-ends", {numberedLines(20), numberedLines(20, {1, 20})}},
+        {"inserted-first", {numberedLines(10), "new\n" + numberedLines(10)}},
+        {"appended", {numberedLines(10), numberedLines(10) + "more\nmore\n"}},
+        {"emptied", {numberedLines(10), ""}},
+        {"from-empty", {"", numberedLines(4)}},
+        {"final-feed-added", {"a\nb\nc", "a\nb\nc\n"}},
+        {"final-feed-dropped", {numberedLines(12), withoutFinalFeed(numberedLines(12, {2}))}},
+        {"repeated-lines", {"x\ny\nx\ny\nx\ny\nx\n", "x\nx\ny\nx\nz\ny\nx\n"}},
+        {"moved-block", {numberedLines(30), numberedLines(30, {}, 11) + numberedLines(10)}},
+        {"blank-lines", {"a\n\n\nb\n\n\nc\n", "a\n\nb\n\n\n\nc\n\n"}},
+        {"crlf", {"a\r\nb\r\nc\r\n", "a\r\nB\r\nc\r\n"}},
+        // Several longest chains of anchors: which one wins moves the hunks.
+        {"chain-tie-1", {letterLines("ddbcaacbce"), letterLines("dabdaabcbce")}},
+        {"chain-tie-2", {letterLines("cbcccbcadbdbbcb"), letterLines("cbccbcabcadbbcb")}},
+        {"chain-tie-3", {letterLines("bebbbeebcaedebeebad"), letterLines("cebbbeebcaedebebeb")}},
+        {"chain-tie-4", {letterLines("bcbbacaca"), letterLines("cbcbbacaa")}},
+    };
+    Soup soup(20240611);
+    for (int index = 0; index < 80; ++index) {
+        cases["soup-" + std::to_string(index)] = soup.texts();
+    }
+
+    TestRepo repo;
+    FileContents before;
+    for (const auto& [path, texts] : cases) {
+        before[path] = texts.first;
+    }
+    repo.commit("before", before);
+    for (const auto& [path, texts] : cases) {
+        repo.writeFile(path, texts.second);
+    }
+    const auto files = filesOfDiff(repo.jj({"diff", "--git", "-r", "@"}));
+
+    for (const auto& [path, texts] : cases) {
+        SCOPED_TRACE(path);
+        const auto& [left, right] = texts;
+        const auto ours = unifiedLineHunks(left, right);
+        std::vector<HunkNumbers> mine;
+        mine.reserve(ours.size());
+        for (const auto& hunk : ours) {
+            mine.push_back(numbersOf(hunk));
+        }
+        std::vector<HunkNumbers> theirs;
+        if (const auto found = files.find(path); found != files.end()) {
+            for (const auto& hunk : found->second.hunks) {
+                theirs.push_back(numbersOf(hunk));
+            }
+        }
+        EXPECT_EQ(mine, theirs);
+
+        std::set<int> all;
+        for (int ordinal = 0; ordinal < static_cast<int>(ours.size()); ++ordinal) {
+            all.insert(ordinal);
+        }
+        EXPECT_EQ(applyLineHunks(left, right, ours, all), right);
+        EXPECT_EQ(applyLineHunks(left, right, ours, {}), left);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Moving and splitting hunks through jj
+
+class HunkSelectionRepo : public ::testing::Test {
+  protected:
+    /// jj with the session's arguments; the session folder goes either way.
+    void runWithSelection(const std::vector<std::string>& baseCommand,
+                          const Selection& selection) const {
+        const auto session =
+            DiffEditorProtocol::prepare(baseCommand, selection, VORDA_DIFF_APPLY_PATH);
+        try {
+            client.run(session.toolArgs, "test hunk selection");
+        } catch (...) {
+            session.cleanup();
+            throw;
+        }
+        session.cleanup();
+    }
+
+    std::string show(const std::string& revision, const std::string& path) const {
+        return repo.jj({"file", "show", "-r", revision, rootFilesets({path}).at(0)});
+    }
+
+    bool holds(const std::string& revision, const std::string& path) const {
+        return repo.tryJJ({"file", "show", "-r", revision, rootFilesets({path}).at(0)}).exitCode ==
+               0;
+    }
+
+    std::map<std::string, DiffFile> diffOf(const std::string& revision) const {
+        return filesOfDiff(repo.jj({"diff", "--git", "-r", revision}));
+    }
+
+    TestRepo repo;
+    JJClient client{repo.root()};
+    const std::string story = numberedLines(40);
+    const std::string storyChanged = numberedLines(40, {5, 20, 35});
+    const std::string oddPath = "notes \"draft\" ä.txt";
+};
+
+TEST_F(HunkSelectionRepo, SquashMovesChosenHunksIntoTheBookmarkTip) {
+    repo.commit("feature tip", {{"story.txt", story}, {oddPath, "alpha\nbeta\n"}});
+    repo.bookmark("feature", "@-");
+    const std::string tip = repo.commitID("feature");
+    repo.writeFile("story.txt", storyChanged);
+    repo.writeFile(oddPath, "alpha\nbeta, edited\n");
+    repo.writeFile("fresh.txt", "brand new\n");
+    ASSERT_EQ(diffOf("@").at("story.txt").hunks.size(), 3U);
+
+    runWithSelection({"squash", "--from", "@", "--into", tip},
+                     {{{"story.txt", {0, 2}}, {oddPath, {}}, {"fresh.txt", {}}}});
+
+    // The tip took hunks 0 and 2 on its old content, nothing else.
+    EXPECT_NE(repo.commitID("feature"), tip);
+    EXPECT_EQ(show("feature", "story.txt"), numberedLines(40, {5, 35}));
+    EXPECT_EQ(show("feature", oddPath), "alpha\nbeta\n");
+    EXPECT_FALSE(holds("feature", "fresh.txt"));
+    EXPECT_EQ(diffOf("feature").size(), 2U);  // story.txt and the odd path, nothing more
+
+    // The working copy still holds everything; its own diff is what is left.
+    EXPECT_EQ(repo.commitID("@-"), repo.commitID("feature"));
+    EXPECT_EQ(show("@", "story.txt"), storyChanged);
+    EXPECT_EQ(show("@", oddPath), "alpha\nbeta, edited\n");
+    EXPECT_EQ(show("@", "fresh.txt"), "brand new\n");
+    const auto remaining = diffOf("@");
+    EXPECT_EQ(remaining.size(), 3U);
+    ASSERT_EQ(remaining.at("story.txt").hunks.size(), 1U);
+    const auto& lines = remaining.at("story.txt").hunks[0].lines;
+    EXPECT_NE(std::find(lines.begin(), lines.end(), DiffLine{DiffLine::Kind::added, "changed 20"}),
+              lines.end());
+    EXPECT_EQ(remaining.at("fresh.txt").status, "A");
+}
+
+TEST_F(HunkSelectionRepo, SplitPutsTheChosenHunksIntoTheFirstCommit) {
+    const std::string dos =
+        "one\r\ntwo\r\nthree\r\nfour\r\nfive\r\nsix\r\nseven\r\neight\r\n"
+        "nine\r\nten\r\neleven\r\ntwelve";
+    const std::string dosChanged =
+        "one\r\nTWO\r\nthree\r\nfour\r\nfive\r\nsix\r\nseven\r\n"
+        "eight\r\nnine\r\nten\r\neleven\r\ntwelve\r\nthirteen";
+    const auto base = repo.commit("base", {{"story.txt", story}, {"dos.txt", dos}});
+    const auto whole = repo.commit(
+        "whole", {{"story.txt", storyChanged}, {"dos.txt", dosChanged}, {"added.txt", "added\n"}});
+    ASSERT_EQ(diffOf(whole).at("dos.txt").hunks.size(), 2U);
+
+    runWithSelection({"split", "-r", whole, "-m", "first part"},
+                     {{{"story.txt", {1}}, {"dos.txt", {1}}, {"added.txt", {0}}}});
+
+    const std::string first = repo.commitID("children(" + base + ")");
+    const std::string second = repo.commitID("children(" + first + ")");
+    EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", first, "-T", "description"}), "first part\n");
+    EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", second, "-T", "description"}), "whole\n");
+
+    EXPECT_EQ(show(first, "story.txt"), numberedLines(40, {20}));
+    EXPECT_EQ(show(first, "dos.txt"), dos.substr(0, dos.size() - 6) + "twelve\r\nthirteen");
+    EXPECT_EQ(show(first, "added.txt"), "added\n");
+    EXPECT_EQ(show(second, "story.txt"), storyChanged);
+    EXPECT_EQ(show(second, "dos.txt"), dosChanged);
+    EXPECT_EQ(show(second, "added.txt"), "added\n");
+    ASSERT_EQ(diffOf(second).size(), 2U);
+    EXPECT_EQ(diffOf(second).at("story.txt").hunks.size(), 2U);
+}
+
+TEST_F(HunkSelectionRepo, SplitCarvesHunksOfTheWorkingCopyIntoANewBookmark) {
+    repo.commit("base", {{"story.txt", story}, {oddPath, "alpha\n"}});
+    repo.writeFile("story.txt", storyChanged);
+    repo.writeFile(oddPath, "alpha\nomega\n");
+
+    runWithSelection({"split", "-r", "@", "-m", "carved"}, {{{"story.txt", {2}}, {oddPath, {0}}}});
+
+    EXPECT_EQ(show("@-", "story.txt"), numberedLines(40, {35}));
+    EXPECT_EQ(show("@-", oddPath), "alpha\nomega\n");
+    EXPECT_EQ(show("@", "story.txt"), storyChanged);
+    const auto rest = diffOf("@");
+    ASSERT_EQ(rest.size(), 1U);
+    EXPECT_EQ(rest.at("story.txt").hunks.size(), 2U);
+
+    const std::string carved = client.resolveCommitID("@-");
+    client.createBookmark("carved", carved);
+    EXPECT_EQ(repo.commitID("carved"), carved);
+    EXPECT_NE(repo.jj({"bookmark", "list"}).find("carved: "), std::string::npos);
+}
+
+TEST_F(HunkSelectionRepo, AFailingHelperFailsJJAndTheSessionFolderIsRemoved) {
+    repo.commit("base", {{"story.txt", story}});
+    repo.writeFile("story.txt", storyChanged);
+    const std::string before = repo.commitID("@-");
+
+    const auto session = DiffEditorProtocol::prepare(
+        {"split", "-r", "@", "-m", "never"}, {{{"story.txt", {0, 3}}}}, VORDA_DIFF_APPLY_PATH);
+    const fs::path folder = fs::path(session.toolArgs.at(6).substr(26)).parent_path();
+    ASSERT_TRUE(fs::exists(folder / "selection.json"));
+    try {
+        client.run(session.toolArgs, "test failing hunk selection");
+        ADD_FAILURE() << "jj succeeded";
+    } catch (const JJError& error) {
+        const auto* failure = error.as<JJError::CommandFailed>();
+        ASSERT_NE(failure, nullptr) << error.errorDescription();
+        EXPECT_NE(failure->stderr.find("vorda-diff-apply: no hunk 3 in story.txt (it has 3)"),
+                  std::string::npos)
+            << failure->stderr;
+    }
+    session.cleanup();
+    EXPECT_FALSE(fs::exists(folder));
+
+    // Nothing was split.
+    EXPECT_EQ(repo.commitID("@-"), before);
+    EXPECT_EQ(show("@", "story.txt"), storyChanged);
+}
+
+}  // namespace
+}  // namespace vorda
