@@ -1,0 +1,203 @@
+// The session's rules on real repositories: which read wins the cache, the
+// debounce, degraded secondary facts, the keep-newest stream, the cached
+// path for settings-only changes, and the weak hold of its threads.
+
+#include "feature/session/RepoSession.h"
+
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "support/LogCapture.h"
+#include "support/ManualSessionClock.h"
+#include "support/ScopedEnvironment.h"
+#include "support/TestRepo.h"
+
+namespace vorda {
+namespace {
+
+using testing::LogCapture;
+using testing::ManualSessionClock;
+using testing::ScopedEnvironment;
+using testing::TestRepo;
+
+RepoSession::Collaborators collaboratorsFor(const std::string& root,
+                                            std::shared_ptr<SessionClock> clock = nullptr) {
+    RepoSession::Collaborators collaborators;
+    collaborators.client = std::make_unique<JJClient>(root);
+    collaborators.githubClient = std::make_unique<GitHubClient>(root);
+    collaborators.settingsStore = std::make_unique<BookmarkSettingsStore>(root);
+    collaborators.watcher = std::make_unique<JJFileWatcher>(root);
+    collaborators.clock = std::move(clock);
+    return collaborators;
+}
+
+// Puts the holding jj wrapper first on PATH for the test's lifetime.
+class HeldJJ {
+  public:
+    HeldJJ() {
+        const auto real = testing::runChecked({"sh", "-c", "command -v jj"});
+        realJJ_.set(std::string(real.substr(0, real.find('\n'))));
+        holdDir_.set(dir_.path().string());
+        path_.prependPath(std::string(VORDA_TEST_TOOLS_DIR) + "/held-jj");
+    }
+    void touch(const std::string& name) const { std::ofstream(dir_.path() / name) << ""; }
+    bool exists(const std::string& name) const {
+        return std::filesystem::exists(dir_.path() / name);
+    }
+
+  private:
+    testing::TempDir dir_;
+    ScopedEnvironment realJJ_{"VORDA_REAL_JJ"};
+    ScopedEnvironment holdDir_{"VORDA_HOLD_DIR"};
+    ScopedEnvironment path_{"PATH"};
+};
+
+void waitFor(const std::function<bool()>& condition) {
+    while (!condition()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+TEST(RepoSession, TheNewestStartedReadWinsTheCacheAndAStaleOneStillReachesItsCaller) {
+    TestRepo repo;
+    repo.commit("one", {{"a", "1"}});
+    const HeldJJ held;
+    const auto session = RepoSession::make(repo.root(), collaboratorsFor(repo.root()));
+
+    held.touch("hold");
+    auto first = std::async(std::launch::async, [&] { return session->readSnapshot(); });
+    waitFor([&] { return held.exists("answer"); });  // the first read has read
+    repo.commit("two", {{"a", "2"}});
+    const auto second = session->readSnapshot();
+    EXPECT_EQ(session->lastSnapshot(), second);
+    held.touch("release");
+    const auto stale = first.get();
+
+    EXPECT_EQ(session->snapshotReadGeneration(), 2U);
+    EXPECT_EQ(session->lastSnapshot(), second);
+    EXPECT_NE(stale, second);
+    // Each caller got its own read: the stale one never saw commit "two".
+    EXPECT_EQ(stale->repoState.commits.size() + 1, second->repoState.commits.size());
+}
+
+TEST(RepoSession, SecondaryFactsDegradeButTheRepositoryStateFailsTheRead) {
+    TestRepo repo;
+    repo.commit("one", {{"a", "1"}});
+    const HeldJJ held;
+    const auto session = RepoSession::make(repo.root(), collaboratorsFor(repo.root()));
+
+    held.touch("fail-trunk");
+    const auto degraded = session->readSnapshot();
+    EXPECT_FALSE(degraded->trunkCommitID.has_value());
+    EXPECT_FALSE(degraded->repoState.commits.empty());
+    // A clean working copy: whatever jj diff printed, nothing is parsed.
+    EXPECT_FALSE(degraded->workingCopyDiff.has_value());
+
+    repo.writeFile("b", "changed\n");
+    repo.jj({"debug", "snapshot"});
+    const auto dirty = session->readSnapshot();
+    ASSERT_TRUE(dirty->workingCopyDiff.has_value());
+    ASSERT_EQ(dirty->workingCopyDiff->files.size(), 1U);
+
+    std::filesystem::remove_all(std::filesystem::path(repo.root()) / ".jj");
+    EXPECT_THROW(session->readSnapshot(), JJError);
+    EXPECT_EQ(session->lastSnapshot(), dirty);
+}
+
+TEST(RepoSession, RequestsInABurstMakeOneReadHalfASecondAfterTheLast) {
+    TestRepo repo;
+    const auto clock = std::make_shared<ManualSessionClock>();
+    const auto session = RepoSession::make(repo.root(), collaboratorsFor(repo.root(), clock));
+
+    session->requestRefresh();
+    clock->awaitSleeper();
+    for (int step = 0; step < 20; ++step) {  // every 100 ms for 2 seconds
+        clock->advance(std::chrono::milliseconds(100));
+        session->requestRefresh();
+    }
+    clock->advance(std::chrono::milliseconds(499));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // give a faulty read a chance
+    EXPECT_EQ(session->snapshotReadGeneration(), 0U);
+
+    clock->advance(std::chrono::milliseconds(1));
+    const auto yielded = session->snapshots().next();
+    ASSERT_TRUE(yielded.has_value());
+    EXPECT_EQ(session->snapshotReadGeneration(), 1U);
+    EXPECT_EQ(*yielded, session->lastSnapshot());
+}
+
+TEST(RepoSession, ALaggingConsumerSeesOnlyTheNewestSnapshot) {
+    SnapshotStream stream;
+    const auto a = std::make_shared<const RepoSnapshot>();
+    const auto b = std::make_shared<const RepoSnapshot>();
+    const auto c = std::make_shared<const RepoSnapshot>();
+    stream.yield(a);
+    stream.yield(b);
+    stream.yield(c);
+    EXPECT_EQ(stream.next(), c);
+    std::stop_source stop;
+    auto waiting = std::async(std::launch::async, [&] { return stream.next(stop.get_token()); });
+    stop.request_stop();
+    EXPECT_FALSE(waiting.get().has_value());
+    stream.finish();
+    stream.yield(a);  // ignored once finished
+    EXPECT_FALSE(stream.next().has_value());
+}
+
+TEST(RepoSession, SettingsOnlyChangesUseTheCachedStateWithoutAnyProcess) {
+    TestRepo repo;
+    repo.bookmark("feature", repo.commit("one", {{"a", "1"}}));
+    const auto session = RepoSession::make(repo.root(), collaboratorsFor(repo.root()));
+
+    // Before any read there is nothing to reuse: a full read.
+    const auto first = session->producingFromCachedState([&] {
+        BookmarkSettings settings;
+        settings.tags = {"first"};
+        session->settingsStore().set(settings, "feature");
+    });
+    EXPECT_EQ(session->snapshotReadGeneration(), 1U);
+    EXPECT_EQ(first->lanesByBookmark.at("feature").tags, std::vector<std::string>{"first"});
+
+    LogCapture log;
+    const auto cached = session->producingFromCachedState([&] {
+        auto settings = session->settingsStore().settings("feature").value();
+        settings.pinned = true;
+        session->settingsStore().set(settings, "feature");
+    });
+    EXPECT_FALSE(log.contains("START"));
+    EXPECT_EQ(session->snapshotReadGeneration(), 1U);
+    EXPECT_TRUE(cached->lanesByBookmark.at("feature").isPinned);
+    EXPECT_TRUE(cached->settingsByName.at("feature").pinned);
+    EXPECT_EQ(cached->repoState.commits.size(), first->repoState.commits.size());
+    EXPECT_EQ(session->lastSnapshot(), cached);
+    EXPECT_EQ(session->snapshots().next(), cached);
+}
+
+TEST(RepoSession, WatchingRefreshesAfterAChangeFromTheCommandLineAndLetsTheSessionGo) {
+    TestRepo repo;
+    auto session = RepoSession::make(repo.root(), collaboratorsFor(repo.root()));
+    session->bootstrap();
+    session->startWatching();
+    repo.commit("from the command line", {{"cli", "1"}});
+    std::optional<SnapshotRef> seen;
+    do {
+        seen = session->snapshots().next();
+        ASSERT_TRUE(seen.has_value());
+    } while (std::none_of(
+        (*seen)->repoState.commits.begin(), (*seen)->repoState.commits.end(),
+        [](const auto& entry) { return entry.second->description == "from the command line\n"; }));
+
+    // A pending refresh and a running watcher do not keep the session alive;
+    // a read already running holds it until it ends.
+    session->requestRefresh();
+    const std::weak_ptr<RepoSession> weak = session;
+    session.reset();
+    waitFor([&] { return weak.expired(); });
+}
+
+}  // namespace
+}  // namespace vorda
