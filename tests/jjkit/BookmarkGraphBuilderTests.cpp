@@ -245,6 +245,7 @@ TEST(CommitGraph, WalksBreadthFirstTakingEachCommitOnce) {
 TEST(StringTable, FindsEveryKeyItHoldsAndNoOtherAfterGrowing) {
     // Long keys that differ only at the end, as IDs with a common prefix do.
     std::vector<std::string> keys;
+    keys.reserve(5001);
     for (int number = 0; number < 5000; ++number) {
         keys.push_back(std::string(37, 'k') + std::to_string(number));
     }

@@ -2,7 +2,7 @@
 
 namespace vorda {
 
-CommitGraph::CommitGraph(std::vector<JJCommit> commits, const Visit& alsoVisit)
+CommitGraph::CommitGraph(std::vector<JJCommit> commits, const EachCommit& eachCommit)
     : commits_(std::move(commits)), positions_(commits_.size()) {
     // Damaged input may repeat a commit: the first one stands. The keys of
     // `positions_` view IDs inside `commits_`, so duplicates go first, before
@@ -41,8 +41,8 @@ CommitGraph::CommitGraph(std::vector<JJCommit> commits, const Visit& alsoVisit)
                 parentList_.push_back(*found);
             }
         }
-        if (alsoVisit) {
-            alsoVisit(index, commit);
+        if (eachCommit) {
+            eachCommit(index, commit);
         }
     }
     parentStart_.push_back(static_cast<std::uint32_t>(parentList_.size()));

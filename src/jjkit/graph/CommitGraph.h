@@ -22,12 +22,12 @@ namespace vorda {
 class CommitGraph {
   public:
     using Index = std::uint32_t;
-    using Visit = std::function<void(Index, const JJCommit&)>;
+    using EachCommit = std::function<void(Index, const JJCommit&)>;
 
     /// Hands every commit kept, with its position and in position order, to
-    /// `alsoVisit` during the pass that indexes it: a caller's own look at
+    /// `eachCommit` during the pass that indexes them: a caller's own look at
     /// each commit costs no second pass over thousands of them.
-    explicit CommitGraph(std::vector<JJCommit> commits, const Visit& alsoVisit = {});
+    explicit CommitGraph(std::vector<JJCommit> commits, const EachCommit& eachCommit = {});
 
     std::size_t size() const { return commits_.size(); }
     const JJCommit& commit(Index index) const { return commits_[index]; }

@@ -43,10 +43,9 @@ std::vector<bool> UnownedWork::workspaceStacks(
     return walkUnclaimed(starts, true);
 }
 
-OrphanWIP UnownedWork::orphanAt(CommitGraph::Index index, bool isMine,
-                                const std::vector<std::string>& bookmarkNames) const {
+void UnownedWork::fillOrphan(OrphanWIP& orphan, CommitGraph::Index index, bool isMine,
+                             const std::vector<std::string>& bookmarkNames) const {
     const JJCommit& commit = graph_.commit(index);
-    OrphanWIP orphan;
     orphan.changeID = commit.changeID;
     orphan.commitID = commit.commitID;
     orphan.description = commit.description;
@@ -61,7 +60,6 @@ OrphanWIP UnownedWork::orphanAt(CommitGraph::Index index, bool isMine,
         orphan.parentChangeIDs.push_back(graph_.commit(parent).changeID);
     }
     orphan.timestamp = commit.committer.timestamp;
-    return orphan;
 }
 
 std::vector<OrphanWIP> UnownedWork::buildOrphanWIPs(
@@ -116,7 +114,7 @@ std::vector<OrphanWIP> UnownedWork::buildOrphanWIPs(
     }
     std::vector<OrphanWIP> orphans(kept.size());
     for (std::size_t at = 0; at < kept.size(); ++at) {
-        orphans[place[at]] = orphanAt(kept[at].index, kept[at].isMine, bookmarkNames);
+        fillOrphan(orphans[place[at]], kept[at].index, kept[at].isMine, bookmarkNames);
     }
     return orphans;
 }

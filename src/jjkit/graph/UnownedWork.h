@@ -37,8 +37,9 @@ class UnownedWork {
                                            const std::vector<std::string>& bookmarkNames) const;
 
   private:
-    OrphanWIP orphanAt(CommitGraph::Index index, bool isMine,
-                       const std::vector<std::string>& bookmarkNames) const;
+    /// Fills a blank `orphan` from the commit at `index`.
+    void fillOrphan(OrphanWIP& orphan, CommitGraph::Index index, bool isMine,
+                    const std::vector<std::string>& bookmarkNames) const;
     std::vector<bool> walkUnclaimed(const std::vector<CommitGraph::Index>& starts,
                                     bool stopAtCompositions) const;
 
