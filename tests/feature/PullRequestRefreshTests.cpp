@@ -13,6 +13,7 @@
 #include "jjkit/client/JJClient.h"
 #include "jjkit/github/ToolLookup.h"
 #include "support/ScopedEnvironment.h"
+#include "support/ScriptedGh.h"
 #include "support/TempDir.h"
 #include "support/TestRepo.h"
 
@@ -21,45 +22,11 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ScopedEnvironment;
+using testing::ScriptedGh;
 using testing::TempDir;
 using testing::TestRepo;
 using Entry = PRCacheStore::Entry;
 using Clock = std::chrono::system_clock;
-
-// A stand-in for gh that answers `pr list --head BRANCH` from files in its
-// folder: pr-BRANCH.json when present, else "[]"; fail-BRANCH makes that call
-// exit 1 with the file as stderr. Each call appends its arguments, each in
-// brackets, as one line to calls.log. When a file `barrier` holds a count,
-// each call waits until that many calls have started, and fails after a
-// bounded number of polls, so that calls made one after the other fail.
-constexpr const char* scriptedGh = R"sh(#!/bin/sh
-here=$(dirname "$0")
-line=""
-for argument in "$@"; do line="$line[$argument]"; done
-printf '%s\n' "$line" >> "$here/calls.log"
-if [ "$1 $2" != "pr list" ]; then
-  echo "unexpected call" >&2
-  exit 2
-fi
-branch=""
-previous=""
-for argument in "$@"; do
-  [ "$previous" = "--head" ] && branch=$argument
-  previous=$argument
-done
-if [ -e "$here/barrier" ]; then
-  : > "$here/started-$branch"
-  expected=$(cat "$here/barrier")
-  polls=0
-  while [ "$(ls "$here" | grep -c '^started-')" -lt "$expected" ]; do
-    polls=$((polls + 1))
-    if [ "$polls" -gt 600 ]; then echo "barrier not reached" >&2; exit 1; fi
-    sleep 0.05
-  done
-fi
-if [ -e "$here/fail-$branch" ]; then cat "$here/fail-$branch" >&2; exit 1; fi
-if [ -e "$here/pr-$branch.json" ]; then cat "$here/pr-$branch.json"; else echo "[]"; fi
-)sh";
 
 void writeFile(const fs::path& path, const std::string& contents) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << contents;
@@ -87,48 +54,10 @@ std::string ghJSON(const GitHubPR& record) {
     return nlohmann::json::array({object}).dump();
 }
 
-/// The scripted gh, first on PATH while the object lives.
-class ScriptedGh {
-  public:
-    ScriptedGh() {
-        const fs::path script = folder_.path() / "gh";
-        writeFile(script, scriptedGh);
-        fs::permissions(script, fs::perms::owner_all);
-        path_.prependPath(folder_.string());
-    }
-
-    void answer(const std::string& branch, const GitHubPR& record) const {
-        writeFile(folder_.path() / ("pr-" + branch + ".json"), ghJSON(record));
-    }
-    void failList(const std::string& branch, const std::string& stderrText) const {
-        writeFile(folder_.path() / ("fail-" + branch), stderrText);
-    }
-    void requireConcurrentCalls(int count) const {
-        writeFile(folder_.path() / "barrier", std::to_string(count));
-    }
-
-    /// The branches asked about, sorted, once per call.
-    std::vector<std::string> askedBranches() const {
-        std::vector<std::string> branches;
-        std::ifstream stream(folder_.path() / "calls.log");
-        const std::string head = "[--head][";
-        for (std::string line; std::getline(stream, line);) {
-            const auto start = line.find(head);
-            if (start == std::string::npos) {
-                branches.push_back("unexpected: " + line);
-                continue;
-            }
-            const auto nameStart = start + head.size();
-            branches.push_back(line.substr(nameStart, line.find(']', nameStart) - nameStart));
-        }
-        std::sort(branches.begin(), branches.end());
-        return branches;
-    }
-
-  private:
-    TempDir folder_{"vorda-gh"};
-    ScopedEnvironment path_{"PATH"};
-};
+/// Answers `pr list --head branch` with `record`, as gh prints it.
+void answer(const ScriptedGh& gh, const std::string& branch, const GitHubPR& record) {
+    gh.answer(branch, ghJSON(record));
+}
 
 using Names = std::vector<std::string>;
 
@@ -192,8 +121,8 @@ TEST_F(PullRequestRefreshTest, TheRepositoryHasTheShapeTheOtherCasesNeed) {
 }
 
 TEST_F(PullRequestRefreshTest, WithoutCacheEveryTrackedBookmarkIsAskedAndNoUntrackedOne) {
-    gh.answer("alpha", pr(1, "Alpha"));
-    gh.answer("gamma", pr(3, "Gamma"));
+    answer(gh, "alpha", pr(1, "Alpha"));
+    answer(gh, "gamma", pr(3, "Gamma"));
     const auto result = refresh(nullptr);
     EXPECT_EQ(gh.askedBranches(), (Names{"alpha", "beta", "gamma", "main"}));
     EXPECT_EQ(result,
@@ -205,9 +134,9 @@ TEST_F(PullRequestRefreshTest, CachedAnswersForTheSameTipStandAndOnlyMovedTipsAr
     cache.set(Entry{tip("alpha"), std::nullopt, Clock::time_point{}}, "alpha");
     cache.set(Entry{tip("beta"), pr(20, "Beta"), Clock::time_point{}}, "beta");
     cache.set(Entry{"moved-away", pr(30, "Gamma old"), Clock::time_point{}}, "gamma");
-    gh.answer("alpha", pr(10, "Alpha on GitHub"));
-    gh.answer("beta", pr(21, "Beta on GitHub"));
-    gh.answer("gamma", pr(31, "Gamma new"));
+    answer(gh, "alpha", pr(10, "Alpha on GitHub"));
+    answer(gh, "beta", pr(21, "Beta on GitHub"));
+    answer(gh, "gamma", pr(31, "Gamma new"));
 
     std::vector<PullRequestsByBookmark> cachedCalls;
     std::vector<std::size_t> callsBeforeBlock;
@@ -229,7 +158,7 @@ TEST_F(PullRequestRefreshTest, ForceAsksAboutEveryCandidateDespiteTheCache) {
     for (const std::string name : {"main", "alpha", "beta", "gamma"}) {
         cache.set(Entry{tip(name), pr(90, "cached " + name), Clock::time_point{}}, name);
     }
-    gh.answer("beta", pr(21, "Beta on GitHub"));
+    answer(gh, "beta", pr(21, "Beta on GitHub"));
 
     std::optional<PullRequestsByBookmark> cachedBadges;
     const auto result = refresh(
@@ -243,7 +172,7 @@ TEST_F(PullRequestRefreshTest, ForceAsksAboutEveryCandidateDespiteTheCache) {
 TEST_F(PullRequestRefreshTest, LimitToNarrowsTheCandidatesAndForceBranchesReachBeyondIt) {
     cache.set(Entry{tip("alpha"), pr(1, "Alpha"), Clock::time_point{}}, "alpha");
     cache.set(Entry{tip("beta"), pr(2, "Beta"), Clock::time_point{}}, "beta");
-    gh.answer("beta", pr(22, "Beta on GitHub"));
+    answer(gh, "beta", pr(22, "Beta on GitHub"));
 
     // beta is forced though outside limitTo; an untracked bookmark stays out
     // even when forced.
@@ -261,7 +190,7 @@ TEST_F(PullRequestRefreshTest, LimitToWithoutCacheAsksOnlyAboutTheNamedBookmarks
 
 TEST_F(PullRequestRefreshTest, EveryAnswerReplacesItsRowWithOneFetchTime) {
     cache.set(Entry{"moved-away", pr(5, "stale"), Clock::time_point{}}, "gamma");
-    gh.answer("alpha", pr(1, "Alpha"));
+    answer(gh, "alpha", pr(1, "Alpha"));
     refresh(&cache);
 
     const auto rows = cache.all();
@@ -286,7 +215,7 @@ TEST_F(PullRequestRefreshTest, AFailedQuestionLeavesItsRowAndGivesNoBadge) {
     const Entry old{"moved-away", pr(30, "Gamma old"), Clock::time_point(std::chrono::seconds(7))};
     cache.set(old, "gamma");
     gh.failList("gamma", "HTTP 502: Bad Gateway\n");
-    gh.answer("alpha", pr(1, "Alpha"));
+    answer(gh, "alpha", pr(1, "Alpha"));
 
     const auto result = refresh(&cache);
     EXPECT_EQ(gh.askedBranches(), (Names{"alpha", "beta", "gamma", "main"}));
@@ -309,9 +238,9 @@ TEST_F(PullRequestRefreshTest, CachedPRNumbersFollowTheAnswers) {
     same.columnVisible = true;
     settings.set(same, "main");
 
-    gh.answer("alpha", pr(7, "Alpha"));
-    gh.answer("beta", pr(12, "Beta"));
-    gh.answer("main", pr(40, "Main"));
+    answer(gh, "alpha", pr(7, "Alpha"));
+    answer(gh, "beta", pr(12, "Beta"));
+    answer(gh, "main", pr(40, "Main"));
     refresh(&cache);
 
     BookmarkSettingsStore reread(repo.root());
@@ -342,7 +271,7 @@ TEST_F(PullRequestRefreshTest, CandidatesWithoutCommitsAreAlwaysAsked) {
     state.bookmarks.at("alpha").commitIDs.clear();
     cache.set(Entry{"", pr(8, "cached"), Clock::time_point{}}, "alpha");
     cache.set(Entry{tip("beta"), pr(9, "Beta"), Clock::time_point{}}, "beta");
-    gh.answer("alpha", pr(18, "Alpha now"));
+    answer(gh, "alpha", pr(18, "Alpha now"));
 
     const auto result = refresh(&cache, false, {}, {"alpha", "beta"});
     EXPECT_EQ(gh.askedBranches(), Names{"alpha"});
@@ -357,7 +286,7 @@ TEST_F(PullRequestRefreshTest, AllQuestionsRunAtTheSameTime) {
     // Each gh call waits for the other three to start: asked one after the
     // other, every call would fail and no row would be written.
     gh.requireConcurrentCalls(4);
-    gh.answer("beta", pr(2, "Beta"));
+    answer(gh, "beta", pr(2, "Beta"));
     const auto result = refresh(&cache);
     EXPECT_EQ(result, (PullRequestsByBookmark{{"beta", pr(2, "Beta")}}));
     EXPECT_EQ(cache.all().size(), 4U);

@@ -13,6 +13,7 @@
 
 #include "jjkit/github/ToolLookup.h"
 #include "support/ScopedEnvironment.h"
+#include "support/ScriptedGh.h"
 #include "support/TempDir.h"
 
 namespace vorda {
@@ -20,87 +21,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ScopedEnvironment;
+using testing::ScriptedGh;
 using testing::TempDir;
-
-// A stand-in for gh: it appends each call's arguments, each in brackets, as
-// one line to calls.log and its working directory to cwd.log, then answers
-// from files in its folder: pr-BRANCH.json for `pr list --head BRANCH` ("[]"
-// without one), fail-BRANCH as stderr of a failing `pr list`, create-fail as
-// stderr of a failing `pr create`, version-fail to fail `--version`.
-constexpr const char* scriptedGh = R"sh(#!/bin/sh
-here=$(dirname "$0")
-line=""
-for argument in "$@"; do line="$line[$argument]"; done
-printf '%s\n' "$line" >> "$here/calls.log"
-pwd >> "$here/cwd.log"
-if [ "$1" = "--version" ]; then
-  [ -e "$here/version-fail" ] && exit 1
-  echo "gh version 2.45.0 (scripted)"
-  exit 0
-fi
-if [ "$1 $2" = "pr create" ]; then
-  if [ -e "$here/create-fail" ]; then cat "$here/create-fail" >&2; exit 1; fi
-  echo "https://github.com/example/repo/pull/1"
-  exit 0
-fi
-if [ "$1 $2" = "pr list" ]; then
-  branch=""
-  previous=""
-  for argument in "$@"; do
-    [ "$previous" = "--head" ] && branch=$argument
-    previous=$argument
-  done
-  if [ -e "$here/fail-$branch" ]; then cat "$here/fail-$branch" >&2; exit 1; fi
-  if [ -e "$here/pr-$branch.json" ]; then cat "$here/pr-$branch.json"; else echo "[]"; fi
-  exit 0
-fi
-echo "unexpected call" >&2
-exit 2
-)sh";
-
-void writeFile(const fs::path& path, const std::string& contents) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << contents;
-}
-
-std::vector<std::string> lines(const fs::path& path) {
-    std::ifstream stream(path);
-    std::vector<std::string> result;
-    for (std::string line; std::getline(stream, line);) {
-        result.push_back(line);
-    }
-    return result;
-}
-
-/// The scripted gh, first on PATH while the object lives.
-class ScriptedGh {
-  public:
-    ScriptedGh() {
-        const fs::path script = folder_.path() / "gh";
-        writeFile(script, scriptedGh);
-        fs::permissions(script, fs::perms::owner_all);
-        path_.prependPath(folder_.string());
-    }
-
-    void answer(const std::string& branch, const std::string& json) const {
-        writeFile(folder_.path() / ("pr-" + branch + ".json"), json);
-    }
-    void failList(const std::string& branch, const std::string& stderrText) const {
-        writeFile(folder_.path() / ("fail-" + branch), stderrText);
-    }
-    void failCreate(const std::string& stderrText) const {
-        writeFile(folder_.path() / "create-fail", stderrText);
-    }
-    void failVersion() const { writeFile(folder_.path() / "version-fail", ""); }
-
-    std::vector<std::string> calls() const { return lines(folder_.path() / "calls.log"); }
-    std::vector<std::string> workingDirectories() const {
-        return lines(folder_.path() / "cwd.log");
-    }
-
-  private:
-    TempDir folder_{"vorda-gh"};
-    ScopedEnvironment path_{"PATH"};
-};
 
 /// The error `call` throws; absent (and a test failure) when it throws none.
 std::optional<GitHubClientError> errorOf(const std::function<void()>& call) {

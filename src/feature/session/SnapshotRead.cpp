@@ -34,6 +34,21 @@ const JJCommit* workingCopyCommit(const RepoState& state) {
 
 }  // namespace
 
+void RepoSession::readSettings(RepoSnapshot& snapshot) {
+    Perf::measure("snapshot.settingsReads", PerfCategory::store, [&] {
+        snapshot.settingsByName = settingsStore_->all();
+        snapshot.routingRules = settingsStore_->routingRules();
+    });
+}
+
+void RepoSession::projectLanes(RepoSnapshot& snapshot) {
+    snapshot.lanesByBookmark =
+        Perf::measure("snapshot.laneProjection", PerfCategory::snapshot, [&] {
+            return BookmarkLaneProjection::build(snapshot.repoState, snapshot.settingsByName,
+                                                 snapshot.routingRules, snapshot.trunkBookmarkName);
+        });
+}
+
 SnapshotRef RepoSession::readSnapshot(const std::optional<std::string>& knownApexID) {
     return Perf::measure("snapshot.read", PerfCategory::snapshot,
                          [&] { return readSnapshotInner(knownApexID); });
@@ -69,10 +84,7 @@ SnapshotRef RepoSession::readSnapshotInner(const std::optional<std::string>& kno
         [&client] { return std::optional(client.diff("@")); });
 
     auto snapshot = std::make_shared<RepoSnapshot>();
-    Perf::measure("snapshot.settingsReads", PerfCategory::store, [&] {
-        snapshot->settingsByName = settingsStore_->all();
-        snapshot->routingRules = settingsStore_->routingRules();
-    });
+    readSettings(*snapshot);
     // The secondary queries never throw; the repository state, awaited last,
     // may, and by then every other child has finished.
     snapshot->trunkCommitID = trunkCommitID.get();
@@ -89,12 +101,7 @@ SnapshotRef RepoSession::readSnapshotInner(const std::optional<std::string>& kno
     }
     snapshot->trunkBookmarkName =
         BookmarkLaneProjection::resolveTrunkName(snapshot->repoState, snapshot->trunkCommitID);
-    snapshot->lanesByBookmark =
-        Perf::measure("snapshot.laneProjection", PerfCategory::snapshot, [&] {
-            return BookmarkLaneProjection::build(snapshot->repoState, snapshot->settingsByName,
-                                                 snapshot->routingRules,
-                                                 snapshot->trunkBookmarkName);
-        });
+    projectLanes(*snapshot);
 
     SnapshotRef result = std::move(snapshot);
     const std::scoped_lock lock(mutex_);
@@ -116,16 +123,8 @@ SnapshotRef RepoSession::producingFromCachedState(const std::function<void()>& s
     }
     step();
     auto snapshot = std::make_shared<RepoSnapshot>(*cached);
-    Perf::measure("snapshot.settingsReads", PerfCategory::store, [&] {
-        snapshot->settingsByName = settingsStore_->all();
-        snapshot->routingRules = settingsStore_->routingRules();
-    });
-    snapshot->lanesByBookmark =
-        Perf::measure("snapshot.laneProjection", PerfCategory::snapshot, [&] {
-            return BookmarkLaneProjection::build(snapshot->repoState, snapshot->settingsByName,
-                                                 snapshot->routingRules,
-                                                 snapshot->trunkBookmarkName);
-        });
+    readSettings(*snapshot);
+    projectLanes(*snapshot);
     SnapshotRef result = std::move(snapshot);
     {
         const std::scoped_lock lock(mutex_);

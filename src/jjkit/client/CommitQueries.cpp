@@ -10,17 +10,6 @@
 namespace vorda {
 namespace {
 
-std::string firstLineTrimmed(std::string_view output) {
-    const auto lines = text::splitNonEmpty(output, '\n');
-    for (const auto line : lines) {
-        const auto trimmed = text::trimWhitespace(line);
-        if (!trimmed.empty()) {
-            return std::string(trimmed);
-        }
-    }
-    return {};
-}
-
 bool isDivergenceFailure(const JJError& error) {
     const auto* failure = error.as<JJError::CommandFailed>();
     return failure != nullptr && failure->stderr.find("is divergent") != std::string::npos;
@@ -31,7 +20,8 @@ bool isDivergenceFailure(const JJError& error) {
 std::string JJClient::resolveCommitID(const std::string& rev) const {
     std::string resolved;
     try {
-        resolved = firstLineTrimmed(run({"log", "--no-graph", "--ignore-working-copy", "-r", rev,
+        resolved =
+            text::firstNonBlankLine(run({"log", "--no-graph", "--ignore-working-copy", "-r", rev,
                                          "-T", std::string(JJTemplateBuilder::commitIDLines)},
                                         "resolveCommitID rev=" + rev)
                                         .stdout);

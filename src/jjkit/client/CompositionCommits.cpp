@@ -12,11 +12,6 @@
 namespace vorda {
 namespace {
 
-std::string firstLine(const std::string& output) {
-    const auto lines = text::splitNonEmpty(output, '\n');
-    return lines.empty() ? std::string() : std::string(text::trimWhitespace(lines.front()));
-}
-
 JJError notFound(const char* context, const char* message) {
     return JJError(JJError::ParseError{context, message});
 }
@@ -179,7 +174,7 @@ std::string JJClient::createEmptyCommit(const std::string& onto,
              "latest(description(" + revsetQuoted(description) + ") & empty() & mutable())", "-T",
              std::string(JJTemplateBuilder::changeIDLines)},
             "createEmptyCommit resolve parent=" + onto);
-    auto id = firstLine(lookup.stdout);
+    auto id = text::firstNonBlankLine(lookup.stdout);
     if (id.empty()) {
         throw notFound("createEmptyCommit", "empty commit not found after create");
     }

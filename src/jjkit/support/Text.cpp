@@ -51,6 +51,16 @@ std::string join(const std::vector<std::string>& pieces, std::string_view separa
     return joined;
 }
 
+std::string firstNonBlankLine(std::string_view text) {
+    for (const auto line : splitNonEmpty(text, '\n')) {
+        const auto trimmed = trimWhitespace(line);
+        if (!trimmed.empty()) {
+            return std::string(trimmed);
+        }
+    }
+    return {};
+}
+
 std::int64_t parseCount(std::string_view text) {
     const auto trimmed = trimWhitespace(text);
     std::int64_t count = 0;

@@ -19,6 +19,10 @@ std::vector<std::string_view> splitNonEmpty(std::string_view text, char separato
 /// Joins with `separator` between the pieces.
 std::string join(const std::vector<std::string>& pieces, std::string_view separator);
 
+/// The first line that is not blank, trimmed of whitespace; empty when
+/// there is none.
+std::string firstNonBlankLine(std::string_view text);
+
 /// A whole decimal integer, blanks and line ends around it allowed; 0 for
 /// anything else.
 std::int64_t parseCount(std::string_view text);
