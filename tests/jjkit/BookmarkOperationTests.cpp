@@ -36,9 +36,10 @@ class BookmarkOperations : public ::testing::Test {
     // Every visible commit with its parents, as one text: a refusal must leave
     // all of it as it was.
     std::string graph() const {
-        return repo.jj({"log", "--ignore-working-copy", "--no-graph", "-r", "all()", "-T",
-                        R"T(commit_id ++ " " ++ parents.map(|p| p.commit_id()) ++ " " ++ )T"
-                        R"T(local_bookmarks ++ "\n")T"});
+        static const std::string templ =
+            std::string(R"T(commit_id ++ " " ++ parents.map(|p| p.commit_id()) ++ " " ++ )T") +
+            R"T(local_bookmarks ++ "\n")T";
+        return repo.jj({"log", "--ignore-working-copy", "--no-graph", "-r", "all()", "-T", templ});
     }
 
     // Refuses with `message` and changes nothing.

@@ -16,6 +16,7 @@ using testing::TestRepo;
 
 std::vector<std::string> descriptions(const std::vector<JJCommit>& commits) {
     std::vector<std::string> texts;
+    texts.reserve(commits.size());
     for (const auto& commit : commits) {
         texts.push_back(commit.summary());
     }
