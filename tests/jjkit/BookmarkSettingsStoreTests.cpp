@@ -10,6 +10,7 @@
 
 #include "jjkit/support/Uuid.h"
 #include "support/TempDir.h"
+#include "support/TestRepo.h"
 
 namespace vorda {
 namespace {
@@ -240,6 +241,21 @@ TEST(BookmarkSettingsStoreLocation, WithoutARepoFolderTheLegacyPlaceIsWritten) {
     store.setCompositionPoint("abc", "default");
     EXPECT_TRUE(fs::is_regular_file(repo.path() / ".jj" / "Vorda-settings.json"));
     EXPECT_FALSE(fs::exists(repo.path() / ".jj" / "repo"));
+}
+
+TEST(BookmarkSettingsStoreLocation, EveryWorkspaceOfARepositoryUsesTheSharedStoresFile) {
+    testing::TestRepo repo;
+    repo.commit("one", {{"a", "1"}});
+    const auto second = repo.addWorkspace("second");
+    ASSERT_TRUE(fs::is_regular_file(fs::path(second) / ".jj" / "repo"));
+
+    BookmarkSettingsStore fromSecond(second);
+    EXPECT_EQ(fromSecond.fileURL(),
+              fs::canonical(fs::path(repo.root()) / ".jj" / "repo") / "Vorda-settings.json");
+    fromSecond.setCompositionPoint("change-of-second", "second");
+    BookmarkSettingsStore fromFirst(repo.root());
+    EXPECT_EQ(fromFirst.compositionPointsByWorkspace(),
+              (std::map<std::string, std::string>{{"second", "change-of-second"}}));
 }
 
 TEST(BookmarkSettingsStoreLocation, AFailedWriteKeepsTheOldValuesAndTheFile) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "jjkit/model/ApexParent.h"
+
 namespace vorda {
 namespace {
 
@@ -124,6 +126,20 @@ TEST(RecordCoding, DecodesOperationsAndWorkspacesWithOptionalRoot) {
     const auto absent = RecordCoding<JJWorkspace>::decode(JsonReader(
         nlohmann::json::parse(R"({"name":"w","root":null,"commit_id":"c","change_id":"k"})")));
     EXPECT_FALSE(absent.root.has_value());
+}
+
+TEST(ApexParentJSON, EveryCaseRoundTripsAndOtherShapesAreRefused) {
+    for (const auto& parent : {ApexParent::bookmark("feature \"x\""), ApexParent::changeID("kkk"),
+                               ApexParent::commitID("abc"), ApexParent::trunk()}) {
+        EXPECT_EQ(ApexParent::fromJSON(parent.toJSON()), parent) << parent.toJSON().dump();
+    }
+    EXPECT_EQ(ApexParent::bookmark("f").toJSON(),
+              nlohmann::json::parse(R"({"bookmark":{"_0":"f"}})"));
+    EXPECT_EQ(ApexParent::trunk().toJSON(), nlohmann::json::parse(R"({"trunk":{}})"));
+    for (const auto* text : {R"({})", R"({"trunk":{},"bookmark":{"_0":"f"}})", R"([])",
+                             R"({"bookmark":{}})", R"({"elsewhere":{}})"}) {
+        EXPECT_THROW(ApexParent::fromJSON(nlohmann::json::parse(text)), DecodingError) << text;
+    }
 }
 
 }  // namespace

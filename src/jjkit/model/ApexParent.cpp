@@ -51,7 +51,9 @@ ApexParent ApexParent::fromJSON(const nlohmann::json& json) {
     if (!json.is_object() || json.size() != 1) {
         throw DecodingError("Invalid number of keys found, expected one.");
     }
-    const auto& [key, body] = *json.items().begin();
+    // Copied out: the iteration proxy of `items()` does not outlive this line.
+    const std::string key = json.begin().key();
+    const nlohmann::json& body = json.begin().value();
     if (key == "bookmark") {
         return bookmark(payload(body, key));
     }

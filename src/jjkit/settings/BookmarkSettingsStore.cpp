@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/support/Uuid.h"
 
 namespace vorda {
@@ -178,7 +179,22 @@ BookmarkSettingsStore::BookmarkSettingsStore(const std::filesystem::path& repoRo
     : legacyFileURL_(repoRoot / ".jj" / settingsFileName) {
     std::error_code error;
     const fs::path repoFolder = repoRoot / ".jj" / "repo";
-    fileURL_ = fs::exists(repoFolder, error) ? repoFolder / settingsFileName : legacyFileURL_;
+    if (!fs::exists(repoFolder, error)) {
+        fileURL_ = legacyFileURL_;
+    } else if (fs::is_directory(repoFolder, error)) {
+        fileURL_ = repoFolder / settingsFileName;
+    } else {
+        // A further workspace holds a file there that names the shared store:
+        // every workspace of a repository reads and writes the one file in it.
+        try {
+            fileURL_ = fs::path(JJRepoDetector::sharedRepositoryPath(repoRoot.string())) /
+                       settingsFileName;
+        } catch (const std::exception&) {
+            // A pointer that names no store: keep the usual place, where a
+            // write fails loudly instead of landing somewhere unexpected.
+            fileURL_ = repoFolder / settingsFileName;
+        }
+    }
 }
 
 BookmarkSettingsStore::Contents BookmarkSettingsStore::loadFromDisk() const {
