@@ -34,7 +34,11 @@ RepoSession::RepoSession(std::string repoRoot, Collaborators collaborators)
       prCacheStore_(std::move(collaborators.prCacheStore)),
       watcher_(std::move(collaborators.watcher)),
       clock_(collaborators.clock ? std::move(collaborators.clock)
-                                 : std::make_shared<SteadySessionClock>()) {}
+                                 : std::make_shared<SteadySessionClock>()),
+      router_([](RepoSession& session) -> std::optional<SnapshotRef> {
+          auto [snapshot, moved] = session.applyRouting();
+          return moved > 0 ? std::optional(std::move(snapshot)) : std::nullopt;
+      }) {}
 
 RepoSession::~RepoSession() {
     stream_.finish();
@@ -210,6 +214,15 @@ std::optional<BookmarkOrigin> RepoSession::currentOrigin(const std::string& book
         return std::nullopt;
     }
     return found->second.origin;
+}
+
+PullRequestsByBookmark RepoSession::refreshPullRequestStatuses(
+    const RepoState& state, bool force, const std::set<std::string>& forceBranches,
+    const std::set<std::string>& limitTo,
+    const std::function<void(const PullRequestsByBookmark&)>& cachedBlock) {
+    return vorda::refreshPullRequestStatuses(state, *githubClient_, prCacheStore_.get(),
+                                             *settingsStore_, force, forceBranches, limitTo,
+                                             cachedBlock);
 }
 
 std::string RepoSession::loadDiff(const std::string& changeID) const {

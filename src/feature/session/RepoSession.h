@@ -11,6 +11,9 @@
 #include <thread>
 #include <vector>
 
+#include "feature/commands/RepoCommand.h"
+#include "feature/commands/RepoCommandResult.h"
+#include "feature/pullrequests/PullRequestRefresh.h"
 #include "feature/session/RepoSnapshot.h"
 #include "feature/session/SessionClock.h"
 #include "feature/session/SnapshotStream.h"
@@ -111,6 +114,26 @@ class RepoSession : public std::enable_shared_from_this<RepoSession> {
     bool isGithubAvailable();
     RebaseConflictReview loadRebaseConflict(const std::string& changeID) const;
 
+    // Commands.
+
+    /// Runs `command` while holding the gate of the shared repository, so
+    /// windows on workspaces of one repository take turns, and returns what
+    /// it gives back. Refusals are toasts; a failing jj call is thrown.
+    /// `stop` cancels only the wait for the gate.
+    RepoCommandResult execute(const RepoCommand& command, const std::stop_token& stop = {});
+
+    /// One routing pass, in its own gate turn: a timed read, the matching
+    /// files of the working copy moved into their bookmarks, and a second
+    /// read when any moved. Returns the newest snapshot and the count.
+    std::pair<SnapshotRef, std::size_t> applyRouting();
+
+    /// Pull request states for `state`'s bookmarks through the cache and
+    /// `gh`; never fails.
+    PullRequestsByBookmark refreshPullRequestStatuses(
+        const RepoState& state, bool force = false, const std::set<std::string>& forceBranches = {},
+        const std::set<std::string>& limitTo = {},
+        const std::function<void(const PullRequestsByBookmark&)>& cachedBlock = {});
+
     // For the command layer.
 
     /// The full read: five queries at once, the settings meanwhile, the lane
@@ -127,10 +150,14 @@ class RepoSession : public std::enable_shared_from_this<RepoSession> {
     std::optional<BookmarkOrigin> currentOrigin(const std::string& bookmark) const;
     /// Puts `snapshot` on the stream.
     void yieldSnapshot(const SnapshotRef& snapshot) { stream_.yield(snapshot); }
+    /// `snapshot` with `prs` and the lanes projected again from the stored
+    /// settings; it replaces the cached state only when that is still
+    /// `snapshot`, so a newer read is never overwritten.
+    SnapshotRef withPullRequests(const SnapshotRef& snapshot, PullRequestsByBookmark prs);
 
     /// Routes files of the working copy by the enabled rules; returns the
-    /// snapshot read afterwards when a file moved. Installed by the routing
-    /// code; without it a refresh never routes.
+    /// snapshot read afterwards when a file moved. The session's own
+    /// `applyRouting` unless replaced.
     using Router = std::function<std::optional<SnapshotRef>(RepoSession&)>;
     void setRouter(Router router);
 

@@ -134,4 +134,18 @@ SnapshotRef RepoSession::producingFromCachedState(const std::function<void()>& s
     return result;
 }
 
+SnapshotRef RepoSession::withPullRequests(const SnapshotRef& snapshot, PullRequestsByBookmark prs) {
+    auto updated = std::make_shared<RepoSnapshot>(*snapshot);
+    updated->prsByBookmark = std::move(prs);
+    // The refresh may have stored new pull request numbers.
+    readSettings(*updated);
+    projectLanes(*updated);
+    SnapshotRef result = std::move(updated);
+    const std::scoped_lock lock(mutex_);
+    if (lastSnapshot_ == snapshot) {
+        lastSnapshot_ = result;
+    }
+    return result;
+}
+
 }  // namespace vorda

@@ -1,0 +1,833 @@
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "feature/StateBuilder.h"
+#include "feature/wire/BookmarkWire.h"
+#include "feature/wire/CommandCases.h"
+#include "feature/wire/CommandWire.h"
+#include "feature/wire/CompositionWire.h"
+#include "feature/wire/DiffWire.h"
+#include "feature/wire/RecordWire.h"
+#include "feature/wire/ResultCases.h"
+#include "feature/wire/ResultWire.h"
+#include "feature/wire/SettingsWire.h"
+#include "feature/wire/SnapshotWire.h"
+
+namespace vorda {
+namespace member_counting {
+
+/// Stands for any member in an aggregate initialisation. Not for a command's
+/// variant: a command would then have two ways to be made from it, and a
+/// record holding a command would count short.
+struct AnyMember {
+    template <typename T>
+    requires(!std::is_same_v<T, RepoCommand::Value>) operator T() const;
+};
+
+}  // namespace member_counting
+
+namespace {
+
+using member_counting::AnyMember;
+using nlohmann::json;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+
+// ---------------------------------------------------------------------------
+// Field-by-field comparison of the command and result structs, which have no
+// equality of their own. It counts an aggregate's members the way aggregate
+// initialisation does, so a member that a field table leaves out fails the
+// count check below, and one that it codes wrongly fails the comparison.
+
+template <std::size_t>
+using AnyMemberAt = AnyMember;
+
+template <typename T, std::size_t... Index>
+constexpr bool takesInitialisers(std::index_sequence<Index...> /*members*/) {
+    return requires {
+        T{AnyMemberAt<Index>{}...};
+    };
+}
+
+/// The most initialisers the aggregate `T` takes: its member count. Counted
+/// down, since a member without a default value needs its initialiser.
+template <typename T, std::size_t Count = 16>
+constexpr std::size_t memberCount() {
+    if constexpr (Count == 0 || takesInitialisers<T>(std::make_index_sequence<Count>{})) {
+        return Count;
+    } else {
+        return memberCount<T, Count - 1>();
+    }
+}
+
+template <typename T>
+constexpr std::size_t tableSize() {
+    return std::tuple_size_v<std::remove_cvref_t<decltype(WireFields<T>::fields)>>;
+}
+
+/// Every member of every case is in its field table; the fetch's progress
+/// callback alone stays off the wire.
+template <typename Variant, std::size_t... Index>
+constexpr bool everyCaseTableIsComplete(std::index_sequence<Index...> /*cases*/) {
+    return ((std::is_same_v<std::variant_alternative_t<Index, Variant>, RepoCommand::Fetch>
+                 ? tableSize<RepoCommand::Fetch>() == 0 && memberCount<RepoCommand::Fetch>() == 1
+                 : tableSize<std::variant_alternative_t<Index, Variant>>() ==
+                       memberCount<std::variant_alternative_t<Index, Variant>>()) &&
+            ...);
+}
+
+template <typename Variant>
+constexpr bool everyCaseTableIsComplete() {
+    return everyCaseTableIsComplete<Variant>(
+        std::make_index_sequence<std::variant_size_v<Variant>>{});
+}
+
+/// Fails to compile, naming the record, when its table misses a member.
+template <typename Record>
+constexpr bool tableIsComplete() {
+    static_assert(tableSize<Record>() == memberCount<Record>(), "a member has no key");
+    return true;
+}
+
+template <typename... Records>
+constexpr bool everyTableIsComplete() {
+    return (tableIsComplete<Records>() && ...);
+}
+
+static_assert(everyCaseTableIsComplete<RepoCommand::Value>());
+static_assert(everyCaseTableIsComplete<RepoCommandResult::Value>());
+static_assert(
+    everyTableIsComplete<
+        CreateBookmarkInput, BookmarkStartingPoint::SpecificRevision,
+        BookmarkStartingPoint::WorkingCopyCarveHunks, ConfirmationRequestData, ForcePushRequestData,
+        RepoCommandError, Bookmark, BookmarkConflict, WorkingCopy, OrphanWIP, CompositionAttachment,
+        BaseAnchor, WorkspaceComposition, WorkspaceState, Apex, RepoState, JJCommit, JJSignature,
+        JJCommitRef, ChangedFile, JJOp, JJWorkspace, GitHubPR, UnifiedDiff, DiffFile, DiffHunk,
+        DiffLine, BookmarkLaneReadModel, RebaseConflictReview, RebaseConflictReview::File,
+        BookmarkOrigin::Upstream, RemoteSyncState::UpToDate, RemoteSyncState::Ahead,
+        RemoteSyncState::Behind, RemoteSyncState::Diverged, BookmarkInclusionRole::Partial,
+        BookmarkInclusionRole::Inherited, WorkspaceComposition::Materialized,
+        WorkspaceComposition::LegacyShared, ApexParent::Bookmark, ApexParent::ChangeID,
+        ApexParent::CommitID>());
+
+template <typename T>
+constexpr bool isFunction = false;
+template <typename R, typename... A>
+constexpr bool isFunction<std::function<R(A...)>> = true;
+
+template <typename T>
+constexpr bool isVariant = false;
+template <typename... Cases>
+constexpr bool isVariant<std::variant<Cases...>> = true;
+
+template <typename T>
+auto membersOf(const T& value) {
+    constexpr std::size_t count = memberCount<T>();
+    static_assert(count <= 5, "compare larger records with their own equality");
+    if constexpr (count == 0) {
+        return std::tie();
+    } else if constexpr (count == 1) {
+        const auto& [a] = value;
+        return std::tie(a);
+    } else if constexpr (count == 2) {
+        const auto& [a, b] = value;
+        return std::tie(a, b);
+    } else if constexpr (count == 3) {
+        const auto& [a, b, c] = value;
+        return std::tie(a, b, c);
+    } else if constexpr (count == 4) {
+        const auto& [a, b, c, d] = value;
+        return std::tie(a, b, c, d);
+    } else {
+        const auto& [a, b, c, d, e] = value;
+        return std::tie(a, b, c, d, e);
+    }
+}
+
+bool sameSnapshot(const RepoSnapshot& sent, const RepoSnapshot& received);
+
+/// Whether `received` carries everything of `sent` that the wire carries.
+template <typename T>
+bool same(const T& sent, const T& received) {
+    if constexpr (isFunction<T>) {
+        // Callbacks stay in their process.
+        return !received;
+    } else if constexpr (std::is_same_v<T, SnapshotRef>) {
+        return sent && received && sameSnapshot(*sent, *received);
+    } else if constexpr (isVariant<T>) {
+        return sent.index() == received.index() &&
+               std::visit(
+                   [&](const auto& sentCase) {
+                       using Case = std::remove_cvref_t<decltype(sentCase)>;
+                       return same(sentCase, std::get<Case>(received));
+                   },
+                   sent);
+    } else if constexpr (std::is_same_v<T, RepoCommand> || std::is_same_v<T, RepoCommandResult> ||
+                         std::is_same_v<T, BookmarkStartingPoint>) {
+        return same(sent.value, received.value);
+    } else if constexpr (std::equality_comparable<T>) {
+        return sent == received;
+    } else {
+        return std::apply(
+            [&](const auto&... sentMembers) {
+                return std::apply(
+                    [&](const auto&... receivedMembers) {
+                        return (same(sentMembers, receivedMembers) && ...);
+                    },
+                    membersOf(received));
+            },
+            membersOf(sent));
+    }
+}
+
+bool sameSnapshot(const RepoSnapshot& sent, const RepoSnapshot& received) {
+    static_assert(memberCount<RepoSnapshot>() == 11, "compare the new member below");
+    return sent.repoState == received.repoState && sent.settingsByName == received.settingsByName &&
+           sent.prsByBookmark == received.prsByBookmark &&
+           sent.workingCopyDiff == received.workingCopyDiff &&
+           sent.trunkCommitID == received.trunkCommitID &&
+           sent.apexChangeID == received.apexChangeID &&
+           sent.routingRules == received.routingRules &&
+           sent.conflictedFiles == received.conflictedFiles &&
+           sent.upstreamCount == received.upstreamCount &&
+           sent.trunkBookmarkName == received.trunkBookmarkName &&
+           sent.lanesByBookmark == received.lanesByBookmark;
+}
+
+// ---------------------------------------------------------------------------
+// Sample values: every member set, and set apart from its neighbours, so a
+// member coded under another's key shows.
+
+/// Quotes, a backslash, a line feed and characters beyond ASCII.
+const std::string tricky = "say \"hi\" \\ then\nnext line: ü 日本 😀";
+
+Bookmark sampleBookmark(const std::string& name) {
+    Bookmark bookmark;
+    bookmark.name = name;
+    bookmark.changeIDs = {"zzzzkkkk", "yyyykkkk"};
+    bookmark.commitIDs = {"c0ffee01", "c0ffee02"};
+    bookmark.parentBookmarks = {"base " + tricky};
+    bookmark.isDivergent = true;
+    bookmark.origin = BookmarkOrigin::upstream("origin");
+    bookmark.hasConflict = true;
+    bookmark.landedUpstreamParents = {"landed"};
+    bookmark.remoteSyncState = {RemoteSyncState::Diverged{"upstream", 3, 4}};
+    return bookmark;
+}
+
+CompositionAttachment sampleAttachment(std::int64_t position) {
+    CompositionAttachment attachment;
+    attachment.commitID = "attached" + std::to_string(position);
+    attachment.changeID = "change" + std::to_string(position);
+    attachment.position = position;
+    attachment.bookmarkNames = {"feature"};
+    attachment.remoteNames = {"feature@origin"};
+    attachment.immutable = true;
+    attachment.role = CompositionAttachment::Role::protectedDependency;
+    return attachment;
+}
+
+Apex sampleApex() {
+    Apex apex;
+    apex.changeID = "apexchange";
+    apex.commitID = "apexcommit";
+    apex.parents = {ApexParent::bookmark(tricky), ApexParent::changeID("kkkk"),
+                    ApexParent::commitID("abcd"), ApexParent::trunk()};
+    CompositionAttachment unloaded;
+    unloaded.commitID = "unloaded";
+    unloaded.position = 3;
+    apex.attachments = {sampleAttachment(0), sampleAttachment(1), sampleAttachment(2), unloaded};
+    apex.immutableParentCommitIDs = {"trunkcommit"};
+    return apex;
+}
+
+DiffEditorProtocol::HunkSelection sampleSelection() {
+    return {{{"src/a.txt", {0, 2}}, {"dir/" + tricky, {}}}};
+}
+
+FileRoutingRule sampleRule(const std::string& bookmarkName) {
+    return {"3F2504E0-4F89-11D3-9A0C-0305E82C3301", "docs/*.md", bookmarkName, false};
+}
+
+CreateBookmarkInput sampleInput(BookmarkStartingPoint startingPoint) {
+    return {"new " + tricky, "parent bookmark", std::move(startingPoint), true, true};
+}
+
+std::vector<RepoCommand> oneCommandOfEachCase() {
+    using C = RepoCommand;
+    return {
+        C::Fetch{[](const std::string& /*line*/) {
+        }},
+        C::Push{sampleBookmark("push " + tricky)},
+        C::PerformPush{sampleBookmark("performPush")},
+        C::SyncWithTrunk{sampleBookmark("sync")},
+        C::CreateBookmark{sampleInput(
+            {BookmarkStartingPoint::WorkingCopyCarveHunks{sampleSelection(), "/opt/helper"}})},
+        C::CreateBookmark{sampleInput({BookmarkStartingPoint::SpecificRevision{"trunk()"}})},
+        C::CreateBookmark{sampleInput({BookmarkStartingPoint::TipOfParent{}})},
+        C::CreateBookmark{{"plain", std::nullopt, {}, false, false}},
+        C::RenameBookmark{"old \"one\"", "new\\one"},
+        C::AbandonBookmark{"abandon " + tricky},
+        C::DeleteBookmark{"delete"},
+        C::RebaseBookmark{"rebased", "trunk()"},
+        C::ReparentToTrunk{"reparent"},
+        C::SquashBookmarkToSingle{"squash"},
+        C::MoveBookmark{"moved", "0123abcd", true},
+        C::AbsorbBookmark{"source", "target", "tipcommit"},
+        C::TrackRemoteBookmark{"tracked", "origin", "tipcommit", true},
+        C::StageFiles{{"a.txt", tricky}, "into"},
+        C::UnstageFiles{{"b.txt"}, "from"},
+        C::StageHunks{"file.txt", {7, 0, 3}, "into", "/opt/helper"},
+        C::SplitCommit{"splitchange", {"stay.txt"}, true},
+        C::SplitCommitByHunks{"splitchange", sampleSelection(), "/opt/helper", true},
+        C::DescribeCommit{"describedchange", "subject\n\nbody " + tricky, true},
+        C::ResolveFile{"conflicted.txt"},
+        C::AdvanceOrphan{"orphancommit"},
+        C::AdvanceAllOneOffs{{"one", "two"}},
+        C::AbandonOneOff{"oneoffchange"},
+        C::RebaseCommits{{"r1", "r2"}, "destination"},
+        C::RebaseCommitsIntoBookmark{{"r1"}, "tipchange", "destination", "bookmark"},
+        C::ComposeCommitsAsBookmark{"workspace", {"c1", "c2"}, "tipchange", "basecommit"},
+        C::DuplicateCommits{{"d1"}, "destination"},
+        C::ApplyEnabledBookmarks{sampleApex(), {"b", "a"}, {"a", "c"}},
+        C::ApplyApexParents{sampleApex(), {ApexParent::trunk(), ApexParent::bookmark("x")}},
+        C::SetWorkspaceBookmarkInclusion{"workspace", "bookmark", true},
+        C::SetWorkspaceBookmarkAttachment{"workspace", "bookmark", "attachcommit"},
+        C::AdvanceWorkspaceOntoTrunk{"workspace"},
+        C::RestoreToOp{JJOp{"opid", tricky, "2024-03-20T12:00:00Z"}, "expectedop"},
+        C::SetUpdateStrategy{UpdateStrategy::mergeIn, "strategic"},
+        C::TogglePinned{"pinned"},
+        C::ToggleBookmarkColumnVisibility{"visible"},
+        C::CloseBookmarkColumn{"closed"},
+        C::SetTags{{"tag one", tricky}, "tagged"},
+        C::ToggleTag{"tag", "tagged"},
+        C::SetRoutingRules{{sampleRule("docs"), sampleRule(tricky)}},
+        C::SetRoutingRulesForBookmark{"docs", {sampleRule("docs")}},
+        C::RefreshPullRequestStatuses{true, {"forced"}, {"limited", "also"}},
+        C::CreatePullRequest{sampleBookmark("pr"), "title", "body " + tricky, "main", true},
+        C::Refresh{},
+        C::Sync{},
+        C::AdvanceTrunk{},
+        C::ReanchorApexOntoTrunk{},
+        C::ResetApex{},
+        C::Undo{},
+    };
+}
+
+std::string caseName(const RepoCommand& command) {
+    return encodeCommand(command).begin().key();
+}
+
+TEST(WireCommands, EveryCaseRoundTripsWithEveryMember) {
+    std::set<std::size_t> casesSeen;
+    for (const RepoCommand& command : oneCommandOfEachCase()) {
+        SCOPED_TRACE(caseName(command));
+        casesSeen.insert(command.value.index());
+        const json encoded = encodeCommand(command);
+        const RepoCommand decoded = decodeCommand(encoded);
+        EXPECT_TRUE(same(command, decoded));
+        EXPECT_EQ(encodeCommand(decoded), encoded);
+        // Through text as a front end sends it.
+        EXPECT_TRUE(same(command, parseCommand(wireText(encoded))));
+    }
+    EXPECT_EQ(casesSeen.size(), std::variant_size_v<RepoCommand::Value>)
+        << "a command case has no sample above";
+}
+
+TEST(WireCommands, RepresentativeCasesHaveTheirExactJSON) {
+    EXPECT_EQ(encodeCommand(RepoCommand::Refresh{}), json::parse(R"({"refresh":{}})"));
+    EXPECT_EQ(encodeCommand(RepoCommand::Fetch{[](const std::string& /*line*/) {
+              }}),
+              json::parse(R"({"fetch":{}})"));
+    EXPECT_EQ(encodeCommand(RepoCommand::RenameBookmark{"a\"b", "c\\d"}),
+              json::parse(R"({"renameBookmark":{"old":"a\"b","new":"c\\d"}})"));
+    EXPECT_EQ(encodeCommand(RepoCommand::SetUpdateStrategy{UpdateStrategy::mergeIn, "x"}),
+              json::parse(R"({"setUpdateStrategy":{"strategy":"mergeIn","bookmark":"x"}})"));
+    EXPECT_EQ(encodeCommand(RepoCommand::StageHunks{"f", {3, 0, 2}, "into", "/h"}),
+              json::parse(R"({"stageHunks":{"filePath":"f","hunkOrdinals":[0,2,3],
+                              "into":"into","helperPath":"/h"}})"));
+    EXPECT_EQ(
+        encodeCommand(RepoCommand::CreateBookmark{
+            {"x", std::nullopt, {BookmarkStartingPoint::SpecificRevision{"@-"}}, true, false}}),
+        json::parse(R"({"createBookmark":{"_0":{"name":"x",
+                              "startingPoint":{"specificRevision":{"_0":"@-"}},
+                              "enableAfterCreating":true,"trackUpstream":false}}})"));
+    EXPECT_EQ(encodeCommand(RepoCommand::CreateBookmark{
+                  {"y",
+                   "base",
+                   {BookmarkStartingPoint::WorkingCopyCarveHunks{{{{"a", {1}}}}, "/h"}},
+                   false,
+                   true}}),
+              json::parse(R"({"createBookmark":{"_0":{"name":"y","parent":"base",
+                              "startingPoint":{"workingCopyCarveHunks":{
+                                "_0":{"files":[{"path":"a","keepHunkOrdinals":[1]}]},
+                                "helperPath":"/h"}},
+                              "enableAfterCreating":false,"trackUpstream":true}}})"));
+    EXPECT_EQ(
+        encodeCommand(RepoCommand::ApplyApexParents{
+            {},
+            {ApexParent::trunk(), ApexParent::bookmark("feature")}})["applyApexParents"]["parents"],
+        json::parse(R"([{"trunk":{}},{"bookmark":{"_0":"feature"}}])"));
+
+    Bookmark bookmark;
+    bookmark.name = "feature";
+    bookmark.origin = BookmarkOrigin::upstream("origin");
+    bookmark.remoteSyncState = {RemoteSyncState::Ahead{"origin", 2}};
+    EXPECT_EQ(encodeCommand(RepoCommand::Push{bookmark}),
+              json::parse(R"({"push":{"bookmark":{"name":"feature","changeIDs":[],"commitIDs":[],
+                              "parentBookmarks":[],"isDivergent":false,
+                              "origin":{"upstream":{"remote":"origin"}},"hasConflict":false,
+                              "landedUpstreamParents":[],
+                              "remoteSyncState":{"ahead":{"remote":"origin","commits":2}}}}})"));
+}
+
+/// The description of the failure to decode `text` as a command.
+std::string decodingFailure(const std::string& text) {
+    try {
+        (void)decodeCommand(json::parse(text));
+    } catch (const DecodingError& error) {
+        return error.description();
+    }
+    ADD_FAILURE() << "decoded " << text;
+    return {};
+}
+
+TEST(WireCommands, DecodingFailuresSayWhereAndWhat) {
+    for (const auto* notOneKey :
+         {R"([])", R"("refresh")", R"(null)", R"(42)", R"({})", R"({"refresh":{},"undo":{}})"}) {
+        SCOPED_TRACE(notOneKey);
+        EXPECT_THAT(decodingFailure(notOneKey),
+                    HasSubstr("Invalid number of keys found, expected one."));
+    }
+    EXPECT_THAT(decodingFailure(R"({"frobnicate":{}})"),
+                HasSubstr(R"(unknown command case "frobnicate")"));
+    EXPECT_THAT(decodingFailure(R"({"refresh":3})"), HasSubstr("at refresh"));
+    EXPECT_THAT(decodingFailure(R"({"rebaseBookmark":{"name":"x"}})"),
+                HasSubstr("missing key `destination` at rebaseBookmark"));
+    EXPECT_THAT(decodingFailure(R"({"createBookmark":{"_0":{"name":1,"startingPoint":{
+                                    "workingCopy":{}},"enableAfterCreating":true,
+                                    "trackUpstream":true}}})"),
+                HasSubstr("(expected String) at createBookmark._0.name"));
+    EXPECT_THAT(decodingFailure(R"({"createBookmark":{"_0":{"name":"x","startingPoint":{
+                                    "workingCopy":{},"tipOfParent":{}},
+                                    "enableAfterCreating":true,"trackUpstream":true}}})"),
+                AllOf(HasSubstr("at createBookmark._0.startingPoint"),
+                      HasSubstr("Invalid number of keys found, expected one.")));
+    EXPECT_THAT(decodingFailure(R"({"push":{"bookmark":{"name":"x","changeIDs":["a",7],
+                                    "commitIDs":[],"parentBookmarks":[],"isDivergent":false,
+                                    "origin":{"local":{}},"hasConflict":false,
+                                    "landedUpstreamParents":[],
+                                    "remoteSyncState":{"untracked":{}}}}})"),
+                HasSubstr("at push.bookmark.changeIDs.Index 1"));
+    EXPECT_THAT(decodingFailure(R"({"push":{"bookmark":{"name":"x","changeIDs":[],
+                                    "commitIDs":[],"parentBookmarks":[],"isDivergent":false,
+                                    "origin":{"local":{}},"hasConflict":false,
+                                    "landedUpstreamParents":[],
+                                    "remoteSyncState":{"sideways":{}}}}})"),
+                AllOf(HasSubstr("at push.bookmark.remoteSyncState"),
+                      HasSubstr(R"(unknown remote sync state case "sideways")")));
+    EXPECT_THAT(decodingFailure(R"({"setUpdateStrategy":{"strategy":"squash","bookmark":"x"}})"),
+                HasSubstr(R"(unknown update strategy case "squash")"));
+    EXPECT_THAT(decodingFailure(R"({"applyApexParents":{"apex":{"changeID":"a","commitID":"b",
+                                    "parents":[],"attachments":[],
+                                    "immutableParentCommitIDs":[]},
+                                    "parents":[{"trunk":{},"bookmark":{"_0":"x"}}]}})"),
+                AllOf(HasSubstr("at applyApexParents.parents.Index 0"),
+                      HasSubstr("Invalid number of keys found, expected one.")));
+    EXPECT_THAT(decodingFailure(R"({"setRoutingRules":{"rules":[{"id":"not a uuid",
+                                    "pattern":"*","bookmarkName":"x","enabled":true}]}})"),
+                HasSubstr("at setRoutingRules.rules.Index 0.id"));
+
+    // Numbers: too large for the member, negative beyond it, or not whole.
+    EXPECT_THAT(decodingFailure(R"({"stageHunks":{"filePath":"f","into":"i","helperPath":"h",
+                                    "hunkOrdinals":[18446744073709551615]}})"),
+                AllOf(HasSubstr("at stageHunks.hunkOrdinals.Index 0"), HasSubstr("too large")));
+    EXPECT_THAT(decodingFailure(R"({"stageHunks":{"filePath":"f","into":"i","helperPath":"h",
+                                    "hunkOrdinals":[-9999999999]}})"),
+                HasSubstr("out of range"));
+    EXPECT_THAT(decodingFailure(R"({"stageHunks":{"filePath":"f","into":"i","helperPath":"h",
+                                    "hunkOrdinals":[1.5]}})"),
+                HasSubstr("(expected Int) at stageHunks.hunkOrdinals.Index 0"));
+
+    EXPECT_THROW((void)parseCommand("{\"refresh\":{}"), DecodingError);
+    EXPECT_THROW((void)parseCommand("{\"abandonBookmark\":{\"name\":\"\xff\"}}"), DecodingError);
+}
+
+TEST(WireCommands, AbsentOptionalsAndUnknownKeysAreAccepted) {
+    for (const auto* text : {R"({"createBookmark":{"_0":{"name":"x","later":[1,2],
+                                 "startingPoint":{"tipOfParent":{}},"enableAfterCreating":true,
+                                 "trackUpstream":false},"extra":true}})",
+                             R"({"createBookmark":{"_0":{"name":"x","parent":null,
+                                 "startingPoint":{"tipOfParent":{}},"enableAfterCreating":true,
+                                 "trackUpstream":false}}})"}) {
+        const RepoCommand decoded = decodeCommand(json::parse(text));
+        const auto& input = std::get<RepoCommand::CreateBookmark>(decoded.value).input;
+        EXPECT_EQ(input.name, "x");
+        EXPECT_FALSE(input.parent.has_value());
+        EXPECT_TRUE(
+            std::holds_alternative<BookmarkStartingPoint::TipOfParent>(input.startingPoint.value));
+        EXPECT_TRUE(input.enableAfterCreating);
+    }
+}
+
+/// Every value of `json` with one node replaced by `replacement`.
+void forEachMutation(const json& value, const std::function<void(const json&)>& visit) {
+    const std::vector<json> replacements = {nullptr,
+                                            true,
+                                            -1,
+                                            1e300,
+                                            json(18446744073709551615ULL),
+                                            "text",
+                                            json::array(),
+                                            json::object(),
+                                            json::parse(R"({"a":1,"b":2})"),
+                                            json::parse(R"({"refresh":{}})")};
+    const std::function<void(json&, json&)> walk = [&](json& root, json& node) {
+        const json original = node;
+        for (const json& replacement : replacements) {
+            node = replacement;
+            visit(root);
+        }
+        node = original;
+        if (node.is_structured()) {
+            for (auto& child : node) {
+                walk(root, child);
+            }
+        }
+    };
+    json root = value;
+    walk(root, root);
+}
+
+TEST(WireCommands, NoJSONValueMakesDecodingFailOtherwise) {
+    const auto decodeEach = [](const json& encoded, const auto& decode) {
+        std::size_t refused = 0;
+        forEachMutation(encoded, [&](const json& mutated) {
+            try {
+                (void)decode(mutated);
+            } catch (const DecodingError&) {
+                ++refused;
+            } catch (const std::exception& error) {
+                ADD_FAILURE() << "not a DecodingError: " << error.what() << " for "
+                              << wireText(mutated);
+            }
+        });
+        EXPECT_GT(refused, 0U);
+    };
+    for (const RepoCommand& command : oneCommandOfEachCase()) {
+        SCOPED_TRACE(caseName(command));
+        decodeEach(encodeCommand(command), decodeCommand);
+    }
+    decodeEach(encodeResult(RepoCommandResult::Failure{
+                   {RepoCommand::ApplyApexParents{sampleApex(), {ApexParent::trunk()}}, "no"}}),
+               decodeResult);
+}
+
+// ---------------------------------------------------------------------------
+// Model records
+
+TEST(WireModel, RecordsUseFieldNamesAndEnumerationsTheirCaseNames) {
+    EXPECT_EQ(wireEncode(RemoteSyncState{RemoteSyncState::UpToDate{"origin"}}),
+              json::parse(R"({"upToDate":{"remote":"origin"}})"));
+    EXPECT_EQ(wireEncode(RemoteSyncState{RemoteSyncState::Behind{"origin", 5}}),
+              json::parse(R"({"behind":{"remote":"origin","commits":5}})"));
+    EXPECT_EQ(wireEncode(RemoteSyncState{RemoteSyncState::Diverged{"origin", 1, 2}}),
+              json::parse(R"({"diverged":{"remote":"origin","ahead":1,"behind":2}})"));
+    EXPECT_EQ(wireEncode(RemoteSyncState{}), json::parse(R"({"untracked":{}})"));
+    EXPECT_EQ(wireEncode(BookmarkOrigin::local()), json::parse(R"({"local":{}})"));
+    EXPECT_EQ(wireEncode(BookmarkInclusionRole::inherited(std::nullopt)),
+              json::parse(R"({"inherited":{}})"));
+    EXPECT_EQ(wireEncode(BookmarkInclusionRole::inherited("base")),
+              json::parse(R"({"inherited":{"via":"base"}})"));
+    EXPECT_EQ(wireEncode(BookmarkInclusionRole::partial("c1")),
+              json::parse(R"({"partial":{"commitID":"c1"}})"));
+    EXPECT_EQ(wireEncode(BookmarkInclusionRole::directParent()),
+              json::parse(R"({"directParent":{}})"));
+    EXPECT_EQ(wireEncode(BookmarkInclusionRole::absent()), json::parse(R"({"absent":{}})"));
+    EXPECT_EQ(wireEncode(WorkspaceComposition::Kind{WorkspaceComposition::Direct{}}),
+              json::parse(R"({"direct":{}})"));
+    EXPECT_EQ(wireEncode(WorkspaceComposition::Kind{WorkspaceComposition::LegacyShared{"k", "c"}}),
+              json::parse(R"({"legacyShared":{"changeID":"k","commitID":"c"}})"));
+
+    CompositionAttachment unloaded;
+    unloaded.commitID = "gone";
+    unloaded.position = 2;
+    EXPECT_EQ(wireEncode(unloaded),
+              json::parse(R"({"commitID":"gone","position":2,"bookmarkNames":[],
+                              "remoteNames":[],"role":"unresolved"})"));
+
+    JJCommit commit;
+    commit.commitID = "c";
+    commit.changeID = "k";
+    commit.workingCopy = true;
+    commit.localBookmarks = {{"feature", std::nullopt, {"c"}, std::nullopt}};
+    commit.remoteBookmarks = {{"feature", "origin", {"c"}, std::vector<std::string>{}}};
+    commit.changedFiles = {{"a.txt", "M", 3, std::nullopt}};
+    EXPECT_EQ(wireEncode(commit), json::parse(R"({"commitID":"c","changeID":"k","parents":[],
+        "description":"","author":{"name":"","email":"","timestamp":""},
+        "committer":{"name":"","email":"","timestamp":""},"conflict":false,"empty":false,
+        "immutable":false,"localBookmarks":[{"name":"feature","target":["c"]}],
+        "remoteBookmarks":[{"name":"feature","remote":"origin","target":["c"],
+                            "trackingTarget":[]}],
+        "workingCopy":true,"changedFiles":[{"path":"a.txt","status":"M","linesAdded":3}]})"));
+
+    GitHubPR pr;
+    pr.number = 12;
+    pr.url = "https://example.com/pr/12";
+    pr.state = GitHubPR::State::merged;
+    pr.reviewDecision = GitHubPR::ReviewDecision::changesRequested;
+    EXPECT_EQ(wireEncode(pr), json::parse(R"({"number":12,"url":"https://example.com/pr/12",
+        "state":"merged","isDraft":false,"title":"","reviewDecision":"changesRequested",
+        "reviewCommentCount":0})"));
+    EXPECT_EQ(wireDecode<GitHubPR>(JsonReader(wireEncode(pr))), pr);
+
+    EXPECT_EQ(wireEncode(DiffLine{DiffLine::Kind::removed, "gone"}),
+              json::parse(R"({"kind":"removed","text":"gone"})"));
+    EXPECT_EQ(wireEncode(JJOp{"op", "describe", "now"}),
+              json::parse(R"({"opID":"op","description":"describe","startTime":"now"})"));
+    EXPECT_EQ(wireEncode(std::set<std::string>{"b", "a"}), json::parse(R"(["a","b"])"));
+}
+
+TEST(WireModel, EveryValueOfAPlainEnumerationComesBackAsItself) {
+    const auto roundTrips = [](auto value) {
+        return wireDecode<decltype(value)>(JsonReader(wireEncode(value))) == value;
+    };
+    for (const auto role :
+         {CompositionAttachment::Role::currentTrunk, CompositionAttachment::Role::mutableStack,
+          CompositionAttachment::Role::protectedDependency,
+          CompositionAttachment::Role::unresolved}) {
+        EXPECT_TRUE(roundTrips(role));
+    }
+    for (const auto state : {GitHubPR::State::open, GitHubPR::State::closed,
+                             GitHubPR::State::merged, GitHubPR::State::unknown}) {
+        EXPECT_TRUE(roundTrips(state));
+    }
+    for (const auto decision :
+         {GitHubPR::ReviewDecision::approved, GitHubPR::ReviewDecision::changesRequested,
+          GitHubPR::ReviewDecision::reviewRequired}) {
+        EXPECT_TRUE(roundTrips(decision));
+    }
+    for (const auto kind :
+         {DiffLine::Kind::context, DiffLine::Kind::added, DiffLine::Kind::removed}) {
+        EXPECT_TRUE(roundTrips(kind));
+    }
+    for (const auto strategy : {UpdateStrategy::rebase, UpdateStrategy::mergeIn}) {
+        EXPECT_TRUE(roundTrips(strategy));
+    }
+}
+
+TEST(WireModel, ModelRecordsRoundTrip) {
+    const Apex apex = sampleApex();
+    EXPECT_EQ(wireDecode<Apex>(JsonReader(wireEncode(apex))), apex);
+    // Apex parents keep their stored form on the wire.
+    for (const ApexParent& parent : apex.parents) {
+        EXPECT_EQ(wireEncode(parent), parent.toJSON());
+    }
+
+    RebaseConflictReview review;
+    review.commit.commitID = "c";
+    review.commit.changeID = "k";
+    review.commit.conflict = true;
+    review.patch = "diff --git a/x b/x\n";
+    review.files = {{"x", "<<<<<<< conflict\n" + tricky + "\n>>>>>>>\n"}};
+    const auto decoded = wireDecode<RebaseConflictReview>(JsonReader(wireEncode(review)));
+    EXPECT_EQ(decoded.commit, review.commit);
+    EXPECT_EQ(decoded.patch, review.patch);
+    EXPECT_EQ(decoded.files, review.files);
+}
+
+// ---------------------------------------------------------------------------
+// Snapshots
+
+using testing::StateBuilder;
+
+/// A small repository with every kind of record, its commits added in the
+/// given order so that the commit index's own order differs between builds.
+RepoState sampleState(const std::vector<std::string>& commitOrder) {
+    StateBuilder builder;
+    for (const auto& id : commitOrder) {
+        JJCommit& commit = id == "trunk" ? builder.immutableCommit(id) : builder.commit(id);
+        if (id != "trunk") {
+            commit.parents = {"trunk"};
+        }
+        commit.description = "describe " + id;
+        commit.description.append("\n").append(tricky);
+        commit.author = {"Ada", "ada@example.com", "2024-03-20T12:00:00Z"};
+        if (id == "feature-tip") {
+            testing::addLocalBookmark(commit, "feature");
+            commit.remoteBookmarks = {{"feature", "origin", {"feature-tip"}, std::nullopt}};
+            commit.conflict = true;
+        }
+        if (id == "wc") {
+            commit.workingCopy = true;
+            commit.empty = true;
+            commit.changedFiles = {{"a.txt", "M", 1, 2}};
+        }
+    }
+    builder.upstreamBookmark("feature", {"feature-tip"}).remoteSyncState = {
+        RemoteSyncState::Ahead{"origin", 1}};
+    builder.bookmark("local", {"wc"});
+    builder.conflict("feature", "local");
+
+    RepoState state = builder.state();
+    state.workingCopy = WorkingCopy{"wc", "change-wc", {"feature"}, true};
+    WorkspaceState workspace =
+        testing::workspaceOn("wc", WorkspaceComposition::Materialized{"change-x", "x"});
+    workspace.workspace.root = "/repo";
+    workspace.ancestryCommitIDs = {"wc", "feature-tip"};
+    workspace.baseAnchors = {{"trunk", "change-trunk", {"main"}, true}};
+    workspace.composition.directParentBookmarks = {"feature"};
+    workspace.composition.attachments = {sampleAttachment(0)};
+    workspace.bookmarkRoles = {{"feature", BookmarkInclusionRole::directParent()},
+                               {"local", BookmarkInclusionRole::partial("wc")},
+                               {"other", BookmarkInclusionRole::absent()}};
+    workspace.hasConflict = true;
+    state.workspaces = {{"default", workspace}};
+    state.selectedWorkspaceName = "default";
+    state.apex = sampleApex();
+    state.orphanWIPs = {{"change-o",
+                         "o",
+                         "orphan",
+                         "feature",
+                         true,
+                         true,
+                         {"change-trunk"},
+                         "2024-03-20T12:00:00Z"}};
+    state.mineChangeIDs = {"change-wc", "change-o"};
+    state.behindTrunkCommitIDs = {"wc"};
+    return state;
+}
+
+RepoSnapshot sampleSnapshot(const std::vector<std::string>& commitOrder) {
+    RepoSnapshot snapshot;
+    snapshot.repoState = sampleState(commitOrder);
+    BookmarkSettings settings;
+    settings.updateStrategy = UpdateStrategy::mergeIn;
+    settings.lastPushedCommitID = "feature-tip";
+    settings.tags = {"review"};
+    settings.pinned = true;
+    snapshot.settingsByName = {{"feature", settings}};
+    GitHubPR pr;
+    pr.number = 4;
+    pr.url = "https://example.com/pr/4";
+    pr.state = GitHubPR::State::open;
+    pr.title = tricky;
+    snapshot.prsByBookmark = {{"feature", pr}};
+    DiffHunk hunk{"8D5C0B2E-0000-4000-8000-000000000001",
+                  1,
+                  2,
+                  1,
+                  3,
+                  "@@ -1,2 +1,3 @@ fn",
+                  {{DiffLine::Kind::context, "same"}, {DiffLine::Kind::added, tricky}}};
+    snapshot.workingCopyDiff =
+        UnifiedDiff{{{"a.txt", "M", false, {hunk}}, {"b.bin", "A", true, {}}}};
+    snapshot.trunkCommitID = "trunk";
+    snapshot.apexChangeID = "apexchange";
+    snapshot.routingRules = {sampleRule("feature")};
+    snapshot.conflictedFiles = {"c.txt"};
+    snapshot.upstreamCount = 7;
+    snapshot.trunkBookmarkName = "main";
+    snapshot.lanesByBookmark = BookmarkLaneProjection::build(
+        snapshot.repoState, snapshot.settingsByName, snapshot.routingRules, "main");
+    return snapshot;
+}
+
+TEST(WireSnapshot, EncodesTheSameTextWhateverTheIndexOrderAndRoundTrips) {
+    const std::vector<std::string> order = {"trunk", "feature-tip", "wc", "o", "x"};
+    const std::vector<std::string> reversed(order.rbegin(), order.rend());
+    const RepoSnapshot snapshot = sampleSnapshot(order);
+    const std::string text = wireText(encodeSnapshot(snapshot));
+    EXPECT_EQ(wireText(encodeSnapshot(sampleSnapshot(reversed))), text);
+    EXPECT_EQ(wireText(encodeSnapshot(snapshot)), text);
+
+    const json encoded = json::parse(text);
+    std::vector<std::string> commitKeys;
+    for (const auto& entry : encoded["repoState"]["commits"].items()) {
+        commitKeys.push_back(entry.key());
+    }
+    EXPECT_THAT(commitKeys, ::testing::ElementsAre("feature-tip", "o", "trunk", "wc", "x"));
+    EXPECT_EQ(encoded["repoState"]["commits"]["wc"]["changedFiles"][0]["linesRemoved"], 2);
+    EXPECT_EQ(encoded["lanesByBookmark"]["feature"]["commits"][0]["commitID"], "feature-tip");
+    EXPECT_EQ(encoded["repoState"]["workspaces"]["default"]["composition"]["kind"],
+              json::parse(R"({"materialized":{"changeID":"change-x","commitID":"x"}})"));
+    EXPECT_EQ(encoded["prsByBookmark"]["feature"]["state"], "open");
+    EXPECT_EQ(encoded["workingCopyDiff"]["files"][0]["hunks"][0]["lines"][1]["kind"], "added");
+
+    EXPECT_TRUE(sameSnapshot(snapshot, decodeSnapshot(encoded)));
+
+    // A fresh repository: absent values are left out, not written as null.
+    const json empty = encodeSnapshot(RepoSnapshot{});
+    for (const auto* absent :
+         {"workingCopyDiff", "trunkCommitID", "apexChangeID", "trunkBookmarkName"}) {
+        EXPECT_FALSE(empty.contains(absent)) << absent;
+    }
+    EXPECT_FALSE(empty["repoState"].contains("workingCopy"));
+    EXPECT_TRUE(sameSnapshot(RepoSnapshot{}, decodeSnapshot(empty)));
+}
+
+// ---------------------------------------------------------------------------
+// Results
+
+TEST(WireResults, EveryCaseEncodesWithAnUnlabelledPayloadAndRoundTrips) {
+    const auto snapshot = std::make_shared<const RepoSnapshot>(
+        sampleSnapshot({"trunk", "feature-tip", "wc", "o", "x"}));
+    const std::vector<RepoCommandResult> results = {
+        RepoCommandResult::refreshed(snapshot),
+        RepoCommandResult::toast("Tracking " + tricky),
+        RepoCommandResult::RequiresConfirmation{
+            {"id-1", "Delete?", "It goes.", RepoCommand::DeleteBookmark{"feature"}}},
+        RepoCommandResult::ForcePushRequired{
+            {"id-2", sampleBookmark("forced"), {RemoteSyncState::Behind{"origin", 2}}}},
+        RepoCommandResult::OpenURL{"https://example.com/pr/1"},
+        RepoCommandResult::RecentOps{{{"op1", "first", "t1"}, {"op2", tricky, "t2"}}},
+        RepoCommandResult::Failure{{RepoCommand::SetTags{{"a"}, "b"}, "it failed"}},
+    };
+    std::set<std::size_t> casesSeen;
+    for (const RepoCommandResult& result : results) {
+        const json encoded = encodeResult(result);
+        SCOPED_TRACE(encoded.begin().key());
+        casesSeen.insert(result.value.index());
+        ASSERT_EQ(encoded.size(), 1U);
+        EXPECT_EQ(encoded.begin()->size(), 1U);
+        EXPECT_TRUE(encoded.begin()->contains("_0"));
+        EXPECT_TRUE(same(result, decodeResult(encoded)));
+    }
+    EXPECT_EQ(casesSeen.size(), std::variant_size_v<RepoCommandResult::Value>);
+
+    EXPECT_EQ(encodeResult(RepoCommandResult::toast("Undid last operation")),
+              json::parse(R"({"toast":{"_0":"Undid last operation"}})"));
+    EXPECT_EQ(encodeResult(RepoCommandResult::OpenURL{"https://x/1"}),
+              json::parse(R"({"openURL":{"_0":"https://x/1"}})"));
+    EXPECT_EQ(
+        encodeResult(RepoCommandResult::RecentOps{{{"op", "d", "t"}}}),
+        json::parse(R"({"recentOps":{"_0":[{"opID":"op","description":"d","startTime":"t"}]}})"));
+    EXPECT_EQ(encodeResult(RepoCommandResult::Failure{{RepoCommand::Undo{}, "no"}}),
+              json::parse(R"({"failure":{"_0":{"command":{"undo":{}},"message":"no"}}})"));
+    EXPECT_EQ(encodeResult(RepoCommandResult::refreshed(snapshot))["refreshed"]["_0"],
+              encodeSnapshot(*snapshot));
+}
+
+TEST(WireText, BytesThatAreNotUTF8BecomeReplacementCharacters) {
+    RepoCommand::ResolveFile latin1{"caf\xe9.txt"};
+    const std::string text = wireText(encodeCommand(latin1));
+    EXPECT_EQ(text, "{\"resolveFile\":{\"path\":\"caf\xef\xbf\xbd.txt\"}}");
+    EXPECT_EQ(std::get<RepoCommand::ResolveFile>(parseCommand(text).value).path,
+              "caf\xef\xbf\xbd.txt");
+}
+
+}  // namespace
+}  // namespace vorda
