@@ -1,6 +1,7 @@
 // The built vorda-cli binary, run as a user or a script runs it, on real
 // repositories.
 
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -9,7 +10,6 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <poll.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
