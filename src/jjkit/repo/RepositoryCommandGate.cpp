@@ -5,8 +5,9 @@
 namespace vorda {
 
 RepositoryCommandGate& RepositoryCommandGate::shared() {
-    static RepositoryCommandGate gate;
-    return gate;
+    // Never destroyed: a detached worker may still release it during exit.
+    static auto* const gate = new RepositoryCommandGate;
+    return *gate;
 }
 
 void RepositoryCommandGate::acquire(const std::string& repositoryID, const std::stop_token& stop) {

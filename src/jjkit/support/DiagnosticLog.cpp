@@ -9,14 +9,16 @@ namespace vorda {
 namespace {
 
 // Guards the sink and serialises writes, so each call reaches the sink whole.
+// Both are never destroyed, so a detached worker can still log while the
+// process runs its exit handlers.
 std::mutex& logMutex() {
-    static std::mutex mutex;
-    return mutex;
+    static auto* const mutex = new std::mutex;
+    return *mutex;
 }
 
 DiagnosticLog::Sink& currentSink() {
-    static DiagnosticLog::Sink sink;
-    return sink;
+    static auto* const sink = new DiagnosticLog::Sink;
+    return *sink;
 }
 
 void writeLocked(std::string_view text) {

@@ -14,9 +14,10 @@ struct BodyCounts {
     std::uint64_t total = 0;
 };
 
+// Never destroyed, like the trace state it feeds.
 BodyCounts& bodies() {
-    static BodyCounts shared;
-    return shared;
+    static auto* const shared = new BodyCounts;
+    return *shared;
 }
 
 std::string wholeMilliseconds(double seconds) {

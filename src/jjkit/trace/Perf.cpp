@@ -28,9 +28,11 @@ struct State {
     Perf::UIFlushScheduler scheduler;
 };
 
+// Never destroyed: a detached worker (a session released from inside its own
+// refresh thread) may still record while the process runs its exit handlers.
 State& state() {
-    static State shared;
-    return shared;
+    static auto* const shared = new State;
+    return *shared;
 }
 
 thread_local Perf::TraceContext currentTraceContext;
