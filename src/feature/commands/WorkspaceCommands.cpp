@@ -81,14 +81,6 @@ std::vector<std::string> directWorkspaceRoots(const RepoState& state,
     return roots;
 }
 
-RepoCommandResult finish(RepoSession& session, bool yieldSnapshot, std::string toast) {
-    const auto snapshot = session.readSnapshot();
-    if (yieldSnapshot) {
-        session.yieldSnapshot(snapshot);
-    }
-    return RepoCommandResult::toast(std::move(toast));
-}
-
 // Includes or removes a bookmark on a composition point of the workspace's own.
 std::optional<RepoCommandResult> rewriteMaterialized(
     RepoSession& session, const RepoState& state, const WorkspaceState& workspace,
@@ -158,9 +150,15 @@ RepoCommandResult performSetWorkspaceBookmarkInclusion(RepoSession& session,
         const auto changeID = JJClient(*root).createCompositionPoint(workspaceName, bookmarkName);
         session.settingsStore().setCompositionPoint(changeID, workspaceName);
     }
-    return finish(session, yieldSnapshot,
-                  include ? "Included " + bookmarkName + " in " + workspaceName
-                          : "Removed " + bookmarkName + " from " + workspaceName);
+    auto text = include ? "Included " + bookmarkName + " in " + workspaceName
+                        : "Removed " + bookmarkName + " from " + workspaceName;
+    if (yieldSnapshot) {
+        return toastRefresh(session, std::move(text));
+    }
+    // A caller that goes on reads again itself; this read only keeps the
+    // cached state current.
+    session.readSnapshot();
+    return RepoCommandResult::toast(std::move(text));
 }
 
 RepoCommandResult performSetWorkspaceBookmarkAttachment(RepoSession& session,
@@ -196,8 +194,8 @@ RepoCommandResult performSetWorkspaceBookmarkAttachment(RepoSession& session,
     }
     JJClient(*root).rewriteCompositionParents(point->commitID, commit->second->parents, parents);
     session.settingsStore().setCompositionPoint(point->changeID, workspaceName);
-    return finish(session, true,
-                  "Moved " + bookmarkName + "'s composition point on " + workspaceName);
+    return toastRefresh(session,
+                        "Moved " + bookmarkName + "'s composition point on " + workspaceName);
 }
 
 RepoCommandResult performComposeCommitsAsBookmark(
@@ -234,7 +232,7 @@ RepoCommandResult performComposeCommitsAsBookmark(
                                         "'s composition point");
     }
     JJClient(*updated->workspace.root).createWorkingCopyCommit(*pointCommit);
-    return finish(session, true, "Composed " + name + " in " + workspaceName);
+    return toastRefresh(session, "Composed " + name + " in " + workspaceName);
 }
 
 RepoCommandResult performAdvanceWorkspaceOntoTrunk(RepoSession& session,
@@ -266,7 +264,7 @@ RepoCommandResult performAdvanceWorkspaceOntoTrunk(RepoSession& session,
         }
         client.rebaseSubtreesOnto(roots, "trunk()");
     }
-    return finish(session, true, "Advanced " + workspaceName + " onto current trunk");
+    return toastRefresh(session, "Advanced " + workspaceName + " onto current trunk");
 }
 
 }  // namespace vorda::commands

@@ -177,6 +177,9 @@ class RepoSession : public std::enable_shared_from_this<RepoSession> {
     SnapshotRef readSnapshotInner(const std::optional<std::string>& knownApexID);
     /// The settings and routing rules from the store, measured.
     void readSettings(RepoSnapshot& snapshot);
+    /// A copy of `snapshot` with the stored settings and rules read again and
+    /// the lanes projected from them; no subprocess.
+    std::shared_ptr<RepoSnapshot> withStoredSettings(const RepoSnapshot& snapshot);
     /// The lanes from the snapshot's state, settings, rules and trunk name.
     static void projectLanes(RepoSnapshot& snapshot);
     /// Waits until a request has had no successor for the interval; false

@@ -49,6 +49,13 @@ void RepoSession::projectLanes(RepoSnapshot& snapshot) {
         });
 }
 
+std::shared_ptr<RepoSnapshot> RepoSession::withStoredSettings(const RepoSnapshot& snapshot) {
+    auto updated = std::make_shared<RepoSnapshot>(snapshot);
+    readSettings(*updated);
+    projectLanes(*updated);
+    return updated;
+}
+
 SnapshotRef RepoSession::readSnapshot(const std::optional<std::string>& knownApexID) {
     return Perf::measure("snapshot.read", PerfCategory::snapshot,
                          [&] { return readSnapshotInner(knownApexID); });
@@ -122,10 +129,7 @@ SnapshotRef RepoSession::producingFromCachedState(const std::function<void()>& s
         return snapshot;
     }
     step();
-    auto snapshot = std::make_shared<RepoSnapshot>(*cached);
-    readSettings(*snapshot);
-    projectLanes(*snapshot);
-    SnapshotRef result = std::move(snapshot);
+    SnapshotRef result = withStoredSettings(*cached);
     {
         const std::scoped_lock lock(mutex_);
         lastSnapshot_ = result;
@@ -135,11 +139,9 @@ SnapshotRef RepoSession::producingFromCachedState(const std::function<void()>& s
 }
 
 SnapshotRef RepoSession::withPullRequests(const SnapshotRef& snapshot, PullRequestsByBookmark prs) {
-    auto updated = std::make_shared<RepoSnapshot>(*snapshot);
-    updated->prsByBookmark = std::move(prs);
     // The refresh may have stored new pull request numbers.
-    readSettings(*updated);
-    projectLanes(*updated);
+    auto updated = withStoredSettings(*snapshot);
+    updated->prsByBookmark = std::move(prs);
     SnapshotRef result = std::move(updated);
     const std::scoped_lock lock(mutex_);
     if (lastSnapshot_ == snapshot) {
