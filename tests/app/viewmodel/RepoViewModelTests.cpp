@@ -1,0 +1,233 @@
+#include "app/viewmodel/RepoViewModel.h"
+
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+#include "app/viewmodel/CommandPresentation.h"
+#include "app/viewmodel/DiffCache.h"
+#include "support/LogCapture.h"
+#include "support/TempDir.h"
+#include "viewmodel/ViewModelFixtures.h"
+
+namespace vorda {
+namespace {
+
+using testing::addBookmark;
+using testing::addWorkspace;
+using testing::boardSettings;
+using testing::makeSnapshot;
+using testing::names;
+
+/// main on trunk, two local bookmarks of different ages, one on the board
+/// and one hidden, an upstream bookmark, one tagged; workspaces "b" and "a".
+SnapshotRef boardState() {
+    RepoState state;
+    addBookmark(state, "main", {"t1"}, "2026-01-01T00:00:00Z", true, true);
+    addBookmark(state, "fresh", {"f2", "f1"}, "2026-03-01T00:00:00Z");
+    addBookmark(state, "stale", {"s1"}, "2026-02-01T00:00:00Z");
+    addBookmark(state, "feature-login", {"l1"}, "2026-02-15T00:00:00Z");
+    addBookmark(state, "upstream-only", {"u1"}, "2026-04-01T00:00:00Z", true);
+    addWorkspace(state, "b", {{"fresh", {BookmarkInclusionRole::DirectParent{}}}});
+    addWorkspace(state, "a");
+    state.selectedWorkspaceName = "b";
+    std::map<std::string, BookmarkSettings> settings{
+        {"stale", boardSettings(true, false, {"ui", "urgent"})},
+        {"feature-login", boardSettings(false, false, {"ui"})},
+    };
+    return makeSnapshot(std::move(state), std::move(settings), "t1");
+}
+
+TEST(RepoViewModelRules, BoardListsFollowFilterTagsAndInclusion) {
+    RepoViewModel model;
+    model.applySnapshot(boardState());
+
+    // Sorted: local before upstream, newest first, then name.
+    EXPECT_EQ(
+        names(model.mutableBookmarks()),
+        (std::vector<std::string>{"fresh", "feature-login", "stale", "upstream-only", "main"}));
+    ASSERT_EQ(model.trunkBookmarkName(), "main");
+
+    // No filter: exactly the included and board bookmarks; trunk in neither.
+    EXPECT_EQ(names(model.filteredBookmarks()), (std::vector<std::string>{"fresh", "stale"}));
+    EXPECT_EQ(names(model.hiddenBookmarks()),
+              (std::vector<std::string>{"feature-login", "upstream-only"}));
+
+    // A filter surfaces a hidden match on the board while it stays hidden.
+    model.setFilterText("  LOGIN\n");
+    EXPECT_EQ(names(model.filteredBookmarks()), (std::vector<std::string>{"feature-login"}));
+    EXPECT_EQ(names(model.hiddenBookmarks()),
+              (std::vector<std::string>{"feature-login", "upstream-only"}));
+
+    // Tags: every selected tag must be present.
+    model.setFilterText("");
+    model.setSelectedTagFilters({"ui"});
+    EXPECT_EQ(names(model.filteredBookmarks()),
+              (std::vector<std::string>{"feature-login", "stale"}));
+    model.setSelectedTagFilters({"ui", "urgent"});
+    EXPECT_EQ(names(model.filteredBookmarks()), (std::vector<std::string>{"stale"}));
+    model.setFilterText("main");
+    EXPECT_TRUE(model.filteredBookmarks().empty());
+    EXPECT_EQ(model.allTagsInUse(), (std::vector<std::string>{"ui", "urgent"}));
+
+    // New settings drop the cached lists: pinning makes a bookmark a board one.
+    model.setFilterText("");
+    model.setSelectedTagFilters({});
+    auto next = std::make_shared<RepoSnapshot>(*boardState());
+    next->settingsByName["feature-login"] = boardSettings(true, false, {"api"});
+    model.applySnapshot(next);
+    EXPECT_EQ(names(model.filteredBookmarks()),
+              (std::vector<std::string>{"fresh", "feature-login", "stale"}));
+    EXPECT_EQ(model.allTagsInUse(), (std::vector<std::string>{"api", "ui", "urgent"}));
+}
+
+TEST(RepoViewModelRules, SnapshotsTouchOnlyChangedFieldsAndKeepAValidWorkspace) {
+    RepoViewModel model;
+    QSignalSpy stateChanges(&model, &RepoViewModel::repoStateChanged);
+    QSignalSpy settingsChanges(&model, &RepoViewModel::settingsByNameChanged);
+    QSignalSpy workspaceChanges(&model, &RepoViewModel::selectedWorkspaceNameChanged);
+
+    model.applySnapshot(boardState());
+    EXPECT_EQ(model.selectedWorkspaceName(), "b");
+    EXPECT_EQ(stateChanges.count(), 1);
+    EXPECT_EQ(settingsChanges.count(), 1);
+
+    // The same content again, as a new read would deliver it: nothing to draw.
+    model.applySnapshot(boardState());
+    EXPECT_EQ(stateChanges.count(), 1);
+    EXPECT_EQ(settingsChanges.count(), 1);
+    EXPECT_EQ(workspaceChanges.count(), 1);
+
+    // The user's choice survives snapshots while the workspace exists.
+    model.setSelectedWorkspaceName("a");
+    model.applySnapshot(boardState());
+    EXPECT_EQ(model.selectedWorkspaceName(), "a");
+
+    // It goes away: the state's selected workspace takes over...
+    auto withoutA = std::make_shared<RepoSnapshot>(*boardState());
+    withoutA->repoState.workspaces.erase("a");
+    model.applySnapshot(withoutA);
+    EXPECT_EQ(model.selectedWorkspaceName(), "b");
+    EXPECT_EQ(stateChanges.count(), 2);
+
+    // ...and without one, the first name in sorted order.
+    model.setSelectedWorkspaceName("gone");
+    auto unnamed = std::make_shared<RepoSnapshot>(*boardState());
+    unnamed->repoState.selectedWorkspaceName.reset();
+    addWorkspace(unnamed->repoState, "0-first");
+    model.applySnapshot(unnamed);
+    EXPECT_EQ(model.selectedWorkspaceName(), "0-first");
+}
+
+TEST(RepoViewModelRules, InFlightStateLabelsAndErrorRouting) {
+    RepoViewModel model;
+    testing::LogCapture log;
+
+    const RepoCommand compose = RepoCommand::ComposeCommitsAsBookmark{"ws", {"a"}, "tip", "base"};
+    model.setInFlight(compose, true);
+    EXPECT_TRUE(model.isMutating());
+    EXPECT_EQ(model.mutationLabel(), "Composing 1 commit in ws…");
+    model.setInFlight(compose, false);
+    EXPECT_FALSE(model.isMutating());
+    EXPECT_FALSE(model.mutationLabel().has_value());
+    EXPECT_EQ(mutationLabel(RepoCommand::RebaseCommitsIntoBookmark{{"a", "b"}, "t", "d", "feat"}),
+              "Moving 2 commits into feat…");
+    EXPECT_EQ(mutationLabel(RepoCommand::ReparentToTrunk{"feat"}),
+              "Rebasing feat onto current trunk…");
+    EXPECT_EQ(mutationLabel(RepoCommand::TogglePinned{"feat"}), "Working…");
+
+    // Advancing commits are marked while the command runs.
+    model.applySnapshot(boardState());
+    model.setInFlight(RepoCommand::ReparentToTrunk{"fresh"}, true);
+    EXPECT_EQ(model.advancingCommitIDs(), (StringSet{"f1", "f2"}));
+    model.setInFlight(RepoCommand::ReparentToTrunk{"fresh"}, false);
+    EXPECT_TRUE(model.advancingCommitIDs().empty());
+
+    // Pushes are a set: two bookmarks at once.
+    Bookmark a;
+    a.name = "a";
+    Bookmark b;
+    b.name = "b";
+    model.setInFlight(RepoCommand::Push{a}, true);
+    model.setInFlight(RepoCommand::PerformPush{b}, true);
+    EXPECT_EQ(model.pushInFlight(), (StringSet{"a", "b"}));
+    model.setInFlight(RepoCommand::Push{a}, false);
+    EXPECT_EQ(model.pushInFlight(), (StringSet{"b"}));
+
+    // Errors land by kind.
+    model.applyError("fetch broke", RepoCommand::Sync{});
+    model.applyError("push broke", RepoCommand::Push{a});
+    model.applyError("undo broke", RepoCommand::Undo{});
+    model.applyError("move broke", RepoCommand::DeleteBookmark{"x"});
+    EXPECT_EQ(model.fetchError(), "fetch broke");
+    EXPECT_EQ(model.pushError(), "push broke");
+    EXPECT_EQ(model.undoError(), "undo broke");
+    EXPECT_EQ(model.mutationError(), "move broke");
+    EXPECT_TRUE(log.contains("[Vorda:error] fetchError: fetch broke\n"));
+    EXPECT_TRUE(log.contains("[Vorda:error] mutationError: move broke\n"));
+
+    // Restoring to an operation keeps the last undo error on screen at start;
+    // an undo clears it.
+    model.setInFlight(RepoCommand::RestoreToOp{}, true);
+    EXPECT_TRUE(model.undoInFlight());
+    EXPECT_EQ(model.undoError(), "undo broke");
+    model.applyError("restore broke", RepoCommand::RestoreToOp{});
+    model.setInFlight(RepoCommand::RestoreToOp{}, false);
+    EXPECT_EQ(model.undoError(), "restore broke");
+    model.setInFlight(RepoCommand::Undo{}, true);
+    EXPECT_FALSE(model.undoError().has_value());
+
+    // The same error twice is logged once.
+    const auto before = log.text().size();
+    model.setMutationError("move broke");
+    EXPECT_EQ(log.text().size(), before);
+}
+
+TEST(RepoViewModelRules, LoadWithoutRepositoryLeavesNoSession) {
+    const testing::TempDir folder;
+    RepoViewModel model;
+    bool loaded = false;
+    model.load(folder.path().string(), [&] { loaded = true; });
+    EXPECT_TRUE(loaded);
+    EXPECT_EQ(model.errorMessage(), "No jj repository found at " + folder.path().string());
+    EXPECT_FALSE(model.isLoading());
+    EXPECT_EQ(model.repoSession(), nullptr);
+
+    bool sent = false;
+    model.send(RepoCommand::Undo{}, [&] { sent = true; });
+    EXPECT_FALSE(sent);
+    EXPECT_FALSE(model.undoInFlight());
+
+    // A fetch without a session still records its end.
+    model.fetch();
+    EXPECT_TRUE(model.lastFetchAt().has_value());
+    EXPECT_FALSE(model.fetchStartedAt().has_value());
+}
+
+TEST(DiffCacheRules, KeepsThirtyTwoFixedRevsetsFirstInFirstOut) {
+    EXPECT_TRUE(DiffCache::isCacheable("0123abcd"));
+    EXPECT_TRUE(DiffCache::isCacheable("0123-..abcd"));
+    EXPECT_FALSE(DiffCache::isCacheable("trunk()"));
+    EXPECT_FALSE(DiffCache::isCacheable("ABCD"));
+    EXPECT_FALSE(DiffCache::isCacheable("abc-.."));
+    EXPECT_FALSE(DiffCache::isCacheable(""));
+
+    DiffCache cache;
+    cache.store("trunk()", "never");
+    EXPECT_FALSE(cache.find("trunk()").has_value());
+    for (int i = 0; i < 32; ++i) {
+        cache.store("a" + std::to_string(i), "text" + std::to_string(i));
+    }
+    // Storing a known key keeps its place and takes the new text.
+    cache.store("a0", "again");
+    EXPECT_EQ(cache.find("a0"), "again");
+    EXPECT_EQ(cache.order().front(), "a0");
+    cache.store("b0", "thirty-third");
+    EXPECT_EQ(cache.size(), 32U);
+    EXPECT_FALSE(cache.find("a0").has_value());
+    EXPECT_EQ(cache.find("b0"), "thirty-third");
+    EXPECT_EQ(cache.order().front(), "a1");
+}
+
+}  // namespace
+}  // namespace vorda
