@@ -1,0 +1,606 @@
+#include "app/board/ContentView.h"
+
+#include <QDesktopServices>
+#include <QHBoxLayout>
+#include <QInputDialog>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QShortcut>
+#include <QStackedWidget>
+#include <QTimer>
+#include <QToolButton>
+#include <QUrl>
+#include <QVBoxLayout>
+
+#include "app/board/BoardSideColumns.h"
+#include "app/board/LaneInputs.h"
+#include "app/board/SelectionStore.h"
+#include "app/column/BookmarkColumn.h"
+#include "app/column/ColumnRules.h"
+#include "app/viewmodel/CommandPresentation.h"
+#include "app/viewmodel/RepoViewModel.h"
+#include "app/window/BookmarkActionMenuItems.h"
+#include "jjkit/trace/Bench.h"
+#include "jjkit/trace/Perf.h"
+
+namespace vorda {
+
+namespace {
+
+template <typename... Cases>
+struct Overloaded : Cases... {
+    using Cases::operator()...;
+};
+template <typename... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;
+
+QString qText(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+constexpr int messagePage = 0;
+constexpr int boardPage = 1;
+
+}  // namespace
+
+ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QString repoPath,
+                         QWidget* parent)
+    : QWidget(parent),
+      viewModel_(viewModel),
+      selection_(selection),
+      repoPath_(std::move(repoPath)),
+      filter_(new QLineEdit(this)),
+      tags_(new QToolButton(this)),
+      stack_(new QStackedWidget(this)),
+      message_(new QLabel(this)),
+      scroll_(new QScrollArea(this)),
+      row_(new QWidget),
+      rowLayout_(new QHBoxLayout(row_)) {
+    filter_->setObjectName(QStringLiteral("filter"));
+    filter_->setPlaceholderText(tr("Filter bookmarks"));
+    filter_->setClearButtonEnabled(true);
+    // The filter takes focus only when asked (a click or "Filter
+    // Bookmarks"), so escape on a fresh board clears the selection.
+    filter_->setFocusPolicy(Qt::ClickFocus);
+    setFocusPolicy(Qt::StrongFocus);
+    tags_->setObjectName(QStringLiteral("tag-filter"));
+    tags_->setText(tr("Tags"));
+    tags_->setPopupMode(QToolButton::InstantPopup);
+    tags_->setMenu(new QMenu(tags_));
+    auto* diffToggle = new QPushButton(tr("Show Diff"), this);
+    diffToggle->setObjectName(QStringLiteral("diff-toggle"));
+    diffToggle->setToolTip(tr("Show diff in a column beside this one"));
+
+    auto* filterBar = new QHBoxLayout;
+    filterBar->addWidget(filter_, 1);
+    filterBar->addWidget(tags_);
+    filterBar->addWidget(diffToggle);
+
+    message_->setAlignment(Qt::AlignCenter);
+    message_->setWordWrap(true);
+    message_->setObjectName(QStringLiteral("board-message"));
+    rowLayout_->setContentsMargins(8, 8, 8, 8);
+    rowLayout_->setSpacing(8);
+    rowLayout_->setAlignment(Qt::AlignLeft);
+    scroll_->setWidget(row_);
+    scroll_->setWidgetResizable(true);
+    scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    scroll_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    stack_->addWidget(message_);
+    stack_->addWidget(scroll_);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addLayout(filterBar);
+    layout->addWidget(stack_, 1);
+
+    connect(filter_, &QLineEdit::textChanged, this,
+            [this](const QString& text) { viewModel_->setFilterText(text.toStdString()); });
+    connect(tags_->menu(), &QMenu::aboutToShow, this, &ContentView::rebuildTagMenu);
+    connect(diffToggle, &QPushButton::clicked, this, [this, diffToggle] {
+        selection_->setDiffVisible(!selection_->isDiffVisible());
+        diffToggle->setText(selection_->isDiffVisible() ? tr("Hide Diff") : tr("Show Diff"));
+        diffToggle->setToolTip(selection_->isDiffVisible()
+                                   ? tr("Hide diff")
+                                   : tr("Show diff in a column beside this one"));
+        showDiffForSelection();
+    });
+
+    for (const auto signal :
+         {&RepoViewModel::repoStateChanged, &RepoViewModel::isLoadingChanged,
+          &RepoViewModel::errorMessageChanged, &RepoViewModel::settingsByNameChanged,
+          &RepoViewModel::filterTextChanged, &RepoViewModel::selectedTagFiltersChanged,
+          &RepoViewModel::selectedWorkspaceNameChanged, &RepoViewModel::lanesByBookmarkChanged,
+          &RepoViewModel::expandedLanesChanged, &RepoViewModel::expandedOneOffLaneIDsChanged,
+          &RepoViewModel::laneAncestorsChanged, &RepoViewModel::laneAncestorTotalsChanged,
+          &RepoViewModel::prStatusesChanged, &RepoViewModel::githubAvailableChanged,
+          &RepoViewModel::advancingCommitIDsChanged, &RepoViewModel::trunkCommitIDChanged,
+          &RepoViewModel::lastFetchAtChanged}) {
+        connect(viewModel_, signal, this, &ContentView::scheduleRender);
+    }
+    connect(viewModel_, &RepoViewModel::filterTextChanged, this, [this] {
+        const QString text = qText(viewModel_->filterText());
+        if (filter_->text() != text) {
+            filter_->setText(text);
+        }
+    });
+    connect(selection_, &SelectionStore::changed, this, &ContentView::scheduleRender);
+    connect(viewModel_, &RepoViewModel::confirmationRequestChanged, this,
+            &ContentView::showConfirmation);
+    connect(viewModel_, &RepoViewModel::openURLRequested, this,
+            [](const std::string& url) { QDesktopServices::openUrl(QUrl(qText(url))); });
+
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    escape->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(escape, &QShortcut::activated, this, [this] {
+        if (!filter_->hasFocus() && selection_->selectionColumn()) {
+            selection_->clear();
+        }
+    });
+    auto* undo = new QShortcut(QKeySequence::Undo, this);
+    undo->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(undo, &QShortcut::activated, this, [this] { viewModel_->send(RepoCommand::Undo{}); });
+    auto* opLog = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), this);
+    opLog->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(opLog, &QShortcut::activated, this, [this] {
+        if (!viewModel_->showOpLogInspector()) {
+            viewModel_->setShowOpLogInspector(true);
+        }
+        viewModel_->loadRecentOps();
+    });
+    render();
+}
+
+void ContentView::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape && !filter_->hasFocus() && selection_->selectionColumn()) {
+        selection_->clear();
+        event->accept();
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void ContentView::focusFilter() {
+    filter_->setFocus(Qt::ShortcutFocusReason);
+    filter_->selectAll();
+}
+
+QString ContentView::messageText() const {
+    return stack_->currentIndex() == messagePage ? message_->text() : QString();
+}
+
+BookmarkColumn* ContentView::laneColumn(const std::string& identity) const {
+    if (identity == "trunk") {
+        return trunkColumn_;
+    }
+    const auto found = columns_.find(identity);
+    return found == columns_.end() ? nullptr : qobject_cast<BookmarkColumn*>(found->second);
+}
+
+// MARK: Rendering
+
+void ContentView::scheduleRender() {
+    // Many fields change together when a snapshot lands; one render covers
+    // them all.
+    if (renderScheduled_) {
+        return;
+    }
+    renderScheduled_ = true;
+    QTimer::singleShot(0, this, [this] {
+        renderScheduled_ = false;
+        render();
+    });
+}
+
+void ContentView::render() {
+    Bench::measure("mainContent", [&] {
+        const auto* state = viewModel_->repoState();
+        if (state == nullptr) {
+            const auto& error = viewModel_->errorMessage();
+            message_->setText(error ? qText(*error) : tr("Loading..."));
+            stack_->setCurrentIndex(messagePage);
+            return;
+        }
+        if (const auto& error = viewModel_->errorMessage()) {
+            message_->setText(qText(*error));
+            stack_->setCurrentIndex(messagePage);
+            return;
+        }
+        if (state->bookmarks.empty() && viewModel_->availableOneOffLanes().empty()) {
+            message_->setText(tr("No bookmarks or one-offs"));
+            stack_->setCurrentIndex(messagePage);
+            return;
+        }
+        stack_->setCurrentIndex(boardPage);
+        clearSelectionIfHidden();
+        renderRow();
+    });
+}
+
+void ContentView::renderRow() {
+    const auto* state = viewModel_->repoState();
+    BoardSlotInputs inputs;
+    for (const auto& [name, workspace] : state->workspaces) {
+        inputs.workspaceNames.push_back(name);
+    }
+    const bool filterActive = !boardlists::filterNeedle(viewModel_->filterText()).empty() ||
+                              !viewModel_->selectedTagFilters().empty();
+    inputs.oneOffLanes =
+        filterActive ? viewModel_->filteredOneOffLanes() : viewModel_->expandedOneOffLanes();
+    inputs.filteredBookmarks = viewModel_->filteredBookmarks();
+    inputs.includedBookmarkNames = viewModel_->allWorkspaceIncludedBookmarkNames();
+    inputs.settingsByName = viewModel_->settingsByName();
+    inputs.hasHidden = !viewModel_->hiddenBookmarks().empty() ||
+                       !viewModel_->hiddenOneOffLanes().empty() ||
+                       !viewModel_->untrackedRemoteBookmarks().empty();
+    inputs.isDiffVisible = selection_->isDiffVisible();
+    inputs.selectionColumn = selection_->selectionColumn();
+    slots_ = boardSlots(inputs);
+
+    const LaneInputs lanes(*viewModel_, *selection_);
+    while (rowLayout_->count() > 0) {
+        delete rowLayout_->takeAt(0);
+    }
+    // Trunk leads the row as a pinned box: every lane stands on it.
+    if (auto trunk = lanes.trunkLane()) {
+        if (trunkColumn_ == nullptr) {
+            trunkColumn_ = makeLaneColumn("trunk");
+        }
+        trunkColumn_->setInput(std::move(*trunk));
+        rowLayout_->addWidget(trunkColumn_);
+    } else if (trunkColumn_ != nullptr) {
+        trunkColumn_->deleteLater();
+        trunkColumn_ = nullptr;
+    }
+    std::map<std::string, QWidget*> kept;
+    for (const auto& slot : slots_) {
+        const std::string identity = slot.identity();
+        QWidget* widget = columnFor(slot, lanes);
+        kept[identity] = widget;
+        rowLayout_->addWidget(widget);
+    }
+    rowLayout_->addStretch(1);
+    for (const auto& [identity, widget] : columns_) {
+        if (!kept.contains(identity)) {
+            widget->deleteLater();
+        }
+    }
+    columns_ = std::move(kept);
+}
+
+QWidget* ContentView::columnFor(const BoardSlot& slot, const LaneInputs& lanes) {
+    const std::string identity = slot.identity();
+    const auto existing = columns_.find(identity);
+    QWidget* widget = existing == columns_.end() ? nullptr : existing->second;
+    return std::visit(
+        Overloaded{
+            [&](const BoardSlot::WorkingCopyStack& s) -> QWidget* {
+                auto* column = widget != nullptr ? qobject_cast<BookmarkColumn*>(widget)
+                                                 : makeLaneColumn(identity);
+                column->setInput(lanes.workingCopyLane(s.name));
+                return column;
+            },
+            [&](const BoardSlot::OneOff& s) -> QWidget* {
+                auto* column = widget != nullptr ? qobject_cast<BookmarkColumn*>(widget)
+                                                 : makeLaneColumn(identity);
+                column->setInput(lanes.oneOffLane(s.lane));
+                return column;
+            },
+            [&](const BoardSlot::BookmarkLane& s) -> QWidget* {
+                auto* column = widget != nullptr ? qobject_cast<BookmarkColumn*>(widget)
+                                                 : makeLaneColumn(identity);
+                column->setInput(lanes.bookmarkLane(s.bookmark));
+                return column;
+            },
+            [&](const BoardSlot::Diff&) -> QWidget* {
+                return widget != nullptr ? widget : new DiffColumn(viewModel_, row_);
+            },
+            [&](const BoardSlot::Hidden&) -> QWidget* {
+                auto* hidden = widget != nullptr ? qobject_cast<HiddenColumn*>(widget)
+                                                 : new HiddenColumn(viewModel_, row_);
+                hidden->refresh();
+                return hidden;
+            },
+            [&](const BoardSlot::NewPlaceholder&) -> QWidget* {
+                if (widget != nullptr) {
+                    return widget;
+                }
+                auto* placeholder = new NewPlaceholderColumn(row_);
+                connect(placeholder, &NewPlaceholderColumn::newBookmarkRequested, this,
+                        &ContentView::newBookmarkRequested);
+                return placeholder;
+            },
+        },
+        slot.value);
+}
+
+BookmarkColumn* ContentView::makeLaneColumn(const std::string& identity) {
+    auto* column = new BookmarkColumn(row_);
+    column->setObjectName(qText(identity));
+    wireLaneColumn(column);
+    return column;
+}
+
+void ContentView::wireLaneColumn(BookmarkColumn* column) {
+    connect(column, &BookmarkColumn::columnClicked, this,
+            [this, column] { selectColumnOf(column); });
+    connect(column, &BookmarkColumn::commitClicked, this,
+            [this, column](const std::string& changeID, Qt::KeyboardModifiers) {
+                selectCommitIn(column, changeID);
+            });
+    connect(column, &BookmarkColumn::inclusionToggled, this, [this, column](bool included) {
+        viewModel_->setBookmarkIncluded(column->input().bookmark.name, included);
+    });
+    connect(column, &BookmarkColumn::workspaceInclusionRequested, this,
+            [this, column](const std::string& workspace, bool included) {
+                viewModel_->send(RepoCommand::SetWorkspaceBookmarkInclusion{
+                    workspace, column->input().bookmark.name, included});
+            });
+    connect(column, &BookmarkColumn::toggleExpandRequested, this, [this, column] {
+        const auto& input = column->input();
+        if (input.isSyntheticOneOff()) {
+            if (const auto* id = std::get_if<ColumnID::OneOff>(&input.selectionColumnID.value)) {
+                viewModel_->toggleOneOffLaneExpanded(id->changeID);
+            }
+            return;
+        }
+        viewModel_->toggleLane(input.bookmark.name);
+    });
+    connect(column, &BookmarkColumn::loadMoreRequested, this,
+            [this, column] { viewModel_->loadMoreAncestors(column->input().bookmark.name); });
+    connect(column, &BookmarkColumn::bookmarkAction, this,
+            [this, column](const BookmarkAction& action) {
+                handleBookmarkAction(action, column->input().bookmark);
+            });
+    connect(column, &BookmarkColumn::advanceTrunkRequested, this,
+            [this] { viewModel_->presentLocalStackRebase(std::nullopt, std::nullopt); });
+    connect(column, &BookmarkColumn::rebaseLocalStacksRequested, this,
+            [this] { viewModel_->presentLocalStackRebase(std::nullopt, std::nullopt); });
+    connect(column, &BookmarkColumn::contextMenuRequested, this,
+            [this, column](const QPoint& position, const std::optional<std::string>&) {
+                const auto& input = column->input();
+                if (input.isWorkingCopyLane() || input.isSyntheticOneOff()) {
+                    return;
+                }
+                QMenu menu(this);
+                BookmarkActionMenuItems::fill(
+                    &menu, viewModel_, input.bookmark,
+                    [this](const BookmarkAction& action, const Bookmark& bookmark) {
+                        handleBookmarkAction(action, bookmark);
+                    });
+                menu.exec(position);
+            });
+}
+
+void ContentView::rebuildTagMenu() {
+    QMenu* menu = tags_->menu();
+    menu->clear();
+    const auto& tags = viewModel_->allTagsInUse();
+    if (tags.empty()) {
+        menu->addAction(tr("No tags"))->setEnabled(false);
+        return;
+    }
+    for (const auto& tag : tags) {
+        QAction* entry = menu->addAction(qText(tag));
+        entry->setCheckable(true);
+        entry->setChecked(viewModel_->selectedTagFilters().contains(tag));
+        connect(entry, &QAction::toggled, this, [this, tag](bool on) {
+            StringSet selected = viewModel_->selectedTagFilters();
+            if (on) {
+                selected.insert(tag);
+            } else {
+                selected.erase(tag);
+            }
+            viewModel_->setSelectedTagFilters(std::move(selected));
+        });
+    }
+}
+
+// MARK: Selection
+
+void ContentView::selectColumnOf(BookmarkColumn* column) {
+    const auto& input = column->input();
+    const bool isBookmark = input.kind == BookmarkColumnInput::LaneKind::bookmark ||
+                            input.kind == BookmarkColumnInput::LaneKind::trunk;
+    const std::optional<std::string> name =
+        isBookmark ? std::optional(input.bookmark.name) : std::nullopt;
+    const auto action =
+        Perf::beginAction([&] { return "selectBookmark(" + name.value_or("nil") + ")"; });
+    if (selection_->selectionColumn() == input.selectionColumnID &&
+        selection_->selectedCommitIDs().empty()) {
+        Perf::endActionAfterUIFlush(action, "selectBookmark.noop");
+        return;
+    }
+    selection_->selectColumn(input.selectionColumnID, columnrules::visibleChangeOrder(input), name);
+    Perf::endActionAfterUIFlush(action);
+    showDiffForSelection();
+}
+
+void ContentView::selectCommitIn(BookmarkColumn* column, const std::string& changeID) {
+    const auto& input = column->input();
+    const bool isBookmark = input.kind == BookmarkColumnInput::LaneKind::bookmark ||
+                            input.kind == BookmarkColumnInput::LaneKind::trunk;
+    selection_->selectCommit(input.selectionColumnID, changeID,
+                             columnrules::visibleChangeOrder(input),
+                             isBookmark ? std::optional(input.bookmark.name) : std::nullopt);
+    showDiffForSelection();
+}
+
+void ContentView::showDiffForSelection() {
+    if (!selection_->isDiffVisible()) {
+        return;
+    }
+    if (!selection_->selectedCommitIDs().empty()) {
+        viewModel_->loadDiffForSelectedChangeIDs(selection_->selectedCommitIDs());
+    } else if (const auto& name = selection_->selectedBookmarkName()) {
+        if (const auto* state = viewModel_->repoState()) {
+            if (const auto found = state->bookmarks.find(*name); found != state->bookmarks.end()) {
+                viewModel_->loadDiffForBookmark(found->second);
+            }
+        }
+    } else {
+        viewModel_->loadDiffForSelectedChangeIDs(selection_->columnChangeIDs());
+    }
+}
+
+void ContentView::clearSelectionIfHidden() {
+    const auto& column = selection_->selectionColumn();
+    if (!column) {
+        return;
+    }
+    if (const auto* oneOff = std::get_if<ColumnID::OneOff>(&column->value)) {
+        const auto lanes = viewModel_->expandedOneOffLanes();
+        if (std::none_of(lanes.begin(), lanes.end(),
+                         [&](const OneOffLane& lane) { return lane.id() == oneOff->changeID; })) {
+            selection_->clear();
+        }
+    } else if (const auto* bookmark = std::get_if<ColumnID::BookmarkColumn>(&column->value)) {
+        const auto& filtered = viewModel_->filteredBookmarks();
+        const bool isTrunk = viewModel_->trunkBookmarkName() == bookmark->name;
+        if (!isTrunk && std::none_of(filtered.begin(), filtered.end(),
+                                     [&](const Bookmark& b) { return b.name == bookmark->name; })) {
+            selection_->clear();
+        }
+    }
+}
+
+// MARK: Gestures
+
+void ContentView::handleBookmarkAction(const BookmarkAction& action, const Bookmark& bookmark) {
+    const std::string& name = bookmark.name;
+    auto ask = [this](const QString& title, const QString& label, const QString& initial) {
+        bool ok = false;
+        const QString text =
+            QInputDialog::getText(this, title, label, QLineEdit::Normal, initial, &ok).trimmed();
+        return ok && !text.isEmpty() ? std::optional(text.toStdString()) : std::nullopt;
+    };
+    auto confirm = [this](std::string title, std::string message, const RepoCommand& command) {
+        static std::uint64_t next = 0;
+        const QPointer<RepoViewModel> weak(viewModel_);
+        viewModel_->setConfirmationRequest(ConfirmationRequest{"bookmark-" + std::to_string(++next),
+                                                               std::move(title), std::move(message),
+                                                               [weak, command] {
+                                                                   if (weak) {
+                                                                       weak->send(command);
+                                                                   }
+                                                               }});
+    };
+    std::visit(
+        Overloaded{
+            [&](const BookmarkAction::ReparentToTrunk&) {
+                viewModel_->presentLocalStackRebase(StringList{name}, std::nullopt);
+            },
+            [&](const BookmarkAction::Sync&) {
+                viewModel_->presentLocalStackRebase(StringList{name}, std::nullopt);
+            },
+            [&](const BookmarkAction::SetStrategy& a) {
+                viewModel_->send(RepoCommand::SetUpdateStrategy{a.strategy, name});
+            },
+            [&](const BookmarkAction::ToggleTag& a) {
+                viewModel_->send(RepoCommand::ToggleTag{a.tag, name});
+            },
+            [&](const BookmarkAction::Rename&) {
+                if (const auto next = ask(tr("Rename Bookmark"), tr("New name"), qText(name));
+                    next && *next != name) {
+                    viewModel_->send(RepoCommand::RenameBookmark{name, *next});
+                }
+            },
+            [&](const BookmarkAction::Rebase&) {
+                if (const auto destination = ask(tr("Rebase Onto…"), tr("Destination"), {})) {
+                    viewModel_->send(RepoCommand::RebaseBookmark{name, *destination});
+                }
+            },
+            [&](const BookmarkAction::Delete&) {
+                viewModel_->send(RepoCommand::DeleteBookmark{name});
+            },
+            [&](const BookmarkAction::Abandon&) {
+                confirm("Abandon " + name + "?",
+                        "This will delete the bookmark and all its commits.",
+                        RepoCommand::AbandonBookmark{name});
+            },
+            [&](const BookmarkAction::SquashToSingle&) {
+                const auto count = bookmark.commitIDs.size();
+                if (count < 2) {
+                    return;
+                }
+                confirm(
+                    "Combine " + std::to_string(count) + " commits on " + name + "?",
+                    "All " + std::to_string(count) + " commits become a single commit at the tip.",
+                    RepoCommand::SquashBookmarkToSingle{name});
+            },
+            [&](const BookmarkAction::Push&) { viewModel_->send(RepoCommand::Push{bookmark}); },
+            [&](const BookmarkAction::ViewPR&) {
+                if (const auto pr = viewModel_->prStatuses().find(name);
+                    pr != viewModel_->prStatuses().end()) {
+                    Q_EMIT viewModel_->openURLRequested(pr->second.url);
+                }
+            },
+            [&](const BookmarkAction::CreatePR&) {
+                const auto* first = bookmark.commitIDs.empty() || viewModel_->repoState() == nullptr
+                                        ? nullptr
+                                        : &viewModel_->repoState()->commits;
+                std::string title = name;
+                if (first != nullptr) {
+                    if (const auto tip = first->find(bookmark.commitIDs.front());
+                        tip != first->end() &&
+                        !boardlists::summaryLine(tip->second->description).empty()) {
+                        title = boardlists::summaryLine(tip->second->description);
+                    }
+                }
+                if (const auto chosen =
+                        ask(tr("Create Pull Request…"), tr("Title"), qText(title))) {
+                    viewModel_->send(RepoCommand::CreatePullRequest{
+                        bookmark, *chosen, "", viewModel_->trunkBookmarkName().value_or("main"),
+                        false});
+                }
+            },
+            [&](const BookmarkAction::RefreshPR&) { viewModel_->refreshPRStatuses(false, {name}); },
+            [&](const BookmarkAction::AddTag&) {
+                if (const auto tag = ask(tr("Add Tag"), tr("Tag"), {})) {
+                    viewModel_->send(RepoCommand::ToggleTag{*tag, name});
+                }
+            },
+            [&](const BookmarkAction::TogglePinned&) {
+                viewModel_->send(RepoCommand::TogglePinned{name});
+            },
+            [&](const BookmarkAction::ToggleColumnVisibility&) {
+                viewModel_->send(RepoCommand::ToggleBookmarkColumnVisibility{name});
+                if (selection_->selectedBookmarkName() == name) {
+                    selection_->clear();
+                }
+            },
+        },
+        action.value);
+}
+
+void ContentView::showConfirmation() {
+    const auto& request = viewModel_->confirmationRequest();
+    if (!request) {
+        return;
+    }
+    auto* box = new QMessageBox(QMessageBox::Question, qText(request->title),
+                                qText(request->message), QMessageBox::Cancel, this);
+    box->setObjectName(QStringLiteral("confirmation"));
+    QPushButton* yes = box->addButton(tr("Confirm"), QMessageBox::AcceptRole);
+    box->setDefaultButton(QMessageBox::Cancel);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    const std::string id = request->id;
+    connect(box, &QMessageBox::finished, this, [this, box, yes, id] {
+        const auto current = viewModel_->confirmationRequest();
+        if (!current || current->id != id) {
+            return;
+        }
+        viewModel_->setConfirmationRequest(std::nullopt);
+        if (box->clickedButton() == yes && current->action) {
+            current->action();
+        }
+    });
+    box->open();
+}
+
+}  // namespace vorda

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <QWidget>
+#include <map>
+#include <string>
+
+#include "app/board/BoardSlot.h"
+#include "app/board/BookmarkAction.h"
+
+class QHBoxLayout;
+class QLabel;
+class QLineEdit;
+class QScrollArea;
+class QStackedWidget;
+class QToolButton;
+
+namespace vorda {
+
+class BookmarkColumn;
+class HiddenColumn;
+class RepoViewModel;
+class SelectionStore;
+struct BookmarkColumnInput;
+
+/// A repository window's content: "Loading...", the load error, or the
+/// board, a horizontally scrolling row of columns in the order of
+/// `boardSlots`, with the filter field and the tag filter above it. It turns
+/// the gestures of its columns into view-model calls and keeps the
+/// selection pointing at something that is still on the board.
+class ContentView : public QWidget {
+    Q_OBJECT
+
+  public:
+    ContentView(RepoViewModel* viewModel, SelectionStore* selection, QString repoPath,
+                QWidget* parent = nullptr);
+
+    /// What a bookmark gesture does, from any menu or column.
+    void handleBookmarkAction(const BookmarkAction& action, const Bookmark& bookmark);
+    /// Puts the keyboard focus into the filter field.
+    void focusFilter();
+    /// Clears the selection when its column has left the board.
+    void clearSelectionIfHidden();
+
+    /// The slots of the last render, in row order.
+    const std::vector<BoardSlot>& renderedSlots() const { return slots_; }
+    /// The column widget of a lane shown on the board, by slot identity;
+    /// "trunk" names the trunk's pinned box that leads the row.
+    BookmarkColumn* laneColumn(const std::string& identity) const;
+    /// The text shown in place of the board ("Loading...", an error, or
+    /// "No bookmarks or one-offs"); empty while the board is shown.
+    QString messageText() const;
+
+  Q_SIGNALS:
+    void newBookmarkRequested();
+
+  protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+  private:
+    void scheduleRender();
+    void render();
+    void renderRow();
+    QWidget* columnFor(const BoardSlot& slot, const class LaneInputs& lanes);
+    BookmarkColumn* makeLaneColumn(const std::string& identity);
+    void wireLaneColumn(BookmarkColumn* column);
+    void rebuildTagMenu();
+    void showConfirmation();
+    void selectColumnOf(BookmarkColumn* column);
+    void selectCommitIn(BookmarkColumn* column, const std::string& changeID);
+    void showDiffForSelection();
+
+    RepoViewModel* viewModel_;
+    SelectionStore* selection_;
+    QString repoPath_;
+    QLineEdit* filter_;
+    QToolButton* tags_;
+    QStackedWidget* stack_;
+    QLabel* message_;
+    QScrollArea* scroll_;
+    QWidget* row_;
+    QHBoxLayout* rowLayout_;
+    BookmarkColumn* trunkColumn_ = nullptr;
+    /// Every column widget on the row, by slot identity; reused across
+    /// renders so a column keeps its scroll position and rows.
+    std::map<std::string, QWidget*> columns_;
+    std::vector<BoardSlot> slots_;
+    bool renderScheduled_ = false;
+};
+
+}  // namespace vorda
