@@ -1,0 +1,117 @@
+#pragma once
+
+#include <QFrame>
+#include <QPoint>
+#include <QString>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/board/BookmarkAction.h"
+#include "app/column/BookmarkColumnInput.h"
+#include "app/column/ResizableColumnWidth.h"
+
+namespace vorda {
+
+class ColumnHeader;
+class ColumnResizeHandle;
+class CommitCardDelegate;
+class CommitListModel;
+class CommitListView;
+class ConflictBanner;
+class MergedBanner;
+class TrunkPinnedBox;
+
+/// One lane of the board: a bookmark's commits, a working-copy stack, a
+/// one-off lane or the trunk, all drawn by this one widget from a
+/// `BookmarkColumnInput`. The board owns every fact and every action: the
+/// column shows its input and reports each gesture as a signal, and keeps no
+/// state but its width.
+///
+/// Commits are rows of a `CommitListModel` painted by a `CommitCardDelegate`,
+/// so a lane of thousands of commits costs no widget per commit. A trailing
+/// handle resizes the column; the width is kept in the user's settings under
+/// the column's storage key and written when a drag ends.
+///
+/// ```
+/// auto* column = new BookmarkColumn(board);
+/// connect(column, &BookmarkColumn::commitClicked, board, &Board::selectCommit);
+/// column->setInput(inputFor(lane));
+/// ```
+class BookmarkColumn : public QFrame {
+    Q_OBJECT
+
+  public:
+    explicit BookmarkColumn(QWidget* parent = nullptr);
+    ~BookmarkColumn() override;
+
+    BookmarkColumn(const BookmarkColumn&) = delete;
+    BookmarkColumn& operator=(const BookmarkColumn&) = delete;
+
+    /// Shows `input`. An input equal to the shown one changes nothing; one
+    /// with the same commits keeps the list's rows.
+    void setInput(BookmarkColumnInput input);
+    const BookmarkColumnInput& input() const { return *input_; }
+
+    CommitListModel* commitModel() const { return model_; }
+    CommitListView* commitList() const { return list_; }
+
+    /// The width and its limits; the column's fixed width follows it.
+    const ResizableColumnWidth& columnWidth() const { return width_; }
+
+  Q_SIGNALS:
+    /// A commit card was pressed, with the modifier keys held.
+    void commitClicked(const std::string& changeID, Qt::KeyboardModifiers modifiers);
+    /// The column was pressed outside any commit card.
+    void columnClicked();
+    /// The inclusion toggle asks for this inclusion in the selected workspace.
+    void inclusionToggled(bool included);
+    /// The working copies menu asks for this inclusion in `workspace`.
+    void workspaceInclusionRequested(const std::string& workspace, bool included);
+    /// The history of the lane is to be opened or closed.
+    void toggleExpandRequested();
+    /// The next page of history is wanted.
+    void loadMoreRequested();
+    /// A gesture on the lane's bookmark: the pull request badge (`viewPR`),
+    /// "Unpin" (`togglePinned`) and "Rebase Local Stack…" (`reparentToTrunk`).
+    void bookmarkAction(const vorda::BookmarkAction& action);
+    /// The trunk column's "Rebase Local Stacks…".
+    void advanceTrunkRequested();
+    /// A working-copy lane's "Rebase Local Stacks…".
+    void rebaseLocalStacksRequested();
+    /// The conflict banner's "Resolve".
+    void resolveConflictRequested();
+    /// A context menu is wanted at `globalPosition`; `changeID` names the
+    /// commit under the pointer, absent outside the cards.
+    void contextMenuRequested(const QPoint& globalPosition,
+                              const std::optional<std::string>& changeID);
+    /// The width changed by a drag of the trailing handle.
+    void widthChanged(double width);
+
+  protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    void connectParts();
+    void loadWidth();
+    void applyWidth();
+    void handleRowPressed(const QModelIndex& index, Qt::KeyboardModifiers modifiers);
+
+    std::shared_ptr<const BookmarkColumnInput> input_;
+    std::optional<QString> widthKey_;
+    ResizableColumnWidth width_;
+
+    ColumnHeader* header_;
+    TrunkPinnedBox* trunkBox_;
+    MergedBanner* mergedBanner_;
+    ConflictBanner* conflictBanner_;
+    CommitListModel* model_;
+    CommitCardDelegate* delegate_;
+    CommitListView* list_;
+    ColumnResizeHandle* resizeHandle_;
+};
+
+}  // namespace vorda

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QStyledItemDelegate>
+
+namespace vorda {
+
+/// Paints the commit cards of a `CommitListModel`: a summary line (with a
+/// lock on an immutable commit), a line with the short change ID, the author
+/// and the relative time, and a line of chips. Every card has the same
+/// height, so a view with uniform item sizes lays out thousands of rows
+/// without asking each one.
+///
+/// Colours come from the view's palette only, so a dark system palette
+/// gives dark cards. Tooltips depend on where the pointer rests: the author
+/// name shows the author's address, the time the absolute time, a chip its
+/// own help, and the rest of the card the change and commit IDs.
+class CommitCardDelegate : public QStyledItemDelegate {
+    Q_OBJECT
+
+  public:
+    explicit CommitCardDelegate(QObject* parent = nullptr);
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                   const QModelIndex& index) override;
+
+    /// The tooltip of the card at `index` for a pointer at `position`, both
+    /// in the coordinates of `option.rect`.
+    QString tooltipAt(const QStyleOptionViewItem& option, const QModelIndex& index,
+                      const QPoint& position) const;
+
+    /// The height of every row for a view font.
+    static int rowHeight(const QFont& font);
+};
+
+}  // namespace vorda

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "app/column/BookmarkColumnInput.h"
+#include "jjkit/model/SharedCommit.h"
+#include "jjkit/records/JJCommit.h"
+
+namespace vorda::columntest {
+
+/// A full change ID (32 letters from k to z) that spells `number`.
+inline std::string changeIDFor(std::size_t number) {
+    std::string id(32, 'k');
+    for (std::size_t position = id.size(); position-- > 0 && number > 0; number /= 16) {
+        id[position] = static_cast<char>('k' + number % 16);
+    }
+    return id;
+}
+
+/// A full commit ID (40 hexadecimal digits) that spells `number`.
+inline std::string commitIDFor(std::size_t number) {
+    static constexpr char digits[] = "0123456789abcdef";
+    std::string id(40, '0');
+    for (std::size_t position = id.size(); position-- > 0 && number > 0; number /= 16) {
+        id[position] = digits[number % 16];
+    }
+    return id;
+}
+
+/// The instant the clock of the card tests stands at: 2024-03-04 12:00 UTC.
+inline std::chrono::sys_seconds testNow() {
+    using namespace std::chrono;
+    return sys_days{year{2024} / March / 4} + hours{12};
+}
+
+inline constexpr const char* testTimestamp = "2024-03-04T10:00:00+00:00";
+
+inline JJCommit makeCommit(std::size_t number, std::string description, bool immutable = false) {
+    JJCommit commit;
+    commit.changeID = changeIDFor(number);
+    commit.commitID = commitIDFor(number);
+    commit.description = std::move(description);
+    commit.author = {"Ada Lovelace", "ada@example.com", testTimestamp};
+    commit.committer = commit.author;
+    commit.immutable = immutable;
+    return commit;
+}
+
+/// `count` shared commits numbered from `first`, described "Commit " number.
+inline std::vector<SharedCommit> makeCommits(std::size_t first, std::size_t count) {
+    std::vector<JJCommit> commits;
+    commits.reserve(count);
+    for (std::size_t number = first; number < first + count; ++number) {
+        commits.push_back(makeCommit(number, "Commit " + std::to_string(number)));
+    }
+    return SharedCommit::shareAll(std::move(commits));
+}
+
+/// A bookmark lane named `name` over `commits`.
+inline BookmarkColumnInput bookmarkLane(const std::string& name,
+                                        std::vector<SharedCommit> commits) {
+    BookmarkColumnInput input;
+    input.kind = BookmarkColumnInput::LaneKind::bookmark;
+    input.selectionColumnID = ColumnID::bookmark(name);
+    input.title = name;
+    input.bookmark.name = name;
+    for (const auto& commit : commits) {
+        input.bookmark.commitIDs.push_back(commit->commitID);
+        input.bookmark.changeIDs.push_back(commit->changeID);
+    }
+    input.commits = std::move(commits);
+    return input;
+}
+
+}  // namespace vorda::columntest
