@@ -1,0 +1,40 @@
+#include "app/launcher/FileMenu.h"
+
+#include <QCoreApplication>
+#include <QKeySequence>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPointer>
+
+#include "app/launcher/OpenRecentMenu.h"
+#include "app/launcher/OpenRepoCommand.h"
+
+namespace vorda {
+
+QMenu* installFileMenu(QMenuBar* menuBar, RepoWindowRegistry& registry) {
+    QWidget* window = menuBar->window();
+    auto* menu = new QMenu(QStringLiteral("&File"), menuBar);
+    menu->setObjectName(QStringLiteral("fileMenu"));
+    menu->addAction(new OpenRepoCommand(registry, window, menu));
+    menu->addMenu(new OpenRecentMenu(registry, menu));
+    menu->addSeparator();
+
+    QAction* close = menu->addAction(QStringLiteral("Close Window"));
+    close->setShortcut(QKeySequence::Close);
+    const QPointer<QWidget> guardedWindow = window;
+    QObject::connect(close, &QAction::triggered, menu, [guardedWindow] {
+        if (guardedWindow != nullptr) {
+            guardedWindow->close();
+        }
+    });
+    QAction* quit = menu->addAction(QStringLiteral("Quit"));
+    quit->setShortcut(QKeySequence::Quit);
+    quit->setMenuRole(QAction::QuitRole);
+    QObject::connect(quit, &QAction::triggered, menu, [] { QCoreApplication::quit(); });
+
+    const QList<QAction*> existing = menuBar->actions();
+    menuBar->insertMenu(existing.isEmpty() ? nullptr : existing.first(), menu);
+    return menu;
+}
+
+}  // namespace vorda

@@ -1,0 +1,283 @@
+#include "app/start/VordaApplication.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QWidget>
+#include <atomic>
+#include <csignal>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "app/launcher/LauncherWindow.h"
+#include "app/launcher/LauncherWindowController.h"
+#include "app/start/PendingRepoOpens.h"
+#include "app/start/SigintHandler.h"
+#include "app/start/SingleInstance.h"
+#include "app/start/StartTestSupport.h"
+#include "support/LogCapture.h"
+#include "support/ScopedEnvironment.h"
+#include "support/TempDir.h"
+
+namespace vorda {
+namespace {
+
+using testing::LogCapture;
+using testing::qpath;
+using testing::RecordingFactory;
+using testing::ScopedEnvironment;
+using testing::settleEvents;
+using testing::TempDir;
+
+// A channel name no other test (or test process) uses.
+QString uniqueInstanceName() {
+    static std::atomic<int> counter{0};
+    return QStringLiteral("vorda-test-%1-%2").arg(::getpid()).arg(++counter);
+}
+
+class VordaApplicationTest : public ::testing::Test {
+  protected:
+    std::unique_ptr<VordaApplication> make(const RecordingFactory& factory,
+                                           VordaApplication::MenuInstaller installer = {}) {
+        VordaApplication::Options options;
+        options.settingsFile = qpath(folder_.path() / "settings.ini");
+        options.instanceName = instanceName_;
+        options.handleSigint = false;
+        return std::make_unique<VordaApplication>(factory.factory(), std::move(installer), options);
+    }
+
+    QString makeFolder(const std::string& name) const {
+        std::filesystem::create_directories(folder_.path() / name);
+        return qpath(folder_.path() / name);
+    }
+
+    TempDir folder_{"vorda-app-test"};
+    QString instanceName_ = uniqueInstanceName();
+    RecordingFactory factory_;
+};
+
+TEST_F(VordaApplicationTest, StartWithAPathOpensItsWindowAndKeepsTheLauncherHidden) {
+    const QString repo = makeFolder("repo");
+    auto app = make(factory_);
+    const LogCapture log;
+    app->start({QStringLiteral("vorda"), repo});
+
+    EXPECT_EQ(*factory_.requests, std::vector<QString>{repo});
+    EXPECT_FALSE(app->launcherController().isVisible());
+    EXPECT_FALSE(app->launcher().isVisible());
+    EXPECT_TRUE(app->pendingOpens().hasExternalOpen());
+    EXPECT_EQ(app->recentRepos().all().front().path, repo);
+    EXPECT_TRUE(app->isInstanceServer());
+
+    const std::string text = log.text();
+    const auto first = text.find("[launcher] AppDelegate.applicationDidFinishLaunching\n");
+    const auto enqueue =
+        text.find("[launcher] PendingRepoOpens.enqueue path=" + repo.toStdString() + " queue=");
+    const auto registered =
+        text.find("[launcher] controller.register window=vorda::LauncherWindow(");
+    const auto opened = text.find("[launcher] PendingOpenRouter.open path=" + repo.toStdString());
+    const auto skipped = text.find("external open pending \u2192 skip recent reopen");
+    ASSERT_NE(first, std::string::npos) << text;
+    EXPECT_EQ(first, 0U) << text;
+    EXPECT_LT(first, enqueue);
+    EXPECT_LT(enqueue, registered);
+    EXPECT_LT(registered, opened);
+    EXPECT_LT(opened, skipped);
+    EXPECT_NE(skipped, std::string::npos) << text;
+}
+
+TEST_F(VordaApplicationTest, StartWithoutAnythingShowsTheLauncher) {
+    auto app = make(factory_);
+    app->start({QStringLiteral("vorda")});
+    EXPECT_TRUE(factory_.requests->empty());
+    EXPECT_TRUE(app->launcherController().isVisible());
+    EXPECT_TRUE(app->launcher().isVisible());
+}
+
+TEST_F(VordaApplicationTest, StartReopensTheLastRepository) {
+    const QString repo = makeFolder("repo");
+    {
+        auto first = make(factory_);
+        first->recentRepos().record(repo);
+    }
+    auto app = make(factory_);
+    app->start({QStringLiteral("vorda")});
+    EXPECT_EQ(*factory_.requests, std::vector<QString>{repo});
+    EXPECT_FALSE(app->launcher().isVisible());
+}
+
+TEST_F(VordaApplicationTest, TheLastWindowClosedBringsTheLauncherBack) {
+    const QString repo = makeFolder("repo");
+    auto app = make(factory_);
+    app->start({QStringLiteral("vorda"), repo});
+    app->registry().window(repo)->close();
+    settleEvents();
+    EXPECT_TRUE(app->launcher().isVisible());
+}
+
+TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheMenus) {
+    std::vector<QWidget*> installedOn;
+    VordaApplication::Options options;
+    options.settingsFile = qpath(folder_.path() / "settings.ini");
+    options.instanceName = instanceName_;
+    options.handleSigint = false;
+    VordaApplication app([](const QString&) { return new QMainWindow; },
+                         [&installedOn](QMenuBar* bar) {
+                             installedOn.push_back(bar->window());
+                             bar->addMenu(QStringLiteral("Repo"));
+                         },
+                         options);
+    ASSERT_EQ(installedOn.size(), 1U);
+    EXPECT_EQ(installedOn.front(), &app.launcher());
+    const auto* fileMenu = app.launcher().menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu"));
+    ASSERT_NE(fileMenu, nullptr);
+    QStringList entries;
+    for (const QAction* action : fileMenu->actions()) {
+        entries.append(action->isSeparator() ? QStringLiteral("---") : action->text());
+    }
+    EXPECT_EQ(entries, (QStringList{QStringLiteral("Open Repo\u2026"), "Open Recent", "---",
+                                    "Close Window", "Quit"}));
+
+    QWidget* window = app.registry().openWindow(makeFolder("repo"));
+    ASSERT_EQ(installedOn.size(), 2U);
+    EXPECT_EQ(installedOn.back(), window);
+}
+
+TEST_F(VordaApplicationTest, ASecondLaunchForwardsItsPathsToTheRunningInstance) {
+    const QString repo = makeFolder("repo");
+    auto running = make(factory_);
+    EXPECT_FALSE(running->forwardToRunningInstance({QStringLiteral("vorda")}));
+    EXPECT_TRUE(running->isInstanceServer());
+    running->start({QStringLiteral("vorda")});
+    ASSERT_TRUE(running->launcher().isVisible());
+
+    RecordingFactory secondFactory;
+    auto second = make(secondFactory);
+    const LogCapture log;
+    EXPECT_TRUE(second->forwardToRunningInstance(
+        {QStringLiteral("vorda"), QStringLiteral("--repo"), repo}));
+    settleEvents();
+    EXPECT_TRUE(secondFactory.requests->empty());
+    EXPECT_FALSE(second->isInstanceServer());
+    EXPECT_EQ(*factory_.requests, std::vector<QString>{repo});
+    EXPECT_FALSE(running->launcher().isVisible());
+    EXPECT_TRUE(log.contains("[launcher] forwarded to the running instance name="));
+
+    // The same path again brings the existing window forward.
+    running->registry().window(repo)->hide();
+    EXPECT_TRUE(second->forwardToRunningInstance({QStringLiteral("vorda"), repo}));
+    settleEvents();
+    EXPECT_EQ(factory_.requests->size(), 1U);
+    EXPECT_TRUE(running->registry().window(repo)->isVisible());
+}
+
+TEST_F(VordaApplicationTest, ForwardedRelativePathsAndAddressesResolveInTheSender) {
+    const QString repo = makeFolder("repo");
+    const QString other = makeFolder("other");
+    auto running = make(factory_);
+    ASSERT_FALSE(running->forwardToRunningInstance({QStringLiteral("vorda")}));
+    running->start({QStringLiteral("vorda")});
+
+    const QString previous = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(qpath(folder_.path())));
+    RecordingFactory secondFactory;
+    auto second = make(secondFactory);
+    const LogCapture log;
+    const bool forwarded =
+        second->forwardToRunningInstance({QStringLiteral("vorda"), QStringLiteral("repo"),
+                                          QStringLiteral("vorda://open?path=") + other});
+    QDir::setCurrent(previous);
+    EXPECT_TRUE(forwarded);
+    settleEvents();
+    EXPECT_EQ(*factory_.requests, (std::vector<QString>{repo, other}));
+    EXPECT_TRUE(log.contains("[launcher] AppDelegate.open urls=[\"vorda://open?path="));
+}
+
+TEST_F(VordaApplicationTest, ASecondLaunchWithoutPathsBringsTheInstanceForward) {
+    auto running = make(factory_);
+    ASSERT_FALSE(running->forwardToRunningInstance({QStringLiteral("vorda")}));
+    running->start({QStringLiteral("vorda")});
+    running->launcherController().hide();
+
+    RecordingFactory secondFactory;
+    auto second = make(secondFactory);
+    EXPECT_TRUE(second->forwardToRunningInstance({QStringLiteral("vorda")}));
+    settleEvents();
+    EXPECT_TRUE(running->launcher().isVisible());
+}
+
+TEST_F(VordaApplicationTest, AStaleSocketIsReplaced) {
+    const QString socketPath = QDir::tempPath() + QLatin1Char('/') + instanceName_;
+    {
+        QFile stale(socketPath);
+        ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
+    }
+    auto app = make(factory_);
+    EXPECT_FALSE(app->forwardToRunningInstance({QStringLiteral("vorda")}));
+    EXPECT_TRUE(app->isInstanceServer());
+
+    RecordingFactory secondFactory;
+    auto second = make(secondFactory);
+    EXPECT_TRUE(second->forwardToRunningInstance({QStringLiteral("vorda")}));
+}
+
+TEST_F(VordaApplicationTest, ALiveInstanceIsNotDisplaced) {
+    auto running = make(factory_);
+    ASSERT_FALSE(running->forwardToRunningInstance({QStringLiteral("vorda")}));
+    InstanceServer intruder;
+    EXPECT_FALSE(intruder.listen(instanceName_));
+    EXPECT_TRUE(running->isInstanceServer());
+}
+
+TEST(InstanceServerName, TheEnvironmentOverridesTheUsersName) {
+    const ScopedEnvironment variable("VORDA_INSTANCE_NAME");
+    variable.set("vorda-custom");
+    EXPECT_EQ(instanceServerName(), QStringLiteral("vorda-custom"));
+    variable.set("");
+    EXPECT_EQ(instanceServerName(), QStringLiteral("vorda-%1").arg(::getuid()));
+}
+
+TEST(InstanceMessage, OpensRoundTrip) {
+    const QList<CommandLineOpen> opens{
+        {CommandLineOpen::Kind::path, QStringLiteral("/a b")},
+        {CommandLineOpen::Kind::address, QStringLiteral("vorda://open?path=/c")}};
+    const QByteArray line = InstanceMessage::encode(opens);
+    EXPECT_TRUE(line.endsWith('\n'));
+    EXPECT_EQ(InstanceMessage::decode(line), opens);
+    EXPECT_FALSE(InstanceMessage::decode("nonsense\n").has_value());
+    EXPECT_FALSE(InstanceMessage::decode(R"({"opens":[{"other":1}]})").has_value());
+}
+
+TEST(SigintHandler, AnInterruptRunsTheShutdownOnTheEventLoop) {
+    struct sigaction before {};
+    ::sigaction(SIGINT, nullptr, &before);
+    bool interrupted = false;
+    {
+        const SigintHandler handler([&interrupted] { interrupted = true; });
+        ASSERT_TRUE(handler.isInstalled());
+        // A second handler does not take over while the first is active.
+        const SigintHandler second([] {});
+        EXPECT_FALSE(second.isInstalled());
+
+        ASSERT_EQ(std::raise(SIGINT), 0);
+        EXPECT_FALSE(interrupted);
+        QElapsedTimer timer;
+        timer.start();
+        while (!interrupted && timer.elapsed() < 5000) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        }
+    }
+    EXPECT_TRUE(interrupted);
+    // The previous disposition is back.
+    struct sigaction current {};
+    ::sigaction(SIGINT, nullptr, &current);
+    EXPECT_EQ(current.sa_handler, before.sa_handler);
+}
+
+}  // namespace
+}  // namespace vorda
