@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QToolBar>
+
+#include "app/window/RepoCommandTarget.h"
+
+class QAction;
+
+namespace vorda {
+
+class BookmarkMenuToolbarButton;
+class PushToolbarButton;
+class RepoActivityStatusView;
+class RepositoryIdentityLabel;
+
+/// A repository window's toolbar. Each item carries its identifier as its
+/// object name (and its action's): "working-copy", "status",
+/// "new-bookmark", "fetch", "rebase-local-stacks", "commit", "push",
+/// "bookmark-menu", "undo" and "op-log". The toolbar is movable.
+///
+/// It acts through the window's own target, not the focused one: a toolbar
+/// belongs to its window.
+class RepoToolbar : public QToolBar {
+    Q_OBJECT
+
+  public:
+    explicit RepoToolbar(RepoCommandTarget target, QWidget* parent = nullptr);
+
+    RepositoryIdentityLabel* identityLabel() const { return identity_; }
+    RepoActivityStatusView* statusView() const { return status_; }
+    PushToolbarButton* pushButton() const { return push_; }
+    BookmarkMenuToolbarButton* bookmarkMenuButton() const { return bookmarkMenu_; }
+    /// The item with `identifier`, null for an unknown one.
+    QAction* item(const QString& identifier) const;
+
+  Q_SIGNALS:
+    /// The status area's conflict count was pressed.
+    void conflictSheetRequested();
+
+  private:
+    QAction* addButton(const QString& identifier, const QString& label, const QString& tooltip);
+    QAction* addItem(const QString& identifier, QWidget* widget);
+    void updateItems();
+
+    RepoCommandTarget target_;
+    RepositoryIdentityLabel* identity_ = nullptr;
+    RepoActivityStatusView* status_ = nullptr;
+    PushToolbarButton* push_ = nullptr;
+    BookmarkMenuToolbarButton* bookmarkMenu_ = nullptr;
+    QAction* newBookmark_ = nullptr;
+    QAction* fetch_ = nullptr;
+    QAction* rebaseLocalStacks_ = nullptr;
+    QAction* commit_ = nullptr;
+    QAction* undo_ = nullptr;
+    QAction* opLog_ = nullptr;
+};
+
+}  // namespace vorda

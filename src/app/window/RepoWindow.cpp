@@ -1,0 +1,111 @@
+#include "app/window/RepoWindow.h"
+
+#include <QEvent>
+#include <QGuiApplication>
+#include <QInputDialog>
+#include <QMenuBar>
+
+#include "app/board/ContentView.h"
+#include "app/board/SelectionStore.h"
+#include "app/viewmodel/RepoViewModel.h"
+#include "app/window/CreateBookmarkDialog.h"
+#include "app/window/RepoCommandTarget.h"
+#include "app/window/RepoMenuCommands.h"
+#include "app/window/RepoToolbar.h"
+
+namespace vorda {
+
+RepoWindow::RepoWindow(const QString& repoPath, RepoMenuCommands* menus,
+                       const std::function<void(QMenuBar*)>& installMenus, QWidget* parent)
+    : QMainWindow(parent),
+      repoPath_(repoPath),
+      menus_(menus),
+      viewModel_(new RepoViewModel(this)),
+      selection_(new SelectionStore(this)),
+      content_(new ContentView(viewModel_, selection_, repoPath, this)) {
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle(repoPath);
+    setObjectName(QStringLiteral("repo-window"));
+    setCentralWidget(content_);
+    toolbar_ = new RepoToolbar(commandTarget(), this);
+    addToolBar(toolbar_);
+    if (installMenus) {
+        installMenus(menuBar());
+    }
+    connect(content_, &ContentView::newBookmarkRequested, this, &RepoWindow::showCreateBookmark);
+    // Coming back to the application is a good moment to look again: the
+    // repository may have changed from a terminal meanwhile.
+    connect(qApp, &QGuiApplication::applicationStateChanged, this,
+            [this](Qt::ApplicationState state) {
+                if (state == Qt::ApplicationActive) {
+                    viewModel_->requestRefresh();
+                }
+            });
+    resize(1280, 800);
+}
+
+RepoWindow::~RepoWindow() {
+    if (menus_ != nullptr && isActiveWindow()) {
+        menus_->setFocusedTarget(std::nullopt);
+    }
+}
+
+RepoCommandTarget RepoWindow::commandTarget() {
+    RepoCommandTarget target;
+    target.viewModel = viewModel_;
+    target.selection = selection_;
+    target.bookmarkAction = [this](const BookmarkAction& action, const Bookmark& bookmark) {
+        content_->handleBookmarkAction(action, bookmark);
+    };
+    target.commitAction = [this](CommitAction action, const JJCommit& commit) {
+        if (action == CommitAction::describe) {
+            bool ok = false;
+            const QString text =
+                QInputDialog::getMultiLineText(this, tr("Describe Commit…"), tr("Description"),
+                                               QString::fromStdString(commit.description), &ok);
+            if (ok) {
+                viewModel_->send(RepoCommand::DescribeCommit{commit.changeID, text.toStdString(),
+                                                             commit.immutable});
+            }
+        }
+    };
+    target.newBookmark = [this] {
+        showCreateBookmark();
+    };
+    target.commitWorkingCopy = [this] {
+        describeWorkingCopy();
+    };
+    target.focusFilter = [this] {
+        content_->focusFilter();
+    };
+    return target;
+}
+
+void RepoWindow::showCreateBookmark() {
+    auto* dialog = new CreateBookmarkDialog(viewModel_, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+}
+
+void RepoWindow::describeWorkingCopy() {
+    if (const auto* commit = viewModel_->workingCopyCommit()) {
+        commandTarget().commitAction(CommitAction::describe, *commit);
+    }
+}
+
+void RepoWindow::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    if (!loaded_) {
+        loaded_ = true;
+        viewModel_->load(repoPath_.toStdString());
+    }
+}
+
+void RepoWindow::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && menus_ != nullptr && isActiveWindow()) {
+        menus_->setFocusedTarget(commandTarget());
+    }
+}
+
+}  // namespace vorda
