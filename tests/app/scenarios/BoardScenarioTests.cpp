@@ -1,0 +1,199 @@
+// Scenarios on a real repository, driven through the real window: the demo
+// repository that `vorda-cli demo` makes, a RepoWindow on it, and jj run
+// from outside where a scenario needs a change the window did not make.
+// Each scenario saves a picture of the window under the build folder's
+// test-output/screenshots.
+#include <QApplication>
+#include <QCheckBox>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include "app/board/ContentView.h"
+#include "app/column/BookmarkColumn.h"
+#include "app/column/CommitListModel.h"
+#include "app/viewmodel/RepoViewModel.h"
+#include "app/window/CreateBookmarkDialog.h"
+#include "app/window/RepoActivityStatusView.h"
+#include "app/window/RepoToolbar.h"
+#include "app/window/RepoWindow.h"
+#include "cli/DemoRepository.h"
+#include "support/TempDir.h"
+#include "support/TestRepo.h"
+
+namespace vorda {
+namespace {
+
+/// Generous: a read of the demo takes a fraction of a second, but the
+/// sanitizer builds and a busy machine stretch it.
+constexpr int settleMs = 30000;
+
+class BoardScenario : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        createDemoRepository(folder_.path().string() + "/demo");
+        repo_ = demoRepositoryPath(folder_.path().string() + "/demo");
+        window_ = new RepoWindow(QString::fromStdString(repo_), nullptr, {});
+        window_->resize(1600, 900);
+        window_->show();
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] { return viewModel()->repoState() != nullptr && !viewModel()->isLoading(); },
+            settleMs));
+        ASSERT_FALSE(viewModel()->errorMessage().has_value()) << *viewModel()->errorMessage();
+    }
+
+    void TearDown() override { delete window_; }
+
+    RepoViewModel* viewModel() const { return window_->viewModel(); }
+    ContentView* board() const { return window_->contentView(); }
+
+    /// jj on the demo repository, from outside the application.
+    std::string jj(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"jj", "-R", repo_});
+        return testing::runChecked(arguments);
+    }
+
+    bool hasBookmark(const std::string& name) const {
+        return viewModel()->repoState() != nullptr &&
+               viewModel()->repoState()->bookmarks.contains(name);
+    }
+
+    void saveScreenshot(const std::string& name) const {
+        QApplication::processEvents();
+        const QString folder = QStringLiteral(VORDA_TEST_OUTPUT_DIR "/screenshots");
+        QDir().mkpath(folder);
+        const QString path = folder + "/" + QString::fromStdString(name) + ".png";
+        EXPECT_TRUE(window_->grab().save(path, "PNG")) << path.toStdString();
+    }
+
+    testing::TempDir folder_;
+    std::string repo_;
+    RepoWindow* window_ = nullptr;
+};
+
+TEST_F(BoardScenario, DemoBoardShowsItsLanes) {
+    ASSERT_TRUE(QTest::qWaitFor([&] { return board()->laneColumn("wcstack:default"); }, settleMs));
+    // Both workspaces, trunk, and the bookmarks the demo keeps on the board
+    // or in a workspace.
+    EXPECT_NE(board()->laneColumn("wcstack:integration"), nullptr);
+    EXPECT_NE(board()->laneColumn("trunk"), nullptr);
+    EXPECT_EQ(viewModel()->trunkBookmarkName(), "main");
+    std::vector<std::string> laneNames;
+    for (const auto& slot : board()->renderedSlots()) {
+        if (const auto* lane = std::get_if<BoardSlot::BookmarkLane>(&slot.value)) {
+            laneNames.push_back(lane->bookmark.name);
+        }
+    }
+    ASSERT_FALSE(laneNames.empty());
+    // Every bookmark lane lists exactly the bookmark's commits, through the
+    // list model.
+    for (const auto& name : laneNames) {
+        const auto* column = board()->laneColumn(name);
+        ASSERT_NE(column, nullptr) << name;
+        const auto& bookmark = viewModel()->repoState()->bookmarks.at(name);
+        EXPECT_EQ(column->input().commits.size(), bookmark.commitIDs.size()) << name;
+        EXPECT_GE(column->commitModel()->rowCount(), static_cast<int>(bookmark.commitIDs.size()))
+            << name;
+    }
+    saveScreenshot("demo-board");
+}
+
+TEST_F(BoardScenario, CreatingABookmarkThroughTheDialogShowsIt) {
+    window_->showCreateBookmark();
+    auto* dialog = window_->findChild<CreateBookmarkDialog*>();
+    ASSERT_NE(dialog, nullptr);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(dialog));
+    dialog->nameField()->setText(QStringLiteral("from-dialog"));
+    dialog->enableAfterCreatingField()->setChecked(true);
+    saveScreenshot("create-bookmark-dialog");
+    ASSERT_TRUE(dialog->createButton()->isEnabled());
+    QTest::mouseClick(dialog->createButton(), Qt::LeftButton);
+
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hasBookmark("from-dialog"); }, settleMs));
+    EXPECT_NE(jj({"bookmark", "list", "from-dialog"}).find("from-dialog"), std::string::npos);
+    // Enabled: the workspace includes it, so it shows in the working copy's
+    // lane, and showing its column gives it a lane of its own.
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return viewModel()->allWorkspaceIncludedBookmarkNames().contains("from-dialog"); },
+        settleMs));
+    board()->handleBookmarkAction({BookmarkAction::ToggleColumnVisibility{}},
+                                  viewModel()->repoState()->bookmarks.at("from-dialog"));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return board()->laneColumn("from-dialog"); }, settleMs));
+    saveScreenshot("created-bookmark-lane");
+}
+
+TEST_F(BoardScenario, ChangesFromTheCommandLineAppearByThemselves) {
+    const std::string tip = jj({"log", "--no-graph", "-r", "render-colors", "-T", "change_id"});
+    jj({"bookmark", "create", "from-terminal", "-r", "render-colors"});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hasBookmark("from-terminal"); }, settleMs));
+
+    jj({"describe", "-r", tip, "-m", "Described \"outside\" — ünïcode"});
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            const auto* commit = viewModel()->commitForChangeID(tip);
+            return commit != nullptr &&
+                   commit->description.starts_with("Described \"outside\" — ünïcode");
+        },
+        settleMs));
+    // The card shows the new summary.
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            const auto* column = board()->laneColumn("render-colors");
+            return column != nullptr && column->commitModel()->rowCount() > 0 &&
+                   column->commitModel()
+                       ->index(0)
+                       .data(Qt::DisplayRole)
+                       .toString()
+                       .contains(QStringLiteral("Described \"outside\""));
+        },
+        settleMs));
+    saveScreenshot("external-changes");
+}
+
+TEST_F(BoardScenario, UndoFromTheToolbar) {
+    bool created = false;
+    CreateBookmarkInput input;
+    input.name = "to-undo";
+    viewModel()->send(RepoCommand::CreateBookmark{input}, [&] { created = true; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return created && hasBookmark("to-undo"); }, settleMs));
+
+    QAction* undo = window_->toolbar()->item(QStringLiteral("undo"));
+    ASSERT_NE(undo, nullptr);
+    undo->trigger();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return !hasBookmark("to-undo") && !viewModel()->undoInFlight(); }, settleMs));
+    EXPECT_EQ(jj({"bookmark", "list", "to-undo"}), "");
+    EXPECT_FALSE(viewModel()->undoError().has_value());
+    saveScreenshot("after-undo");
+}
+
+TEST_F(BoardScenario, AFailingCommandShowsItsErrorUntilDismissed) {
+    bool done = false;
+    viewModel()->send(RepoCommand::RenameBookmark{"no-such-bookmark", "renamed"},
+                      [&] { done = true; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return done; }, settleMs));
+    ASSERT_TRUE(viewModel()->mutationError().has_value());
+    EXPECT_FALSE(viewModel()->isMutating());
+
+    auto* status = window_->toolbar()->statusView();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return status->button()->isVisible(); }, settleMs));
+    EXPECT_EQ(status->button()->text(), "Dismiss");
+    const auto labels = status->findChildren<QLabel*>();
+    EXPECT_TRUE(std::any_of(labels.begin(), labels.end(), [&](const QLabel* label) {
+        return label->isVisible() && label->text().contains(QStringLiteral("no-such-bookmark"));
+    }));
+    saveScreenshot("command-error");
+
+    QTest::mouseClick(status->button(), Qt::LeftButton);
+    EXPECT_FALSE(viewModel()->mutationError().has_value());
+    EXPECT_FALSE(status->button()->isVisible() && status->button()->text() == "Dismiss");
+    // The repository is as it was: the failed rename left nothing behind.
+    EXPECT_FALSE(hasBookmark("renamed"));
+}
+
+}  // namespace
+}  // namespace vorda
