@@ -2,18 +2,9 @@
 
 #include <algorithm>
 
+#include "jjkit/support/Overloaded.h"
+
 namespace vorda {
-
-namespace {
-
-template <typename... Cases>
-struct Overloaded : Cases... {
-    using Cases::operator()...;
-};
-template <typename... Cases>
-Overloaded(Cases...) -> Overloaded<Cases...>;
-
-}  // namespace
 
 std::string BoardSlot::identity() const {
     return std::visit(Overloaded{

@@ -25,19 +25,13 @@
 #include "app/viewmodel/CommandPresentation.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "app/window/BookmarkActionMenuItems.h"
+#include "jjkit/support/Overloaded.h"
 #include "jjkit/trace/Bench.h"
 #include "jjkit/trace/Perf.h"
 
 namespace vorda {
 
 namespace {
-
-template <typename... Cases>
-struct Overloaded : Cases... {
-    using Cases::operator()...;
-};
-template <typename... Cases>
-Overloaded(Cases...) -> Overloaded<Cases...>;
 
 QString qText(const std::string& text) {
     return QString::fromStdString(text);

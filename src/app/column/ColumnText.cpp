@@ -5,36 +5,6 @@
 
 namespace vorda::columntext {
 
-namespace {
-
-std::string upperState(GitHubPR::State state) {
-    switch (state) {
-        case GitHubPR::State::open:
-            return "OPEN";
-        case GitHubPR::State::closed:
-            return "CLOSED";
-        case GitHubPR::State::merged:
-            return "MERGED";
-        case GitHubPR::State::unknown:
-            break;
-    }
-    return "UNKNOWN";
-}
-
-std::string reviewText(GitHubPR::ReviewDecision decision) {
-    switch (decision) {
-        case GitHubPR::ReviewDecision::approved:
-            return "APPROVED";
-        case GitHubPR::ReviewDecision::changesRequested:
-            return "CHANGES_REQUESTED";
-        case GitHubPR::ReviewDecision::reviewRequired:
-            break;
-    }
-    return "REVIEW_REQUIRED";
-}
-
-}  // namespace
-
 std::string inclusionHelp(const BookmarkInclusionRole& role) {
     return std::visit(
         [](const auto& value) -> std::string {
@@ -96,9 +66,9 @@ std::string prBadgeText(const GitHubPR& pr) {
 }
 
 std::string badgeTooltip(const GitHubPR& pr) {
-    std::string tooltip = prBadgeText(pr) + " · " + upperState(pr.state);
+    std::string tooltip = prBadgeText(pr) + " · " + std::string(rawValue(pr.state));
     if (pr.reviewDecision) {
-        tooltip += " · " + reviewText(*pr.reviewDecision);
+        tooltip += " · " + std::string(rawValue(*pr.reviewDecision));
     }
     return tooltip + ". Click to open in browser.";
 }

@@ -2,16 +2,11 @@
 
 #include <type_traits>
 
+#include "jjkit/support/Overloaded.h"
+
 namespace vorda {
 
 namespace {
-
-template <typename... Cases>
-struct Overloaded : Cases... {
-    using Cases::operator()...;
-};
-template <typename... Cases>
-Overloaded(Cases...) -> Overloaded<Cases...>;
 
 constexpr const char* ellipsis = "…";
 

@@ -8,19 +8,13 @@
 #include "app/viewmodel/CommandPresentation.h"
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/support/DiagnosticLog.h"
+#include "jjkit/support/Overloaded.h"
 #include "jjkit/trace/Bench.h"
 #include "jjkit/trace/Perf.h"
 
 namespace vorda {
 
 namespace {
-
-template <typename... Cases>
-struct Overloaded : Cases... {
-    using Cases::operator()...;
-};
-template <typename... Cases>
-Overloaded(Cases...) -> Overloaded<Cases...>;
 
 /// What a background step gave back: a value, or the text of what it threw.
 template <typename T>
