@@ -73,7 +73,17 @@ void LaneInputs::markSelection(BookmarkColumnInput& input) const {
                                    selection_.selectedCommitIDs().end()};
     }
     input.advancingCommitIDs = viewModel_.advancingCommitIDs();
-    input.inlineBookmarkTips = tips_;
+    // Only the tips under this lane's own rows: the column looks them up by
+    // row, and a smaller map keeps a change elsewhere from redrawing it.
+    input.inlineBookmarkTips.clear();
+    for (const auto* rows :
+         {&input.commits, &input.stackedCommits, &input.baseCommits, &input.ancestorCommits}) {
+        for (const auto& commit : *rows) {
+            if (const auto tips = tips_.find(commit->commitID); tips != tips_.end()) {
+                input.inlineBookmarkTips.insert(*tips);
+            }
+        }
+    }
     input.githubAvailable = viewModel_.githubAvailable();
 }
 
@@ -177,6 +187,7 @@ std::optional<BookmarkColumnInput> LaneInputs::trunkLane() const {
     }
     if (input.commits.empty()) {
         input.commits = lookup(*state, bookmark->second.commitIDs);
+        markSelection(input);
     }
     return input;
 }
