@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +19,15 @@
 #include "jjkit/records/JJWorkspace.h"
 
 namespace vorda {
+
+struct LocalStackUpdatePlan;
+struct LocalStackUpdateReceipt;
+struct FeatureInsertionPlan;
+struct FeatureAppendPlan;
+struct FeatureAppendInspection;
+struct VerificationFindings;
+template <typename Plan>
+struct OperationRecord;
 
 /// Every read and write of one repository passes through here: the client
 /// builds jj command lines, keeps reads from touching the working copy, turns
@@ -217,6 +227,58 @@ class JJClient {
     /// true present before it mutates; `reason` ends in "/snapshot". Uses
     /// `debug snapshot`, and `util snapshot` only when jj rejects the former.
     void snapshotWorkingCopy(std::string_view reason) const;
+
+    // Planned rewrites. Each is planned against one operation, refused whole
+    // when anything it cannot describe is in the way, and re-validated when
+    // executed. From the first saved receipt on nothing is thrown: the
+    // receipt says what happened. The inner forms take the function that
+    // saves records (and the hook awaited between two steps), so that the
+    // flows can be exercised with a failing one; the public forms save into
+    // the repository's journal.
+
+    template <typename Plan>
+    using PersistRecord = std::function<void(const OperationRecord<Plan>&)>;
+
+    LocalStackUpdatePlan planLocalStackUpdate(const std::vector<std::string>& bookmarks,
+                                              const std::vector<std::string>& oneOffChangeIDs,
+                                              const std::stop_token& stop = {}) const;
+    LocalStackUpdateReceipt executeLocalStackUpdate(const LocalStackUpdatePlan& plan,
+                                                    const std::stop_token& stop = {}) const;
+    LocalStackUpdateReceipt executeLocalStackUpdate(
+        const LocalStackUpdatePlan& plan, const PersistRecord<LocalStackUpdatePlan>& persistRecord,
+        const std::stop_token& stop = {}) const;
+
+    /// Routing into `intoBookmark` after `afterChangeID`, or onto its tip when
+    /// that is absent; repairs name compositions that gain the feature.
+    FeatureInsertionPlan planFeatureRouting(
+        const std::vector<std::string>& changeIDs, const std::optional<std::string>& afterChangeID,
+        const std::string& intoBookmark, const std::vector<std::string>& repairCompositionChangeIDs,
+        const std::stop_token& stop = {}) const;
+    FeatureInsertionPlan planFeatureInsertion(const std::vector<std::string>& changeIDs,
+                                              const std::string& afterChangeID,
+                                              const std::string& intoBookmark,
+                                              const std::stop_token& stop = {}) const;
+    LocalStackUpdateReceipt executeFeatureInsertion(const FeatureInsertionPlan& plan,
+                                                    const std::stop_token& stop = {}) const;
+    LocalStackUpdateReceipt executeFeatureInsertion(
+        const FeatureInsertionPlan& plan, const PersistRecord<FeatureInsertionPlan>& persistRecord,
+        const std::stop_token& stop = {}) const;
+
+    FeatureAppendPlan planFeatureAppend(const std::vector<std::string>& changeIDs,
+                                        const std::string& intoBookmark,
+                                        const std::stop_token& stop = {}) const;
+    OperationRecord<FeatureAppendPlan> executeFeatureAppend(const FeatureAppendPlan& plan,
+                                                            const std::stop_token& stop = {}) const;
+    OperationRecord<FeatureAppendPlan> executeFeatureAppend(
+        const FeatureAppendPlan& plan, const PersistRecord<FeatureAppendPlan>& persistRecord,
+        const std::function<void()>& betweenSteps, const std::stop_token& stop = {}) const;
+    /// Reads the append's outcome back at `operation`.
+    VerificationFindings verifyFeatureAppend(const FeatureAppendPlan& plan,
+                                             const std::string& operation,
+                                             bool bookmarkAdvanced) const;
+    /// Compares a receipt with the repository now; changes nothing.
+    FeatureAppendInspection inspectFeatureAppend(const OperationRecord<FeatureAppendPlan>& record,
+                                                 const std::stop_token& stop = {}) const;
 
   private:
     std::string logLabel(std::string_view reason) const;

@@ -99,6 +99,19 @@ std::int64_t JsonReader::integer() const {
     return value_->get<std::int64_t>();
 }
 
+void JsonReader::requireObject() const {
+    if (!value_->is_object()) {
+        fail("Dictionary<String, Any>");
+    }
+}
+
+double JsonReader::number() const {
+    if (!value_->is_number()) {
+        fail("Double");
+    }
+    return value_->get<double>();
+}
+
 std::vector<JsonReader> JsonReader::array() const {
     if (!value_->is_array()) {
         fail("Array<Any>");

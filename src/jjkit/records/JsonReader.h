@@ -44,6 +44,10 @@ class JsonReader {
     std::string string() const;
     bool boolean() const;
     std::int64_t integer() const;
+    /// Throws the type mismatch unless the value is an object.
+    void requireObject() const;
+    /// Any JSON number, whole or not.
+    double number() const;
     std::vector<JsonReader> array() const;
 
     bool isNull() const { return value_->is_null(); }

@@ -1,16 +1,11 @@
 #include "jjkit/settings/BookmarkSettingsStore.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "jjkit/repo/JJRepoDetector.h"
-#include "jjkit/support/Uuid.h"
+#include "jjkit/support/AtomicFile.h"
 
 namespace vorda {
 namespace {
@@ -18,127 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* settingsFileName = "Vorda-settings.json";
-
-[[noreturn]] void throwFileError(const std::string& what, const fs::path& path, int error) {
-    throw fs::filesystem_error(what, path, std::error_code(error, std::generic_category()));
-}
-
-/// The whole file, or absent when it cannot be opened or read (a folder at
-/// the path included).
-std::optional<std::string> readWholeFile(const fs::path& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        return std::nullopt;
-    }
-    std::string bytes;
-    char buffer[16384];
-    bool failed = false;
-    while (true) {
-        const ssize_t count = ::read(descriptor, buffer, sizeof buffer);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            failed = true;
-            break;
-        }
-        if (count == 0) {
-            break;
-        }
-        bytes.append(buffer, static_cast<std::size_t>(count));
-    }
-    ::close(descriptor);
-    if (failed) {
-        return std::nullopt;
-    }
-    return bytes;
-}
-
-/// Closes a descriptor and removes the temporary file unless released.
-class TemporaryFile {
-  public:
-    TemporaryFile(fs::path path, int descriptor)
-        : path_(std::move(path)), descriptor_(descriptor) {}
-    ~TemporaryFile() {
-        closeDescriptor();
-        if (!released_) {
-            ::unlink(path_.c_str());
-        }
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    TemporaryFile(TemporaryFile&&) = delete;
-    TemporaryFile& operator=(TemporaryFile&&) = delete;
-
-    int descriptor() const { return descriptor_; }
-    const fs::path& path() const { return path_; }
-
-    /// Closes now, so that a failing close (a late write error) is seen.
-    int closeDescriptor() {
-        if (descriptor_ < 0) {
-            return 0;
-        }
-        const int result = ::close(descriptor_);
-        descriptor_ = -1;
-        return result;
-    }
-    void release() { released_ = true; }
-
-  private:
-    fs::path path_;
-    int descriptor_;
-    bool released_ = false;
-};
-
-void writeAll(const TemporaryFile& file, const std::string& bytes) {
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const ssize_t count =
-            ::write(file.descriptor(), bytes.data() + written, bytes.size() - written);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            throwFileError("cannot write settings", file.path(), errno);
-        }
-        written += static_cast<std::size_t>(count);
-    }
-}
-
-/// Replaces `target` with `bytes` so that a reader sees either the old or the
-/// new file, never a part: the bytes go to a fresh file in the same folder,
-/// are flushed to disk, and the file is renamed over the target.
-void writeAtomically(const fs::path& target, const std::string& bytes) {
-    const fs::path folder = target.parent_path();
-    const fs::path temporaryPath =
-        folder / ("." + target.filename().string() + "." + makeUuid() + ".tmp");
-    // 0666 before the umask, the permissions any newly created file gets.
-    const int descriptor =
-        ::open(temporaryPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor < 0) {
-        throwFileError("cannot create temporary settings file", temporaryPath, errno);
-    }
-    TemporaryFile file(temporaryPath, descriptor);
-    writeAll(file, bytes);
-    if (::fsync(file.descriptor()) != 0) {
-        throwFileError("cannot flush settings", temporaryPath, errno);
-    }
-    if (file.closeDescriptor() != 0) {
-        throwFileError("cannot close settings", temporaryPath, errno);
-    }
-    if (::rename(temporaryPath.c_str(), target.c_str()) != 0) {
-        throwFileError("cannot replace settings", target, errno);
-    }
-    file.release();
-
-    // Make the rename itself durable. The new file is already in place, so a
-    // failure here is not reported: the write has happened.
-    const int folderDescriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folderDescriptor >= 0) {
-        ::fsync(folderDescriptor);
-        ::close(folderDescriptor);
-    }
-}
 
 /// Calls `visit(name, reader)` for each member of a JSON object.
 template <typename Visit>

@@ -1,0 +1,1 @@
+#include "jjkit/rewrites/FeatureAppendPlan.h"

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace vorda {
+
+/// The whole file, or absent when it cannot be opened or read (a folder at
+/// the path included).
+std::optional<std::string> readWholeFile(const std::filesystem::path& path);
+
+/// Replaces `target` with `bytes` so that a reader sees either the old or the
+/// new file, never a part: the bytes go to a fresh file in the same folder,
+/// are flushed to disk, and the file is renamed over the target. Failures
+/// throw `std::filesystem::filesystem_error`.
+void writeAtomically(const std::filesystem::path& target, const std::string& bytes);
+
+}  // namespace vorda
