@@ -1,1 +1,246 @@
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "jjkit/client/JJClient.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
+#include "jjkit/rewrites/OperationJournal.h"
+#include "jjkit/rewrites/PlannedFlow.h"
+#include "jjkit/templates/RevsetQuoting.h"
+
+namespace vorda {
+namespace {
+
+constexpr std::string_view planningReason = "planFeatureInsertion/snapshot";
+constexpr std::string_view executionSnapshotReason = "executeFeatureInsertion/snapshot";
+constexpr std::string_view rebaseReason = "executeFeatureInsertion/rebase";
+
+constexpr std::string_view partialIdentities = "Select full native change identities for routing.";
+constexpr std::string_view unresolvedSelection =
+    "A selected change is hidden, missing, or divergent.";
+constexpr std::string_view ambiguousEnds =
+    "The destination and feature bookmark must each resolve uniquely.";
+constexpr std::string_view unresolvedRepair =
+    "A repair composition is hidden, missing, or divergent.";
+constexpr std::string_view movedWhilePlanning =
+    "Repository changed during routing preview. Replan before proceeding.";
+
+[[noreturn]] void refuse(std::string_view message) {
+    throw JJError::unsafeOperation(std::string(message));
+}
+
+/// The rows of `changeIDs` in `rows`, in the order of `changeIDs`; absent
+/// unless every ID has exactly one row and no row is left over.
+std::optional<std::vector<JJCommit>> oneRowEach(const std::vector<std::string>& changeIDs,
+                                                const std::vector<JJCommit>& rows) {
+    std::map<std::string, std::vector<const JJCommit*>> byChange;
+    for (const auto& row : rows) {
+        byChange[row.changeID].push_back(&row);
+    }
+    if (rows.size() != changeIDs.size()) {
+        return std::nullopt;
+    }
+    std::vector<JJCommit> resolved;
+    resolved.reserve(changeIDs.size());
+    for (const auto& changeID : changeIDs) {
+        const auto found = byChange.find(changeID);
+        if (found == byChange.end() || found->second.size() != 1) {
+            return std::nullopt;
+        }
+        resolved.push_back(*found->second.front());
+    }
+    return resolved;
+}
+
+std::vector<std::string> changeIDsOf(const std::vector<JJCommit>& commits) {
+    std::vector<std::string> changeIDs;
+    changeIDs.reserve(commits.size());
+    for (const auto& commit : commits) {
+        changeIDs.push_back(commit.changeID);
+    }
+    return changeIDs;
+}
+
+/// Reads the routing back at the resulting operation: every affected change
+/// once, on the parents the plan stated, with its bookmarks; the feature
+/// bookmark on its tip; the workspaces on their changes.
+VerificationFindings verifyRouting(const FeatureInsertionPlan& plan,
+                                   const flow::PinnedRepository& after) {
+    VerificationFindings findings;
+    const auto changes = flow::ResolvedChanges::read(after, plan.affected);
+    findings.conflicts = changes.conflictedChangeIDs();
+
+    for (const auto& commit : plan.affected) {
+        if (changes.resolved(commit.changeID) == nullptr) {
+            findings.warnings.push_back(
+                std::string(flow::featureInsertionWords.missingChangePrefix) +
+                commit.shortChangeID());
+        }
+    }
+    for (const auto& commit : plan.affected) {
+        const JJCommit* now = changes.resolved(commit.changeID);
+        if (now == nullptr) {
+            continue;
+        }
+        const auto expected = plan.expectedParents.find(commit.commitID);
+        if (expected == plan.expectedParents.end() ||
+            changes.translated(expected->second) != now->parents) {
+            findings.warnings.push_back("Unexpected parents on " + commit.shortChangeID());
+        }
+        for (const auto& bookmark : commit.localBookmarks) {
+            if (!flow::carriesOwnLocalBookmark(*now, bookmark.name)) {
+                findings.warnings.push_back("Bookmark " + bookmark.name +
+                                            " no longer uniquely follows " +
+                                            commit.shortChangeID());
+            }
+        }
+    }
+
+    const auto feature = after.log(bookmarkSetRevset(plan.bookmarkName));
+    if (feature.size() != 1 || feature.front().changeID != plan.featureTip.changeID) {
+        findings.warnings.emplace_back(
+            "The feature bookmark no longer uniquely follows its original tip.");
+    }
+
+    auto workspaces = flow::workspaceIdentityWarnings(plan.affectedWorkspaces, after.workspaces());
+    findings.warnings.insert(findings.warnings.end(), workspaces.begin(), workspaces.end());
+    return findings;
+}
+
+}  // namespace
+
+FeatureInsertionPlan JJClient::planFeatureRouting(
+    const std::vector<std::string>& changeIDs, const std::optional<std::string>& afterChangeID,
+    const std::string& intoBookmark, const std::vector<std::string>& repairCompositionChangeIDs,
+    const std::stop_token& stop) const {
+    flow::checkCancelled(stop);
+    const auto selection = flow::normalised(changeIDs);
+    const auto repairs = flow::normalised(repairCompositionChangeIDs);
+    if (selection.empty() ||
+        !std::all_of(selection.begin(), selection.end(), flow::isFullChangeID) ||
+        (afterChangeID && !flow::isFullChangeID(*afterChangeID)) ||
+        !std::all_of(repairs.begin(), repairs.end(), flow::isFullChangeID)) {
+        refuse(partialIdentities);
+    }
+
+    const auto repository = flow::planningSnapshot(*this, planningReason);
+
+    const auto selected =
+        oneRowEach(selection, repository.log(flow::visibleChanges(selection, true)));
+    if (!selected) {
+        refuse(unresolvedSelection);
+    }
+
+    const auto feature = repository.log(flow::visibleUnion({bookmarkSetRevset(intoBookmark)}));
+    const auto destination =
+        afterChangeID
+            ? repository.log(flow::changeIDTerm(*afterChangeID, true) + " & ::visible_heads()")
+            : feature;
+    if (feature.size() != 1 || destination.size() != 1) {
+        refuse(ambiguousEnds);
+    }
+
+    std::vector<JJCommit> repairCommits;
+    if (!repairs.empty()) {
+        auto resolved = oneRowEach(repairs, repository.log(flow::visibleChanges(repairs, true)));
+        if (!resolved) {
+            refuse(unresolvedRepair);
+        }
+        repairCommits = std::move(*resolved);
+    }
+    std::vector<std::string> repairCommitIDs;
+    repairCommitIDs.reserve(repairCommits.size());
+    for (const auto& commit : repairCommits) {
+        repairCommitIDs.push_back(commit.commitID);
+    }
+
+    const std::string selectedTerms = flow::commitUnion(*selected);
+    const std::string destinationTerm = commitIDRevset(destination.front().commitID);
+    const std::string tipTerm = commitIDRevset(feature.front().commitID);
+    const std::string repairTerms =
+        repairCommits.empty() ? "" : " | (" + flow::commitUnion(repairCommits) + ")::";
+    const std::string affectedRevset = "((" + selectedTerms + "):: | " + destinationTerm +
+                                       "::" + repairTerms + ") ~ " + destinationTerm;
+
+    const auto affected = repository.log(affectedRevset);
+    const auto featurePath = repository.log(destinationTerm + "::" + tipTerm);
+    const auto mutableFeatureAncestry = repository.log("mutable() & ::" + tipTerm);
+    const auto siblings =
+        repository.log(destinationTerm + ":: ~ (::" + tipTerm + " | " + tipTerm + "::)");
+    const auto divergent = repository.log("(" + affectedRevset + ") & divergent()");
+    const auto workspaces = repository.workspaces();
+
+    auto identity = flow::planIdentity(*this);
+    auto plan = FeatureInsertionPlan::build(
+        std::move(identity.repositoryID), std::move(identity.workspaceRoot),
+        repository.operationID(), intoBookmark, destination.front(), feature.front(), *selected,
+        featurePath, mutableFeatureAncestry, affected, siblings, divergent, workspaces,
+        !afterChangeID.has_value(), repairCommitIDs);
+
+    flow::requireUnmoved(repository, movedWhilePlanning);
+    return plan;
+}
+
+FeatureInsertionPlan JJClient::planFeatureInsertion(const std::vector<std::string>& changeIDs,
+                                                    const std::string& afterChangeID,
+                                                    const std::string& intoBookmark,
+                                                    const std::stop_token& stop) const {
+    return planFeatureRouting(changeIDs, afterChangeID, intoBookmark, {}, stop);
+}
+
+LocalStackUpdateReceipt JJClient::executeFeatureInsertion(const FeatureInsertionPlan& plan,
+                                                          const std::stop_token& stop) const {
+    const OperationJournal<FeatureInsertionPlan> journal(repositoryPath());
+    return executeFeatureInsertion(
+        plan,
+        [&journal](const OperationRecord<FeatureInsertionPlan>& record) { journal.save(record); },
+        stop);
+}
+
+LocalStackUpdateReceipt JJClient::executeFeatureInsertion(
+    const FeatureInsertionPlan& plan, const PersistRecord<FeatureInsertionPlan>& persistRecord,
+    const std::stop_token& stop) const {
+    const auto& words = flow::featureInsertionWords;
+    const auto scopeUnchanged = [&] {
+        try {
+            return planFeatureRouting(changeIDsOf(plan.selected), plan.destination.changeID,
+                                      plan.bookmarkName, {}, stop) == plan;
+        } catch (const JJError& error) {
+            // A plan that can no longer be made at the same operation is a
+            // changed scope too: another trunk() or mine() can turn the
+            // work into protected history without moving the operation.
+            if (error.as<JJError::UnsafeOperation>() != nullptr) {
+                return false;
+            }
+            throw;
+        }
+    };
+    flow::runExecutionChecks(*this,
+                             {.words = words,
+                              .snapshotReason = executionSnapshotReason,
+                              .identity = {plan.repositoryID, plan.workspaceRoot},
+                              .operationID = plan.operationID,
+                              .scopeUnchanged = scopeUnchanged},
+                             stop);
+
+    auto record = flow::startedRecord(plan, false);
+    persistRecord(record);
+
+    auto receipt = flow::runSingleCommand(
+        *this,
+        {.words = words,
+         .operationID = plan.operationID,
+         .commandArguments = plan.commandArguments(),
+         .commandReason = rebaseReason,
+         .affectedWorkspaceNames = flow::workspaceNames(plan.affectedWorkspaces),
+         .verify =
+             [&plan](const flow::PinnedRepository& after) {
+                 return verifyRouting(plan, after);
+             }},
+        stop);
+    return flow::saveFinalRecord(std::move(record), std::move(receipt), persistRecord, words);
+}
+
+}  // namespace vorda
