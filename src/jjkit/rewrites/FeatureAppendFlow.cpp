@@ -1,1 +1,407 @@
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "jjkit/client/JJClient.h"
+#include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureInsertionPlan.h"
+#include "jjkit/rewrites/OperationJournal.h"
+#include "jjkit/rewrites/PlannedFlow.h"
+#include "jjkit/templates/RevsetQuoting.h"
+
+// Feature append: the selected work is routed onto the feature's tip, then the
+// feature's bookmark is advanced onto it. Two commands with a checkpoint, a
+// verification and a fresh snapshot between them: advancing a bookmark can
+// make routed work immutable, so it never happens on an unverified state.
+namespace vorda {
+namespace {
+
+using flow::featureAppendWords;
+using Record = OperationRecord<FeatureAppendPlan>;
+
+constexpr std::string_view moveStepName = "Move commits and update descendant edges";
+constexpr std::string_view advanceStepName = "Advance feature bookmark";
+
+constexpr std::string_view unverifiedTopology =
+    "Append topology could not be verified; bookmark advancement was not attempted.";
+constexpr std::string_view conflictedWork =
+    "Moved work has conflicts. Bookmark advancement was not attempted; inspect the partial "
+    "action before resolving or continuing manually.";
+constexpr std::string_view changedAfterMove =
+    "Repository or working files changed after moving work. Bookmark advancement was not "
+    "attempted.";
+constexpr std::string_view missingMovedTip =
+    "The moved tip is missing or divergent. Inspect the partial action.";
+constexpr std::string_view changedBeforeAdvance =
+    "Repository changed before bookmark advancement. Inspect the partial action.";
+constexpr std::string_view changedAfterLastStep =
+    "Repository changed after the last recorded step; inspect intervening operations.";
+
+constexpr std::string_view foreignReceipt =
+    "This receipt is unsupported or belongs to another repository.";
+constexpr std::string_view invalidReceiptChanges = "Receipt contains invalid change identities.";
+constexpr std::string_view movedDuringInspection =
+    "Repository changed during inspection. Inspect again for a consistent result.";
+
+std::string shortChange(const std::string& changeID) {
+    return changeID.substr(0, 12);
+}
+
+std::vector<std::string> changeIDsOf(const std::vector<JJCommit>& commits) {
+    std::vector<std::string> changeIDs;
+    changeIDs.reserve(commits.size());
+    for (const auto& commit : commits) {
+        changeIDs.push_back(commit.changeID);
+    }
+    return changeIDs;
+}
+
+std::vector<std::string> commitIDsOf(const std::vector<JJCommit>& commits) {
+    std::vector<std::string> commitIDs;
+    commitIDs.reserve(commits.size());
+    for (const auto& commit : commits) {
+        commitIDs.push_back(commit.commitID);
+    }
+    return commitIDs;
+}
+
+std::optional<std::string> readOperation(const JJClient& client) {
+    try {
+        return client.currentOperationID();
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+/// The flow from its first saved record on. Nothing leaves it as an
+/// exception: whatever stops it becomes the receipt's `commandError`, and the
+/// record is always finished with what was read at the end.
+class AppendRun {
+  public:
+    AppendRun(const JJClient& client, const FeatureAppendPlan& plan, Record record,
+              const JJClient::PersistRecord<FeatureAppendPlan>& persist,
+              const std::function<void()>& betweenSteps, const std::stop_token& stop)
+        : client_(client),
+          plan_(plan),
+          record_(std::move(record)),
+          persist_(persist),
+          betweenSteps_(betweenSteps),
+          stop_(stop) {}
+
+    Record finish() && {
+        try {
+            runSteps();
+        } catch (...) {
+            commandError_ = flow::describeCurrentException();
+        }
+        return std::move(*this).ending();
+    }
+
+  private:
+    void runSteps() {
+        flow::checkCancelled(stop_);
+
+        // Step one: the rebase that moves the selection onto the tip.
+        declare(moveStepName, plan_.topology.operationID);
+        if (client_.currentOperationID() != plan_.topology.operationID) {
+            stop(featureAppendWords.changedWhileSaving);
+            return;
+        }
+        flow::checkCancelled(stop_);
+        client_.run(plan_.topology.commandArguments(), "append/rebase");
+        const std::string moved = complete();
+
+        adopt(verify(moved, /*bookmarkAdvanced=*/false));
+        if (!warnings_.empty()) {
+            stop(unverifiedTopology);
+            return;
+        }
+        if (!conflicts_.empty()) {
+            stop(conflictedWork);
+            return;
+        }
+
+        if (betweenSteps_) {
+            betweenSteps_();
+        }
+        // Edits made on disk while the first step ran become an operation
+        // here, which the comparison below refuses to build on.
+        client_.snapshotWorkingCopy("append/between-steps-snapshot");
+        const flow::PinnedRepository checkpoint(client_, client_.currentOperationID());
+        if (checkpoint.operationID() != moved) {
+            stop(changedAfterMove);
+            return;
+        }
+
+        // Step two: the bookmark onto the moved tip, whose commit ID is known
+        // only now.
+        const auto& advance = plan_.bookmarkAdvance;
+        const auto tips =
+            checkpoint.log(flow::changeIDTerm(advance.targetChangeID) + " & ::visible_heads()");
+        const auto bookmarkRows = checkpoint.log(bookmarkSetRevset(advance.name));
+        if (tips.size() != 1) {
+            stop(missingMovedTip);
+            return;
+        }
+        const std::string current = client_.currentOperationID();
+        const auto command =
+            plan_.bookmarkCommand(tips.front(), commitIDsOf(bookmarkRows), current, moved);
+        declare(advanceStepName, current);
+        if (client_.currentOperationID() != current) {
+            stop(changedBeforeAdvance);
+            return;
+        }
+        flow::checkCancelled(stop_);
+        client_.run(command, "append/bookmark");
+        const std::string advanced = complete();
+        adopt(verify(advanced, /*bookmarkAdvanced=*/true));
+    }
+
+    /// Adds a step that has not run yet and saves the record, so that a
+    /// process that dies during the command leaves it declared.
+    void declare(std::string_view name, const std::string& beforeOperationID) {
+        steps().push_back({std::string(name), beforeOperationID, std::nullopt, false});
+        persist_(record_);
+    }
+
+    /// Marks the last step done with the operation its command produced and
+    /// saves; returns that operation.
+    std::string complete() {
+        std::string after = client_.currentOperationID();
+        auto& step = steps().back();
+        step.afterOperationID = after;
+        step.completed = true;
+        persist_(record_);
+        return after;
+    }
+
+    std::vector<OperationStep>& steps() {
+        if (!record_.steps) {
+            record_.steps = std::vector<OperationStep>{};
+        }
+        return *record_.steps;
+    }
+
+    VerificationFindings verify(const std::string& operation, bool bookmarkAdvanced) const {
+        try {
+            return client_.verifyFeatureAppend(plan_, operation, bookmarkAdvanced);
+        } catch (...) {
+            return {{std::string(featureAppendWords.verificationPrefix) +
+                     flow::describeCurrentException()},
+                    {}};
+        }
+    }
+
+    void adopt(VerificationFindings findings) {
+        warnings_ = std::move(findings.warnings);
+        conflicts_ = std::move(findings.conflicts);
+    }
+
+    void stop(std::string_view message) { commandError_ = std::string(message); }
+
+    /// The operation the last completed step left, or the plan's before any.
+    std::string lastCheckpoint() const {
+        std::string checkpoint = plan_.topology.operationID;
+        if (record_.steps) {
+            for (const auto& step : *record_.steps) {
+                if (step.completed && step.afterOperationID) {
+                    checkpoint = *step.afterOperationID;
+                }
+            }
+        }
+        return checkpoint;
+    }
+
+    Record ending() && {
+        const auto current = readOperation(client_);
+        if (!current) {
+            warnings_.push_back(std::string(featureAppendWords.verificationPrefix) +
+                                std::string(featureAppendWords.operationUnavailable));
+        } else if (*current != lastCheckpoint()) {
+            warnings_.emplace_back(changedAfterLastStep);
+        }
+
+        LocalStackUpdateReceipt receipt;
+        receipt.beforeOperationID = plan_.topology.operationID;
+        receipt.afterOperationID = current;
+        receipt.commandError = commandError_;
+        receipt.affectedWorkspaceNames = flow::workspaceNames(plan_.topology.affectedWorkspaces);
+        receipt.verificationWarnings = std::move(warnings_);
+        receipt.conflictedChangeIDs = std::move(conflicts_);
+        record_.receipt = std::move(receipt);
+        try {
+            persist_(record_);
+        } catch (...) {
+            // The file keeps its last saved form without a receipt; only the
+            // caller learns the outcome.
+            record_.receipt->verificationWarnings.push_back(
+                std::string(featureAppendWords.finalSavePrefix) + flow::describeCurrentException() +
+                std::string(featureAppendWords.finalSaveSuffix));
+        }
+        return std::move(record_);
+    }
+
+    const JJClient& client_;
+    const FeatureAppendPlan& plan_;
+    Record record_;
+    const JJClient::PersistRecord<FeatureAppendPlan>& persist_;
+    const std::function<void()>& betweenSteps_;
+    const std::stop_token& stop_;
+
+    std::optional<std::string> commandError_;
+    std::vector<std::string> warnings_;
+    std::vector<std::string> conflicts_;
+};
+
+}  // namespace
+
+FeatureAppendPlan JJClient::planFeatureAppend(const std::vector<std::string>& changeIDs,
+                                              const std::string& intoBookmark,
+                                              const std::stop_token& stop) const {
+    return FeatureAppendPlan(planFeatureRouting(changeIDs, std::nullopt, intoBookmark, {}, stop));
+}
+
+OperationRecord<FeatureAppendPlan> JJClient::executeFeatureAppend(
+    const FeatureAppendPlan& plan, const std::stop_token& stop) const {
+    const OperationJournal<FeatureAppendPlan> journal(repositoryPath());
+    return executeFeatureAppend(
+        plan, [&journal](const Record& record) { journal.save(record); }, {}, stop);
+}
+
+OperationRecord<FeatureAppendPlan> JJClient::executeFeatureAppend(
+    const FeatureAppendPlan& plan, const PersistRecord<FeatureAppendPlan>& persistRecord,
+    const std::function<void()>& betweenSteps, const std::stop_token& stop) const {
+    const auto& topology = plan.topology;
+    flow::runExecutionChecks(
+        *this,
+        flow::ExecutionChecks{
+            .words = featureAppendWords,
+            .snapshotReason = "append/snapshot",
+            .identity = {topology.repositoryID, topology.workspaceRoot},
+            .operationID = topology.operationID,
+            .scopeUnchanged =
+                [&] {
+                    // A plan that can no longer be made at all has changed
+                    // scope just as much as one that comes out different.
+                    try {
+                        return FeatureAppendPlan(
+                                   planFeatureRouting(changeIDsOf(topology.selected), std::nullopt,
+                                                      topology.bookmarkName, {}, stop)) == plan;
+                    } catch (const JJError& error) {
+                        if (error.as<JJError::UnsafeOperation>() != nullptr) {
+                            return false;
+                        }
+                        throw;
+                    }
+                },
+        },
+        stop);
+
+    auto record = flow::startedRecord(plan, /*withSteps=*/true);
+    persistRecord(record);  // without a receipt before, nothing runs
+    return AppendRun(*this, plan, std::move(record), persistRecord, betweenSteps, stop).finish();
+}
+
+VerificationFindings JJClient::verifyFeatureAppend(const FeatureAppendPlan& plan,
+                                                   const std::string& operation,
+                                                   bool bookmarkAdvanced) const {
+    const flow::PinnedRepository at(*this, operation);
+    const auto& topology = plan.topology;
+    const auto changes = flow::ResolvedChanges::read(at, topology.affected);
+
+    VerificationFindings findings;
+    for (const auto& commit : topology.affected) {
+        if (changes.resolved(commit.changeID) == nullptr) {
+            findings.warnings.push_back(std::string(featureAppendWords.missingChangePrefix) +
+                                        shortChange(commit.changeID));
+        }
+    }
+    for (const auto& commit : topology.affected) {
+        const auto* row = changes.resolved(commit.changeID);
+        if (row == nullptr) {
+            continue;
+        }
+        const auto expected = topology.expectedParents.find(commit.commitID);
+        if (expected == topology.expectedParents.end() ||
+            row->parents != changes.translated(expected->second)) {
+            findings.warnings.push_back("Unexpected parents on " + shortChange(commit.changeID));
+        }
+        for (const auto& bookmark : commit.localBookmarks) {
+            if (!flow::carriesOwnLocalBookmark(*row, bookmark.name)) {
+                findings.warnings.push_back("Bookmark " + bookmark.name +
+                                            " no longer follows its change");
+            }
+        }
+    }
+
+    // An append never rewrites the tip it builds on.
+    const auto tips =
+        at.log(flow::changeIDTerm(topology.featureTip.changeID) + " & ::visible_heads()");
+    if (tips.size() != 1 || tips.front().commitID != topology.featureTip.commitID) {
+        findings.warnings.emplace_back("Original feature tip was rewritten or hidden");
+    }
+
+    std::optional<std::string> expectedTarget = topology.featureTip.commitID;
+    if (bookmarkAdvanced) {
+        const auto* movedTip = changes.resolved(plan.bookmarkAdvance.targetChangeID);
+        expectedTarget =
+            movedTip == nullptr ? std::nullopt : std::optional<std::string>(movedTip->commitID);
+    }
+    const auto bookmarkRows = at.log(bookmarkSetRevset(plan.bookmarkAdvance.name));
+    if (bookmarkRows.size() != 1 || !expectedTarget ||
+        bookmarkRows.front().commitID != *expectedTarget) {
+        findings.warnings.emplace_back("Unexpected feature bookmark target");
+    }
+
+    for (auto& warning :
+         flow::workspaceIdentityWarnings(topology.affectedWorkspaces, at.workspaces())) {
+        findings.warnings.push_back(std::move(warning));
+    }
+    if (currentOperationID() != operation) {
+        findings.warnings.emplace_back(featureAppendWords.movedDuringVerification);
+    }
+    findings.conflicts = changes.conflictedChangeIDs();
+    return findings;
+}
+
+FeatureAppendInspection JJClient::inspectFeatureAppend(
+    const OperationRecord<FeatureAppendPlan>& record, const std::stop_token& stop) const {
+    flow::checkCancelled(stop);
+    const auto& plan = record.plan;
+    const auto& topology = plan.topology;
+    if (record.schemaVersion != Record::currentSchemaVersion ||
+        JJRepoDetector::sharedRepositoryPath(repositoryPath()) != topology.repositoryID) {
+        throw JJError::unsafeOperation(std::string(foreignReceipt));
+    }
+    // The IDs go into revsets: anything but a full change ID is refused
+    // rather than read.
+    const auto affectedChanges = changeIDsOf(topology.affected);
+    for (const auto& changeID : affectedChanges) {
+        if (!flow::isFullChangeID(changeID)) {
+            throw JJError::unsafeOperation(std::string(invalidReceiptChanges));
+        }
+    }
+    if (!flow::isFullChangeID(topology.featureTip.changeID)) {
+        throw JJError::unsafeOperation(std::string(invalidReceiptChanges));
+    }
+
+    // No snapshot: pending file edits are not part of what is inspected.
+    const flow::PinnedRepository at(*this, currentOperationID());
+    const auto visible = affectedChanges.empty()
+                             ? std::vector<JJCommit>{}
+                             : at.log(flow::visibleChanges(affectedChanges, /*present=*/true));
+    const auto originalTip =
+        at.log(flow::visibleChanges({topology.featureTip.changeID}, /*present=*/true));
+    const auto bookmarkRows = at.log(bookmarkSetRevset(plan.bookmarkAdvance.name));
+    const auto workspaces = at.workspaces();
+
+    auto inspection = FeatureAppendInspection::build(record, at.operationID(), visible,
+                                                     bookmarkRows, originalTip, workspaces);
+    flow::checkCancelled(stop);
+    flow::requireUnmoved(at, movedDuringInspection);
+    return inspection;
+}
+
+}  // namespace vorda

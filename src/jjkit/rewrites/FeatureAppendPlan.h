@@ -52,7 +52,7 @@ struct FeatureAppendPlan {
     /// Throws "Append must preserve the original feature tip." unless the
     /// topology appends at the tip, selects something and leaves the tip
     /// itself untouched.
-    explicit FeatureAppendPlan(FeatureInsertionPlan topology);
+    explicit FeatureAppendPlan(FeatureInsertionPlan routedTopology);
 
     /// The arguments of step two, after checking that it can run: the two
     /// operations equal, the bookmark still only at its old tip, the resolved
