@@ -59,6 +59,9 @@ struct LocalStackUpdateReceipt {
     /// Affected changes that are conflicted afterwards; not a warning.
     std::vector<std::string> conflictedChangeIDs;
 
+    /// Ran without a command error and verified in full; conflicts may remain.
+    bool succeeded() const { return !commandError && verificationWarnings.empty(); }
+
     bool operator==(const LocalStackUpdateReceipt&) const = default;
 };
 
