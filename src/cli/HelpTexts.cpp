@@ -25,6 +25,11 @@ examples:
   vorda-cli exec '{"refresh":{}}'
   vorda-cli exec '{"togglePinned":{"bookmark":"feature"}}'
   echo '{"renameBookmark":{"old":"feature","new":"feature-2"}}' | vorda-cli exec
+
+A planned rewrite takes two calls: the plan command prints a plan, which the
+execute command takes back unchanged once it has been looked at:
+  vorda-cli exec '{"planLocalStackUpdate":{"bookmarks":["feature"],"oneOffChangeIDs":[]}}' \
+    | jq -c '{executeLocalStackUpdate:{plan:.localStackUpdatePlan._0}}' | vorda-cli exec
 )";
     }
     if (subcommand == "query") {
@@ -44,9 +49,14 @@ the argument labels.
   bookmarkNames       {"matchingRevset":REVSET}
   isGithubAvailable   {}
   loadRebaseConflict  {"changeID":FULL_CHANGE_ID}
+  loadUpdateReceipts  {}   receipts of stack updates, newest first, with guidance
+  loadRoutingReceipts {}   receipts of feature insertions
+  loadAppendReceipts  {}   records of feature appends
+  inspectFeatureAppend {"record":RECORD}   a record as loadAppendReceipts prints it
 
-example:
+examples:
   vorda-cli query loadRecentOps '{"limit":30}'
+  vorda-cli query loadUpdateReceipts
 )";
     }
     if (subcommand == "watch") {

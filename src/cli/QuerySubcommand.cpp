@@ -7,6 +7,7 @@
 #include "feature/session/RepoSession.h"
 #include "feature/wire/DiffWire.h"
 #include "feature/wire/RecordWire.h"
+#include "feature/wire/RewriteWire.h"
 #include "feature/wire/SnapshotWire.h"
 
 namespace vorda::cli {
@@ -51,6 +52,16 @@ class QueryArguments {
         throw UsageError("argument \"" + label + "\" must be a list of texts");
     }
 
+    /// A value of the wire's own form, decoded with its coding.
+    template <typename Value>
+    Value decoded(const std::string& label) const {
+        try {
+            return Wire<Value>::decode(JsonReader(at(label), {label}));
+        } catch (const DecodingError& error) {
+            throw UsageError("argument \"" + label + "\": " + error.description());
+        }
+    }
+
   private:
     const nlohmann::json& at(const std::string& label) const {
         const auto found = object_.find(label);
@@ -68,6 +79,26 @@ using Query = std::function<nlohmann::json(RepoSession&, const QueryArguments&)>
 template <typename Value>
 nlohmann::json wire(const Value& value) {
     return Wire<Value>::encode(value);
+}
+
+// A journal's records and warnings, with the guidance for each record as the
+// repository stands now (absent operation when it cannot be read).
+template <typename Plan>
+nlohmann::json receiptList(const RepoSession& session,
+                           const typename OperationJournal<Plan>::Loaded& loaded) {
+    std::optional<std::string> current;
+    try {
+        current = session.client().currentOperationID();
+    } catch (const std::exception&) {
+        current.reset();
+    }
+    auto json = encodeLoadedJournal<Plan>(loaded);
+    auto guidance = nlohmann::json::array();
+    for (const auto& record : loaded.records) {
+        guidance.push_back(record.recoveryGuidance(current));
+    }
+    json["guidance"] = guidance;
+    return json;
 }
 
 const std::map<std::string, Query>& queries() {
@@ -112,6 +143,23 @@ const std::map<std::string, Query>& queries() {
         {"isGithubAvailable",
          [](RepoSession& session, const QueryArguments&) {
              return nlohmann::json(session.isGithubAvailable());
+         }},
+        {"loadUpdateReceipts",
+         [](RepoSession& session, const QueryArguments&) {
+             return receiptList<LocalStackUpdatePlan>(session, session.loadUpdateReceipts());
+         }},
+        {"loadRoutingReceipts",
+         [](RepoSession& session, const QueryArguments&) {
+             return receiptList<FeatureInsertionPlan>(session, session.loadRoutingReceipts());
+         }},
+        {"loadAppendReceipts",
+         [](RepoSession& session, const QueryArguments&) {
+             return receiptList<FeatureAppendPlan>(session, session.loadAppendReceipts());
+         }},
+        {"inspectFeatureAppend",
+         [](RepoSession& session, const QueryArguments& args) {
+             return wire(session.inspectFeatureAppend(
+                 args.decoded<OperationRecord<FeatureAppendPlan>>("record")));
          }},
         {"loadRebaseConflict",
          [](RepoSession& session, const QueryArguments& args) {

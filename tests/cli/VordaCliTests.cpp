@@ -192,6 +192,65 @@ class Watcher {
     std::string buffer_;
 };
 
+TEST(VordaCli, APlanPrintedByOneCallIsExecutedByTheNextAndItsReceiptListed) {
+    TempDir scratch;
+    const auto made = cli({"demo", (scratch.path() / "demo").string()});
+    ASSERT_EQ(made.exitCode, 0) << made.stderr;
+    const auto repo = nlohmann::json::parse(made.stdout).at("repo").get<std::string>();
+    const auto jj = [&](const std::vector<std::string>& arguments) {
+        std::vector<std::string> command{"jj", "--no-pager", "--color=never",
+                                         "-R", repo,         "--ignore-working-copy"};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return testing::runChecked(command);
+    };
+    const auto rootOfStack = "roots(::bookmarks(exact:\"storage-sqlite\") ~ ::trunk())";
+    const auto trunk = jj({"log", "--no-graph", "-r", "trunk()", "-T", "commit_id"});
+    ASSERT_NE(jj({"log", "--no-graph", "-r", rootOfStack, "-T", "parents.map(|p| p.commit_id())"}),
+              trunk);
+
+    const auto planned =
+        cli({"exec", "--repo", repo,
+             R"({"planLocalStackUpdate":{"bookmarks":["storage-sqlite"],"oneOffChangeIDs":[]}})"});
+    ASSERT_EQ(planned.exitCode, 0) << planned.stdout << planned.stderr;
+    const auto plan = nlohmann::json::parse(planned.stdout).at("localStackUpdatePlan").at("_0");
+    EXPECT_EQ(plan.at("bookmarkNames"), nlohmann::json::array({"storage-sqlite"}));
+    EXPECT_EQ(plan.at("destination").at("commit_id"), trunk);
+    // The stack carries its descendants along: the export stacked on it and
+    // both working copies above them.
+    EXPECT_EQ(plan.at("affectedWorkspaces").size(), 2U);
+
+    // A second process takes the printed plan back unchanged.
+    const auto executed =
+        cli({"exec", "--repo", repo,
+             nlohmann::json{{"executeLocalStackUpdate", {{"plan", plan}}}}.dump()});
+    ASSERT_EQ(executed.exitCode, 0) << executed.stdout << executed.stderr;
+    const auto receipt =
+        nlohmann::json::parse(executed.stdout).at("localStackUpdateCompleted").at("_0");
+    EXPECT_FALSE(receipt.contains("commandError")) << receipt;
+    EXPECT_EQ(receipt.at("verificationWarnings"), nlohmann::json::array()) << receipt;
+    EXPECT_EQ(jj({"log", "--no-graph", "-r", rootOfStack, "-T", "parents.map(|p| p.commit_id())"}),
+              trunk);
+
+    const auto listed = cli({"query", "--repo", repo, "loadUpdateReceipts"});
+    ASSERT_EQ(listed.exitCode, 0) << listed.stdout << listed.stderr;
+    const auto receipts = nlohmann::json::parse(listed.stdout);
+    ASSERT_EQ(receipts.at("records").size(), 1U);
+    EXPECT_EQ(receipts.at("records").at(0).at("receipt"), receipt);
+    EXPECT_EQ(receipts.at("records").at(0).at("plan"), plan);
+    EXPECT_EQ(receipts.at("warnings"), nlohmann::json::array());
+    EXPECT_EQ(receipts.at("guidance"),
+              nlohmann::json::array({"The observed operation matches the verified result. Inspect "
+                                     "any reported conflicts; no automatic recovery is needed."}));
+
+    // The same plan a second time is stale: refused, nothing recorded.
+    const auto again = cli({"exec", "--repo", repo,
+                            nlohmann::json{{"executeLocalStackUpdate", {{"plan", plan}}}}.dump()});
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_EQ(nlohmann::json::parse(again.stdout).at("error").at("message"),
+              "Preview expired because the repository or working copy changed. Generate a fresh "
+              "preview.");
+}
+
 TEST(VordaCli, WatchPrintsASnapshotAfterAChangeFromTheCommandLine) {
     TestRepo repo;
     repo.commit("first", {{"a", "1"}});

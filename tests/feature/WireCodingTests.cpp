@@ -262,6 +262,71 @@ FileRoutingRule sampleRule(const std::string& bookmarkName) {
     return {"3F2504E0-4F89-11D3-9A0C-0305E82C3301", "docs/*.md", bookmarkName, false};
 }
 
+JJCommit samplePlanCommit(const std::string& commitID, const std::string& changeID) {
+    JJCommit commit;
+    commit.commitID = commitID;
+    commit.changeID = changeID;
+    commit.parents = {"parent-of-" + commitID};
+    commit.description = "plan " + tricky;
+    commit.author = {"Ann", "ann@example.com", "2024-03-20T12:00:00+01:00"};
+    commit.committer = {"Bo", "bo@example.com", "2024-03-21T12:00:00+01:00"};
+    commit.conflict = true;
+    commit.localBookmarks = {{"feat " + tricky, std::nullopt, {commitID}, std::nullopt}};
+    commit.remoteBookmarks = {{"feat", "origin", {commitID}, std::vector<std::string>{}}};
+    return commit;
+}
+
+LocalStackUpdatePlan sampleStackPlan() {
+    LocalStackUpdatePlan plan;
+    plan.id = "3F2504E0-4F89-11D3-9A0C-0305E82C3301";
+    plan.repositoryID = "/repo/.jj/repo";
+    plan.workspaceRoot = "/repo " + tricky;
+    plan.operationID = "op-stack";
+    plan.bookmarkNames = {"a", tricky};
+    plan.oneOffTips = {samplePlanCommit("tip", "kkkk")};
+    plan.destination = samplePlanCommit("trunk", "llll");
+    plan.roots = {samplePlanCommit("root", "mmmm")};
+    plan.affectedCommits = {samplePlanCommit("root", "mmmm"), samplePlanCommit("tip", "kkkk")};
+    plan.affectedWorkspaces = {{"default", "/repo", "tip", "kkkk"}, {"gone", {}, "w", "nnnn"}};
+    plan.preservedDependencies = {samplePlanCommit("base", "oooo")};
+    return plan;
+}
+
+FeatureInsertionPlan sampleInsertionPlan() {
+    FeatureInsertionPlan plan;
+    plan.repositoryID = "/repo/.jj/repo";
+    plan.workspaceRoot = "/repo";
+    plan.operationID = "op-insert";
+    plan.bookmarkName = "feat " + tricky;
+    plan.destination = samplePlanCommit("dest", "pppp");
+    plan.featureTip = samplePlanCommit("tip", "qqqq");
+    plan.selected = {samplePlanCommit("s1", "rrrr"), samplePlanCommit("s2", "ssss")};
+    plan.affected = {samplePlanCommit("s1", "rrrr"), samplePlanCommit("merge", "tttt")};
+    plan.affectedWorkspaces = {{"default", "/repo", "merge", "tttt"}};
+    plan.expectedParents = {{"s1", {"dest"}}, {"merge", {"s2", "trunk"}}};
+    return plan;
+}
+
+FeatureAppendPlan sampleAppendPlan() {
+    FeatureAppendPlan plan;
+    plan.topology = sampleInsertionPlan();
+    plan.bookmarkAdvance = {"feat", "tip", "ssss"};
+    plan.attachmentChanges = {{"merge", "tttt", {"s2", "old"}, {"s2", "trunk"}}};
+    return plan;
+}
+
+OperationRecord<FeatureAppendPlan> sampleAppendRecord() {
+    OperationRecord<FeatureAppendPlan> record;
+    record.id = "3F2504E0-4F89-11D3-9A0C-0305E82C3302";
+    record.startedAt = journalDate(816955200.123456);
+    record.plan = sampleAppendPlan();
+    record.steps = {{"Move commits and update descendant edges", "op1", "op2", true},
+                    {"Advance feature bookmark", "op2", std::nullopt, false}};
+    record.receipt =
+        LocalStackUpdateReceipt{"op1", "op3", "it " + tricky, {"default"}, {"warning"}, {"tttt"}};
+    return record;
+}
+
 CreateBookmarkInput sampleInput(BookmarkStartingPoint startingPoint) {
     return {"new " + tricky, "parent bookmark", std::move(startingPoint), true, true};
 }
@@ -274,6 +339,12 @@ std::vector<RepoCommand> oneCommandOfEachCase() {
         C::Push{sampleBookmark("push " + tricky)},
         C::PerformPush{sampleBookmark("performPush")},
         C::SyncWithTrunk{sampleBookmark("sync")},
+        C::PlanLocalStackUpdate{{"a", tricky}, {"kkkk"}},
+        C::ExecuteLocalStackUpdate{sampleStackPlan()},
+        C::PlanFeatureInsertion{{"rrrr", "ssss"}, "pppp", "feat"},
+        C::ExecuteFeatureInsertion{sampleInsertionPlan()},
+        C::PlanFeatureAppend{{"rrrr"}, "feat"},
+        C::ExecuteFeatureAppend{sampleAppendPlan()},
         C::CreateBookmark{sampleInput(
             {BookmarkStartingPoint::WorkingCopyCarveHunks{sampleSelection(), "/opt/helper"}})},
         C::CreateBookmark{sampleInput({BookmarkStartingPoint::SpecificRevision{"trunk()"}})},
@@ -794,6 +865,12 @@ TEST(WireResults, EveryCaseEncodesWithAnUnlabelledPayloadAndRoundTrips) {
             {"id-2", sampleBookmark("forced"), {RemoteSyncState::Behind{"origin", 2}}}},
         RepoCommandResult::OpenURL{"https://example.com/pr/1"},
         RepoCommandResult::RecentOps{{{"op1", "first", "t1"}, {"op2", tricky, "t2"}}},
+        RepoCommandResult::LocalStackUpdatePlan{sampleStackPlan()},
+        RepoCommandResult::LocalStackUpdateCompleted{sampleAppendRecord().receipt.value()},
+        RepoCommandResult::FeatureInsertionPlan{sampleInsertionPlan()},
+        RepoCommandResult::FeatureInsertionCompleted{{"op1", {}, {}, {}, {}, {}}},
+        RepoCommandResult::FeatureAppendPlan{sampleAppendPlan()},
+        RepoCommandResult::FeatureAppendCompleted{sampleAppendRecord()},
         RepoCommandResult::Failure{{RepoCommand::SetTags{{"a"}, "b"}, "it failed"}},
     };
     std::set<std::size_t> casesSeen;
@@ -819,6 +896,35 @@ TEST(WireResults, EveryCaseEncodesWithAnUnlabelledPayloadAndRoundTrips) {
               json::parse(R"({"failure":{"_0":{"command":{"undo":{}},"message":"no"}}})"));
     EXPECT_EQ(encodeResult(RepoCommandResult::refreshed(snapshot))["refreshed"]["_0"],
               encodeSnapshot(*snapshot));
+}
+
+TEST(WireResults, PlansAndRecordsTravelInTheirStoredForm) {
+    // A plan printed by one process is executed by another: its frozen
+    // commits keep jj's own keys, absent values are left out, and the start
+    // time is seconds since 2001 with its fraction.
+    const json record = encodeResult(RepoCommandResult::FeatureAppendCompleted{
+        sampleAppendRecord()})["featureAppendCompleted"]["_0"];
+    EXPECT_EQ(record["startedAt"], 816955200.123456);
+    EXPECT_EQ(record["schemaVersion"], 1);
+    EXPECT_EQ(record["plan"]["topology"]["featureTip"]["change_id"], "qqqq");
+    EXPECT_EQ(record["plan"]["topology"]["expectedParents"]["merge"], json::array({"s2", "trunk"}));
+    EXPECT_FALSE(record["steps"][1].contains("afterOperationID"));
+    EXPECT_EQ(record["receipt"]["commandError"], "it " + tricky);
+
+    const json plan = encodeCommand(
+        RepoCommand::ExecuteLocalStackUpdate{sampleStackPlan()})["executeLocalStackUpdate"]["plan"];
+    EXPECT_EQ(plan["affectedWorkspaces"][1]["root"], nullptr);
+    EXPECT_EQ(plan["oneOffTips"][0]["local_bookmarks"][0]["name"], "feat " + tricky);
+    // A broken plan is a decoding error that names where it broke.
+    json broken = encodeCommand(RepoCommand::ExecuteFeatureAppend{sampleAppendPlan()});
+    broken["executeFeatureAppend"]["plan"]["topology"]["selected"][1].erase("commit_id");
+    try {
+        decodeCommand(broken);
+        ADD_FAILURE() << "decoded a plan without a commit ID";
+    } catch (const DecodingError& error) {
+        EXPECT_THAT(error.description(),
+                    AllOf(HasSubstr("commit_id"), HasSubstr("selected.Index 1")));
+    }
 }
 
 TEST(WireText, BytesThatAreNotUTF8BecomeReplacementCharacters) {

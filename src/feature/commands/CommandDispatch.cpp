@@ -4,6 +4,10 @@
 
 #include "feature/commands/SessionCommands.h"
 #include "jjkit/model/Composition.h"
+#include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureInsertionPlan.h"
+#include "jjkit/rewrites/LocalStackUpdatePlan.h"
+#include "jjkit/rewrites/OperationRecord.h"
 
 namespace vorda::commands {
 namespace {
@@ -25,6 +29,32 @@ class Dispatcher {
     }
     RepoCommandResult operator()(const RepoCommand::SyncWithTrunk& command) const {
         return performSyncWithTrunk(session_, command.bookmark);
+    }
+    // Planned rewrites: a plan changes nothing and needs no read; an
+    // execution always reports its receipt, read or not.
+    RepoCommandResult operator()(const RepoCommand::PlanLocalStackUpdate& command) const {
+        return RepoCommandResult::LocalStackUpdatePlan{
+            client_.planLocalStackUpdate(command.bookmarks, command.oneOffChangeIDs)};
+    }
+    RepoCommandResult operator()(const RepoCommand::ExecuteLocalStackUpdate& command) const {
+        return completed(session_, RepoCommandResult::LocalStackUpdateCompleted{
+                                       client_.executeLocalStackUpdate(command.plan)});
+    }
+    RepoCommandResult operator()(const RepoCommand::PlanFeatureInsertion& command) const {
+        return RepoCommandResult::FeatureInsertionPlan{client_.planFeatureInsertion(
+            command.changeIDs, command.afterChangeID, command.bookmark)};
+    }
+    RepoCommandResult operator()(const RepoCommand::ExecuteFeatureInsertion& command) const {
+        return completed(session_, RepoCommandResult::FeatureInsertionCompleted{
+                                       client_.executeFeatureInsertion(command.plan)});
+    }
+    RepoCommandResult operator()(const RepoCommand::PlanFeatureAppend& command) const {
+        return RepoCommandResult::FeatureAppendPlan{
+            client_.planFeatureAppend(command.changeIDs, command.bookmark)};
+    }
+    RepoCommandResult operator()(const RepoCommand::ExecuteFeatureAppend& command) const {
+        return completed(session_, RepoCommandResult::FeatureAppendCompleted{
+                                       client_.executeFeatureAppend(command.plan)});
     }
     RepoCommandResult operator()(const RepoCommand::CreateBookmark& command) const {
         return performCreateBookmark(session_, command.input);

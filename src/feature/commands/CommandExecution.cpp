@@ -3,6 +3,7 @@
 #include "feature/commands/SessionCommands.h"
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/repo/RepositoryCommandGate.h"
+#include "jjkit/support/DiagnosticLog.h"
 #include "jjkit/trace/Perf.h"
 
 namespace vorda {
@@ -29,6 +30,16 @@ RepoCommandResult refreshed(RepoSession& session) {
 RepoCommandResult toastRefresh(RepoSession& session, std::string text) {
     session.yieldSnapshot(session.readSnapshot());
     return RepoCommandResult::toast(std::move(text));
+}
+
+RepoCommandResult completed(RepoSession& session, RepoCommandResult result) {
+    try {
+        session.yieldSnapshot(session.readSnapshot());
+    } catch (const std::exception& error) {
+        DiagnosticLog::writeLine("[Vorda:error] refresh after a completed rewrite failed: " +
+                                 std::string(error.what()));
+    }
+    return result;
 }
 
 std::string counted(std::size_t count, std::string_view singular, std::string_view plural) {

@@ -15,6 +15,9 @@
 #include "jjkit/model/Bookmark.h"
 #include "jjkit/model/Composition.h"
 #include "jjkit/records/JJOp.h"
+#include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureInsertionPlan.h"
+#include "jjkit/rewrites/LocalStackUpdatePlan.h"
 #include "jjkit/settings/BookmarkSettings.h"
 
 namespace vorda {
@@ -55,10 +58,10 @@ struct CreateBookmarkInput {
 /// Everything a front end can ask of a repository. Each case is a small
 /// struct named like its wire case; `caseName` is that name.
 ///
-/// The planned rewrites (stack updates, feature insertion and append,
-/// coordinated routing, composition attachment and their recoveries) join
-/// this set as their flows are built; their cases keep the declaration order
-/// of the whole vocabulary, so they go where the comments below mark them.
+/// A planned rewrite is two commands: its `plan…` case reads and returns a
+/// plan that changes nothing, and its `execute…` case takes that plan back
+/// after the user has looked at it. The coordinated, attachment and recovery
+/// flows join this set in the same way as they are built.
 struct RepoCommand {
     struct Fetch {
         static constexpr std::string_view caseName = "fetch";
@@ -78,7 +81,34 @@ struct RepoCommand {
         static constexpr std::string_view caseName = "syncWithTrunk";
         Bookmark bookmark;
     };
-    // Planned rewrites: planLocalStackUpdate … executeFeatureAppend.
+    struct PlanLocalStackUpdate {
+        static constexpr std::string_view caseName = "planLocalStackUpdate";
+        std::vector<std::string> bookmarks;
+        std::vector<std::string> oneOffChangeIDs;
+    };
+    struct ExecuteLocalStackUpdate {
+        static constexpr std::string_view caseName = "executeLocalStackUpdate";
+        LocalStackUpdatePlan plan;
+    };
+    struct PlanFeatureInsertion {
+        static constexpr std::string_view caseName = "planFeatureInsertion";
+        std::vector<std::string> changeIDs;
+        std::string afterChangeID;
+        std::string bookmark;
+    };
+    struct ExecuteFeatureInsertion {
+        static constexpr std::string_view caseName = "executeFeatureInsertion";
+        FeatureInsertionPlan plan;
+    };
+    struct PlanFeatureAppend {
+        static constexpr std::string_view caseName = "planFeatureAppend";
+        std::vector<std::string> changeIDs;
+        std::string bookmark;
+    };
+    struct ExecuteFeatureAppend {
+        static constexpr std::string_view caseName = "executeFeatureAppend";
+        FeatureAppendPlan plan;
+    };
     struct CreateBookmark {
         static constexpr std::string_view caseName = "createBookmark";
         CreateBookmarkInput input;
@@ -306,12 +336,14 @@ struct RepoCommand {
     };
 
     using Value = std::variant<
-        Fetch, Push, PerformPush, SyncWithTrunk, CreateBookmark, RenameBookmark, AbandonBookmark,
-        DeleteBookmark, RebaseBookmark, ReparentToTrunk, SquashBookmarkToSingle, MoveBookmark,
-        AbsorbBookmark, TrackRemoteBookmark, StageFiles, UnstageFiles, StageHunks, SplitCommit,
-        SplitCommitByHunks, DescribeCommit, ResolveFile, AdvanceOrphan, AdvanceAllOneOffs,
-        AbandonOneOff, RebaseCommits, RebaseCommitsIntoBookmark, ComposeCommitsAsBookmark,
-        DuplicateCommits, ApplyEnabledBookmarks, ApplyApexParents, SetWorkspaceBookmarkInclusion,
+        Fetch, Push, PerformPush, SyncWithTrunk, PlanLocalStackUpdate, ExecuteLocalStackUpdate,
+        PlanFeatureInsertion, ExecuteFeatureInsertion, PlanFeatureAppend, ExecuteFeatureAppend,
+        CreateBookmark, RenameBookmark, AbandonBookmark, DeleteBookmark, RebaseBookmark,
+        ReparentToTrunk, SquashBookmarkToSingle, MoveBookmark, AbsorbBookmark, TrackRemoteBookmark,
+        StageFiles, UnstageFiles, StageHunks, SplitCommit, SplitCommitByHunks, DescribeCommit,
+        ResolveFile, AdvanceOrphan, AdvanceAllOneOffs, AbandonOneOff, RebaseCommits,
+        RebaseCommitsIntoBookmark, ComposeCommitsAsBookmark, DuplicateCommits,
+        ApplyEnabledBookmarks, ApplyApexParents, SetWorkspaceBookmarkInclusion,
         SetWorkspaceBookmarkAttachment, AdvanceWorkspaceOntoTrunk, RestoreToOp, SetUpdateStrategy,
         TogglePinned, ToggleBookmarkColumnVisibility, CloseBookmarkColumn, SetTags, ToggleTag,
         SetRoutingRules, SetRoutingRulesForBookmark, RefreshPullRequestStatuses, CreatePullRequest,

@@ -9,6 +9,10 @@
 #include "feature/session/RepoSnapshot.h"
 #include "jjkit/model/Bookmark.h"
 #include "jjkit/records/JJOp.h"
+#include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureInsertionPlan.h"
+#include "jjkit/rewrites/LocalStackUpdatePlan.h"
+#include "jjkit/rewrites/OperationRecord.h"
 
 namespace vorda {
 
@@ -35,9 +39,9 @@ struct RepoCommandError {
     std::string message;
 };
 
-/// What a command gives back. The planned rewrites add their plan and
-/// completion cases between `recentOps` and `failure` as their flows are
-/// built.
+/// What a command gives back. A planned rewrite answers its `plan…` command
+/// with the plan to preview and its `execute…` command with the receipt (or
+/// the whole record, for flows of several steps).
 struct RepoCommandResult {
     struct Refreshed {
         static constexpr std::string_view caseName = "refreshed";
@@ -63,13 +67,41 @@ struct RepoCommandResult {
         static constexpr std::string_view caseName = "recentOps";
         std::vector<JJOp> ops;
     };
+    // Case names equal the plan types' names, so the payloads name those
+    // types with their namespace.
+    struct LocalStackUpdatePlan {
+        static constexpr std::string_view caseName = "localStackUpdatePlan";
+        vorda::LocalStackUpdatePlan plan;
+    };
+    struct LocalStackUpdateCompleted {
+        static constexpr std::string_view caseName = "localStackUpdateCompleted";
+        LocalStackUpdateReceipt receipt;
+    };
+    struct FeatureInsertionPlan {
+        static constexpr std::string_view caseName = "featureInsertionPlan";
+        vorda::FeatureInsertionPlan plan;
+    };
+    struct FeatureInsertionCompleted {
+        static constexpr std::string_view caseName = "featureInsertionCompleted";
+        LocalStackUpdateReceipt receipt;
+    };
+    struct FeatureAppendPlan {
+        static constexpr std::string_view caseName = "featureAppendPlan";
+        vorda::FeatureAppendPlan plan;
+    };
+    struct FeatureAppendCompleted {
+        static constexpr std::string_view caseName = "featureAppendCompleted";
+        OperationRecord<vorda::FeatureAppendPlan> record;
+    };
     struct Failure {
         static constexpr std::string_view caseName = "failure";
         RepoCommandError error;
     };
 
-    using Value = std::variant<Refreshed, Toast, RequiresConfirmation, ForcePushRequired, OpenURL,
-                               RecentOps, Failure>;
+    using Value =
+        std::variant<Refreshed, Toast, RequiresConfirmation, ForcePushRequired, OpenURL, RecentOps,
+                     LocalStackUpdatePlan, LocalStackUpdateCompleted, FeatureInsertionPlan,
+                     FeatureInsertionCompleted, FeatureAppendPlan, FeatureAppendCompleted, Failure>;
     Value value;
 
     /// Any case converts; it is taken by value, so copies and moves of a

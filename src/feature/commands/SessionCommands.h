@@ -20,6 +20,11 @@ RepoCommandResult refreshed(RepoSession& session);
 /// A timed read, yielded on the stream, and the toast `text`.
 RepoCommandResult toastRefresh(RepoSession& session, std::string text);
 
+/// A journalled rewrite has happened: a timed read yielded on the stream when
+/// it succeeds, and `result` in any case. A failing read is swallowed, since
+/// the rewrite itself did happen and its receipt must reach the user.
+RepoCommandResult completed(RepoSession& session, RepoCommandResult result);
+
 /// "1 commit", "2 commits": `count` and the noun, plural unless it is one.
 std::string counted(std::size_t count, std::string_view singular, std::string_view plural);
 

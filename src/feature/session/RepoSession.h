@@ -21,6 +21,10 @@
 #include "jjkit/diff/ConflictReview.h"
 #include "jjkit/github/GitHubClient.h"
 #include "jjkit/repo/JJFileWatcher.h"
+#include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureInsertionPlan.h"
+#include "jjkit/rewrites/LocalStackUpdatePlan.h"
+#include "jjkit/rewrites/OperationJournal.h"
 #include "jjkit/settings/BookmarkSettingsStore.h"
 #include "jjkit/stores/PRCacheStore.h"
 
@@ -113,6 +117,15 @@ class RepoSession : public std::enable_shared_from_this<RepoSession> {
     std::set<std::string> bookmarkNames(const std::string& matchingRevset) const;
     bool isGithubAvailable();
     RebaseConflictReview loadRebaseConflict(const std::string& changeID) const;
+
+    // Receipts of the planned rewrites, newest first, with a warning for each
+    // file that could not be read; and a look at what an append left behind.
+
+    OperationJournal<LocalStackUpdatePlan>::Loaded loadUpdateReceipts() const;
+    OperationJournal<FeatureInsertionPlan>::Loaded loadRoutingReceipts() const;
+    OperationJournal<FeatureAppendPlan>::Loaded loadAppendReceipts() const;
+    FeatureAppendInspection inspectFeatureAppend(
+        const OperationRecord<FeatureAppendPlan>& record) const;
 
     // Commands.
 

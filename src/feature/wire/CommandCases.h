@@ -9,6 +9,7 @@
 #include "feature/wire/CompositionWire.h"
 #include "feature/wire/DiffWire.h"
 #include "feature/wire/RecordWire.h"
+#include "feature/wire/RewriteWire.h"
 #include "feature/wire/SettingsWire.h"
 #include "feature/wire/WireCases.h"
 #include "feature/wire/WireRecord.h"
@@ -70,6 +71,46 @@ template <>
 struct WireFields<RepoCommand::SyncWithTrunk> {
     static constexpr auto fields =
         std::tuple{wireField("bookmark", &RepoCommand::SyncWithTrunk::bookmark)};
+};
+
+template <>
+struct WireFields<RepoCommand::PlanLocalStackUpdate> {
+    using Case = RepoCommand::PlanLocalStackUpdate;
+    static constexpr auto fields = std::tuple{wireField("bookmarks", &Case::bookmarks),
+                                              wireField("oneOffChangeIDs", &Case::oneOffChangeIDs)};
+};
+
+template <>
+struct WireFields<RepoCommand::ExecuteLocalStackUpdate> {
+    static constexpr auto fields =
+        std::tuple{wireField("plan", &RepoCommand::ExecuteLocalStackUpdate::plan)};
+};
+
+template <>
+struct WireFields<RepoCommand::PlanFeatureInsertion> {
+    using Case = RepoCommand::PlanFeatureInsertion;
+    static constexpr auto fields = std::tuple{wireField("changeIDs", &Case::changeIDs),
+                                              wireField("afterChangeID", &Case::afterChangeID),
+                                              wireField("bookmark", &Case::bookmark)};
+};
+
+template <>
+struct WireFields<RepoCommand::ExecuteFeatureInsertion> {
+    static constexpr auto fields =
+        std::tuple{wireField("plan", &RepoCommand::ExecuteFeatureInsertion::plan)};
+};
+
+template <>
+struct WireFields<RepoCommand::PlanFeatureAppend> {
+    using Case = RepoCommand::PlanFeatureAppend;
+    static constexpr auto fields = std::tuple{wireField("changeIDs", &Case::changeIDs),
+                                              wireField("bookmark", &Case::bookmark)};
+};
+
+template <>
+struct WireFields<RepoCommand::ExecuteFeatureAppend> {
+    static constexpr auto fields =
+        std::tuple{wireField("plan", &RepoCommand::ExecuteFeatureAppend::plan)};
 };
 
 template <>

@@ -9,6 +9,7 @@
 #include "feature/wire/CommandWire.h"
 #include "feature/wire/RecordWire.h"
 #include "feature/wire/ResultWire.h"
+#include "feature/wire/RewriteWire.h"
 #include "feature/wire/SnapshotWire.h"
 #include "feature/wire/WireCases.h"
 #include "feature/wire/WireRecord.h"
@@ -88,6 +89,36 @@ struct WireFields<RepoCommandResult::OpenURL> {
 template <>
 struct WireFields<RepoCommandResult::RecentOps> {
     static constexpr auto fields = std::tuple{wireField("_0", &RepoCommandResult::RecentOps::ops)};
+};
+template <>
+struct WireFields<RepoCommandResult::LocalStackUpdatePlan> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::LocalStackUpdatePlan::plan)};
+};
+template <>
+struct WireFields<RepoCommandResult::LocalStackUpdateCompleted> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::LocalStackUpdateCompleted::receipt)};
+};
+template <>
+struct WireFields<RepoCommandResult::FeatureInsertionPlan> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::FeatureInsertionPlan::plan)};
+};
+template <>
+struct WireFields<RepoCommandResult::FeatureInsertionCompleted> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::FeatureInsertionCompleted::receipt)};
+};
+template <>
+struct WireFields<RepoCommandResult::FeatureAppendPlan> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::FeatureAppendPlan::plan)};
+};
+template <>
+struct WireFields<RepoCommandResult::FeatureAppendCompleted> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::FeatureAppendCompleted::record)};
 };
 template <>
 struct WireFields<RepoCommandResult::Failure> {

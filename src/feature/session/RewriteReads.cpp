@@ -1,0 +1,26 @@
+// The session's reads of planned rewrites: journals and inspection. None of
+// them takes the command gate; a journal is read whole files at a time and
+// inspection changes nothing.
+
+#include "feature/session/RepoSession.h"
+
+namespace vorda {
+
+OperationJournal<LocalStackUpdatePlan>::Loaded RepoSession::loadUpdateReceipts() const {
+    return OperationJournal<LocalStackUpdatePlan>(repoRoot_).load();
+}
+
+OperationJournal<FeatureInsertionPlan>::Loaded RepoSession::loadRoutingReceipts() const {
+    return OperationJournal<FeatureInsertionPlan>(repoRoot_).load();
+}
+
+OperationJournal<FeatureAppendPlan>::Loaded RepoSession::loadAppendReceipts() const {
+    return OperationJournal<FeatureAppendPlan>(repoRoot_).load();
+}
+
+FeatureAppendInspection RepoSession::inspectFeatureAppend(
+    const OperationRecord<FeatureAppendPlan>& record) const {
+    return client_->inspectFeatureAppend(record);
+}
+
+}  // namespace vorda
