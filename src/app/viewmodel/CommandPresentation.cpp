@@ -42,6 +42,12 @@ std::string mutationLabel(const RepoCommand& command) {
     return std::visit(
         Overloaded{
             [](const C::SyncWithTrunk& c) { return labelled("Syncing " + c.bookmark.name); },
+            [](const C::PlanLocalStackUpdate&) { return labelled("Planning local-stack rebase"); },
+            [](const C::ExecuteLocalStackUpdate&) { return labelled("Rebasing local stacks"); },
+            [](const C::PlanFeatureInsertion&) { return labelled("Planning feature insertion"); },
+            [](const C::ExecuteFeatureInsertion&) { return labelled("Moving work into feature"); },
+            [](const C::PlanFeatureAppend&) { return labelled("Planning feature append"); },
+            [](const C::ExecuteFeatureAppend&) { return labelled("Appending work to feature"); },
             [](const C::CreateBookmark&) { return labelled("Creating bookmark"); },
             [](const C::RenameBookmark& c) { return labelled("Renaming " + c.oldName); },
             [](const C::AbandonBookmark& c) { return labelled("Abandoning " + c.name); },

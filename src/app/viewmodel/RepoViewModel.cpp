@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/viewmodel/CommandPresentation.h"
+#include "app/viewmodel/RewriteOutcomes.h"
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/support/DiagnosticLog.h"
 #include "jjkit/support/Overloaded.h"
@@ -394,6 +395,33 @@ void RepoViewModel::apply(const RepoCommandResult& result, const RepoCommand& co
                    },
                    [this](const RepoCommandResult::OpenURL& r) { Q_EMIT openURLRequested(r.url); },
                    [this](const RepoCommandResult::RecentOps& r) { setRecentOps(r.ops); },
+                   [this](const RepoCommandResult::LocalStackUpdatePlan& r) {
+                       setLocalStackUpdatePlan(r.plan);
+                       setLocalStackUpdateReceipt(std::nullopt);
+                   },
+                   [this](const RepoCommandResult::LocalStackUpdateCompleted& r) {
+                       setLocalStackUpdateReceipt(r.receipt);
+                       setLocalStackUpdatePlan(std::nullopt);
+                       setToastMessage(localStackUpdateToast(r.receipt));
+                   },
+                   [this](const RepoCommandResult::FeatureInsertionPlan& r) {
+                       setFeatureInsertionPlan(r.plan);
+                       setFeatureInsertionReceipt(std::nullopt);
+                   },
+                   [this](const RepoCommandResult::FeatureInsertionCompleted& r) {
+                       setFeatureInsertionReceipt(r.receipt);
+                       setFeatureInsertionPlan(std::nullopt);
+                       setToastMessage(featureInsertionToast(r.receipt));
+                   },
+                   [this](const RepoCommandResult::FeatureAppendPlan& r) {
+                       setFeatureAppendPlan(r.plan);
+                       setFeatureAppendRecord(std::nullopt);
+                   },
+                   [this](const RepoCommandResult::FeatureAppendCompleted& r) {
+                       setFeatureAppendRecord(r.record);
+                       setFeatureAppendPlan(std::nullopt);
+                       setToastMessage(featureAppendToast(r.record));
+                   },
                    [this, &command](const RepoCommandResult::Failure& r) {
                        applyError(r.error.message, command);
                    },
@@ -642,17 +670,76 @@ void RepoViewModel::loadChangedFiles(const std::string& changeID,
         });
 }
 
+namespace {
+
+// Everything the operation log shows, read in one background step. Each read
+// that fails leaves a line and the next one still runs.
+struct OperationLogReads {
+    std::optional<OpList> ops;
+    std::optional<UpdateRecords> updateRecords;
+    std::optional<RoutingRecords> routingRecords;
+    std::optional<AppendRecords> appendRecords;
+    StringList warnings;
+};
+
+template <typename Read>
+auto readLogged(Read read, const std::string& failure, StringList& warnings)
+    -> std::optional<decltype(read())> {
+    try {
+        return read();
+    } catch (const std::exception& error) {
+        warnings.push_back(failure + error.what());
+        return std::nullopt;
+    }
+}
+
+// A journal's records; the files it could not read join the warnings.
+template <typename Load>
+auto journalRecords(Load load, const std::string& failure, StringList& warnings) {
+    auto loaded = readLogged(load, failure, warnings);
+    if (loaded) {
+        warnings.insert(warnings.end(), loaded->warnings.begin(), loaded->warnings.end());
+        return std::optional(std::move(loaded->records));
+    }
+    return std::optional<decltype(loaded->records)>{};
+}
+
+OperationLogReads readOperationLog(const RepoSession& session) {
+    OperationLogReads reads;
+    reads.ops = readLogged([&] { return session.loadRecentOps(30); },
+                           "Could not load operations: ", reads.warnings);
+    reads.updateRecords = journalRecords([&] { return session.loadUpdateReceipts(); },
+                                         "Could not load update receipts: ", reads.warnings);
+    reads.routingRecords = journalRecords([&] { return session.loadRoutingReceipts(); },
+                                          "Could not load routing receipts: ", reads.warnings);
+    reads.appendRecords = journalRecords([&] { return session.loadAppendReceipts(); },
+                                         "Could not load append receipts: ", reads.warnings);
+    return reads;
+}
+
+}  // namespace
+
 void RepoViewModel::loadRecentOps() {
     if (!repoSession_) {
         return;
     }
     setIsLoadingOps(true);
     setOperationInspectorWarnings({});
+    setUpdateRecords({});
+    setRoutingRecords({});
+    setAppendRecords({});
     runInBackground(
-        [session = repoSession_] { return session->loadRecentOps(30); },
-        [this](const Outcome<std::vector<JJOp>>& outcome) {
+        [session = repoSession_] { return readOperationLog(*session); },
+        [this](const Outcome<OperationLogReads>& outcome) {
             if (outcome.value) {
-                setRecentOps(*outcome.value);
+                const auto& reads = *outcome.value;
+                if (reads.ops) {
+                    setRecentOps(*reads.ops);
+                }
+                setUpdateRecords(reads.updateRecords.value_or(UpdateRecords{}));
+                setRoutingRecords(reads.routingRecords.value_or(RoutingRecords{}));
+                setAppendRecords(reads.appendRecords.value_or(AppendRecords{}));
+                setOperationInspectorWarnings(reads.warnings);
             } else {
                 setOperationInspectorWarnings({"Could not load operations: " + outcome.error});
             }

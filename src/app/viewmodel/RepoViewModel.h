@@ -56,6 +56,15 @@ using OptionalDiff = std::optional<UnifiedDiff>;
 using OptionalConfirmation = std::optional<ConfirmationRequest>;
 using OptionalForcePush = std::optional<ForcePushRequest>;
 using OpList = std::vector<JJOp>;
+using OptionalStackPlan = std::optional<LocalStackUpdatePlan>;
+using OptionalReceipt = std::optional<LocalStackUpdateReceipt>;
+using OptionalInsertionPlan = std::optional<FeatureInsertionPlan>;
+using OptionalAppendPlan = std::optional<FeatureAppendPlan>;
+using AppendRecord = OperationRecord<FeatureAppendPlan>;
+using OptionalAppendRecord = std::optional<AppendRecord>;
+using UpdateRecords = std::vector<OperationRecord<LocalStackUpdatePlan>>;
+using RoutingRecords = std::vector<OperationRecord<FeatureInsertionPlan>>;
+using AppendRecords = std::vector<AppendRecord>;
 
 /// The one object a repository window observes, and its only road to the
 /// repository. It lives on the GUI thread and every field is touched there
@@ -109,6 +118,21 @@ class RepoViewModel : public QObject {
     Q_PROPERTY(OptionalText undoError READ undoError NOTIFY undoErrorChanged)
     Q_PROPERTY(bool showOpLogInspector READ showOpLogInspector NOTIFY showOpLogInspectorChanged)
     Q_PROPERTY(OpList recentOps READ recentOps NOTIFY recentOpsChanged)
+    Q_PROPERTY(OptionalStackPlan localStackUpdatePlan READ localStackUpdatePlan NOTIFY
+                   localStackUpdatePlanChanged)
+    Q_PROPERTY(OptionalReceipt localStackUpdateReceipt READ localStackUpdateReceipt NOTIFY
+                   localStackUpdateReceiptChanged)
+    Q_PROPERTY(OptionalInsertionPlan featureInsertionPlan READ featureInsertionPlan NOTIFY
+                   featureInsertionPlanChanged)
+    Q_PROPERTY(OptionalReceipt featureInsertionReceipt READ featureInsertionReceipt NOTIFY
+                   featureInsertionReceiptChanged)
+    Q_PROPERTY(
+        OptionalAppendPlan featureAppendPlan READ featureAppendPlan NOTIFY featureAppendPlanChanged)
+    Q_PROPERTY(OptionalAppendRecord featureAppendRecord READ featureAppendRecord NOTIFY
+                   featureAppendRecordChanged)
+    Q_PROPERTY(UpdateRecords updateRecords READ updateRecords NOTIFY updateRecordsChanged)
+    Q_PROPERTY(RoutingRecords routingRecords READ routingRecords NOTIFY routingRecordsChanged)
+    Q_PROPERTY(AppendRecords appendRecords READ appendRecords NOTIFY appendRecordsChanged)
     Q_PROPERTY(StringList operationInspectorWarnings READ operationInspectorWarnings NOTIFY
                    operationInspectorWarningsChanged)
     Q_PROPERTY(bool isLoadingOps READ isLoadingOps NOTIFY isLoadingOpsChanged)
@@ -196,6 +220,14 @@ class RepoViewModel : public QObject {
     void setShowOpLogInspector(bool value) { setShowOpLogInspectorField(value); }
     void setShowLocalStackUpdateSheet(bool value) { setShowLocalStackUpdateSheetField(value); }
     void setShowFeatureInsertionSheet(bool value) { setShowFeatureInsertionSheetField(value); }
+    /// Drops the insertion and append previews and their outcomes, so the
+    /// feature sheet opens on a clean state.
+    void clearFeaturePlans() {
+        setFeatureInsertionPlan(std::nullopt);
+        setFeatureInsertionReceipt(std::nullopt);
+        setFeatureAppendPlan(std::nullopt);
+        setFeatureAppendRecord(std::nullopt);
+    }
     void setShowCompositionAttachmentSheet(bool value) {
         setShowCompositionAttachmentSheetField(value);
     }
@@ -290,6 +322,15 @@ class RepoViewModel : public QObject {
     void undoErrorChanged();
     void showOpLogInspectorChanged();
     void recentOpsChanged();
+    void localStackUpdatePlanChanged();
+    void localStackUpdateReceiptChanged();
+    void featureInsertionPlanChanged();
+    void featureInsertionReceiptChanged();
+    void featureAppendPlanChanged();
+    void featureAppendRecordChanged();
+    void updateRecordsChanged();
+    void routingRecordsChanged();
+    void appendRecordsChanged();
     void operationInspectorWarningsChanged();
     void isLoadingOpsChanged();
     void fetchInFlightChanged();
@@ -352,6 +393,15 @@ class RepoViewModel : public QObject {
     VORDA_OBSERVABLE(OptionalText, undoError, setUndoErrorField);
     VORDA_OBSERVABLE(bool, showOpLogInspector, setShowOpLogInspectorField);
     VORDA_OBSERVABLE(OpList, recentOps, setRecentOps);
+    VORDA_OBSERVABLE(OptionalStackPlan, localStackUpdatePlan, setLocalStackUpdatePlan);
+    VORDA_OBSERVABLE(OptionalReceipt, localStackUpdateReceipt, setLocalStackUpdateReceipt);
+    VORDA_OBSERVABLE(OptionalInsertionPlan, featureInsertionPlan, setFeatureInsertionPlan);
+    VORDA_OBSERVABLE(OptionalReceipt, featureInsertionReceipt, setFeatureInsertionReceipt);
+    VORDA_OBSERVABLE(OptionalAppendPlan, featureAppendPlan, setFeatureAppendPlan);
+    VORDA_OBSERVABLE(OptionalAppendRecord, featureAppendRecord, setFeatureAppendRecord);
+    VORDA_OBSERVABLE(UpdateRecords, updateRecords, setUpdateRecords);
+    VORDA_OBSERVABLE(RoutingRecords, routingRecords, setRoutingRecords);
+    VORDA_OBSERVABLE(AppendRecords, appendRecords, setAppendRecords);
     VORDA_OBSERVABLE(StringList, operationInspectorWarnings, setOperationInspectorWarnings);
     VORDA_OBSERVABLE(bool, isLoadingOps, setIsLoadingOps);
     VORDA_OBSERVABLE(bool, fetchInFlight, setFetchInFlight);

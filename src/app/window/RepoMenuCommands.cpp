@@ -41,6 +41,7 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
     });
     connect(moveToFeature_, &QAction::triggered, this, [this] {
         if (auto* model = viewModel()) {
+            model->clearFeaturePlans();
             model->setShowFeatureInsertionSheet(true);
         }
     });

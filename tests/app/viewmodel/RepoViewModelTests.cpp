@@ -6,6 +6,7 @@
 
 #include "app/viewmodel/CommandPresentation.h"
 #include "app/viewmodel/DiffCache.h"
+#include "app/viewmodel/RewriteOutcomes.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 #include "viewmodel/ViewModelFixtures.h"
@@ -181,6 +182,59 @@ TEST(RepoViewModelRules, InFlightStateLabelsAndErrorRouting) {
     const auto before = log.text().size();
     model.setMutationError("move broke");
     EXPECT_EQ(log.text().size(), before);
+}
+
+TEST(RepoViewModelRules, RewritePlansAndOutcomesReplaceEachOtherAndToast) {
+    RepoViewModel model;
+    const RepoCommand plan = RepoCommand::PlanLocalStackUpdate{{"feat"}, {}};
+    EXPECT_EQ(mutationLabel(plan), "Planning local-stack rebase…");
+    EXPECT_EQ(mutationLabel(RepoCommand::ExecuteFeatureAppend{}), "Appending work to feature…");
+
+    LocalStackUpdatePlan stackPlan;
+    stackPlan.operationID = "op1";
+    model.apply(RepoCommandResult::LocalStackUpdatePlan{stackPlan}, plan);
+    EXPECT_EQ(model.localStackUpdatePlan(), stackPlan);
+    EXPECT_FALSE(model.toastMessage().has_value());
+
+    LocalStackUpdateReceipt clean{"op1", "op2", std::nullopt, {}, {}, {}};
+    model.apply(RepoCommandResult::LocalStackUpdateCompleted{clean},
+                RepoCommand::ExecuteLocalStackUpdate{stackPlan});
+    EXPECT_FALSE(model.localStackUpdatePlan().has_value());
+    EXPECT_EQ(model.localStackUpdateReceipt(), clean);
+    EXPECT_EQ(model.toastMessage(), "Local stacks rebased onto current trunk");
+    // A new plan clears the last outcome.
+    model.apply(RepoCommandResult::LocalStackUpdatePlan{stackPlan}, plan);
+    EXPECT_FALSE(model.localStackUpdateReceipt().has_value());
+
+    auto conflicted = clean;
+    conflicted.conflictedChangeIDs = {"a", "b"};
+    EXPECT_EQ(localStackUpdateToast(conflicted), "Rebased \u2014 2 conflicts need attention");
+    auto failed = conflicted;
+    failed.commandError = "jj rebase failed";
+    EXPECT_EQ(localStackUpdateToast(failed), "Rebase needs inspection");
+    EXPECT_EQ(featureInsertionToast(clean), "Moved work into feature \u00b7 0 conflicted changes");
+    EXPECT_EQ(featureInsertionToast(conflicted),
+              "Moved work into feature \u00b7 2 conflicted changes");
+    auto warned = clean;
+    warned.verificationWarnings = {"Unexpected parents on kkkkkkkkkkkk"};
+    EXPECT_EQ(featureInsertionToast(warned), "Routing needs inspection; see the operation receipt");
+
+    // An append record without its final receipt never reads as a success.
+    OperationRecord<FeatureAppendPlan> record;
+    record.id = "R";
+    EXPECT_EQ(featureAppendToast(record), "Append needs inspection; see its step receipt");
+    record.receipt = clean;
+    model.apply(RepoCommandResult::FeatureAppendPlan{FeatureAppendPlan{}},
+                RepoCommand::PlanFeatureAppend{{"k"}, "feat"});
+    EXPECT_TRUE(model.featureAppendPlan().has_value());
+    model.apply(RepoCommandResult::FeatureAppendCompleted{record},
+                RepoCommand::ExecuteFeatureAppend{});
+    EXPECT_FALSE(model.featureAppendPlan().has_value());
+    EXPECT_EQ(model.featureAppendRecord(), record);
+    EXPECT_EQ(model.toastMessage(), "Appended work to feature");
+
+    model.clearFeaturePlans();
+    EXPECT_FALSE(model.featureAppendRecord().has_value());
 }
 
 TEST(RepoViewModelRules, LoadWithoutRepositoryLeavesNoSession) {
