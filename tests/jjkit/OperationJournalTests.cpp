@@ -71,9 +71,8 @@ TEST(OperationJournal, LivesInTheSharedStoreAndWritesItsExactForm) {
     TestRepo repo;
     const auto second = repo.addWorkspace("second");
     const OperationJournal<LocalStackUpdatePlan> journal(repo.root());
-    EXPECT_EQ(journal.directory,
-              fs::path(JJRepoDetector::sharedRepositoryPath(repo.root())) /
-                  "Vorda-update-receipts");
+    EXPECT_EQ(journal.directory, fs::path(JJRepoDetector::sharedRepositoryPath(repo.root())) /
+                                     "Vorda-update-receipts");
     // Opening a journal creates nothing; a missing folder is an empty journal.
     EXPECT_FALSE(fs::exists(journal.directory));
     const auto empty = journal.load();
@@ -171,9 +170,9 @@ TEST(OperationJournal, BadFilesBecomeWarningsAndNeverHideGoodOnes) {
     ASSERT_EQ(loaded.warnings.size(), expected.size());
     for (std::size_t index = 0; index < expected.size(); ++index) {
         const auto& warning = loaded.warnings[index];
-        EXPECT_EQ(warning.rfind("Could not read operation receipt " + expected[index].first + ": ",
-                                0),
-                  0U)
+        EXPECT_EQ(
+            warning.rfind("Could not read operation receipt " + expected[index].first + ": ", 0),
+            0U)
             << warning;
         EXPECT_NE(warning.find(expected[index].second), std::string::npos) << warning;
     }
