@@ -18,7 +18,10 @@
 namespace vorda {
 namespace {
 
+using flow::changeIDsOf;
+using flow::commitIDsOf;
 using flow::featureAppendWords;
+using flow::readOperation;
 using Record = OperationRecord<FeatureAppendPlan>;
 
 constexpr std::string_view moveStepName = "Move commits and update descendant edges";
@@ -44,36 +47,6 @@ constexpr std::string_view foreignReceipt =
 constexpr std::string_view invalidReceiptChanges = "Receipt contains invalid change identities.";
 constexpr std::string_view movedDuringInspection =
     "Repository changed during inspection. Inspect again for a consistent result.";
-
-std::string shortChange(const std::string& changeID) {
-    return changeID.substr(0, 12);
-}
-
-std::vector<std::string> changeIDsOf(const std::vector<JJCommit>& commits) {
-    std::vector<std::string> changeIDs;
-    changeIDs.reserve(commits.size());
-    for (const auto& commit : commits) {
-        changeIDs.push_back(commit.changeID);
-    }
-    return changeIDs;
-}
-
-std::vector<std::string> commitIDsOf(const std::vector<JJCommit>& commits) {
-    std::vector<std::string> commitIDs;
-    commitIDs.reserve(commits.size());
-    for (const auto& commit : commits) {
-        commitIDs.push_back(commit.commitID);
-    }
-    return commitIDs;
-}
-
-std::optional<std::string> readOperation(const JJClient& client) {
-    try {
-        return client.currentOperationID();
-    } catch (...) {
-        return std::nullopt;
-    }
-}
 
 /// The flow from its first saved record on. Nothing leaves it as an
 /// exception: whatever stops it becomes the receipt's `commandError`, and the
@@ -315,7 +288,7 @@ VerificationFindings JJClient::verifyFeatureAppend(const FeatureAppendPlan& plan
     for (const auto& commit : topology.affected) {
         if (changes.resolved(commit.changeID) == nullptr) {
             findings.warnings.push_back(std::string(featureAppendWords.missingChangePrefix) +
-                                        shortChange(commit.changeID));
+                                        commit.shortChangeID());
         }
     }
     for (const auto& commit : topology.affected) {
@@ -326,7 +299,7 @@ VerificationFindings JJClient::verifyFeatureAppend(const FeatureAppendPlan& plan
         const auto expected = topology.expectedParents.find(commit.commitID);
         if (expected == topology.expectedParents.end() ||
             row->parents != changes.translated(expected->second)) {
-            findings.warnings.push_back("Unexpected parents on " + shortChange(commit.changeID));
+            findings.warnings.push_back("Unexpected parents on " + commit.shortChangeID());
         }
         for (const auto& bookmark : commit.localBookmarks) {
             if (!flow::carriesOwnLocalBookmark(*row, bookmark.name)) {

@@ -31,10 +31,6 @@ std::vector<AttachmentChange> changedAttachments(const FeatureInsertionPlan& top
     return changes;
 }
 
-std::string shortChange(const std::string& changeID) {
-    return changeID.substr(0, 12);
-}
-
 }  // namespace
 
 FeatureAppendPlan::FeatureAppendPlan(FeatureInsertionPlan routedTopology)
@@ -102,8 +98,7 @@ FeatureAppendInspection FeatureAppendInspection::build(
             newCommitIDs[commit.commitID] = row->commitID;
         } else {
             anyMissing = true;
-            inspection.warnings.push_back("Missing or divergent change " +
-                                          shortChange(commit.changeID));
+            inspection.warnings.push_back("Missing or divergent change " + commit.shortChangeID());
         }
     }
     auto translated = [&](const std::vector<std::string>& commitIDs) {
@@ -132,7 +127,7 @@ FeatureAppendInspection FeatureAppendInspection::build(
         allRouted = allRouted && routed;
         allBoth = allBoth && original && routed;
         if (!original && !routed) {
-            inspection.warnings.push_back("Unexpected parents on " + shortChange(commit.changeID));
+            inspection.warnings.push_back("Unexpected parents on " + commit.shortChangeID());
         }
         for (const auto& bookmark : commit.localBookmarks) {
             if (!flow::carriesOwnLocalBookmark(*row, bookmark.name)) {

@@ -54,15 +54,6 @@ std::optional<std::vector<JJCommit>> oneRowEach(const std::vector<std::string>& 
     return resolved;
 }
 
-std::vector<std::string> changeIDsOf(const std::vector<JJCommit>& commits) {
-    std::vector<std::string> changeIDs;
-    changeIDs.reserve(commits.size());
-    for (const auto& commit : commits) {
-        changeIDs.push_back(commit.changeID);
-    }
-    return changeIDs;
-}
-
 /// Reads the routing back at the resulting operation: every affected change
 /// once, on the parents the plan stated, with its bookmarks; the feature
 /// bookmark on its tip; the workspaces on their changes.
@@ -205,7 +196,7 @@ LocalStackUpdateReceipt JJClient::executeFeatureInsertion(
     const auto& words = flow::featureInsertionWords;
     const auto scopeUnchanged = [&] {
         try {
-            return planFeatureRouting(changeIDsOf(plan.selected), plan.destination.changeID,
+            return planFeatureRouting(flow::changeIDsOf(plan.selected), plan.destination.changeID,
                                       plan.bookmarkName, {}, stop) == plan;
         } catch (const JJError& error) {
             // A plan that can no longer be made at the same operation is a

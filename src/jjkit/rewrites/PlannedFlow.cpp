@@ -163,11 +163,7 @@ void runExecutionChecks(const JJClient& client, const ExecutionChecks& checks,
 
 ResolvedChanges ResolvedChanges::read(const PinnedRepository& repository,
                                       const std::vector<JJCommit>& affected, bool present) {
-    std::vector<std::string> changeIDs;
-    changeIDs.reserve(affected.size());
-    for (const auto& commit : affected) {
-        changeIDs.push_back(commit.changeID);
-    }
+    const auto changeIDs = changeIDsOf(affected);
     ResolvedChanges changes;
     if (changeIDs.empty()) {
         return changes;
@@ -256,8 +252,6 @@ std::string describeCurrentException() {
     }
 }
 
-namespace {
-
 std::optional<std::string> readOperation(const JJClient& client) {
     try {
         return client.currentOperationID();
@@ -266,7 +260,23 @@ std::optional<std::string> readOperation(const JJClient& client) {
     }
 }
 
-}  // namespace
+std::vector<std::string> changeIDsOf(const std::vector<JJCommit>& commits) {
+    std::vector<std::string> changeIDs;
+    changeIDs.reserve(commits.size());
+    for (const auto& commit : commits) {
+        changeIDs.push_back(commit.changeID);
+    }
+    return changeIDs;
+}
+
+std::vector<std::string> commitIDsOf(const std::vector<JJCommit>& commits) {
+    std::vector<std::string> commitIDs;
+    commitIDs.reserve(commits.size());
+    for (const auto& commit : commits) {
+        commitIDs.push_back(commit.commitID);
+    }
+    return commitIDs;
+}
 
 LocalStackUpdateReceipt runSingleCommand(const JJClient& client, const SingleCommandRun& run,
                                          const std::stop_token& stop) {

@@ -184,6 +184,12 @@ struct SingleCommandRun {
 LocalStackUpdateReceipt runSingleCommand(const JJClient& client, const SingleCommandRun& run,
                                          const std::stop_token& stop);
 
+/// The current operation, or absent when it cannot be read.
+std::optional<std::string> readOperation(const JJClient& client);
+
+std::vector<std::string> changeIDsOf(const std::vector<JJCommit>& commits);
+std::vector<std::string> commitIDsOf(const std::vector<JJCommit>& commits);
+
 /// The description of any exception, for receipts.
 std::string describe(const std::exception& error);
 /// The description of the exception being handled.
