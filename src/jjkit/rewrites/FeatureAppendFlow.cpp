@@ -285,29 +285,12 @@ VerificationFindings JJClient::verifyFeatureAppend(const FeatureAppendPlan& plan
     const auto changes = flow::ResolvedChanges::read(at, topology.affected);
 
     VerificationFindings findings;
-    for (const auto& commit : topology.affected) {
-        if (changes.resolved(commit.changeID) == nullptr) {
-            findings.warnings.push_back(std::string(featureAppendWords.missingChangePrefix) +
-                                        commit.shortChangeID());
-        }
-    }
-    for (const auto& commit : topology.affected) {
-        const auto* row = changes.resolved(commit.changeID);
-        if (row == nullptr) {
-            continue;
-        }
-        const auto expected = topology.expectedParents.find(commit.commitID);
-        if (expected == topology.expectedParents.end() ||
-            row->parents != changes.translated(expected->second)) {
-            findings.warnings.push_back("Unexpected parents on " + commit.shortChangeID());
-        }
-        for (const auto& bookmark : commit.localBookmarks) {
-            if (!flow::carriesOwnLocalBookmark(*row, bookmark.name)) {
-                findings.warnings.push_back("Bookmark " + bookmark.name +
-                                            " no longer follows its change");
-            }
-        }
-    }
+    findings.warnings = flow::expectedGraphWarnings(
+        changes, topology.affected, topology.expectedParents,
+        featureAppendWords.missingChangePrefix,
+        [](const std::string& bookmark, const JJCommit& /*commit*/) {
+            return "Bookmark " + bookmark + " no longer follows its change";
+        });
 
     // An append never rewrites the tip it builds on.
     const auto tips =

@@ -63,31 +63,12 @@ VerificationFindings verifyRouting(const FeatureInsertionPlan& plan,
     const auto changes = flow::ResolvedChanges::read(after, plan.affected);
     findings.conflicts = changes.conflictedChangeIDs();
 
-    for (const auto& commit : plan.affected) {
-        if (changes.resolved(commit.changeID) == nullptr) {
-            findings.warnings.push_back(
-                std::string(flow::featureInsertionWords.missingChangePrefix) +
-                commit.shortChangeID());
-        }
-    }
-    for (const auto& commit : plan.affected) {
-        const JJCommit* now = changes.resolved(commit.changeID);
-        if (now == nullptr) {
-            continue;
-        }
-        const auto expected = plan.expectedParents.find(commit.commitID);
-        if (expected == plan.expectedParents.end() ||
-            changes.translated(expected->second) != now->parents) {
-            findings.warnings.push_back("Unexpected parents on " + commit.shortChangeID());
-        }
-        for (const auto& bookmark : commit.localBookmarks) {
-            if (!flow::carriesOwnLocalBookmark(*now, bookmark.name)) {
-                findings.warnings.push_back("Bookmark " + bookmark.name +
-                                            " no longer uniquely follows " +
-                                            commit.shortChangeID());
-            }
-        }
-    }
+    findings.warnings = flow::expectedGraphWarnings(
+        changes, plan.affected, plan.expectedParents,
+        flow::featureInsertionWords.missingChangePrefix,
+        [](const std::string& bookmark, const JJCommit& commit) {
+            return "Bookmark " + bookmark + " no longer uniquely follows " + commit.shortChangeID();
+        });
 
     const auto feature = after.log(bookmarkSetRevset(plan.bookmarkName));
     if (feature.size() != 1 || feature.front().changeID != plan.featureTip.changeID) {

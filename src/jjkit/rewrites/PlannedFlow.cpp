@@ -205,6 +205,36 @@ std::vector<std::string> ResolvedChanges::translated(
     return result;
 }
 
+std::vector<std::string> expectedGraphWarnings(
+    const ResolvedChanges& changes, const std::vector<JJCommit>& affected,
+    const std::map<std::string, std::vector<std::string>>& expectedParents,
+    std::string_view missingChangePrefix,
+    const std::function<std::string(const std::string&, const JJCommit&)>& bookmarkWarning) {
+    std::vector<std::string> warnings;
+    for (const auto& commit : affected) {
+        if (changes.resolved(commit.changeID) == nullptr) {
+            warnings.push_back(std::string(missingChangePrefix) + commit.shortChangeID());
+        }
+    }
+    for (const auto& commit : affected) {
+        const JJCommit* now = changes.resolved(commit.changeID);
+        if (now == nullptr) {
+            continue;
+        }
+        const auto expected = expectedParents.find(commit.commitID);
+        if (expected == expectedParents.end() ||
+            changes.translated(expected->second) != now->parents) {
+            warnings.push_back("Unexpected parents on " + commit.shortChangeID());
+        }
+        for (const auto& bookmark : commit.localBookmarks) {
+            if (!carriesOwnLocalBookmark(*now, bookmark.name)) {
+                warnings.push_back(bookmarkWarning(bookmark.name, commit));
+            }
+        }
+    }
+    return warnings;
+}
+
 bool carriesOwnLocalBookmark(const JJCommit& commit, const std::string& name) {
     return std::any_of(
         commit.localBookmarks.begin(), commit.localBookmarks.end(), [&](const JJCommitRef& ref) {

@@ -156,6 +156,18 @@ class ResolvedChanges {
     std::vector<std::string> conflicted_;
 };
 
+/// Reads a rewrite back against the graph it promised: a warning made of
+/// `missingChangePrefix` for each affected change that is hidden or divergent
+/// (all of them first), then for each resolved one "Unexpected parents on
+/// <change>" when its parents differ from its translated `expectedParents`
+/// entry (or it has none), and `bookmarkWarning(name, commit)` for each local
+/// bookmark of the old commit that no longer targets exactly the new one.
+std::vector<std::string> expectedGraphWarnings(
+    const ResolvedChanges& changes, const std::vector<JJCommit>& affected,
+    const std::map<std::string, std::vector<std::string>>& expectedParents,
+    std::string_view missingChangePrefix,
+    const std::function<std::string(const std::string&, const JJCommit&)>& bookmarkWarning);
+
 /// True when `commit` carries a local bookmark `name` that targets exactly
 /// the commit itself.
 bool carriesOwnLocalBookmark(const JJCommit& commit, const std::string& name);
