@@ -221,13 +221,6 @@ TEST(JJClientQuoting, AwkwardNamesAndPathsComeBackIntact) {
     const std::string listed = client.run(diff, "test").stdout;
     EXPECT_EQ(std::count(listed.begin(), listed.end(), '\n'), 1);
     EXPECT_TRUE(listed.ends_with("/repo/" + awkwardPath + "\n")) << listed;
-
-    // Filesets keep backslashes as they are; jj rejects such a path loudly
-    // rather than matching some other file.
-    std::vector<std::string> backslash{"diff", "--ignore-working-copy", "--name-only", "-r",
-                                       change};
-    backslash.push_back(rootFilesets({"dir\\x"}).front());
-    expectJJError<JJError::CommandFailed>([&] { client.run(backslash, "test"); });
 }
 
 TEST(JJClientRun, OutputThatIsNotUtf8DoesNotBreakAnything) {

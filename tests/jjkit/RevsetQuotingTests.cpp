@@ -20,11 +20,12 @@ TEST(RevsetQuoting, EscapesBackslashesThenQuotes) {
     EXPECT_EQ(revsetQuoted(""), R"("")");
 }
 
-TEST(RevsetQuoting, FilesetsEscapeOnlyQuotes) {
-    EXPECT_EQ(
-        rootFilesets({R"(a"b\c)", "plain", "dir/ä b"}),
-        (std::vector<std::string>{R"(root:"a\"b\c")", R"(root:"plain")", R"(root:"dir/ä b")"}));
+TEST(RevsetQuoting, FilesetsAndNamePatternsEscapeAsRevsetsDo) {
+    EXPECT_EQ(rootFilesets({R"(a"b\c)", "plain", "dir/ä b", R"(end\)"}),
+              (std::vector<std::string>{R"(root:"a\"b\\c")", R"(root:"plain")", R"(root:"dir/ä b")",
+                                        R"(root:"end\\")"}));
     EXPECT_TRUE(rootFilesets({}).empty());
+    EXPECT_EQ(exactNamePattern(R"(feat*\"x)"), R"(exact:"feat*\\\"x")");
 }
 
 TEST(RevsetQuoting, MissingParentsAreSortedAndDeduplicated) {

@@ -22,7 +22,10 @@ std::string count(const std::vector<std::string>& items) {
 
 void JJClient::describe(const std::string& revision, const std::string& message,
                         bool ignoreImmutable) const {
-    std::vector<std::string> arguments{"describe", "-m", message, "-r", resolveCommitID(revision)};
+    // The message goes joined to its option: a description such as "- fix
+    // typo" would otherwise be read as an option.
+    std::vector<std::string> arguments{"describe", "--message=" + message, "-r",
+                                       resolveCommitID(revision)};
     if (ignoreImmutable) {
         arguments.emplace_back("--ignore-immutable");
     }
@@ -35,26 +38,27 @@ void JJClient::splitByFiles(const std::string& revision, const std::vector<std::
     if (ignoreImmutable) {
         arguments.emplace_back("--ignore-immutable");
     }
+    arguments.emplace_back("--");
     run(withFilesets(std::move(arguments), paths),
         "splitByFiles rev=" + revision + " count=" + count(paths));
 }
 
 void JJClient::moveFiles(const std::vector<std::string>& paths, const std::string& to) const {
-    run(withFilesets({"squash", "--into", resolveCommitID(to)}, paths),
+    run(withFilesets({"squash", "--into", resolveCommitID(to), "--"}, paths),
         "moveFiles to=" + to + " count=" + count(paths));
 }
 
 void JJClient::pullFiles(const std::vector<std::string>& paths, const std::string& from) const {
-    run(withFilesets({"squash", "--from", resolveCommitID(from), "--into", "@"}, paths),
+    run(withFilesets({"squash", "--from", resolveCommitID(from), "--into", "@", "--"}, paths),
         "pullFiles from=" + from + " count=" + count(paths));
 }
 
 void JJClient::resolve(const std::vector<std::string>& paths) const {
-    run(withFilesets({"resolve"}, paths), "resolve count=" + count(paths));
+    run(withFilesets({"resolve", "--"}, paths), "resolve count=" + count(paths));
 }
 
 void JJClient::rebaseRevOnto(const std::string& rev, const std::string& destination) const {
-    run({"rebase", "-s", rev, "-d", destination},
+    run({"rebase", "-s=" + rev, "-d=" + destination},
         "rebaseRevOnto rev=" + rev + " dst=" + destination);
 }
 
@@ -63,7 +67,7 @@ void JJClient::rebaseRevsOnto(const std::vector<std::string>& revs,
     if (revs.empty()) {
         return;
     }
-    run({"rebase", "-r", text::join(revs, "|"), "-d", destination},
+    run({"rebase", "-r=" + text::join(revs, "|"), "-d=" + destination},
         "rebaseRevsOnto count=" + count(revs) + " dst=" + destination);
 }
 
@@ -72,7 +76,7 @@ void JJClient::rebaseSubtreesOnto(const std::vector<std::string>& revs,
     if (revs.empty()) {
         return;
     }
-    run({"rebase", "-s", "roots(" + text::join(revs, "|") + ")", "-d", destination},
+    run({"rebase", "-s=roots(" + text::join(revs, "|") + ")", "-d=" + destination},
         "rebaseSubtreesOnto count=" + count(revs) + " dst=" + destination);
 }
 
@@ -81,10 +85,8 @@ void JJClient::duplicate(const std::vector<std::string>& revs,
     if (revs.empty()) {
         return;
     }
-    std::vector<std::string> arguments{"duplicate"};
+    std::vector<std::string> arguments{"duplicate", "-d=" + destination, "--"};
     arguments.insert(arguments.end(), revs.begin(), revs.end());
-    arguments.emplace_back("-d");
-    arguments.push_back(destination);
     run(arguments, "duplicate count=" + count(revs) + " dst=" + destination);
 }
 

@@ -21,7 +21,7 @@ std::string JJClient::resolveCommitID(const std::string& rev) const {
     std::string resolved;
     try {
         resolved =
-            text::firstNonBlankLine(run({"log", "--no-graph", "--ignore-working-copy", "-r", rev,
+            text::firstNonBlankLine(run({"log", "--no-graph", "--ignore-working-copy", "-r=" + rev,
                                          "-T", std::string(JJTemplateBuilder::commitIDLines)},
                                         "resolveCommitID rev=" + rev)
                                         .stdout);
@@ -34,15 +34,15 @@ std::string JJClient::resolveCommitID(const std::string& rev) const {
         return resolved;
     }
     // A divergent change names several commits: its newest one stands.
-    const auto newest = run({"log", "--no-graph", "--ignore-working-copy", "-r",
-                             "latest(change_id(" + rev + "))", "-T", "commit_id"},
+    const auto newest = run({"log", "--no-graph", "--ignore-working-copy",
+                             "-r=latest(change_id(" + rev + "))", "-T", "commit_id"},
                             "resolveCommitID/divergent rev=" + rev);
     return std::string(text::trimWhitespace(newest.stdout));
 }
 
 bool JJClient::isRevMutable(const std::string& rev) const {
     const auto result =
-        run({"log", "--no-graph", "--ignore-working-copy", "-r", "mutable() & (" + rev + ")", "-T",
+        run({"log", "--no-graph", "--ignore-working-copy", "-r=mutable() & (" + rev + ")", "-T",
              std::string(JJTemplateBuilder::changeIDLines)},
             "isRevMutable rev=" + rev);
     return !text::trimWhitespace(result.stdout).empty();
@@ -50,13 +50,13 @@ bool JJClient::isRevMutable(const std::string& rev) const {
 
 std::int64_t JJClient::ancestorCount(const std::string& tip) const {
     const auto result =
-        run({"log", "--ignore-working-copy", "--count", "-r", "ancestors(" + tip + ") ~ " + tip},
+        run({"log", "--ignore-working-copy", "--count", "-r=ancestors(" + tip + ") ~ " + tip},
             "ancestorCount tip=" + tip);
     return text::parseCount(result.stdout);
 }
 
 std::set<std::string> JJClient::bookmarkNames(const std::string& matchingRevset) const {
-    const auto result = run({"bookmark", "list", "--ignore-working-copy", "-r", matchingRevset,
+    const auto result = run({"bookmark", "list", "--ignore-working-copy", "-r=" + matchingRevset,
                              "-T", std::string(JJTemplateBuilder::nameLines)},
                             "bookmarkNames revset=" + matchingRevset);
     std::set<std::string> names;
@@ -84,7 +84,7 @@ std::vector<std::string> JJClient::conflictedFiles() const {
 }
 
 std::string JJClient::diff(const std::string& changeID) const {
-    return run({"diff", "--git", "--ignore-working-copy", "-r", changeID}, "diff rev=" + changeID)
+    return run({"diff", "--git", "--ignore-working-copy", "-r=" + changeID}, "diff rev=" + changeID)
         .stdout;
 }
 
@@ -94,9 +94,10 @@ std::string JJClient::combinedDiff() const {
 }
 
 std::vector<ChangedFile> JJClient::changedFiles(const std::string& changeID) const {
-    const auto result = run({"log", "--no-graph", "--ignore-working-copy", "-T",
-                             std::string(JJTemplateBuilder::changedFilesTemplate), "-r", changeID},
-                            "changedFiles rev=" + changeID);
+    const auto result =
+        run({"log", "--no-graph", "--ignore-working-copy", "-T",
+             std::string(JJTemplateBuilder::changedFilesTemplate), "-r=" + changeID},
+            "changedFiles rev=" + changeID);
     const auto trimmed = text::trimWhitespace(result.stdout);
     if (trimmed.empty()) {
         return {};

@@ -58,7 +58,7 @@ void JJClient::abandonStrayApexCommits(const std::optional<std::string>& keep) c
 }
 
 std::string JJClient::createApexCommit() const {
-    run({"new", "--no-edit", "-m", std::string(Apex::descriptionMarker), "trunk()"},
+    run({"new", "--no-edit", "--message=" + std::string(Apex::descriptionMarker), "trunk()"},
         "createApexCommit");
     const auto ids = findAllApexChangeIDs();
     if (ids.empty()) {
@@ -71,7 +71,7 @@ std::string JJClient::createCompositionPoint(const std::string& workspaceName,
                                              const std::string& addingBookmark) const {
     const std::string description = std::string(compositionDescriptionPrefix) + workspaceName;
     const auto result =
-        run({"new", "-m", description, "@", bookmarkTipRevset(addingBookmark)},
+        run({"new", "--message=" + description, "--", "@", bookmarkTipRevset(addingBookmark)},
             "createCompositionPoint workspace=" + workspaceName + " bookmark=" + addingBookmark);
     if (auto created = parseCreatedChangeID(result.stderr)) {
         return *created;
@@ -164,8 +164,8 @@ void JJClient::rewriteApexParents(const Apex& apex, const std::vector<ApexParent
 
 std::string JJClient::createEmptyCommit(const std::string& onto,
                                         const std::string& description) const {
-    const auto result =
-        run({"new", "--no-edit", "-m", description, onto}, "createEmptyCommit parent=" + onto);
+    const auto result = run({"new", "--no-edit", "--message=" + description, "--", onto},
+                            "createEmptyCommit parent=" + onto);
     if (auto created = parseCreatedChangeID(result.stderr)) {
         return *created;
     }
@@ -182,7 +182,7 @@ std::string JJClient::createEmptyCommit(const std::string& onto,
 }
 
 void JJClient::createWorkingCopyCommit(const std::string& onto) const {
-    run({"new", onto}, "createWorkingCopyCommit onto=" + onto);
+    run({"new", "--", onto}, "createWorkingCopyCommit onto=" + onto);
 }
 
 void JJClient::newWorkingCopy(const std::vector<std::string>& parents) const {
@@ -190,7 +190,7 @@ void JJClient::newWorkingCopy(const std::vector<std::string>& parents) const {
         run({"new", "trunk()"}, "newWorkingCopy parents=trunk()");
         return;
     }
-    std::vector<std::string> arguments{"new"};
+    std::vector<std::string> arguments{"new", "--"};
     for (const auto& name : parents) {
         arguments.push_back(bookmarkTipRevset(name));
     }

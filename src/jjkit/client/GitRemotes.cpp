@@ -9,8 +9,7 @@ void JJClient::gitFetch(const std::optional<std::string>& remote,
                         const std::function<void(const std::string&)>& progress) const {
     std::vector<std::string> arguments{"git", "fetch"};
     if (remote) {
-        arguments.emplace_back("--remote");
-        arguments.push_back(*remote);
+        arguments.push_back("--remote=" + exactNamePattern(*remote));
     }
     // jj redraws its progress with carriage returns; each redraw arrives as
     // a line of its own while the fetch runs.
@@ -19,10 +18,9 @@ void JJClient::gitFetch(const std::optional<std::string>& remote,
 
 void JJClient::gitPush(const std::string& bookmark,
                        const std::optional<std::string>& remote) const {
-    std::vector<std::string> arguments{"git", "push", "--bookmark", nameArgument(bookmark)};
+    std::vector<std::string> arguments{"git", "push", "--bookmark=" + exactNamePattern(bookmark)};
     if (remote) {
-        arguments.emplace_back("--remote");
-        arguments.push_back(*remote);
+        arguments.push_back("--remote=" + exactNamePattern(*remote));
     }
     run(arguments, "gitPush bookmark=" + bookmark + " remote=" + remote.value_or("default"));
 }

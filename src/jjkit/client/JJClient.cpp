@@ -78,10 +78,10 @@ void JJClient::snapshotWorkingCopy(std::string_view reason) const {
 
 std::vector<JJCommit> JJClient::log(std::string_view revset, std::string_view reason,
                                     const std::optional<std::string>& atOperation) const {
-    const auto arguments =
-        withAtOperation({"log", "--no-graph", "--ignore-working-copy", "-T",
-                         std::string(JJTemplateBuilder::commitTemplate), "-r", std::string(revset)},
-                        atOperation);
+    const auto arguments = withAtOperation(
+        {"log", "--no-graph", "--ignore-working-copy", "-T",
+         std::string(JJTemplateBuilder::commitTemplate), "-r=" + std::string(revset)},
+        atOperation);
     return parseNDJSON<JJCommit>(run(arguments, reason).stdout, "log");
 }
 

@@ -58,11 +58,10 @@ std::vector<std::string> FeatureAppendPlan::bookmarkCommand(
     if (!runnable) {
         throw JJError::unsafeOperation(std::string(staleBookmarkStep));
     }
-    // The name goes as a literal, so that no pattern character in it can
+    // The name goes as an exact pattern, so that no glob character in it can
     // reach another bookmark.
-    return {"bookmark", "move",
-            "--to",     commitIDRevset(resolvedTip.commitID),
-            "--",       nameArgument(bookmarkAdvance.name)};
+    return {"bookmark", "move", "--to=" + commitIDRevset(resolvedTip.commitID), "--",
+            exactNamePattern(bookmarkAdvance.name)};
 }
 
 FeatureAppendInspection FeatureAppendInspection::build(

@@ -45,6 +45,10 @@ std::string nameArgument(std::string_view name) {
     return isPlainSymbol(name) ? std::string(name) : revsetQuoted(name);
 }
 
+std::string exactNamePattern(std::string_view name) {
+    return "exact:" + revsetQuoted(name);
+}
+
 std::string bookmarkSetRevset(std::string_view name) {
     return "bookmarks(exact:" + revsetQuoted(name) + ")";
 }
@@ -91,15 +95,7 @@ std::vector<std::string> rootFilesets(const std::vector<std::string>& paths) {
     std::vector<std::string> filesets;
     filesets.reserve(paths.size());
     for (const auto& path : paths) {
-        std::string fileset = "root:\"";
-        for (const char character : path) {
-            if (character == '"') {
-                fileset.push_back('\\');
-            }
-            fileset.push_back(character);
-        }
-        fileset.push_back('"');
-        filesets.push_back(std::move(fileset));
+        filesets.push_back("root:" + revsetQuoted(path));
     }
     return filesets;
 }

@@ -18,6 +18,11 @@ std::string revsetQuoted(std::string_view text);
 /// quotes, non-ASCII letters, "..") is quoted so that jj takes it literally.
 std::string nameArgument(std::string_view name);
 
+/// `exact:"name"`, for the arguments where jj takes a name pattern (delete,
+/// forget, move, push, fetch's remotes): a bare or merely quoted name would
+/// be a glob there, and "feat*" would reach "feat-a" as well.
+std::string exactNamePattern(std::string_view name);
+
 /// `bookmarks(exact:"name")`: every commit the bookmark points at, so a
 /// conflicted bookmark stays visible as more than one commit.
 std::string bookmarkSetRevset(std::string_view name);
@@ -35,8 +40,9 @@ std::string descriptionSubstringRevset(std::string_view text);
 /// `commit_id("a") | commit_id("b")` in ascending order; absent when none.
 std::optional<std::string> missingParentRevset(const std::vector<JJCommit>& commits);
 
-/// Each path as the fileset `root:"path"`. Only double quotes are escaped:
-/// backslashes stay as they are, unlike in revsets.
+/// Each path as the fileset `root:"path"`, escaped as a revset string is
+/// (backslash first, then double quote), so that `a\nb.txt` names that file
+/// and not one with a line feed in its name.
 std::vector<std::string> rootFilesets(const std::vector<std::string>& paths);
 
 }  // namespace vorda

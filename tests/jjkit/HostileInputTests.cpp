@@ -1,0 +1,155 @@
+// Names, paths and texts that jj could read as patterns, escapes or options
+// reach it as exactly what they are: each operation changes only what it
+// names, checked with jj beside decoys that a pattern would also match.
+
+#include <map>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "jjkit/client/JJClient.h"
+#include "support/TestRepo.h"
+
+namespace vorda {
+namespace {
+
+using testing::TestRepo;
+using Targets = std::map<std::string, std::string>;
+
+// Git can hold some of these; those it cannot may fail to push, but never
+// push or change anything else.
+const std::vector<std::string> awkwardNames = {"feat*", "we?rd", R"(back\slash)", "[ab]", R"(a"b)",
+                                               "x y",   "-r",    "nl\nx"};
+const std::vector<std::string> decoys = {"feat-a", "weird", "backslash", "a", "b", "x"};
+
+class HostileInput : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        base = repo.publishMain();
+        repo.newChange({base});
+        spare = repo.commit("spare");
+        for (const auto& name : decoys) {
+            client.createBookmark(name, base);
+        }
+    }
+
+    // Every local bookmark (or, with `remote`, every bookmark on it) with its target.
+    Targets bookmarks(const std::string& remote = "") const {
+        const auto listed = repo.jj(
+            {"bookmark", "list", "--all", "-T",
+             R"T(if(normal_target, json(name) ++ "\t" ++ json(remote) ++ "\t" ++ normal_target.commit_id() ++ "\n"))T"});
+        Targets targets;
+        std::size_t start = 0;
+        while (start < listed.size()) {
+            const auto end = listed.find('\n', start);
+            const auto line = listed.substr(start, end - start);
+            start = end + 1;
+            const auto tab = line.find('\t');
+            const auto second = line.find('\t', tab + 1);
+            const auto lineRemote = nlohmann::json::parse(line.substr(tab + 1, second - tab - 1));
+            if ((remote.empty() && lineRemote.is_null()) || lineRemote == remote) {
+                targets[nlohmann::json::parse(line.substr(0, tab)).get<std::string>()] =
+                    line.substr(second + 1);
+            }
+        }
+        return targets;
+    }
+
+    TestRepo repo;
+    JJClient client{repo.root()};
+    std::string base;
+    std::string spare;
+};
+
+TEST_F(HostileInput, EachBookmarkOperationChangesOnlyTheNamedBookmark) {
+    const auto baseID = repo.commitID(base);
+    const auto spareID = repo.commitID(spare);
+    for (const auto& name : awkwardNames) {
+        SCOPED_TRACE(name);
+        client.createBookmark(name, base);
+        auto expected = bookmarks();
+        ASSERT_EQ(expected[name], baseID);
+
+        client.moveBookmark(name, spareID, false);
+        expected[name] = spareID;
+        EXPECT_EQ(bookmarks(), expected) << "move";
+
+        client.renameBookmark(name, name + "~2");
+        expected.erase(name);
+        expected[name + "~2"] = spareID;
+        EXPECT_EQ(bookmarks(), expected) << "rename";
+        client.renameBookmark(name + "~2", name);
+        expected.erase(name + "~2");
+        expected[name] = spareID;
+
+        const auto remoteBefore = bookmarks("origin");
+        try {
+            client.gitPush(name, std::nullopt);
+            EXPECT_EQ(bookmarks("origin").at(name), spareID) << "a push that succeeds pushes";
+        } catch (const JJError&) {
+            // Git cannot hold every name jj can.
+        }
+        auto remoteAfter = bookmarks("origin");
+        remoteAfter.erase(name);
+        EXPECT_EQ(remoteAfter, remoteBefore) << "push reached another bookmark";
+
+        client.deleteBookmark(name);
+        expected.erase(name);
+        EXPECT_EQ(bookmarks(), expected) << "delete";
+    }
+}
+
+TEST_F(HostileInput, AbandoningABookmarkAbandonsOnlyItsOwnCommit) {
+    for (const auto& name : {std::string("we?rd"), std::string("feat*")}) {
+        SCOPED_TRACE(name);
+        repo.newChange({base});
+        const auto own = repo.commit("own of " + name);
+        client.createBookmark(name, own);
+        auto expected = bookmarks();
+        expected.erase(name);
+        client.abandonBookmark(name);
+        EXPECT_EQ(bookmarks(), expected);
+        EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", "change_id(" + own + ")", "-T", "'x'"}), "");
+    }
+}
+
+TEST_F(HostileInput, PathsNameExactlyTheirFile) {
+    // A backslash then "n" is not a line feed; the decoy with a real line
+    // feed must stay where it is.
+    const std::vector<std::string> paths = {
+        R"(a\nb.txt)", R"(back\slash.txt)", R"(end\)", R"(q"uote.txt)", "-r", "x y ü.txt"};
+    const std::string decoy = "a\nb.txt";
+    repo.newChange({base});
+    const auto parent = repo.commit("parent");
+    for (const auto& path : paths) {
+        repo.writeFile(path, "moved");
+    }
+    repo.writeFile(decoy, "stays");
+    repo.jj({"debug", "snapshot"});
+    for (const auto& path : paths) {
+        SCOPED_TRACE(path);
+        client.moveFiles({path}, parent);
+        const auto inParent = repo.jj({"file", "list", "-r", parent});
+        EXPECT_NE(inParent.find(path + "\n"), std::string::npos);
+        EXPECT_EQ(inParent.find(decoy + "\n"), std::string::npos);
+    }
+    client.pullFiles({paths.front()}, parent);
+    EXPECT_EQ(repo.jj({"file", "list", "-r", parent}).find(paths.front() + "\n"),
+              std::string::npos);
+}
+
+TEST_F(HostileInput, TextsThatLookLikeOptionsAreTakenAsText) {
+    repo.newChange({base});
+    const auto change = repo.commit("to describe");
+    for (const std::string message :
+         {"- fix typo\n- update docs", "-r", "--help", "--message=x", R"(back\slash "q" ü)"}) {
+        client.describe(change, message);
+        EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", change, "-T", "description"}),
+                  message + "\n");
+    }
+    const auto made = client.createEmptyCommit(base, "-r");
+    EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", made, "-T", "description"}), "-r\n");
+}
+
+}  // namespace
+}  // namespace vorda
