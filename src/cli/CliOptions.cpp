@@ -21,6 +21,9 @@ CliOptions CliOptions::parse(const std::vector<std::string>& arguments) {
             options.positional.push_back(argument);
         }
     }
+    if (options.repo && options.repo->empty()) {
+        throw UsageError("--repo needs a path, not an empty value");
+    }
     return options;
 }
 

@@ -158,8 +158,11 @@ const std::map<std::string, Query>& queries() {
          }},
         {"inspectFeatureAppend",
          [](RepoSession& session, const QueryArguments& args) {
-             return wire(session.inspectFeatureAppend(
-                 args.decoded<OperationRecord<FeatureAppendPlan>>("record")));
+             const auto inspection = session.inspectFeatureAppend(
+                 args.decoded<OperationRecord<FeatureAppendPlan>>("record"));
+             auto json = wire(inspection);
+             json["guidance"] = inspection.guidance();
+             return json;
          }},
         {"loadRebaseConflict",
          [](RepoSession& session, const QueryArguments& args) {
@@ -181,7 +184,11 @@ int runQuery(const CliOptions& options) {
     }
     nlohmann::json arguments = nlohmann::json::object();
     if (options.positional.size() == 2) {
-        arguments = nlohmann::json::parse(options.positional[1], nullptr, false);
+        try {
+            arguments = JsonReader::parse(options.positional[1]);
+        } catch (const DecodingError& error) {
+            throw UsageError(std::string("the arguments are not JSON: ") + error.what());
+        }
         if (!arguments.is_object()) {
             throw UsageError("the arguments must be one JSON object keyed by label");
         }

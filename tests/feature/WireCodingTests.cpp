@@ -537,6 +537,33 @@ TEST(WireCommands, DecodingFailuresSayWhereAndWhat) {
     EXPECT_THROW((void)parseCommand("{\"abandonBookmark\":{\"name\":\"\xff\"}}"), DecodingError);
 }
 
+TEST(WireCommands, TheTextMustBeExactlyOneStrictValue) {
+    const std::string describe = R"({"describeCommit":{"changeID":"c","message":)";
+    const std::vector<std::pair<std::string, std::string>> refused = {
+        {std::string("{\"undo\":{}}\0junk", 16), "NUL byte at offset 11"},
+        {describe + R"("a\u0000b","ignoreImmutable":false}})",
+         "at describeCommit.message: the text holds a NUL character"},
+        {R"({"stageHunks":{"filePath":"f","into":"i","helperPath":"h","hunkOrdinals":[1e400]}})",
+         "not valid JSON"},
+        {R"({"abandonOneOff":{"changeID":"c","n":)" + std::string(400, '7') + "}}",
+         "not valid JSON"},
+        {R"({"deleteBookmark":{"name":"other","name":"keep"}})", R"(duplicate key "name")"},
+        {R"({"undo":{}} {"refresh":{}})", "not valid JSON"},
+    };
+    for (const auto& [text, expected] : refused) {
+        SCOPED_TRACE(text);
+        try {
+            (void)parseCommand(text);
+            ADD_FAILURE() << "decoded";
+        } catch (const DecodingError& error) {
+            EXPECT_THAT(error.description(), HasSubstr(expected));
+        }
+    }
+    // The same keys in different objects are no duplicates.
+    EXPECT_NO_THROW((void)parseCommand(
+        R"({"renameBookmark":{"old":"a","new":"b","x":{"old":1},"y":[{"old":2}]}})"));
+}
+
 TEST(WireCommands, AbsentOptionalsAndUnknownKeysAreAccepted) {
     for (const auto* text : {R"({"createBookmark":{"_0":{"name":"x","later":[1,2],
                                  "startingPoint":{"tipOfParent":{}},"enableAfterCreating":true,
@@ -925,6 +952,14 @@ TEST(WireResults, PlansAndRecordsTravelInTheirStoredForm) {
         EXPECT_THAT(error.description(),
                     AllOf(HasSubstr("commit_id"), HasSubstr("selected.Index 1")));
     }
+    // Identifiers are UUIDs, refused when malformed and kept in one case.
+    json command = encodeCommand(RepoCommand::ExecuteLocalStackUpdate{sampleStackPlan()});
+    command["executeLocalStackUpdate"]["plan"]["id"] = "not a uuid";
+    EXPECT_THAT(decodingFailure(command.dump()),
+                AllOf(HasSubstr("executeLocalStackUpdate.plan.id"), HasSubstr("invalid UUID")));
+    command["executeLocalStackUpdate"]["plan"]["id"] = "3f2504e0-4f89-41d3-9a0c-0305e82c3301";
+    EXPECT_EQ(std::get<RepoCommand::ExecuteLocalStackUpdate>(decodeCommand(command).value).plan.id,
+              "3F2504E0-4F89-41D3-9A0C-0305E82C3301");
 }
 
 TEST(WireText, BytesThatAreNotUTF8BecomeReplacementCharacters) {

@@ -22,6 +22,14 @@ void requireObject(const JsonReader& reader) {
     }
 }
 
+std::string decodeText(const JsonReader& reader) {
+    auto text = reader.string();
+    if (text.find('\0') != std::string::npos) {
+        failCorrupted(reader, "the text holds a NUL character, which jj cannot take.");
+    }
+    return text;
+}
+
 std::int64_t decodeInteger(const JsonReader& reader, std::int64_t min, std::int64_t max) {
     const auto& value = reader.value();
     if (value.is_number_unsigned()) {

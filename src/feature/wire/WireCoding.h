@@ -66,6 +66,10 @@ namespace wire_detail {
 /// Throws unless the value is an object.
 void requireObject(const JsonReader& reader);
 
+/// A text without NUL: no jj argument can carry one, and it would cut a
+/// description or a name short without a word.
+std::string decodeText(const JsonReader& reader);
+
 /// A whole number within [min, max]; anything else fails.
 std::int64_t decodeInteger(const JsonReader& reader, std::int64_t min, std::int64_t max);
 
@@ -74,7 +78,7 @@ std::int64_t decodeInteger(const JsonReader& reader, std::int64_t min, std::int6
 template <>
 struct Wire<std::string> {
     static nlohmann::json encode(const std::string& value) { return value; }
-    static std::string decode(const JsonReader& reader) { return reader.string(); }
+    static std::string decode(const JsonReader& reader) { return wire_detail::decodeText(reader); }
 };
 
 template <>

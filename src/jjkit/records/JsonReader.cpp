@@ -1,5 +1,7 @@
 #include "jjkit/records/JsonReader.h"
 
+#include <set>
+
 #include "jjkit/support/Text.h"
 
 namespace vorda {
@@ -30,11 +32,40 @@ JsonReader::JsonReader(const nlohmann::json& value, std::vector<std::string> pat
     : value_(&value), path_(std::move(path)) {}
 
 nlohmann::json JsonReader::parse(std::string_view text) {
+    const auto notJSON = [](const std::string& why) {
+        return DecodingError("data corrupted at <root>: The given data was not valid JSON. (" +
+                             why + ")");
+    };
+    // nlohmann's reader takes a NUL byte for the end of the input, so that
+    // `{"undo":{}}` NUL junk would pass as one value; JSON text never holds
+    // one.
+    if (const auto nul = text.find('\0'); nul != std::string_view::npos) {
+        throw notJSON("NUL byte at offset " + std::to_string(nul));
+    }
+    // Keys seen in each object still open, innermost last: a key given twice
+    // is refused rather than the last one silently winning.
+    std::vector<std::set<std::string>> openObjects;
+    const nlohmann::json::parser_callback_t strict =
+        [&openObjects](int /*depth*/, nlohmann::json::parse_event_t event, nlohmann::json& parsed) {
+            if (event == nlohmann::json::parse_event_t::object_start) {
+                openObjects.emplace_back();
+            } else if (event == nlohmann::json::parse_event_t::object_end) {
+                openObjects.pop_back();
+            } else if (event == nlohmann::json::parse_event_t::key &&
+                       !openObjects.back().insert(parsed.get<std::string>()).second) {
+                throw DecodingError(
+                    "data corrupted at <root>: duplicate key " +
+                    parsed.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + ".");
+            }
+            return true;
+        };
     try {
-        return nlohmann::json::parse(text);
+        return nlohmann::json::parse(text, strict);
     } catch (const nlohmann::json::parse_error& error) {
-        throw DecodingError("data corrupted at <root>: The given data was not valid JSON. (" +
-                            std::string(error.what()) + ")");
+        throw notJSON(error.what());
+    } catch (const nlohmann::json::exception& error) {
+        // Numbers beyond a double (1e400, four hundred digits) end here.
+        throw notJSON(error.what());
     }
 }
 
