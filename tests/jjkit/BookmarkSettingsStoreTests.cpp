@@ -1,5 +1,6 @@
 #include "jjkit/settings/BookmarkSettingsStore.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -7,8 +8,12 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "jjkit/support/Uuid.h"
+#include "support/LogCapture.h"
 #include "support/TempDir.h"
 #include "support/TestRepo.h"
 
@@ -16,6 +21,7 @@ namespace vorda {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::LogCapture;
 using testing::TempDir;
 using Strategy = SavedConfig::BaseStrategy;
 
@@ -203,9 +209,22 @@ TEST_F(BookmarkSettingsStoreTest, ADamagedFileReadsEmptyAndTheNextWriteReplacesI
         EXPECT_FALSE(store.apexChangeID().has_value());
         EXPECT_TRUE(store.compositionPointsByWorkspace().empty());
 
+        const LogCapture log;
         store.set(fullSettings(), "b");
         BookmarkSettingsStore reopened(repo.path());
         EXPECT_EQ(reopened.all(), (std::map<std::string, BookmarkSettings>{{"b", fullSettings()}}));
+        // The damaged file is kept beside, byte for byte, and the log says so.
+        std::vector<fs::path> kept;
+        for (const auto& entry : fs::directory_iterator(file.parent_path())) {
+            if (entry.path().filename().string().starts_with("Vorda-settings.json.damaged-")) {
+                kept.push_back(entry.path());
+            }
+        }
+        ASSERT_EQ(kept.size(), 1U);
+        EXPECT_EQ(readFile(kept.front()), text);
+        EXPECT_NE(log.text().find("kept it as " + kept.front().filename().string()),
+                  std::string::npos)
+            << log.text();
     }
 }
 
@@ -292,7 +311,8 @@ TEST_F(BookmarkSettingsStoreTest, AFailedRenameKeepsTheCacheAndLeavesNoTemporary
     for (const auto& entry : fs::directory_iterator(repoFolder())) {
         entries.push_back(entry.path().filename().string());
     }
-    EXPECT_EQ(entries, (std::vector<std::string>{"Vorda-settings.json"}));
+    std::sort(entries.begin(), entries.end());
+    EXPECT_EQ(entries, (std::vector<std::string>{"Vorda-settings.json", "Vorda-settings.lock"}));
     EXPECT_TRUE(fs::is_directory(settingsFile()));
 }
 
@@ -395,13 +415,57 @@ TEST_F(BookmarkSettingsStoreTest, TheFileIsReadOnceAndAllPartsAreCachedTogether)
     EXPECT_TRUE(store.routingRules().empty());
     EXPECT_TRUE(store.compositionPointsByWorkspace().empty());
 
-    // A write is built from the cache, so it replaces the other process's
-    // changes: the last writer wins for the whole file.
-    store.setApexChangeID(std::nullopt);
+    // A write reads the file afresh, so the other process's changes are
+    // kept and the cache takes them in.
+    store.set(fullSettings(), "b");
     const auto json = fileJSON();
-    EXPECT_FALSE(json.contains("apexChangeID"));
+    EXPECT_EQ(json["apexChangeID"], "late");
     EXPECT_EQ(json["bookmarks"].size(), 1U);
-    EXPECT_TRUE(json["routingRules"].empty());
+    EXPECT_EQ(json["routingRules"].size(), 1U);
+    EXPECT_EQ(store.apexChangeID(), "late");
+}
+
+TEST_F(BookmarkSettingsStoreTest, WritersInSeveralProcessesNeverLoseAnUpdate) {
+    // Each process tags its own bookmark several times from a store it opened
+    // before any other wrote.
+    constexpr int processes = 8;
+    constexpr int tagsEach = 5;
+    std::vector<pid_t> children;
+    for (int process = 0; process < processes; ++process) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            BookmarkSettingsStore store(root());
+            (void)store.all();
+            for (int tag = 0; tag < tagsEach; ++tag) {
+                store.update("b" + std::to_string(process), [&](auto stored) {
+                    auto settings = stored.value_or(BookmarkSettings{});
+                    settings.tags.push_back("t" + std::to_string(tag));
+                    return settings;
+                });
+            }
+            _exit(0);
+        }
+        children.push_back(child);
+    }
+    for (const pid_t child : children) {
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    const auto all = BookmarkSettingsStore(root()).all();
+    ASSERT_EQ(all.size(), std::size_t{processes});
+    for (const auto& [name, settings] : all) {
+        EXPECT_EQ(settings.tags.size(), std::size_t{tagsEach}) << name;
+    }
+}
+
+TEST_F(BookmarkSettingsStoreTest, AFIFOInPlaceOfTheFileIsDamageNotAWait) {
+    ASSERT_EQ(mkfifo(settingsFile().c_str(), 0600), 0);
+    BookmarkSettingsStore store(root());
+    EXPECT_TRUE(store.all().empty());
+    store.set(fullSettings(), "a");
+    EXPECT_EQ(BookmarkSettingsStore(root()).settings("a"), fullSettings());
 }
 
 TEST_F(BookmarkSettingsStoreTest, NamesWithQuotesEscapesLineEndsAndNonAsciiSurvive) {

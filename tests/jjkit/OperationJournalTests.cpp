@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
@@ -135,6 +136,8 @@ TEST(OperationJournal, BadFilesBecomeWarningsAndNeverHideGoodOnes) {
     journal.save(older);
 
     writeText(journal.directory / "0-broken.json", "{\"schemaVersion\": 1, ");
+    // A FIFO would block a plain read for ever.
+    ASSERT_EQ(mkfifo((journal.directory / "1-fifo.json").c_str(), 0600), 0);
     writeText(journal.directory / "notes.txt", "not a receipt");
     writeText(journal.directory / "UPPER.JSON", "ignored: the extension is case-sensitive");
 
@@ -162,6 +165,7 @@ TEST(OperationJournal, BadFilesBecomeWarningsAndNeverHideGoodOnes) {
     // One warning per bad "json" file, in file name order.
     std::vector<std::pair<std::string, std::string>> expected{
         {"0-broken.json", ""},
+        {"1-fifo.json", ""},
         {otherName + ".json", "Unsupported receipt version or mismatched identity."},
         {future.id + ".json", "Unsupported receipt version or mismatched identity."},
         {missingID + ".json", "missing key `plan`"},

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include "support/TempDir.h"
 
@@ -199,8 +200,12 @@ TEST_F(PRCacheStoreTest, AFileThatIsNotADatabaseThrowsAClearError) {
     }
 }
 
-TEST_F(PRCacheStoreTest, AFileWhereTheJJFolderBelongsThrows) {
+TEST_F(PRCacheStoreTest, AFileWhereTheJJFolderBelongsOrAFIFOInPlaceOfTheCacheThrows) {
     std::ofstream(root() / ".jj") << "a file, not a folder";
+    EXPECT_THROW(PRCacheStore store(root()), PRCacheStoreError);
+    fs::remove(root() / ".jj");
+    fs::create_directories(cacheFile().parent_path());
+    ASSERT_EQ(mkfifo(cacheFile().c_str(), 0600), 0);
     EXPECT_THROW(PRCacheStore store(root()), PRCacheStoreError);
 }
 

@@ -5,35 +5,43 @@
 
 namespace vorda::commands {
 
-BookmarkSettings storedOrDefaultSettings(RepoSession& session, const std::string& bookmark) {
-    if (auto stored = session.settingsStore().settings(bookmark)) {
-        return *stored;
+namespace {
+
+BookmarkSettings storedOrDefault(RepoSession& session, const std::string& bookmark,
+                                 std::optional<BookmarkSettings> stored) {
+    if (stored) {
+        return std::move(*stored);
     }
     return BookmarkSettings::defaultFor(
         session.currentOrigin(bookmark).value_or(BookmarkOrigin::local()));
 }
 
+}  // namespace
+
+BookmarkSettings storedOrDefaultSettings(RepoSession& session, const std::string& bookmark) {
+    return storedOrDefault(session, bookmark, session.settingsStore().settings(bookmark));
+}
+
 RepoCommandResult changeBookmarkSettings(RepoSession& session, const std::string& bookmark,
                                          const std::function<void(BookmarkSettings&)>& change) {
     return RepoCommandResult::refreshed(session.producingFromCachedState([&] {
-        auto settings = storedOrDefaultSettings(session, bookmark);
-        change(settings);
-        session.settingsStore().set(settings, bookmark);
+        session.settingsStore().update(bookmark, [&](std::optional<BookmarkSettings> stored) {
+            auto settings = storedOrDefault(session, bookmark, std::move(stored));
+            change(settings);
+            return settings;
+        });
     }));
 }
 
 RepoCommandResult performSetRoutingRulesForBookmark(RepoSession& session, const std::string& name,
                                                     const std::vector<FileRoutingRule>& rules) {
     return RepoCommandResult::refreshed(session.producingFromCachedState([&] {
-        auto& store = session.settingsStore();
-        std::vector<FileRoutingRule> kept;
-        for (auto& rule : store.routingRules()) {
-            if (rule.bookmarkName != name) {
-                kept.push_back(std::move(rule));
-            }
-        }
-        kept.insert(kept.end(), rules.begin(), rules.end());
-        store.setRoutingRules(kept);
+        session.settingsStore().updateRoutingRules([&](std::vector<FileRoutingRule> kept) {
+            std::erase_if(kept,
+                          [&](const FileRoutingRule& rule) { return rule.bookmarkName == name; });
+            kept.insert(kept.end(), rules.begin(), rules.end());
+            return kept;
+        });
     }));
 }
 

@@ -1,10 +1,9 @@
 #include "jjkit/repo/JJRepoDetector.h"
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "jjkit/client/JJError.h"
+#include "jjkit/support/AtomicFile.h"
 #include "jjkit/support/Text.h"
 
 namespace vorda {
@@ -26,18 +25,12 @@ bool hasJJ(const fs::path& folder) {
 }
 
 std::string readPointer(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) {
-        throw fs::filesystem_error("cannot read jj repository pointer", file,
-                                   std::make_error_code(std::errc::permission_denied));
-    }
-    std::ostringstream contents;
-    contents << stream.rdbuf();
-    if (stream.bad()) {
+    auto contents = readWholeFile(file);
+    if (!contents) {
         throw fs::filesystem_error("cannot read jj repository pointer", file,
                                    std::make_error_code(std::errc::io_error));
     }
-    return contents.str();
+    return std::move(*contents);
 }
 
 }  // namespace

@@ -1,11 +1,17 @@
 #include "jjkit/settings/BookmarkSettingsStore.h"
 
 #include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
 #include <stdexcept>
 #include <utility>
 
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/support/AtomicFile.h"
+#include "jjkit/support/DiagnosticLog.h"
+#include "jjkit/support/FileLock.h"
 
 namespace vorda {
 namespace {
@@ -13,6 +19,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* settingsFileName = "Vorda-settings.json";
+// Long enough for any honest writer (a write takes milliseconds), short
+// enough that a stuck one gives an error rather than a frozen program.
+constexpr std::chrono::seconds lockTimeout(10);
 
 /// Calls `visit(name, reader)` for each member of a JSON object.
 template <typename Visit>
@@ -71,19 +80,21 @@ BookmarkSettingsStore::BookmarkSettingsStore(const std::filesystem::path& repoRo
     }
 }
 
-BookmarkSettingsStore::Contents BookmarkSettingsStore::loadFromDisk() const {
+BookmarkSettingsStore::Loaded BookmarkSettingsStore::loadFromDisk() const {
     std::error_code error;
-    const fs::path& chosen = fs::exists(fileURL_, error) ? fileURL_ : legacyFileURL_;
+    const bool current = fs::exists(fileURL_, error);
+    const fs::path& chosen = current ? fileURL_ : legacyFileURL_;
     if (!fs::exists(chosen, error)) {
         return {};
     }
     // Damage of any kind reads as empty, and the reason is dropped on
-    // purpose: the next write replaces the file, and until then the board
-    // simply shows no preferences.
+    // purpose: the board simply shows no preferences. Only the file that a
+    // write replaces counts as damaged; a legacy file is never written.
+    const Loaded damaged{{}, current};
     try {
         const auto bytes = readWholeFile(chosen);
         if (!bytes) {
-            return {};
+            return damaged;
         }
         const nlohmann::json json = JsonReader::parse(*bytes);
         const JsonReader wrapper(json);
@@ -104,30 +115,39 @@ BookmarkSettingsStore::Contents BookmarkSettingsStore::loadFromDisk() const {
                 contents.compositionPointsByWorkspace.emplace(workspace, entry.string());
             });
         }
-        return contents;
+        return {std::move(contents), false};
     } catch (const std::exception&) {
-        return {};
+        return damaged;
     }
 }
 
+void BookmarkSettingsStore::keepDamagedFile() const {
+    const auto now = std::chrono::system_clock::now();
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
+        1000;
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    std::array<char, 32> stamp{};
+    const auto length = std::strftime(stamp.data(), stamp.size(), "%Y%m%dT%H%M%S", &utc);
+    char fraction[8];
+    std::snprintf(fraction, sizeof fraction, ".%03dZ", static_cast<int>(milliseconds));
+    fs::path kept = fileURL_;
+    kept += ".damaged-" + std::string(stamp.data(), length) + fraction;
+    fs::rename(fileURL_, kept);
+    DiagnosticLog::writeLine("[Vorda] settings file " + fileURL_.string() +
+                             " could not be read; kept it as " + kept.filename().string() +
+                             " before writing a new one");
+}
+
 void BookmarkSettingsStore::loadCaches() {
-    auto contents = loadFromDisk();
+    auto contents = loadFromDisk().contents;
     cache_ = std::move(contents.bookmarks);
     configsCache_ = std::move(contents.savedConfigs);
     rulesCache_ = std::move(contents.routingRules);
     apexChangeIDCache_ = std::move(contents.apexChangeID);
     compositionPointsCache_ = std::move(contents.compositionPointsByWorkspace);
-}
-
-BookmarkSettingsStore::Contents BookmarkSettingsStore::cachedContents() const {
-    Contents contents;
-    contents.bookmarks = cache_.value_or(decltype(contents.bookmarks){});
-    contents.savedConfigs = configsCache_.value_or(decltype(contents.savedConfigs){});
-    contents.routingRules = rulesCache_.value_or(decltype(contents.routingRules){});
-    contents.apexChangeID = apexChangeIDCache_.value_or(std::nullopt);
-    contents.compositionPointsByWorkspace =
-        compositionPointsCache_.value_or(decltype(contents.compositionPointsByWorkspace){});
-    return contents;
 }
 
 void BookmarkSettingsStore::writeToDisk(const Contents& contents) const {
@@ -161,10 +181,23 @@ void BookmarkSettingsStore::writeToDisk(const Contents& contents) const {
 
 template <typename Change>
 void BookmarkSettingsStore::modify(Change&& change) {
-    if (!cache_) {
-        loadCaches();
+    fs::create_directories(fileURL_.parent_path());
+    auto lockFile = fileURL_;
+    lockFile.replace_extension(".lock");
+    const auto lock = FileLock::acquire(lockFile, lockTimeout);
+    if (!lock) {
+        throw std::system_error(
+            std::make_error_code(std::errc::timed_out),
+            "settings file " + fileURL_.string() + " is locked by another process");
     }
-    Contents next = cachedContents();
+    auto loaded = loadFromDisk();
+    // A folder in the file's place is no settings to lose: the write below
+    // fails on it loudly instead.
+    std::error_code error;
+    if (loaded.damaged && !fs::is_directory(fileURL_, error)) {
+        keepDamagedFile();
+    }
+    Contents next = std::move(loaded.contents);
     std::forward<Change>(change)(next);
     writeToDisk(next);
     cache_ = std::move(next.bookmarks);
@@ -273,6 +306,25 @@ std::optional<BookmarkSettings> BookmarkSettingsStore::settings(const std::strin
 void BookmarkSettingsStore::set(const BookmarkSettings& settings, const std::string& bookmark) {
     const std::lock_guard lock(mutex_);
     modify([&](Contents& contents) { contents.bookmarks[bookmark] = settings; });
+}
+
+void BookmarkSettingsStore::update(
+    const std::string& bookmark,
+    const std::function<BookmarkSettings(std::optional<BookmarkSettings>)>& change) {
+    const std::lock_guard lock(mutex_);
+    modify([&](Contents& contents) {
+        const auto found = contents.bookmarks.find(bookmark);
+        contents.bookmarks[bookmark] =
+            change(found == contents.bookmarks.end() ? std::nullopt : std::optional(found->second));
+    });
+}
+
+void BookmarkSettingsStore::updateRoutingRules(
+    const std::function<std::vector<FileRoutingRule>(std::vector<FileRoutingRule>)>& change) {
+    const std::lock_guard lock(mutex_);
+    modify([&](Contents& contents) {
+        contents.routingRules = change(std::move(contents.routingRules));
+    });
 }
 
 void BookmarkSettingsStore::remove(const std::string& bookmark) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -17,24 +18,24 @@ namespace vorda {
 /// file inside `.jj`, so it goes away with the repository and is never tracked
 /// by it.
 ///
-/// The file is read once, on the first read of any kind, and its five parts
-/// are cached together for the life of the store; changes that another
-/// process makes later are not seen. A missing or damaged file (unreadable,
-/// not JSON, no `bookmarks` key, any bad entry) reads as empty without a word:
-/// the board loses its preferences and the program stays usable, and the next
-/// write replaces the damaged file.
+/// Reads come from a cache filled from the file on the first read of any
+/// kind; changes that another process makes later are seen at the next write.
+/// A missing or damaged file (unreadable, not a regular file, not JSON, no
+/// `bookmarks` key, any bad entry) reads as empty without a word: the board
+/// loses its preferences and the program stays usable.
 ///
-/// Each write is a read-modify-write of the whole file: the new value and the
-/// other cached parts are encoded as pretty-printed JSON with sorted keys and
+/// Each write is a read-modify-write of the whole file under an advisory lock
+/// (`Vorda-settings.lock` beside it) held across processes: the file is read
+/// afresh, changed, encoded as pretty-printed JSON with sorted keys and
 /// written atomically (a temporary file in the same folder, flushed to disk,
-/// renamed over the target). The cache takes the new value only after that
-/// succeeded, so a failed write leaves cache and file as they were. Writes
-/// throw `std::system_error` (`std::filesystem::filesystem_error` for file
-/// system failures); reads never throw.
-///
-/// One operation runs at a time, so read-modify-write is atomic within one
-/// store. Two stores of one repository have their own caches, and the last
-/// writer wins for the whole file.
+/// renamed over the target), so that writers in several processes never lose
+/// each other's updates. A damaged file is not lost to the write: it is
+/// first renamed to `Vorda-settings.json.damaged-<UTC time>` and a line says
+/// so on the diagnostic log. The cache takes the new value only after the
+/// write succeeded, so a failed write leaves cache and file as they were.
+/// Writes throw `std::system_error` (`std::filesystem::filesystem_error` for
+/// file system failures, `std::errc::timed_out` when the lock stays taken for
+/// ten seconds); reads never throw.
 ///
 ///     BookmarkSettingsStore store(repoRoot);
 ///     auto settings = store.settings("feature")
@@ -85,6 +86,16 @@ class BookmarkSettingsStore {
 
     std::optional<BookmarkSettings> settings(const std::string& bookmark);
     void set(const BookmarkSettings& settings, const std::string& bookmark);
+    /// Sets the settings of `bookmark` to what `change` makes of the stored
+    /// ones (absent when there are none), read and written under the lock, so
+    /// that a concurrent change of the same bookmark in another process is
+    /// kept.
+    void update(const std::string& bookmark,
+                const std::function<BookmarkSettings(std::optional<BookmarkSettings>)>& change);
+    /// Replaces the routing rules with what `change` makes of the stored ones,
+    /// under the lock.
+    void updateRoutingRules(
+        const std::function<std::vector<FileRoutingRule>(std::vector<FileRoutingRule>)>& change);
     void remove(const std::string& bookmark);
 
   private:
@@ -97,17 +108,22 @@ class BookmarkSettingsStore {
         std::map<std::string, std::string> compositionPointsByWorkspace;
     };
 
-    /// The file's contents, or empty values when it is missing or damaged.
-    Contents loadFromDisk() const;
+    /// The file's contents (empty values when it is missing or damaged) and
+    /// whether the file to be written is there but damaged.
+    struct Loaded {
+        Contents contents;
+        bool damaged = false;
+    };
+    Loaded loadFromDisk() const;
+    /// Renames the damaged file out of the way of the next write.
+    void keepDamagedFile() const;
     /// Fills all five caches from disk; call with `mutex_` held.
     void loadCaches();
-    /// The caches as one value, an absent cache counting as empty; call with
-    /// `mutex_` held.
-    Contents cachedContents() const;
     /// Encodes and writes `contents` atomically. Throws on any failure.
     void writeToDisk(const Contents& contents) const;
-    /// The read-modify-write of every writing operation: loads if needed,
-    /// lets `change` edit a copy, writes it, and only then adopts it.
+    /// The read-modify-write of every writing operation: takes the file lock,
+    /// loads the file afresh, lets `change` edit it, writes it, and only then
+    /// adopts it.
     template <typename Change>
     void modify(Change&& change);
 

@@ -114,7 +114,14 @@ double secondsSinceEpoch(Clock::time_point time) {
 /// Seconds as a REAL keep about a tenth of a microsecond near the present,
 /// so times read back rounded to the microsecond: exactly what was written
 /// when that was a whole number of microseconds.
+///
+/// A damaged row may hold any number: one the clock cannot hold (beyond about
+/// the year 2255, or not a number) reads as the epoch, an entry long stale.
 Clock::time_point timeFromSeconds(double seconds) {
+    constexpr double representable = 9.0e9;
+    if (!(seconds > -representable && seconds < representable)) {
+        return Clock::time_point();
+    }
     const auto micros =
         std::chrono::round<std::chrono::microseconds>(std::chrono::duration<double>(seconds));
     return Clock::time_point(std::chrono::duration_cast<Clock::duration>(micros));
@@ -159,6 +166,12 @@ PRCacheStore::PRCacheStore(const std::filesystem::path& repoRoot)
     if (error) {
         throw PRCacheStoreError("PR cache " + fileURL_.string() +
                                 ": cannot create folder: " + error.message());
+    }
+    // SQLite would open a FIFO or a device at the path and then wait on it
+    // for ever; anything but a regular file is refused before it opens.
+    const auto type = fs::status(fileURL_, error).type();
+    if (type != fs::file_type::not_found && type != fs::file_type::regular) {
+        throw PRCacheStoreError("PR cache " + fileURL_.string() + ": not a regular file");
     }
     sqlite3* opened = nullptr;
     const int status = sqlite3_open_v2(fileURL_.c_str(), &opened,

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "jjkit/support/Uuid.h"
@@ -72,8 +73,16 @@ void writeAll(const TemporaryFile& file, const std::string& bytes) {
 }  // namespace
 
 std::optional<std::string> readWholeFile(const fs::path& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Opened without blocking, so that a FIFO put in a file's place cannot
+    // hold the reader; only a regular file is read at all.
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
+        return std::nullopt;
+    }
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) ||
+        ::fcntl(descriptor, F_SETFL, 0) != 0) {
+        ::close(descriptor);
         return std::nullopt;
     }
     std::string bytes;

@@ -6,8 +6,9 @@
 
 namespace vorda {
 
-/// The whole file, or absent when it cannot be opened or read (a folder at
-/// the path included).
+/// The whole file, or absent when it cannot be opened or read, or is not a
+/// regular file (a folder, a FIFO or a device at the path never blocks or is
+/// read).
 std::optional<std::string> readWholeFile(const std::filesystem::path& path);
 
 /// Replaces `target` with `bytes` so that a reader sees either the old or the
