@@ -38,6 +38,8 @@ TEST(CommandDispatch, RowsThatRefuseOrOnlyTouchSettingsStartNoJJ) {
               "No files selected");
     EXPECT_EQ(*session->execute(RepoCommand::UnstageFiles{{}, "feature"}).toastText(),
               "No files selected");
+    EXPECT_EQ(*session->execute(RepoCommand::SplitCommit{"feature", {}}).toastText(),
+              "No files selected");
     EXPECT_EQ(
         *session->execute(RepoCommand::StageHunks{"a", {}, "feature", "/no/helper"}).toastText(),
         "No hunks selected");

@@ -126,6 +126,10 @@ class Dispatcher {
         return performStageHunks(session_, command);
     }
     RepoCommandResult operator()(const RepoCommand::SplitCommit& command) const {
+        // With no paths jj would open its interactive diff editor.
+        if (command.stayingPaths.empty()) {
+            return RepoCommandResult::toast("No files selected");
+        }
         client_.splitByFiles(command.changeID, command.stayingPaths, command.ignoreImmutable);
         return refreshed(session_);
     }
