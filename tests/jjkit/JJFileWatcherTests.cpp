@@ -62,11 +62,18 @@ TEST(JJFileWatcher, WatchesOperationHeadsAndFiresAfterAnotherProcessOperates) {
 TEST(JJFileWatcher, AFolderThatCannotBeWatchedEndsAtOnce) {
     const JJFileWatcher missing("/nonexistent/vorda/repo");
     EXPECT_FALSE(missing.events()->next({}));
+}
 
-    // A secondary workspace has a file, not the store, at .jj/repo.
+TEST(JJFileWatcher, AFurtherWorkspaceWatchesTheStoreItsPointerNames) {
     testing::TestRepo repo;
     const auto second = repo.addWorkspace("second");
-    EXPECT_FALSE(JJFileWatcher(second).events()->next({}));
+    const JJFileWatcher watcher(second);
+    EXPECT_EQ(watcher.path(), repo.root() + "/.jj/repo/op_heads");
+    auto stream = watcher.events();
+    auto event = std::async(std::launch::async, [&] { return stream->next({}); });
+    repo.jj({"describe", "-m", "changed in the main workspace"});
+    ASSERT_EQ(event.wait_for(hangGuard), std::future_status::ready);
+    EXPECT_TRUE(event.get());
 }
 
 }  // namespace

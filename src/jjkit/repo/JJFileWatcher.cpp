@@ -9,6 +9,8 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include "jjkit/repo/JJRepoDetector.h"
+
 namespace vorda {
 namespace {
 
@@ -93,7 +95,13 @@ class InotifyStream final : public JJFileWatcher::EventStream {
 }  // namespace
 
 JJFileWatcher::JJFileWatcher(std::string_view repositoryPath)
-    : path_(std::string(repositoryPath) + "/.jj/repo/op_heads") {}
+    : path_(std::string(repositoryPath) + "/.jj/repo/op_heads") {
+    try {
+        path_ = JJRepoDetector::sharedRepositoryPath(repositoryPath) + "/op_heads";
+    } catch (const std::exception&) {
+        // No store to be found: the usual place, whose watch then ends at once.
+    }
+}
 
 std::unique_ptr<JJFileWatcher::EventStream> JJFileWatcher::events() const {
     const int inotifyFD = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);

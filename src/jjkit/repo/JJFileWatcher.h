@@ -11,12 +11,14 @@ namespace vorda {
 /// Reports that a repository changed, by watching jj's operation heads.
 ///
 /// Every completed jj operation, by any process, replaces the head files under
-/// `.jj/repo/op_heads` (in its `heads` folder), so watching there sees every
-/// change without reading the working copy. Events are not debounced or coalesced here; the
-/// session does that. The watch does not recurse and does not re-open: when the
-/// folder is replaced the stream reports that and then stays silent. A folder
-/// that cannot be watched (a secondary workspace has a file at `.jj/repo`)
-/// gives a stream that ends at once, without an error.
+/// the shared store's `op_heads` (in its `heads` folder), so watching there
+/// sees every change without reading the working copy. A further workspace
+/// has a file at `.jj/repo` that names the store; the store it names is
+/// watched, so every workspace of a repository sees every change. Events are
+/// not debounced or coalesced here; the session does that. The watch does not
+/// recurse and does not re-open: when the folder is replaced the stream
+/// reports that and then stays silent. A folder that cannot be watched gives a
+/// stream that ends at once, without an error.
 ///
 ///     JJFileWatcher watcher(storeOwnerRoot);
 ///     auto events = watcher.events();
@@ -34,7 +36,8 @@ class JJFileWatcher {
 
     explicit JJFileWatcher(std::string_view repositoryPath);
 
-    /// The watched folder: the repository path + "/.jj/repo/op_heads".
+    /// The watched folder: the shared store's "op_heads" (the repository path
+    /// + "/.jj/repo/op_heads" when no store can be found).
     const std::string& path() const { return path_; }
 
     std::unique_ptr<EventStream> events() const;
