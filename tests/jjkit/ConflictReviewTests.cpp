@@ -37,9 +37,13 @@ TEST(ConflictReview, ReadsEveryConflictedFileWhateverItsName) {
     const auto merged = repo.newChange({left, right}, "conflicted merge");
     repo.jj({"new"});
     JJClient client(repo.root());
+    // An edit waiting in the working copy: a read must not snapshot it.
+    repo.writeFile("pending.txt", "not yet snapshotted\n");
+    const auto operation = repo.currentOperationID();
 
     LogCapture log;
     const auto review = RebaseConflictReview::load(client, merged);
+    EXPECT_EQ(repo.currentOperationID(), operation);
     EXPECT_EQ(review.commit.changeID, merged);
     EXPECT_TRUE(review.commit.conflict);
     EXPECT_EQ(review.patch, client.diff("commit_id(" + review.commit.commitID + ")"));

@@ -11,19 +11,17 @@ namespace {
 
 constexpr std::size_t changeIDLength = 32;
 
-// `root-file:"path"`: jj's fileset language reads a JSON-quoted string as a
-// literal root-relative path, whatever characters it holds.
+// `root-file:"path"`: one root-relative file, quoted as every other path.
 std::string rootFileFileset(const std::string& path) {
-    return "root-file:" +
-           nlohmann::json(path).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return "root-file:" + revsetQuoted(path);
 }
 
 std::vector<std::string> conflictedPaths(const JJClient& client, const std::string& revision) {
     // NUL ends each path, so a path may hold any other character, even a
     // line feed.
-    const auto result =
-        client.run({"file", "list", "-r", revision, "-T", R"T(if(conflict, path ++ "\0"))T"},
-                   "rebase-review/conflict-paths");
+    const auto result = client.run({"file", "list", "--ignore-working-copy", "-r=" + revision, "-T",
+                                    R"T(if(conflict, path ++ "\0"))T"},
+                                   "rebase-review/conflict-paths");
     std::vector<std::string> paths;
     std::size_t start = 0;
     const std::string& out = result.stdout;
@@ -63,11 +61,11 @@ RebaseConflictReview RebaseConflictReview::load(const JJClient& client,
         return review;
     }
     for (auto& path : conflictedPaths(client, revision)) {
-        auto contents =
-            client
-                .run({"file", "show", "-r", revision, "-T", "", "--", rootFileFileset(path)},
-                     "rebase-review/conflict-content")
-                .stdout;
+        auto contents = client
+                            .run({"file", "show", "--ignore-working-copy", "-r=" + revision, "-T",
+                                  "", "--", rootFileFileset(path)},
+                                 "rebase-review/conflict-content")
+                            .stdout;
         review.files.push_back(File{std::move(path), std::move(contents)});
     }
     return review;
