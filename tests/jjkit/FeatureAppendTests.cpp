@@ -234,9 +234,10 @@ TEST(FeatureAppendPlanValues, TheBookmarkCommandRunsOnlyOnTheCheckpointItWasPlan
     const auto movedTip = data.movedS2();
     const std::vector<std::string> atOldTip{data.tip.commitID};
 
-    EXPECT_EQ(plan.bookmarkCommand(movedTip, atOldTip, "op-2", "op-2"),
-              (std::vector<std::string>{"bookmark", "move", "--to",
-                                        "commit_id(" + movedTip.commitID + ")", "--", "feat"}));
+    EXPECT_EQ(
+        plan.bookmarkCommand(movedTip, atOldTip, "op-2", "op-2"),
+        (std::vector<std::string>{"bookmark", "move", "--to=commit_id(" + movedTip.commitID + ")",
+                                  "--", R"(exact:"feat")"}));
 
     auto shortID = movedTip;
     shortID.commitID = std::string(39, 'b');
@@ -271,11 +272,11 @@ TEST(FeatureAppendPlanValues, TheBookmarkCommandRunsOnlyOnTheCheckpointItWasPlan
     EXPECT_EQ(refusal([&] { plan.bookmarkCommand(data.movedS1(), atOldTip, "op-2", "op-2"); }),
               staleBookmarkStep);
 
-    // A name that is no plain symbol goes quoted, so it cannot match others.
+    // A glob character names that one bookmark, never others.
     auto globbed = data.topology();
     globbed.bookmarkName = "feat*";
     EXPECT_EQ(FeatureAppendPlan(globbed).bookmarkCommand(movedTip, atOldTip, "op", "op").back(),
-              "\"feat*\"");
+              R"(exact:"feat*")");
 }
 
 TEST(FeatureAppendPlanValues, InspectionTellsOriginalRoutedBothAndChangedStates) {
@@ -684,6 +685,8 @@ TEST(FeatureAppendFlow, FailingSavesAreToldByTheReceipt) {
     const auto undeclared = env.client.executeFeatureAppend(
         plan,
         [&](const Record& record) {
+            // The first save holds no steps at all, not an empty list.
+            EXPECT_EQ(saves == 0, !record.steps.has_value());
             if (++saves == 2) {
                 throw std::runtime_error("disk is full");
             }
@@ -762,8 +765,9 @@ TEST(FeatureAppendFlow, AFailingBookmarkCommandLeavesTheMovedChainOnTheOldTip) {
     ASSERT_TRUE(move.completed);
     const auto moved = *move.afterOperationID;
     EXPECT_EQ(record.steps->at(1), declared(advanceStep, moved));
-    const std::vector<std::string> command{
-        "bookmark", "move", "--to", "commit_id(" + env.repo.commitID(env.w2) + ")", "--", "feat"};
+    const std::vector<std::string> command{"bookmark", "move",
+                                           "--to=commit_id(" + env.repo.commitID(env.w2) + ")",
+                                           "--", R"(exact:"feat")"};
     EXPECT_EQ(record.receipt->commandError,
               JJError(JJError::CommandFailed{command, 1, "injected failure\n"}).errorDescription());
     EXPECT_TRUE(record.receipt->verificationWarnings.empty());

@@ -1,5 +1,8 @@
 #include "jjkit/records/RecordCoding.h"
 
+#include "jjkit/records/RecordFields.h"
+#include "jjkit/support/Uuid.h"
+
 namespace vorda {
 namespace {
 
@@ -149,5 +152,18 @@ nlohmann::json RecordCoding<JJWorkspace>::encode(const JJWorkspace& workspace) {
     object["root"] = workspace.root ? nlohmann::json(*workspace.root) : nlohmann::json(nullptr);
     return object;
 }
+
+namespace record_detail {
+
+std::string decodeUuid(const JsonReader& reader) {
+    const auto text = reader.string();
+    if (!isValidUuid(text)) {
+        throw DecodingError("data corrupted at " + reader.pathText() +
+                            ": Attempted to decode UUID from invalid UUID string.");
+    }
+    return canonicalUuid(text);
+}
+
+}  // namespace record_detail
 
 }  // namespace vorda

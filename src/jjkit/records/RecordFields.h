@@ -21,12 +21,30 @@ template <typename Owner, typename Member>
 struct RecordField {
     std::string_view key;
     Member Owner::*member;
+    /// The text is a UUID: refused when malformed, kept upper-case.
+    bool uuid = false;
 };
 
 template <typename Owner, typename Member>
 constexpr RecordField<Owner, Member> recordField(std::string_view key, Member Owner::*member) {
     return {key, member};
 }
+
+/// A field holding a UUID: decoding refuses any other text and turns the
+/// identifier into its one canonical (upper-case) form, so that identities
+/// compare equal whatever case they were written in.
+template <typename Owner>
+constexpr RecordField<Owner, std::string> uuidField(std::string_view key,
+                                                    std::string Owner::*member) {
+    return {key, member, true};
+}
+
+namespace record_detail {
+
+/// The canonical form of the UUID at `reader`; "data corrupted" otherwise.
+std::string decodeUuid(const JsonReader& reader);
+
+}  // namespace record_detail
 
 /// The field table of a record that the program writes to disk itself (plans
 /// and receipts), which gives it a `RecordCoding`:
@@ -168,6 +186,10 @@ struct RecordCoding<T> {
             if (const auto present = reader.optionalField(field.key)) {
                 value.*(field.member) = StoredValue<typename Member::value_type>::decode(*present);
             }
+        } else if constexpr (std::is_same_v<Member, std::string>) {
+            const auto present = reader.field(field.key);
+            value.*(field.member) = field.uuid ? record_detail::decodeUuid(present)
+                                               : StoredValue<Member>::decode(present);
         } else {
             value.*(field.member) = StoredValue<Member>::decode(reader.field(field.key));
         }

@@ -272,7 +272,7 @@ OperationRecord<FeatureAppendPlan> JJClient::executeFeatureAppend(
         },
         stop);
 
-    auto record = flow::startedRecord(plan, /*withSteps=*/true);
+    auto record = flow::startedRecord(plan);
     persistRecord(record);  // without a receipt before, nothing runs
     return AppendRun(*this, plan, std::move(record), persistRecord, betweenSteps, stop).finish();
 }

@@ -197,7 +197,7 @@ LocalStackUpdateReceipt JJClient::executeFeatureInsertion(
                               .scopeUnchanged = scopeUnchanged},
                              stop);
 
-    auto record = flow::startedRecord(plan, false);
+    auto record = flow::startedRecord(plan);
     persistRecord(record);
 
     auto receipt = flow::runSingleCommand(

@@ -203,7 +203,7 @@ LocalStackUpdateReceipt JJClient::executeLocalStackUpdate(
     flow::runExecutionChecks(*this, checks, stop);
 
     // The receipt before: without it nothing runs, so a failing save throws.
-    const auto record = flow::startedRecord(plan, /*withSteps=*/false);
+    const auto record = flow::startedRecord(plan);
     persistRecord(record);
 
     const flow::SingleCommandRun run{

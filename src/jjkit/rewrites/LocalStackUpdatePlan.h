@@ -107,7 +107,7 @@ template <>
 struct RecordFields<LocalStackUpdatePlan> {
     using Plan = LocalStackUpdatePlan;
     static constexpr auto fields =
-        std::tuple{recordField("id", &Plan::id),
+        std::tuple{uuidField("id", &Plan::id),
                    recordField("repositoryID", &Plan::repositoryID),
                    recordField("workspaceRoot", &Plan::workspaceRoot),
                    recordField("operationID", &Plan::operationID),

@@ -133,7 +133,7 @@ template <typename Plan>
 struct RecordFields<OperationRecord<Plan>> {
     using Record = OperationRecord<Plan>;
     static constexpr auto fields = std::tuple{recordField("schemaVersion", &Record::schemaVersion),
-                                              recordField("id", &Record::id),
+                                              uuidField("id", &Record::id),
                                               recordField("startedAt", &Record::startedAt),
                                               recordField("plan", &Record::plan),
                                               recordField("receipt", &Record::receipt),

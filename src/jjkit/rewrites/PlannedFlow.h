@@ -121,16 +121,14 @@ void runExecutionChecks(const JJClient& client, const ExecutionChecks& checks,
                         const std::stop_token& stop);
 
 /// The record made before anything runs: a fresh id, the current time, the
-/// plan, no receipt. The caller saves it and lets a failing save be thrown.
+/// plan, no steps and no receipt. The caller saves it and lets a failing save
+/// be thrown.
 template <typename Plan>
-OperationRecord<Plan> startedRecord(const Plan& plan, bool withSteps) {
+OperationRecord<Plan> startedRecord(const Plan& plan) {
     OperationRecord<Plan> record;
     record.id = makeUuid();
     record.startedAt = journalNow();
     record.plan = plan;
-    if (withSteps) {
-        record.steps = std::vector<OperationStep>{};
-    }
     return record;
 }
 

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "jjkit/records/RecordFields.h"
 #include "jjkit/support/Uuid.h"
 
 namespace vorda {
@@ -125,13 +126,7 @@ nlohmann::json toJSON(const FileRoutingRule& rule) {
 
 FileRoutingRule decodeFileRoutingRule(const JsonReader& reader) {
     FileRoutingRule rule;
-    const auto idField = reader.field("id");
-    const auto id = idField.string();
-    if (!isValidUuid(id)) {
-        throw DecodingError("data corrupted at " + idField.pathText() +
-                            ": Attempted to decode UUID from invalid UUID string.");
-    }
-    rule.id = canonicalUuid(id);
+    rule.id = record_detail::decodeUuid(reader.field("id"));
     rule.pattern = reader.field("pattern").string();
     rule.bookmarkName = reader.field("bookmarkName").string();
     rule.enabled = reader.field("enabled").boolean();
