@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <future>
 #include <string>
 #include <vector>
 
@@ -123,6 +124,18 @@ TEST(VordaCli, ExecRunsCommandsAndTellsFailuresFromBadInput) {
         cli({"exec", "--repo", repo.root(), R"({"togglePinned":{"bookmark":42}})"});
     EXPECT_EQ(wrongType.exitCode, 2);
     EXPECT_NE(wrongType.stderr.find("bookmark"), std::string::npos) << wrongType.stderr;
+    // A NUL behind a valid command on standard input: refused, nothing undone.
+    const auto operation = repo.currentOperationID();
+    const auto nul = ProcessExecutor::execute(
+        {"/bin/sh", "-c", "printf '{\"undo\":{}}\\000junk' | \"$0\" exec --repo \"$1\"",
+         VORDA_CLI_PATH, repo.root()},
+        std::nullopt, "test", "vorda-cli");
+    EXPECT_EQ(nul.exitCode, 2) << nul.stdout;
+    EXPECT_NE(nul.stderr.find("NUL byte"), std::string::npos) << nul.stderr;
+    EXPECT_EQ(repo.currentOperationID(), operation);
+    const auto emptyRepo = cli({"snapshot", "--repo="});
+    EXPECT_EQ(emptyRepo.exitCode, 2);
+    EXPECT_NE(emptyRepo.stderr.find("--repo needs a path"), std::string::npos) << emptyRepo.stderr;
 
     const auto ops = cli({"query", "--repo", repo.root(), "loadRecentOps", R"({"limit":2})"});
     ASSERT_EQ(ops.exitCode, 0) << ops.stderr;
@@ -219,11 +232,29 @@ TEST(VordaCli, APlanPrintedByOneCallIsExecutedByTheNextAndItsReceiptListed) {
     // both working copies above them.
     EXPECT_EQ(plan.at("affectedWorkspaces").size(), 2U);
 
-    // A second process takes the printed plan back unchanged.
-    const auto executed =
-        cli({"exec", "--repo", repo,
-             nlohmann::json{{"executeLocalStackUpdate", {{"plan", plan}}}}.dump()});
+    // Two further processes take the printed plan back unchanged, at once:
+    // one runs it, the other waits its turn and then finds it expired.
+    const auto command = nlohmann::json{{"executeLocalStackUpdate", {{"plan", plan}}}}.dump();
+    const auto rebases = [&] {
+        const auto log = jj({"op", "log", "--no-graph", "-T", "description ++ \"\\n\""});
+        std::size_t count = 0;
+        for (std::size_t at = log.find("rebase"); at != std::string::npos;
+             at = log.find("rebase", at + 1)) {
+            ++count;
+        }
+        return count;
+    };
+    const auto rebasesBefore = rebases();
+    auto concurrent = std::async(std::launch::async, [&] {
+        return cli({"exec", "--repo", repo, command});
+    });
+    auto executed = cli({"exec", "--repo", repo, command});
+    auto again = concurrent.get();
+    if (executed.exitCode != 0) {
+        std::swap(executed, again);
+    }
     ASSERT_EQ(executed.exitCode, 0) << executed.stdout << executed.stderr;
+    EXPECT_EQ(rebases(), rebasesBefore + 1);
     const auto receipt =
         nlohmann::json::parse(executed.stdout).at("localStackUpdateCompleted").at("_0");
     EXPECT_FALSE(receipt.contains("commandError")) << receipt;
@@ -242,9 +273,7 @@ TEST(VordaCli, APlanPrintedByOneCallIsExecutedByTheNextAndItsReceiptListed) {
               nlohmann::json::array({"The observed operation matches the verified result. Inspect "
                                      "any reported conflicts; no automatic recovery is needed."}));
 
-    // The same plan a second time is stale: refused, nothing recorded.
-    const auto again = cli({"exec", "--repo", repo,
-                            nlohmann::json{{"executeLocalStackUpdate", {{"plan", plan}}}}.dump()});
+    // The plan's second run found it stale: refused, nothing recorded.
     EXPECT_EQ(again.exitCode, 1);
     EXPECT_EQ(nlohmann::json::parse(again.stdout).at("error").at("message"),
               "Preview expired because the repository or working copy changed. Generate a fresh "
@@ -267,6 +296,44 @@ TEST(VordaCli, WatchPrintsASnapshotAfterAChangeFromTheCommandLine) {
         seen = nlohmann::json::parse(line).at("repoState").at("bookmarks").contains("from-cli");
     }
     EXPECT_TRUE(seen);
+}
+
+}  // namespace
+}  // namespace vorda
+
+namespace vorda {
+namespace {
+
+TEST(VordaCli, AnAppendIsPlannedExecutedAndInspectedWithItsGuidance) {
+    TestRepo repo;
+    const auto base = repo.publishMain();
+    repo.bookmark("feat", repo.commit("feature one", {{"feature.txt", "one\n"}}));
+    repo.newChange({base});
+    repo.bookmark("other", repo.commit("other one", {{"other.txt", "other\n"}}));
+    repo.newChange({"feat", "other"}, "wip: integration");
+    repo.jj({"new"});
+    const auto work = repo.commit("finished work", {{"work.txt", "work\n"}});
+    const auto run = [&](const std::vector<std::string>& arguments) {
+        std::vector<std::string> command = arguments;
+        command.insert(command.begin() + 1, {"--repo", repo.root()});
+        const auto result = cli(command);
+        EXPECT_EQ(result.exitCode, 0) << result.stdout << result.stderr;
+        return nlohmann::json::parse(result.stdout);
+    };
+    const auto plan =
+        run({"exec",
+             nlohmann::json{{"planFeatureAppend", {{"changeIDs", {work}}, {"bookmark", "feat"}}}}
+                 .dump()})
+            .at("featureAppendPlan")
+            .at("_0");
+    run({"exec", nlohmann::json{{"executeFeatureAppend", {{"plan", plan}}}}.dump()});
+    const auto record = run({"query", "loadAppendReceipts"}).at("records").at(0);
+    const auto inspection =
+        run({"query", "inspectFeatureAppend", nlohmann::json{{"record", record}}.dump()});
+    EXPECT_EQ(inspection.at("guidance"),
+              "The planned parent topology and advanced bookmark are present. This does not "
+              "prove command provenance or unchanged file contents; no automatic recovery is "
+              "needed.");
 }
 
 }  // namespace

@@ -1,15 +1,20 @@
 #include "jjkit/repo/RepositoryCommandGate.h"
 
 #include <chrono>
+#include <csignal>
 #include <future>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "jjkit/client/JJClient.h"
 #include "jjkit/repo/JJRepoDetector.h"
+#include "support/Refusal.h"
+#include "support/TempDir.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
@@ -157,6 +162,50 @@ TEST(RepositoryCommandGate, TwoWorkspacesOfOneStoreMutateOneAfterTheOther) {
         ++describes;
     }
     EXPECT_EQ(describes, spans.size());
+}
+
+}  // namespace
+}  // namespace vorda
+
+namespace vorda {
+namespace {
+
+using testing::refusal;
+using namespace std::chrono_literals;
+
+TEST(RepositoryCommandGate, AnotherProcessHoldingTheStoreLockRefusesUntilItDies) {
+    const testing::TempDir store("vorda-store-lock");
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t holder = fork();
+    ASSERT_GE(holder, 0);
+    if (holder == 0) {
+        // Holds the store's mutation lock until killed.
+        RepositoryCommandGate::shared().withMutationAccess(store.path().string(), {}, [&] {
+            (void)!write(ready[1], "x", 1);
+            pause();
+        });
+        _exit(0);
+    }
+    char byte = 0;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+
+    RepositoryCommandGate gate;
+    bool ran = false;
+    EXPECT_EQ(refusal([&] {
+                  gate.withMutationAccess(
+                      store.path().string(), {}, [&] { ran = true; }, 50ms);
+              }),
+              std::string(RepositoryCommandGate::otherProcessMessage));
+    EXPECT_FALSE(ran);
+
+    kill(holder, SIGKILL);
+    waitpid(holder, nullptr, 0);
+    gate.withMutationAccess(
+        store.path().string(), {}, [&] { ran = true; }, 5s);
+    EXPECT_TRUE(ran);
+    close(ready[0]);
+    close(ready[1]);
 }
 
 }  // namespace

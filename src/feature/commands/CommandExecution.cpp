@@ -10,9 +10,10 @@ namespace vorda {
 
 RepoCommandResult RepoSession::execute(const RepoCommand& command, const std::stop_token& stop) {
     // Keyed by the shared store, so two workspaces of one repository take
-    // turns while other repositories run freely.
+    // turns while other repositories run freely; the store's lock makes other
+    // processes take turns too.
     const auto key = JJRepoDetector::sharedRepositoryPath(repoRoot_);
-    return RepositoryCommandGate::shared().withAccess(key, stop, [&] {
+    return RepositoryCommandGate::shared().withMutationAccess(key, stop, [&] {
         const auto label = "session.execute(" + std::string(command.perfName()) + ")";
         return Perf::measure(label, PerfCategory::session,
                              [&] { return commands::dispatch(*this, command); });

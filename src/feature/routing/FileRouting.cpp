@@ -64,7 +64,7 @@ std::pair<SnapshotRef, std::size_t> RepoSession::applyRouting() {
     // Routing takes a gate turn like any command, so it never runs in the
     // middle of one, nor beside another window's routing.
     const auto key = JJRepoDetector::sharedRepositoryPath(repoRoot_);
-    return RepositoryCommandGate::shared().withAccess(key, {}, [&] {
+    return RepositoryCommandGate::shared().withMutationAccess(key, {}, [&] {
         auto snapshot = readSnapshot();
         const auto moved = performRouting(*this, *snapshot);
         if (moved < 1) {

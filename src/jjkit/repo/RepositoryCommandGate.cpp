@@ -1,6 +1,9 @@
 #include "jjkit/repo/RepositoryCommandGate.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "jjkit/client/JJError.h"
 
 namespace vorda {
 
@@ -59,6 +62,16 @@ std::size_t RepositoryCommandGate::waiterCount(const std::string& repositoryID) 
     const std::scoped_lock lock(mutex_);
     const auto found = waiters_.find(repositoryID);
     return found == waiters_.end() ? 0 : found->second.size();
+}
+
+FileLock RepositoryCommandGate::lockStore(const std::string& storePath,
+                                          std::chrono::milliseconds timeout) {
+    auto lock =
+        FileLock::acquire(std::filesystem::path(storePath) / "Vorda-mutation.lock", timeout);
+    if (!lock) {
+        throw JJError::unsafeOperation(std::string(otherProcessMessage));
+    }
+    return std::move(*lock);
 }
 
 }  // namespace vorda

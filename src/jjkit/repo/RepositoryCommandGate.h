@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <map>
@@ -10,6 +11,7 @@
 #include <string>
 
 #include "jjkit/support/Cancellation.h"
+#include "jjkit/support/FileLock.h"
 
 namespace vorda {
 
@@ -45,6 +47,27 @@ class RepositoryCommandGate {
         return std::forward<Operation>(operation)();
     }
 
+    /// `withAccess` for a mutation of the repository whose shared store is at
+    /// `storePath`: after the turn in this process, an advisory lock on
+    /// `<store>/Vorda-mutation.lock` orders it against every other process
+    /// too, and is released however the operation ends (or the process
+    /// dies). When another process keeps the lock for `lockTimeout` the
+    /// operation does not run: `JJError::unsafeOperation` with
+    /// `otherProcessMessage`.
+    template <typename Operation>
+    decltype(auto) withMutationAccess(const std::string& storePath, const std::stop_token& stop,
+                                      Operation&& operation,
+                                      std::chrono::milliseconds lockTimeout = defaultLockTimeout) {
+        return withAccess(storePath, stop, [&]() -> decltype(auto) {
+            const auto lock = lockStore(storePath, lockTimeout);
+            return std::forward<Operation>(operation)();
+        });
+    }
+
+    static constexpr std::string_view otherProcessMessage =
+        "Another Vorda is changing this repository. Try again when it has finished.";
+    static constexpr std::chrono::milliseconds defaultLockTimeout{15000};
+
     /// Waits for the gate. Throws `CancellationError` when `stop` fires first.
     void acquire(const std::string& repositoryID, const std::stop_token& stop);
 
@@ -58,6 +81,9 @@ class RepositoryCommandGate {
     std::size_t waiterCount(const std::string& repositoryID);
 
   private:
+    /// The store's mutation lock, or the refusal when it stays taken.
+    static FileLock lockStore(const std::string& storePath, std::chrono::milliseconds timeout);
+
     struct Waiter {
         bool granted = false;
         std::condition_variable_any wakeUp;
