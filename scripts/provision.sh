@@ -135,7 +135,8 @@ ensure_system_packages() {
 
 # ------------------------------------------- private apt (other suites) ---
 
-# Debian mirror the system's apt already uses (falls back to deb.debian.org).
+# Debian mirror the system's apt already uses; stops with a message when apt
+# names none and VORDA_DEBIAN_MIRROR is not set.
 debian_mirror() {
   if [[ -n ${VORDA_DEBIAN_MIRROR:-} ]]; then
     printf '%s\n' "$VORDA_DEBIAN_MIRROR"
@@ -150,7 +151,9 @@ debian_mirror() {
     uri=$(apt-get indextargets --format '$(REPO_URI)' 'Target-Of: deb' 2>/dev/null |
       grep -E '/debian/?$' | sed -n 1p || true)
   fi
-  printf '%s\n' "${uri:-http://deb.debian.org/debian/}"
+  [[ -n $uri ]] ||
+    die "apt names no Debian mirror (apt-get indextargets); set VORDA_DEBIAN_MIRROR to one"
+  printf '%s\n' "$uri"
 }
 
 APT_DIR=

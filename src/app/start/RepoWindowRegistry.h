@@ -17,12 +17,11 @@ class LauncherWindowController;
 class RecentReposStore;
 class RepoWindowLifecycle;
 
-/// The application's repository windows: one per repository path (the
-/// spec's `RepoWindowID`), made by a factory that the application supplies.
-/// It plays the parts of `RepoWindowTracker` (which windows exist),
-/// `RepoWindowLifecycle`'s `onAttach`/`onClose` (the launcher is hidden while
-/// a repository window exists and shown when the last one closes, unless the
-/// application is quitting) and the window group's "open or bring forward".
+/// The application's repository windows: one per repository path, made by a
+/// factory that the application supplies. It knows which windows exist,
+/// hides the launcher while a repository window exists and shows it when the
+/// last one closes (unless the application is quitting), and opens a window
+/// for a path or brings the existing one forward.
 ///
 /// For each window it makes, the registry sets `Qt::WA_DeleteOnClose`, the
 /// path as title if the window has none, a `WindowFrameSaver` for the path,
