@@ -91,7 +91,6 @@ SnapshotRef RepoSession::readSnapshotInner(const std::optional<std::string>& kno
         [&client] { return std::optional(client.diff("@")); });
 
     auto snapshot = std::make_shared<RepoSnapshot>();
-    readSettings(*snapshot);
     // The secondary queries never throw; the repository state, awaited last,
     // may, and by then every other child has finished.
     snapshot->trunkCommitID = trunkCommitID.get();
@@ -100,6 +99,10 @@ SnapshotRef RepoSession::readSnapshotInner(const std::optional<std::string>& kno
     const auto workingCopyDiffText = diffText.get();
     snapshot->repoState = repoState.get();
     snapshot->apexChangeID = apexChangeID;
+    // Settings are read once jj has answered, so that a settings-only change
+    // made while the queries ran (a column shown, a tag added) is not undone
+    // by this read arriving after it.
+    readSettings(*snapshot);
 
     // A clean working copy's diff is not parsed at all.
     const JJCommit* workingCopy = workingCopyCommit(snapshot->repoState);
