@@ -90,7 +90,7 @@ BookmarkSettingsStore::Loaded BookmarkSettingsStore::loadFromDisk() const {
     // Damage of any kind reads as empty, and the reason is dropped on
     // purpose: the board simply shows no preferences. Only the file that a
     // write replaces counts as damaged; a legacy file is never written.
-    const Loaded damaged{{}, current};
+    Loaded damaged{{}, current};
     try {
         const auto bytes = readWholeFile(chosen);
         if (!bytes) {

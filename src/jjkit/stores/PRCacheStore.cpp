@@ -120,7 +120,7 @@ double secondsSinceEpoch(Clock::time_point time) {
 Clock::time_point timeFromSeconds(double seconds) {
     constexpr double representable = 9.0e9;
     if (!(seconds > -representable && seconds < representable)) {
-        return Clock::time_point();
+        return {};
     }
     const auto micros =
         std::chrono::round<std::chrono::microseconds>(std::chrono::duration<double>(seconds));
