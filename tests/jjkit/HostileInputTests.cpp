@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "jjkit/client/JJClient.h"
+#include "jjkit/support/Text.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
@@ -35,21 +36,15 @@ class HostileInput : public ::testing::Test {
 
     // Every local bookmark (or, with `remote`, every bookmark on it) with its target.
     Targets bookmarks(const std::string& remote = "") const {
-        const auto listed = repo.jj(
-            {"bookmark", "list", "--all", "-T",
-             R"T(if(normal_target, json(name) ++ "\t" ++ json(remote) ++ "\t" ++ normal_target.commit_id() ++ "\n"))T"});
+        const auto listed = repo.jj({"bookmark", "list", "--all", "-T",
+                                     R"T(if(normal_target, "[" ++ json(name) ++ "," ++ json(remote)
+                                         ++ "," ++ json(normal_target.commit_id()) ++ "]\n"))T"});
+        const auto wanted = remote.empty() ? nlohmann::json() : nlohmann::json(remote);
         Targets targets;
-        std::size_t start = 0;
-        while (start < listed.size()) {
-            const auto end = listed.find('\n', start);
-            const auto line = listed.substr(start, end - start);
-            start = end + 1;
-            const auto tab = line.find('\t');
-            const auto second = line.find('\t', tab + 1);
-            const auto lineRemote = nlohmann::json::parse(line.substr(tab + 1, second - tab - 1));
-            if ((remote.empty() && lineRemote.is_null()) || lineRemote == remote) {
-                targets[nlohmann::json::parse(line.substr(0, tab)).get<std::string>()] =
-                    line.substr(second + 1);
+        for (const auto line : text::splitNonEmpty(listed, '\n')) {
+            const auto row = nlohmann::json::parse(line);
+            if (row[1] == wanted) {
+                targets[row[0].get<std::string>()] = row[2].get<std::string>();
             }
         }
         return targets;
