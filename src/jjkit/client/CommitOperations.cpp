@@ -7,9 +7,11 @@
 namespace vorda {
 namespace {
 
+// The paths as filesets behind "--", after every option of `arguments`.
 std::vector<std::string> withFilesets(std::vector<std::string> arguments,
                                       const std::vector<std::string>& paths) {
     const auto filesets = rootFilesets(paths);
+    arguments.emplace_back("--");
     arguments.insert(arguments.end(), filesets.begin(), filesets.end());
     return arguments;
 }
@@ -38,23 +40,22 @@ void JJClient::splitByFiles(const std::string& revision, const std::vector<std::
     if (ignoreImmutable) {
         arguments.emplace_back("--ignore-immutable");
     }
-    arguments.emplace_back("--");
     run(withFilesets(std::move(arguments), paths),
         "splitByFiles rev=" + revision + " count=" + count(paths));
 }
 
 void JJClient::moveFiles(const std::vector<std::string>& paths, const std::string& to) const {
-    run(withFilesets({"squash", "--into", resolveCommitID(to), "--"}, paths),
+    run(withFilesets({"squash", "--into", resolveCommitID(to)}, paths),
         "moveFiles to=" + to + " count=" + count(paths));
 }
 
 void JJClient::pullFiles(const std::vector<std::string>& paths, const std::string& from) const {
-    run(withFilesets({"squash", "--from", resolveCommitID(from), "--into", "@", "--"}, paths),
+    run(withFilesets({"squash", "--from", resolveCommitID(from), "--into", "@"}, paths),
         "pullFiles from=" + from + " count=" + count(paths));
 }
 
 void JJClient::resolve(const std::vector<std::string>& paths) const {
-    run(withFilesets({"resolve", "--"}, paths), "resolve count=" + count(paths));
+    run(withFilesets({"resolve"}, paths), "resolve count=" + count(paths));
 }
 
 void JJClient::rebaseRevOnto(const std::string& rev, const std::string& destination) const {

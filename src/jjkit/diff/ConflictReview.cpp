@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
-
 #include "jjkit/templates/RevsetQuoting.h"
 
 namespace vorda {

@@ -175,7 +175,6 @@ void BookmarkSettingsStore::writeToDisk(const Contents& contents) const {
         throw std::system_error(std::make_error_code(std::errc::illegal_byte_sequence),
                                 error.what());
     }
-    fs::create_directories(fileURL_.parent_path());
     writeAtomically(fileURL_, bytes);
 }
 

@@ -119,7 +119,8 @@ class BookmarkSettingsStore {
     void keepDamagedFile() const;
     /// Fills all five caches from disk; call with `mutex_` held.
     void loadCaches();
-    /// Encodes and writes `contents` atomically. Throws on any failure.
+    /// Encodes and writes `contents` atomically into the existing folder.
+    /// Throws on any failure.
     void writeToDisk(const Contents& contents) const;
     /// The read-modify-write of every writing operation: takes the file lock,
     /// loads the file afresh, lets `change` edit it, writes it, and only then
