@@ -1,9 +1,11 @@
 #include "feature/lanes/BookmarkLaneProjection.h"
 
+#include <array>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -14,353 +16,204 @@ namespace vorda {
 namespace {
 
 using testing::StateBuilder;
+using Names = std::vector<std::string>;
+using Lanes = std::map<std::string, BookmarkLaneReadModel>;
 
-std::vector<std::string> commitIDsOf(const std::vector<SharedCommit>& commits) {
-    std::vector<std::string> ids;
-    ids.reserve(commits.size());
-    for (const auto& commit : commits) {
-        ids.push_back(commit->commitID);
+RepoState stateOf(const std::string& commits, const std::string& bookmarks) {
+    return StateBuilder().commits(commits).bookmarks(bookmarks).state();
+}
+
+/// The names of the lanes for which `flag` holds.
+template <typename Flag>
+Names lanesWhere(const Lanes& lanes, Flag flag) {
+    Names names;
+    for (const auto& [name, lane] : lanes) {
+        if (flag(lane)) {
+            names.push_back(name);
+        }
     }
-    return ids;
+    return names;
 }
 
-std::vector<std::string> patternsOf(const std::vector<FileRoutingRule>& rules) {
-    std::vector<std::string> patterns;
-    patterns.reserve(rules.size());
-    for (const auto& rule : rules) {
-        patterns.push_back(rule.pattern);
-    }
-    return patterns;
-}
-
-FileRoutingRule rule(const std::string& pattern, const std::string& bookmarkName) {
-    return {"rule " + pattern, pattern, bookmarkName, true};
-}
-
-std::map<std::string, BookmarkLaneReadModel> buildLanes(
-    const RepoState& state, const std::optional<std::string>& trunk,
-    const std::map<std::string, BookmarkSettings>& settings = {},
-    const std::vector<FileRoutingRule>& rules = {}) {
+Lanes build(const RepoState& state, const std::optional<std::string>& trunk,
+            const std::map<std::string, BookmarkSettings>& settings = {},
+            const std::vector<FileRoutingRule>& rules = {}) {
     return BookmarkLaneProjection::build(state, settings, rules, trunk);
 }
 
-// ---------------------------------------------------------------------------
-// Trunk resolution
-
-TEST(BookmarkLaneTrunkName, PrefersTrunkNamesOnTheTrunkCommitElseTheFirstName) {
-    const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
-        {{"master", "main"}, "main"},
-        {{"develop", "zeta"}, "develop"},
-        {{"alpha", "zeta"}, "alpha"},
-        // Preference beats the alphabet: "develop" sorts first.
-        {{"develop", "master"}, "master"},
-        {{"trunk", "develop"}, "trunk"},
+TEST(BookmarkLaneTrunk, IsTheUpstreamBookmarkOnTheTrunkCommitElseOneWithAnImmutableTip) {
+    struct Case {
+        std::string commits;
+        std::string bookmarks;
+        std::optional<std::string> trunkCommit;
+        std::optional<std::string> expected;
     };
-    for (const auto& [names, expected] : cases) {
-        StateBuilder builder;
-        builder.immutableCommit("t1");
-        for (const auto& name : names) {
-            builder.upstreamBookmark(name, {"t1"});
-        }
-        EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(builder.state(), "t1"), expected)
-            << ::testing::PrintToString(names);
+    // Preference ("main", "master", "trunk", "develop") beats the alphabet.
+    const std::string fallback =
+        "release@origin:rel feature@origin:wip ghost@origin:not-loaded empty@origin: "
+        "local-main:old main:old ";
+    const std::vector<Case> cases = {
+        {"t1!", "master@origin:t1 main@origin:t1", "t1", "main"},
+        {"t1!", "develop@origin:t1 zeta@origin:t1", "t1", "develop"},
+        {"t1!", "zeta@origin:t1 alpha@origin:t1", "t1", "alpha"},
+        {"t1!", "develop@origin:t1 master@origin:t1", "t1", "master"},
+        {"t1!", "trunk@origin:t1 develop@origin:t1", "t1", "trunk"},
+        // Only upstream bookmarks are candidates.
+        {"t1!", "main:t1 zeta@origin:t1", "t1", "zeta"},
+        // A tip elsewhere, even with the trunk commit further down, is no candidate.
+        {"t0! t1:t0! m1:t1", "feature@origin:m1,t1", "t1", std::nullopt},
+        // Without a trunk commit, or none on it: upstream bookmarks with an immutable tip.
+        {"old! rel:old! wip:rel", fallback, std::nullopt, "release"},
+        {"old! rel:old! wip:rel", fallback, "old", "release"},
+        {"old! rel:old! wip:rel", fallback + "master@origin:old", std::nullopt, "master"},
+        {"m1 t1!", "feature@origin:m1 main:t1", "t1", std::nullopt},
+        {"", "", std::nullopt, std::nullopt},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.bookmarks);
+        EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(stateOf(c.commits, c.bookmarks),
+                                                           c.trunkCommit),
+                  c.expected);
     }
-}
-
-TEST(BookmarkLaneTrunkName, OnlyUpstreamBookmarksOnTheTrunkCommitAreCandidates) {
-    StateBuilder builder;
-    builder.immutableCommit("t1");
-    builder.bookmark("main", {"t1"});  // local
-    builder.upstreamBookmark("zeta", {"t1"});
-    EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(builder.state(), "t1"), "zeta");
-
-    // A bookmark whose tip is elsewhere, even one further down its commits,
-    // is not on the trunk commit.
-    StateBuilder other;
-    other.immutableCommit("t0");
-    other.immutableCommit("t1", {"t0"});
-    other.commit("m1", {"t1"});
-    other.upstreamBookmark("feature", {"m1", "t1"});
-    EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(other.state(), "t1"), std::nullopt);
-}
-
-TEST(BookmarkLaneTrunkName, FallsBackOnUpstreamBookmarksWithAnImmutableTip) {
-    StateBuilder builder;
-    builder.immutableCommit("old");
-    builder.immutableCommit("rel", {"old"});
-    builder.commit("wip", {"rel"});
-    builder.upstreamBookmark("release", {"rel"});
-    builder.upstreamBookmark("feature", {"wip"});       // mutable tip
-    builder.upstreamBookmark("ghost", {"not-loaded"});  // tip unknown
-    builder.upstreamBookmark("empty", {});
-    builder.bookmark("local-main", {"old"});  // local origin
-    builder.bookmark("main", {"old"});        // local origin, trunk name
-
-    // No trunk commit at all.
-    EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(builder.state(), std::nullopt), "release");
-    // A trunk commit that no upstream bookmark sits on.
-    EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(builder.state(), "old"), "release");
-
-    // The fallback makes the same choice among several.
-    builder.upstreamBookmark("master", {"old"});
-    EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(builder.state(), std::nullopt), "master");
-}
-
-TEST(BookmarkLaneTrunkName, IsAbsentWithoutCandidates) {
-    StateBuilder builder;
-    builder.commit("m1");
-    builder.upstreamBookmark("feature", {"m1"});
-    builder.immutableCommit("t1");
-    builder.bookmark("main", {"t1"});
-    EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(builder.state(), "t1"), std::nullopt);
-    EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(RepoState{}, std::nullopt), std::nullopt);
-}
-
-TEST(BookmarkLaneTrunkName, PreferredNameMatchesWholeNamesInPreferenceOrder) {
-    using Names = std::vector<std::string>;
-    EXPECT_EQ(BookmarkLaneProjection::preferredName(Names{"zeta", "develop", "trunk", "master"}),
+    EXPECT_EQ(BookmarkLaneProjection::preferredName({"zeta", "develop", "trunk", "master"}),
               "master");
-    EXPECT_EQ(BookmarkLaneProjection::preferredName(Names{"develop", "zeta"}), "develop");
-    EXPECT_EQ(BookmarkLaneProjection::preferredName(Names{"mainline", "Main", "main2", "x/main"}),
+    EXPECT_EQ(BookmarkLaneProjection::preferredName({"develop", "zeta"}), "develop");
+    EXPECT_EQ(BookmarkLaneProjection::preferredName({"mainline", "Main", "main2", "x/main"}),
               std::nullopt);
-    EXPECT_EQ(BookmarkLaneProjection::preferredName(Names{}), std::nullopt);
+    EXPECT_EQ(BookmarkLaneProjection::preferredName({}), std::nullopt);
 }
 
-// ---------------------------------------------------------------------------
-// Trunk ancestry
-
-TEST(BookmarkLaneTrunkAncestors, CoversLoadedHistoryAndNamesUnloadedParents) {
-    StateBuilder builder;
-    builder.immutableCommit("t0", {"beyond"});
-    builder.immutableCommit("side", {"t0"});
-    builder.immutableCommit("t1", {"t0"});
-    builder.immutableCommit("t2", {"t1", "side"});
-    builder.commit("above", {"t2"});
-    builder.upstreamBookmark("main", {"t2", "t1"});
-    builder.bookmark("feature", {"above"});
-
-    EXPECT_EQ(BookmarkLaneProjection::trunkAncestorCommitIDs(builder.state(), "main"),
-              (std::set<std::string>{"t2", "t1", "side", "t0", "beyond"}));
-    // Only the first commit counts as the start.
-    builder.upstreamBookmark("main", {"t1", "t2"});
-    EXPECT_EQ(BookmarkLaneProjection::trunkAncestorCommitIDs(builder.state(), "main"),
-              (std::set<std::string>{"t1", "t0", "beyond"}));
-}
-
-TEST(BookmarkLaneTrunkAncestors, IsEmptyForAbsentUnknownOrEmptyTrunk) {
-    StateBuilder builder;
-    builder.immutableCommit("t1");
-    builder.upstreamBookmark("main", {"t1"});
-    builder.upstreamBookmark("hollow", {});
-    EXPECT_TRUE(
-        BookmarkLaneProjection::trunkAncestorCommitIDs(builder.state(), std::nullopt).empty());
-    EXPECT_TRUE(BookmarkLaneProjection::trunkAncestorCommitIDs(builder.state(), "nope").empty());
-    EXPECT_TRUE(BookmarkLaneProjection::trunkAncestorCommitIDs(builder.state(), "hollow").empty());
-}
-
-TEST(BookmarkLaneTrunkAncestors, EndsOnACyclicGraph) {
-    StateBuilder builder;
-    builder.immutableCommit("a", {"b"});
-    builder.immutableCommit("b", {"c", "a"});
-    builder.immutableCommit("c", {"a"});
-    builder.upstreamBookmark("main", {"a"});
-    EXPECT_EQ(BookmarkLaneProjection::trunkAncestorCommitIDs(builder.state(), "main"),
-              (std::set<std::string>{"a", "b", "c"}));
-}
-
-// ---------------------------------------------------------------------------
-// Building lanes
-
-TEST(BookmarkLaneBuild, GivesOneLaneForEachBookmarkAndNothingElse) {
-    StateBuilder builder;
-    builder.commit("a1");
-    builder.commit("orphan");
-    builder.bookmark("alpha", {"a1"});
-    builder.bookmark("beta", {});
-    builder.conflict("alpha", "gone");
-    const auto lanes = buildLanes(builder.state(), "gone", {{"settings-only", BookmarkSettings{}}},
-                                  {rule("*.md", "rules-only")});
-    std::vector<std::string> names;
-    names.reserve(lanes.size());
-    for (const auto& [name, lane] : lanes) {
-        names.push_back(name);
+TEST(BookmarkLaneTrunk, AncestorsCoverLoadedHistoryFromTheFirstCommitAndNameUnloadedParents) {
+    const std::string history = "t0:beyond! side:t0! t1:t0! t2:t1,side! above:t2 ";
+    const std::vector<
+        std::tuple<std::string, std::string, std::optional<std::string>, std::set<std::string>>>
+        cases = {
+            {history,
+             "main@origin:t2,t1 feature:above",
+             "main",
+             {"t2", "t1", "side", "t0", "beyond"}},
+            {history, "main@origin:t1,t2", "main", {"t1", "t0", "beyond"}},
+            {history, "main@origin:t1 hollow@origin:", std::nullopt, {}},
+            {history, "main@origin:t1 hollow@origin:", "nope", {}},
+            {history, "main@origin:t1 hollow@origin:", "hollow", {}},
+            // A cyclic graph still ends.
+            {"a:b! b:c,a! c:a!", "main@origin:a", "main", {"a", "b", "c"}},
+        };
+    for (const auto& [commits, bookmarks, trunk, expected] : cases) {
+        SCOPED_TRACE(bookmarks);
+        EXPECT_EQ(
+            BookmarkLaneProjection::trunkAncestorCommitIDs(stateOf(commits, bookmarks), trunk),
+            expected);
     }
-    EXPECT_EQ(names, (std::vector<std::string>{"alpha", "beta"}));
-    EXPECT_TRUE(buildLanes(RepoState{}, std::nullopt).empty());
 }
 
-TEST(BookmarkLaneBuild, ListsCommitsInBookmarkOrderSkippingUnloadedOnes) {
+TEST(BookmarkLaneBuild, GivesEachBookmarkOneLaneOfItsLoadedCommitsSharedWithTheIndex) {
     StateBuilder builder;
-    builder.commit("c1");
-    builder.commit("c2", {"c1"});
-    builder.commit("c3", {"c2"});
-    builder.bookmark("feature", {"c3", "missing", "c1", "c2"});
-    const auto lanes = buildLanes(builder.state(), std::nullopt);
-    EXPECT_EQ(commitIDsOf(lanes.at("feature").commits),
-              (std::vector<std::string>{"c3", "c1", "c2"}));
-}
-
-TEST(BookmarkLaneBuild, SharesTheIndexCommitsInsteadOfCopyingThem) {
-    StateBuilder builder;
+    builder.commits("c1 c2:c1 c3:c2 orphan").bookmarks("feature:c3,missing,c1,c2 beta:");
     builder.commit("c1").description = "first\n";
-    builder.commit("c2", {"c1"});
-    builder.bookmark("feature", {"c2", "c1"});
-    const auto lanes = buildLanes(builder.state(), std::nullopt);
+    builder.conflict("feature", "gone");
+    const auto lanes = build(builder.state(), "gone", {{"settings-only", BookmarkSettings{}}},
+                             {{"id", "*.md", "rules-only", true}});
+    EXPECT_EQ(lanesWhere(lanes, [](const auto&) { return true; }), (Names{"beta", "feature"}));
     const auto& commits = lanes.at("feature").commits;
-    ASSERT_EQ(commits.size(), 2U);
-    EXPECT_EQ(&*commits[0], &*builder.state().commits.at("c2"));
-    EXPECT_EQ(&*commits[1], &*builder.state().commits.at("c1"));
+    ASSERT_EQ(commits.size(), 3U);
+    for (std::size_t index = 0; index < commits.size(); ++index) {
+        const auto* id = std::array{"c3", "c1", "c2"}[index];
+        EXPECT_EQ(&*commits[index], &*builder.state().commits.at(id)) << id;
+    }
     EXPECT_EQ(commits[1]->description, "first\n");
-}
+    EXPECT_TRUE(build(RepoState{}, std::nullopt).empty());
 
-TEST(BookmarkLaneBuild, ComparesSharedCommitsByValue) {
+    // Shared commits still compare by value.
     JJCommit made;
     made.commitID = "c1";
-    made.description = "same\n";
-    const SharedCommit one(made);
-    const SharedCommit other(made);
-    EXPECT_NE(&*one, &*other);
-    EXPECT_EQ(one, other);
+    EXPECT_EQ(SharedCommit(made), SharedCommit(made));
     made.description = "changed\n";
-    EXPECT_NE(one, SharedCommit(made));
+    EXPECT_NE(commits[1], SharedCommit(made));
 }
 
-TEST(BookmarkLaneBuild, PairsConflictPartnersBothWaysSorted) {
+TEST(BookmarkLaneBuild, CarriesConflictPartnersSettingsAndRoutingRulesOfEachBookmark) {
     StateBuilder builder;
-    for (const auto* name : {"a", "b", "c", "d"}) {
-        builder.bookmark(name, {});
-    }
+    builder.commits("c1").bookmarks("a: b: c: d: pushed@origin:c1 local:c1 configured@origin:c1");
     builder.conflict("b", "c").conflict("a", "c").conflict("a", "b");
-    const auto lanes = buildLanes(builder.state(), std::nullopt);
-    EXPECT_EQ(lanes.at("a").conflictPartners, (std::vector<std::string>{"b", "c"}));
-    EXPECT_EQ(lanes.at("b").conflictPartners, (std::vector<std::string>{"a", "c"}));
-    EXPECT_EQ(lanes.at("c").conflictPartners, (std::vector<std::string>{"a", "b"}));
-    EXPECT_TRUE(lanes.at("d").conflictPartners.empty());
-}
-
-TEST(BookmarkLaneBuild, TakesStoredSettingsElseTheDefaultsOfTheOrigin) {
-    StateBuilder builder;
-    builder.commit("c1");
-    builder.upstreamBookmark("pushed", {"c1"});
-    builder.bookmark("local", {"c1"});
-    builder.upstreamBookmark("configured", {"c1"});
     BookmarkSettings stored;
     stored.updateStrategy = UpdateStrategy::rebase;
     stored.tags = {"review", "urgent"};
     stored.pinned = true;
     stored.columnVisible = true;
-    const auto lanes = buildLanes(builder.state(), std::nullopt, {{"configured", stored}});
+    const std::vector<FileRoutingRule> rules{{"1", "*.md", "a", true},
+                                             {"2", "src/*", "b", true},
+                                             {"3", "docs/*", "a", true},
+                                             {"4", "*.txt", "elsewhere", true},
+                                             {"5", "README", "a", true}};
+    const auto lanes = build(builder.state(), std::nullopt, {{"configured", stored}}, rules);
 
-    const auto& pushed = lanes.at("pushed");
-    EXPECT_EQ(pushed.updateStrategy, UpdateStrategy::mergeIn);
-    EXPECT_TRUE(pushed.tags.empty());
-    EXPECT_FALSE(pushed.isPinned);
-    EXPECT_FALSE(pushed.isColumnVisible);
+    // Partners both ways, sorted.
+    EXPECT_EQ(lanes.at("a").conflictPartners, (Names{"b", "c"}));
+    EXPECT_EQ(lanes.at("b").conflictPartners, (Names{"a", "c"}));
+    EXPECT_EQ(lanes.at("c").conflictPartners, (Names{"a", "b"}));
+    EXPECT_TRUE(lanes.at("d").conflictPartners.empty());
 
-    const auto& local = lanes.at("local");
-    EXPECT_EQ(local.updateStrategy, UpdateStrategy::rebase);
-    EXPECT_FALSE(local.isPinned);
-    EXPECT_FALSE(local.isColumnVisible);
+    // Stored settings, else the defaults of the bookmark's origin.
+    const auto settingsOf = [&](const std::string& name) {
+        const auto& lane = lanes.at(name);
+        return std::tuple(lane.updateStrategy, lane.tags, lane.isPinned, lane.isColumnVisible);
+    };
+    EXPECT_EQ(settingsOf("pushed"), std::tuple(UpdateStrategy::mergeIn, Names{}, false, false));
+    EXPECT_EQ(settingsOf("local"), std::tuple(UpdateStrategy::rebase, Names{}, false, false));
+    EXPECT_EQ(settingsOf("configured"),
+              std::tuple(UpdateStrategy::rebase, Names{"review", "urgent"}, true, true));
 
-    const auto& configured = lanes.at("configured");
-    EXPECT_EQ(configured.updateStrategy, UpdateStrategy::rebase);
-    EXPECT_EQ(configured.tags, (std::vector<std::string>{"review", "urgent"}));
-    EXPECT_TRUE(configured.isPinned);
-    EXPECT_TRUE(configured.isColumnVisible);
+    // Rules grouped by bookmark, in rule order.
+    EXPECT_EQ(lanes.at("a").routingRules, (std::vector{rules[0], rules[2], rules[4]}));
+    EXPECT_EQ(lanes.at("b").routingRules, (std::vector{rules[1]}));
+    EXPECT_TRUE(lanes.at("d").routingRules.empty());
 }
 
-TEST(BookmarkLaneBuild, GroupsRoutingRulesByBookmarkInRuleOrder) {
+TEST(BookmarkLaneBuild, MarksTheTrunkAndTheLanesAlreadyMergedIntoIt) {
     StateBuilder builder;
-    builder.bookmark("docs", {});
-    builder.bookmark("code", {});
-    builder.bookmark("idle", {});
-    const std::vector<FileRoutingRule> rules{rule("*.md", "docs"), rule("src/*", "code"),
-                                             rule("docs/*", "docs"), rule("*.txt", "elsewhere"),
-                                             rule("README", "docs")};
-    const auto lanes = buildLanes(builder.state(), std::nullopt, {}, rules);
-    EXPECT_EQ(patternsOf(lanes.at("docs").routingRules),
-              (std::vector<std::string>{"*.md", "docs/*", "README"}));
-    EXPECT_EQ(lanes.at("code").routingRules, (std::vector<FileRoutingRule>{rules[1]}));
-    EXPECT_TRUE(lanes.at("idle").routingRules.empty());
-}
-
-TEST(BookmarkLaneBuild, MarksTheTrunkAndLanesAlreadyMergedIntoIt) {
-    StateBuilder builder;
-    builder.immutableCommit("t0");
-    builder.immutableCommit("t1", {"t0"});
-    builder.immutableCommit("t2", {"t1"});
-    builder.commit("m1", {"t2"});
-    builder.upstreamBookmark("main", {"t2"});
-    builder.bookmark("landed", {"t1"});
-    builder.bookmark("ahead", {"m1"});
-    builder.bookmark("landed-first-only", {"t0", "m1"});
-    builder.bookmark("based-on-landed", {"m1", "t1"});
-    Bookmark& divergent = builder.bookmark("divergent", {"t1", "m1"});
-    divergent.isDivergent = true;
-    builder.bookmark("empty", {});
-
-    const auto lanes = buildLanes(builder.state(), "main");
-    EXPECT_TRUE(lanes.at("main").isTrunk);
-    EXPECT_FALSE(lanes.at("main").isMergedIntoTrunk);
-    EXPECT_TRUE(lanes.at("landed").isMergedIntoTrunk);
-    EXPECT_TRUE(lanes.at("landed-first-only").isMergedIntoTrunk);
-    EXPECT_FALSE(lanes.at("ahead").isMergedIntoTrunk);
-    EXPECT_FALSE(lanes.at("based-on-landed").isMergedIntoTrunk);
-    EXPECT_FALSE(lanes.at("divergent").isMergedIntoTrunk);
-    EXPECT_FALSE(lanes.at("empty").isMergedIntoTrunk);
-    for (const auto& [name, lane] : lanes) {
-        EXPECT_EQ(lane.isTrunk, name == "main") << name;
+    builder.commits("t0! t1:t0! t2:t1! m1:t2")
+        .bookmarks(
+            "main@origin:t2 landed:t1 ahead:m1 landed-first-only:t0,m1 "
+            "based-on-landed:m1,t1 divergent:t1,m1 empty:");
+    builder.bookmark("divergent", {"t1", "m1"}).isDivergent = true;
+    const auto isTrunk = [](const BookmarkLaneReadModel& lane) {
+        return lane.isTrunk;
+    };
+    const auto isMerged = [](const BookmarkLaneReadModel& lane) {
+        return lane.isMergedIntoTrunk;
+    };
+    const auto lanes = build(builder.state(), "main");
+    EXPECT_EQ(lanesWhere(lanes, isTrunk), Names{"main"});
+    EXPECT_EQ(lanesWhere(lanes, isMerged), (Names{"landed", "landed-first-only"}));
+    // Without a trunk nothing is trunk or merged.
+    for (const auto& trunk : {std::optional<std::string>{}, std::optional<std::string>{"gone"}}) {
+        const auto without = build(builder.state(), trunk);
+        EXPECT_TRUE(lanesWhere(without, isTrunk).empty());
+        EXPECT_TRUE(lanesWhere(without, isMerged).empty());
     }
-}
 
-TEST(BookmarkLaneBuild, FindsMergedLanesAnywhereInALongTrunkHistory) {
-    StateBuilder builder;
+    // Anywhere in a long trunk history, down to its unloaded base.
+    StateBuilder longer;
     const int length = 3000;
     for (int index = 0; index < length; ++index) {
-        builder.immutableCommit("t" + std::to_string(index),
-                                {index == 0 ? "beyond" : "t" + std::to_string(index - 1)});
+        longer.immutableCommit("t" + std::to_string(index),
+                               {index == 0 ? "beyond" : "t" + std::to_string(index - 1)});
     }
-    builder.immutableCommit("side", {"t5"});
-    builder.upstreamBookmark("main", {"t" + std::to_string(length - 1)});
-    for (const int index : {0, 1, 1234, length - 2}) {
-        builder.bookmark("at-" + std::to_string(index), {"t" + std::to_string(index)});
-    }
-    builder.bookmark("unloaded-base", {"beyond"});
-    builder.bookmark("side", {"side"});
-    builder.bookmark("elsewhere", {"nowhere"});
-
-    const auto lanes = buildLanes(builder.state(), "main");
-    for (const auto* name : {"at-0", "at-1", "at-1234", "at-2998", "unloaded-base"}) {
-        EXPECT_TRUE(lanes.at(name).isMergedIntoTrunk) << name;
-    }
-    EXPECT_FALSE(lanes.at("side").isMergedIntoTrunk);
-    EXPECT_FALSE(lanes.at("elsewhere").isMergedIntoTrunk);
+    longer.commits("side:t5!")
+        .bookmarks(
+            "main@origin:t2999 at-0:t0 at-1:t1 at-1234:t1234 at-2998:t2998 unloaded-base:beyond "
+            "side:side elsewhere:nowhere");
+    EXPECT_EQ(lanesWhere(build(longer.state(), "main"), isMerged),
+              (Names{"at-0", "at-1", "at-1234", "at-2998", "unloaded-base"}));
 }
 
-TEST(BookmarkLaneBuild, WithoutATrunkNothingIsTrunkOrMerged) {
-    StateBuilder builder;
-    builder.immutableCommit("t1");
-    builder.upstreamBookmark("main", {"t1"});
-    builder.bookmark("landed", {"t1"});
-    for (const auto& trunk : {std::optional<std::string>{}, std::optional<std::string>{"gone"}}) {
-        const auto lanes = buildLanes(builder.state(), trunk);
-        for (const auto& [name, lane] : lanes) {
-            EXPECT_FALSE(lane.isTrunk) << name;
-            EXPECT_FALSE(lane.isMergedIntoTrunk) << name;
-        }
-    }
-}
-
-TEST(BookmarkLaneBuild, ShortensTheFirstLoadedCommitID) {
+TEST(BookmarkLaneBuild, ShortensTheFirstCommitIDWhenItIsLoaded) {
     const std::string full = "0123456789abcdef0123456789abcdef01234567";
-    StateBuilder builder;
-    builder.commit(full);
-    builder.commit("short");
-    builder.bookmark("long", {full});
-    builder.bookmark("brief", {"short"});
-    builder.bookmark("unloaded-tip", {"missing", full});
-    builder.bookmark("empty", {});
-    const auto lanes = buildLanes(builder.state(), std::nullopt);
+    const auto lanes =
+        build(stateOf(full + " short", "long:" + full + " brief:short " + "unloaded-tip:missing," +
+                                           full + " empty:"),
+              std::nullopt);
     EXPECT_EQ(lanes.at("long").upstreamShortCommitID, "0123456789ab");
     EXPECT_EQ(lanes.at("brief").upstreamShortCommitID, "short");
     EXPECT_EQ(lanes.at("unloaded-tip").upstreamShortCommitID, std::nullopt);
@@ -368,21 +221,14 @@ TEST(BookmarkLaneBuild, ShortensTheFirstLoadedCommitID) {
 }
 
 TEST(BookmarkLaneBuild, DoesNotDependOnTheCommitIndexLayout) {
-    StateBuilder builder;
-    builder.immutableCommit("t0");
-    builder.immutableCommit("t1", {"t0"});
-    builder.immutableCommit("t2", {"t1", "t0"});
-    builder.commit("m1", {"t2"});
-    builder.upstreamBookmark("master", {"t2"});
-    builder.upstreamBookmark("main", {"t2"});
-    builder.bookmark("feature", {"m1", "t1"});
-    builder.bookmark("old", {"t1"});
-    const auto reference = BookmarkLaneProjection::build(builder.state(), {}, {}, "main");
+    const RepoState state = stateOf("t0! t1:t0! t2:t1,t0! m1:t2",
+                                    "master@origin:t2 main@origin:t2 feature:m1,t1 old:t1");
+    const auto reference = build(state, "main");
     for (const std::size_t buckets : {1U, 257U, 1031U}) {
-        RepoState state = builder.state();
-        state.commits.rehash(buckets);
-        EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(state, std::nullopt), "main");
-        EXPECT_EQ(BookmarkLaneProjection::build(state, {}, {}, "main"), reference);
+        RepoState rehashed = state;
+        rehashed.commits.rehash(buckets);
+        EXPECT_EQ(BookmarkLaneProjection::resolveTrunkName(rehashed, std::nullopt), "main");
+        EXPECT_EQ(build(rehashed, "main"), reference);
     }
 }
 

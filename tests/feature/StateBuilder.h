@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,9 +61,59 @@ class StateBuilder {
         return *this;
     }
 
+    /// Adds commits written as words "ID:PARENT,PARENT", with "!" after an
+    /// immutable one and "@NAME" after one that carries local bookmark NAME:
+    /// "t0! a1:t0@feature m:a1,t0".
+    StateBuilder& commits(const std::string& text) {
+        std::istringstream stream(text);
+        for (std::string word; stream >> word;) {
+            std::string bookmark;
+            if (const auto at = word.find('@'); at != std::string::npos) {
+                bookmark = word.substr(at + 1);
+                word.resize(at);
+            }
+            const bool immutable = word.ends_with('!');
+            if (immutable) {
+                word.pop_back();
+            }
+            JJCommit& added = commit(word.substr(0, word.find(':')), listAfterColon(word));
+            added.immutable = immutable;
+            if (!bookmark.empty()) {
+                added.localBookmarks.push_back({bookmark, std::nullopt, {added.commitID}, {}});
+            }
+        }
+        return *this;
+    }
+
+    /// Adds bookmarks written as words "NAME:ID,ID" (tip first), or
+    /// "NAME@origin:ID,ID" for one whose origin is the remote: "main@origin:t1 wip:".
+    StateBuilder& bookmarks(const std::string& text) {
+        std::istringstream stream(text);
+        for (std::string word; stream >> word;) {
+            const std::string name = word.substr(0, word.find_first_of("@:"));
+            if (word.starts_with(name + "@origin")) {
+                upstreamBookmark(name, listAfterColon(word));
+            } else {
+                bookmark(name, listAfterColon(word));
+            }
+        }
+        return *this;
+    }
+
     const RepoState& state() const { return state_; }
 
   private:
+    static std::vector<std::string> listAfterColon(const std::string& word) {
+        std::vector<std::string> items;
+        if (const auto colon = word.find(':'); colon != std::string::npos) {
+            std::istringstream list(word.substr(colon + 1));
+            for (std::string item; std::getline(list, item, ',');) {
+                items.push_back(item);
+            }
+        }
+        return items;
+    }
+
     RepoState state_;
     // The commits of `state_`, still open to the tests' changes.
     std::map<std::string, std::shared_ptr<JJCommit>> commits_;

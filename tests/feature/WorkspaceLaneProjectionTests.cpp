@@ -1,6 +1,5 @@
 #include "feature/lanes/WorkspaceLaneProjection.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,224 +10,89 @@
 namespace vorda {
 namespace {
 
-using testing::addLocalBookmark;
-using testing::StateBuilder;
-using testing::workspaceOn;
-using IDs = std::vector<std::string>;
-
-IDs idsOf(const std::vector<JJCommit>& commits) {
-    IDs ids;
-    ids.reserve(commits.size());
+std::string joined(const std::vector<JJCommit>& commits) {
+    std::string text;
     for (const auto& commit : commits) {
-        ids.push_back(commit.commitID);
+        text += (text.empty() ? "" : " ") + commit.commitID;
     }
-    return ids;
+    return text.empty() ? "-" : text;
 }
 
-std::optional<std::string> idOf(const std::optional<JJCommit>& commit) {
-    return commit ? std::optional<std::string>(commit->commitID) : std::nullopt;
+/// "LOCAL | BOUNDARY | INPUTS | HISTORY | UNRESOLVED", "-" for an empty part.
+std::string describe(const WorkspaceLaneProjection& lane) {
+    std::string unresolved;
+    for (const auto& id : lane.unresolvedInputIDs) {
+        unresolved += (unresolved.empty() ? "" : " ") + id;
+    }
+    return joined(lane.localCommits) + " | " + (lane.boundary ? lane.boundary->commitID : "-") +
+           " | " + joined(lane.inputs) + " | " + joined(lane.history) + " | " +
+           (unresolved.empty() ? "-" : unresolved);
 }
 
-WorkspaceComposition::Kind materialized(const std::string& commitID) {
-    return WorkspaceComposition::Materialized{"change-" + commitID, commitID};
-}
+struct Case {
+    const char* name;
+    std::string graph;
+    const char* workingCopy;
+    /// Empty for a direct workspace, "shared:ID" for a legacy shared
+    /// composition, else the ID of the workspace's materialized one.
+    std::string composition;
+    const char* expected;
+};
 
-// Trunk t0, two bookmarked stacks on it, and a composition commit "comp"
-// merging them: a1 <- a0 <- t0 and b1 <- t0.
-StateBuilder composedRepository() {
-    StateBuilder builder;
-    builder.immutableCommit("t0", {"root"});
-    builder.immutableCommit("root");
-    builder.commit("a0", {"t0"});
-    addLocalBookmark(builder.commit("a1", {"a0"}), "a");
-    addLocalBookmark(builder.commit("b1", {"t0"}), "b");
-    builder.commit("comp", {"a1", "b1"}).description = "wip: Vorda composition default";
-    return builder;
-}
+// Trunk t0 on root, stacks a1 <- a0 and b1 on it, and "comp" merging them.
+const std::string composed = "t0:root! root! a0:t0 a1:a0@a b1:t0@b comp:a1,b1 ";
 
-// ---------------------------------------------------------------------------
-// Composition workspaces
-
-TEST(WorkspaceLaneComposition, WorkingCopyOnTheCompositionCommitHasNoLocalCommits) {
-    const auto builder = composedRepository();
-    const auto lane =
-        WorkspaceLaneProjection::build(workspaceOn("comp", materialized("comp")), builder.state());
-    EXPECT_TRUE(lane.localCommits.empty());
-    EXPECT_EQ(idOf(lane.boundary), "comp");
-    EXPECT_EQ(idsOf(lane.inputs), (IDs{"a1", "b1"}));
-    // Breadth first from the working copy, without what is shown above.
-    EXPECT_EQ(idsOf(lane.history), (IDs{"a0", "t0", "root"}));
-    EXPECT_TRUE(lane.unresolvedInputIDs.empty());
-    EXPECT_EQ(idsOf(lane.commits()), (IDs{"comp"}));
-}
-
-TEST(WorkspaceLaneComposition, WorkOnTopOfTheCompositionIsLocal) {
-    auto builder = composedRepository();
-    builder.commit("w1", {"comp"});
-    builder.commit("w2", {"w1"});
-    const auto lane =
-        WorkspaceLaneProjection::build(workspaceOn("w2", materialized("comp")), builder.state());
-    EXPECT_EQ(idsOf(lane.localCommits), (IDs{"w2", "w1"}));
-    EXPECT_EQ(idOf(lane.boundary), "comp");
-    EXPECT_EQ(idsOf(lane.inputs), (IDs{"a1", "b1"}));
-    EXPECT_EQ(idsOf(lane.history), (IDs{"a0", "t0", "root"}));
-    EXPECT_EQ(idsOf(lane.commits()), (IDs{"comp", "w2", "w1"}));
-}
-
-TEST(WorkspaceLaneComposition, ASharedCompositionCommitBoundsEvenWithOneParent) {
-    StateBuilder builder;
-    builder.immutableCommit("t0");
-    builder.commit("a1", {"t0"});
-    builder.commit("apex", {"a1"});
-    builder.commit("w1", {"apex"});
-    const auto lane = WorkspaceLaneProjection::build(
-        workspaceOn("w1", WorkspaceComposition::LegacyShared{"change-apex", "apex"}),
-        builder.state());
-    EXPECT_EQ(idsOf(lane.localCommits), (IDs{"w1"}));
-    EXPECT_EQ(idOf(lane.boundary), "apex");
-    EXPECT_EQ(idsOf(lane.inputs), (IDs{"a1"}));
-    EXPECT_EQ(idsOf(lane.history), (IDs{"t0"}));
-}
-
-TEST(WorkspaceLaneComposition, WalksThroughImmutableCommitsToTheCompositionCommit) {
-    // Only a workspace with no composition stops at fixed history; one with a
-    // composition commit looks for that commit even below immutable ones.
-    StateBuilder builder;
-    builder.immutableCommit("t0");
-    builder.immutableCommit("x", {"t0"});
-    builder.immutableCommit("y", {"t0"});
-    builder.immutableCommit("comp", {"x", "y"});
-    builder.immutableCommit("fixed", {"comp"});
-    builder.commit("wc", {"fixed"});
-    const auto lane =
-        WorkspaceLaneProjection::build(workspaceOn("wc", materialized("comp")), builder.state());
-    EXPECT_EQ(idsOf(lane.localCommits), (IDs{"wc", "fixed"}));
-    EXPECT_EQ(idOf(lane.boundary), "comp");
-    EXPECT_EQ(idsOf(lane.inputs), (IDs{"x", "y"}));
-}
-
-TEST(WorkspaceLaneComposition, HistoryGoesBreadthFirst) {
-    StateBuilder builder;
-    builder.immutableCommit("t0");
-    builder.commit("x0", {"t0"});
-    builder.commit("x1", {"x0"});
-    builder.commit("y0", {"t0"});
-    builder.commit("y1", {"y0"});
-    builder.commit("comp", {"x1", "y1"});
-    const auto lane =
-        WorkspaceLaneProjection::build(workspaceOn("comp", materialized("comp")), builder.state());
-    EXPECT_EQ(idsOf(lane.history), (IDs{"x0", "y0", "t0"}));
-}
-
-// ---------------------------------------------------------------------------
-// Direct workspaces
-
-TEST(WorkspaceLaneDirect, StopsAtAnImmutableCommitWhichIsTheOneInput) {
-    StateBuilder builder;
-    builder.immutableCommit("t0");
-    builder.immutableCommit("base", {"t0"});
-    builder.commit("w1", {"base"});
-    builder.commit("w2", {"w1"});
-    const auto lane = WorkspaceLaneProjection::build(workspaceOn("w2"), builder.state());
-    EXPECT_EQ(idsOf(lane.localCommits), (IDs{"w2", "w1"}));
-    EXPECT_EQ(lane.boundary, std::nullopt);
-    EXPECT_EQ(idsOf(lane.inputs), (IDs{"base"}));
-    EXPECT_EQ(idsOf(lane.history), (IDs{"t0"}));
-    EXPECT_TRUE(lane.unresolvedInputIDs.empty());
-    EXPECT_EQ(idsOf(lane.commits()), (IDs{"w2", "w1"}));
-}
-
-TEST(WorkspaceLaneDirect, BookmarkedWorkingCopyStaysLocalAndTheNextBookmarkBounds) {
-    StateBuilder builder;
-    builder.immutableCommit("t0");
-    builder.commit("c", {"t0"});
-    addLocalBookmark(builder.commit("b", {"c"}), "feature");
-    builder.commit("a", {"b"});
-    addLocalBookmark(builder.commit("wc", {"a"}), "wip");
-    const auto lane = WorkspaceLaneProjection::build(workspaceOn("wc"), builder.state());
-    EXPECT_EQ(idsOf(lane.localCommits), (IDs{"wc", "a"}));
-    EXPECT_EQ(idOf(lane.boundary), "b");
-    EXPECT_EQ(idsOf(lane.inputs), (IDs{"c"}));
-    EXPECT_EQ(idsOf(lane.history), (IDs{"t0"}));
-    EXPECT_EQ(idsOf(lane.commits()), (IDs{"b", "wc", "a"}));
-}
-
-TEST(WorkspaceLaneDirect, AMergeBelowTheWorkingCopyBounds) {
-    StateBuilder builder;
-    builder.immutableCommit("t0");
-    builder.commit("x", {"t0"});
-    addLocalBookmark(builder.commit("y", {"t0"}), "y");
-    builder.commit("merge", {"x", "y"});
-    builder.commit("wc", {"merge"});
-    const auto lane = WorkspaceLaneProjection::build(workspaceOn("wc"), builder.state());
-    EXPECT_EQ(idsOf(lane.localCommits), (IDs{"wc"}));
-    EXPECT_EQ(idOf(lane.boundary), "merge");
-    EXPECT_EQ(idsOf(lane.inputs), (IDs{"x", "y"}));
-    EXPECT_EQ(idsOf(lane.history), (IDs{"t0"}));
-}
-
-TEST(WorkspaceLaneDirect, ARootCommitEndsTheWalkWithNoInputs) {
-    StateBuilder builder;
-    builder.commit("first");
-    builder.commit("wc", {"first"});
-    const auto lane = WorkspaceLaneProjection::build(workspaceOn("wc"), builder.state());
-    EXPECT_EQ(idsOf(lane.localCommits), (IDs{"wc", "first"}));
-    EXPECT_EQ(lane.boundary, std::nullopt);
-    EXPECT_TRUE(lane.inputs.empty());
-    EXPECT_TRUE(lane.history.empty());
-    EXPECT_TRUE(lane.unresolvedInputIDs.empty());
-}
-
-// ---------------------------------------------------------------------------
-// Missing and damaged data
-
-TEST(WorkspaceLaneDamage, AnUnloadedParentIsOneUnresolvedInput) {
-    StateBuilder builder;
-    builder.commit("w1", {"gone"});
-    builder.commit("wc", {"w1"});
-    const auto lane = WorkspaceLaneProjection::build(workspaceOn("wc"), builder.state());
-    EXPECT_EQ(idsOf(lane.localCommits), (IDs{"wc", "w1"}));
-    EXPECT_EQ(lane.boundary, std::nullopt);
-    EXPECT_TRUE(lane.inputs.empty());
-    EXPECT_EQ(lane.unresolvedInputIDs, (IDs{"gone"}));
-    EXPECT_TRUE(lane.history.empty());
-}
-
-TEST(WorkspaceLaneDamage, InputsDropRepeatsWhileUnresolvedIDsKeepThem) {
-    auto builder = composedRepository();
-    builder.commit("comp", {"a1", "gone", "a1", "b1", "gone"});
-    const auto lane =
-        WorkspaceLaneProjection::build(workspaceOn("comp", materialized("comp")), builder.state());
-    EXPECT_EQ(idsOf(lane.inputs), (IDs{"a1", "b1"}));
-    EXPECT_EQ(lane.unresolvedInputIDs, (IDs{"gone", "gone"}));
-    EXPECT_EQ(idsOf(lane.history), (IDs{"a0", "t0", "root"}));
-}
-
-TEST(WorkspaceLaneDamage, CyclesAboveTheBoundaryEndTheWalk) {
-    StateBuilder builder;
-    builder.commit("a", {"b"});
-    builder.commit("b", {"a"});
-    const auto lane = WorkspaceLaneProjection::build(workspaceOn("a"), builder.state());
-    EXPECT_EQ(idsOf(lane.localCommits), (IDs{"a", "b"}));
-    EXPECT_EQ(lane.boundary, std::nullopt);
-    // The walk stopped on "a" again, which is already shown as local.
-    EXPECT_TRUE(lane.inputs.empty());
-    EXPECT_TRUE(lane.unresolvedInputIDs.empty());
-    EXPECT_TRUE(lane.history.empty());
-}
-
-TEST(WorkspaceLaneDamage, CyclesBelowTheBoundaryEndTheHistory) {
-    StateBuilder builder;
-    builder.commit("x", {"y", "z"});
-    builder.commit("y", {"x"});
-    builder.commit("z", {"z"});
-    builder.commit("comp", {"x", "y"});
-    builder.commit("wc", {"comp"});
-    const auto lane =
-        WorkspaceLaneProjection::build(workspaceOn("wc", materialized("comp")), builder.state());
-    EXPECT_EQ(idsOf(lane.localCommits), (IDs{"wc"}));
-    EXPECT_EQ(idsOf(lane.inputs), (IDs{"x", "y"}));
-    EXPECT_EQ(idsOf(lane.history), (IDs{"z"}));
+TEST(WorkspaceLaneProjection, SplitsTheWalkIntoLocalCommitsBoundaryInputsAndHistory) {
+    const std::vector<Case> cases = {
+        {"working copy on the composition", composed, "comp", "comp",
+         "- | comp | a1 b1 | a0 t0 root | -"},
+        {"work on top of the composition is local", composed + "w1:comp w2:w1", "w2", "comp",
+         "w2 w1 | comp | a1 b1 | a0 t0 root | -"},
+        {"a shared composition bounds even with one parent", "t0! a1:t0 apex:a1 w1:apex", "w1",
+         "shared:apex", "w1 | apex | a1 | t0 | -"},
+        // Only a direct workspace stops at fixed history.
+        {"a composition is looked for below immutable commits",
+         "t0! x:t0! y:t0! comp:x,y! fixed:comp! wc:fixed", "wc", "comp",
+         "wc fixed | comp | x y | t0 | -"},
+        {"history goes breadth first", "t0! x0:t0 x1:x0 y0:t0 y1:y0 comp:x1,y1", "comp", "comp",
+         "- | comp | x1 y1 | x0 y0 t0 | -"},
+        {"a direct workspace stops at an immutable commit, its one input",
+         "t0! base:t0! w1:base w2:w1", "w2", "", "w2 w1 | - | base | t0 | -"},
+        {"a bookmarked working copy stays local and the next bookmark bounds",
+         "t0! c:t0 b:c@feature a:b wc:a@wip", "wc", "", "wc a | b | c | t0 | -"},
+        {"a merge below the working copy bounds", "t0! x:t0 y:t0@y merge:x,y wc:merge", "wc", "",
+         "wc | merge | x y | t0 | -"},
+        {"a root commit ends the walk with no inputs", "first wc:first", "wc", "",
+         "wc first | - | - | - | -"},
+        {"an unloaded parent is one unresolved input", "w1:gone wc:w1", "wc", "",
+         "wc w1 | - | - | - | gone"},
+        {"inputs drop repeats while unresolved IDs keep them", composed + "comp:a1,gone,a1,b1,gone",
+         "comp", "comp", "- | comp | a1 b1 | a0 t0 root | gone gone"},
+        // The walk stops on "a" again, which is already shown as local.
+        {"a cycle above the boundary ends the walk", "a:b b:a", "a", "", "a b | - | - | - | -"},
+        {"a cycle below the boundary ends the history", "x:y,z y:x z:z comp:x,y wc:comp", "wc",
+         "comp", "wc | comp | x y | z | -"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        WorkspaceComposition::Kind kind = WorkspaceComposition::Direct{};
+        if (c.composition.starts_with("shared:")) {
+            const std::string id = c.composition.substr(7);
+            kind = WorkspaceComposition::LegacyShared{"change-" + id, id};
+        } else if (!c.composition.empty()) {
+            kind = WorkspaceComposition::Materialized{"change-" + c.composition, c.composition};
+        }
+        const auto lane =
+            WorkspaceLaneProjection::build(testing::workspaceOn(c.workingCopy, std::move(kind)),
+                                           testing::StateBuilder().commits(c.graph).state());
+        EXPECT_EQ(describe(lane), c.expected);
+        // What the column shows: the boundary above the local commits.
+        std::vector<JJCommit> shown = lane.localCommits;
+        if (lane.boundary) {
+            shown.insert(shown.begin(), *lane.boundary);
+        }
+        EXPECT_EQ(lane.commits(), shown);
+    }
 }
 
 }  // namespace
