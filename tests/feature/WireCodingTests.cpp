@@ -418,57 +418,123 @@ TEST(WireCommands, EveryCaseRoundTripsWithEveryMember) {
         << "a command case has no sample above";
 }
 
-TEST(WireCommands, RepresentativeCasesHaveTheirExactJSON) {
-    EXPECT_EQ(encodeCommand(RepoCommand::Refresh{}), json::parse(R"({"refresh":{}})"));
-    EXPECT_EQ(encodeCommand(RepoCommand::Fetch{[](const std::string& /*line*/) {
-              }}),
-              json::parse(R"({"fetch":{}})"));
-    EXPECT_EQ(encodeCommand(RepoCommand::RenameBookmark{"a\"b", "c\\d"}),
-              json::parse(R"({"renameBookmark":{"old":"a\"b","new":"c\\d"}})"));
-    EXPECT_EQ(encodeCommand(RepoCommand::SetUpdateStrategy{UpdateStrategy::mergeIn, "x"}),
-              json::parse(R"({"setUpdateStrategy":{"strategy":"mergeIn","bookmark":"x"}})"));
-    EXPECT_EQ(encodeCommand(RepoCommand::StageHunks{"f", {3, 0, 2}, "into", "/h"}),
-              json::parse(R"({"stageHunks":{"filePath":"f","hunkOrdinals":[0,2,3],
-                              "into":"into","helperPath":"/h"}})"));
-    EXPECT_EQ(
-        encodeCommand(RepoCommand::CreateBookmark{
-            {"x", std::nullopt, {BookmarkStartingPoint::SpecificRevision{"@-"}}, true, false}}),
-        json::parse(R"({"createBookmark":{"_0":{"name":"x",
-                              "startingPoint":{"specificRevision":{"_0":"@-"}},
-                              "enableAfterCreating":true,"trackUpstream":false}}})"));
-    EXPECT_EQ(encodeCommand(RepoCommand::CreateBookmark{
-                  {"y",
-                   "base",
-                   {BookmarkStartingPoint::WorkingCopyCarveHunks{{{{"a", {1}}}}, "/h"}},
-                   false,
-                   true}}),
-              json::parse(R"({"createBookmark":{"_0":{"name":"y","parent":"base",
-                              "startingPoint":{"workingCopyCarveHunks":{
-                                "_0":{"files":[{"path":"a","keepHunkOrdinals":[1]}]},
-                                "helperPath":"/h"}},
-                              "enableAfterCreating":false,"trackUpstream":true}}})"));
-    EXPECT_EQ(
-        encodeCommand(RepoCommand::ApplyApexParents{
-            {},
-            {ApexParent::trunk(), ApexParent::bookmark("feature")}})["applyApexParents"]["parents"],
-        json::parse(R"([{"trunk":{}},{"bookmark":{"_0":"feature"}}])"));
+TEST(WireModel, EveryValueOfAPlainEnumerationAndEveryRecordComesBackAsItself) {
+    const auto roundTrip = [](const auto& values) {
+        for (const auto& value : values) {
+            using T = std::remove_cvref_t<decltype(value)>;
+            EXPECT_EQ(wireDecode<T>(JsonReader(wireEncode(value))), value);
+        }
+    };
+    using Role = CompositionAttachment::Role;
+    roundTrip(std::vector{Role::currentTrunk, Role::mutableStack, Role::protectedDependency,
+                          Role::unresolved});
+    roundTrip(std::vector{GitHubPR::State::open, GitHubPR::State::closed, GitHubPR::State::merged,
+                          GitHubPR::State::unknown});
+    roundTrip(std::vector{GitHubPR::ReviewDecision::approved,
+                          GitHubPR::ReviewDecision::changesRequested,
+                          GitHubPR::ReviewDecision::reviewRequired});
+    roundTrip(std::vector{DiffLine::Kind::context, DiffLine::Kind::added, DiffLine::Kind::removed});
+    roundTrip(std::vector{UpdateStrategy::rebase, UpdateStrategy::mergeIn});
+    roundTrip(std::vector{sampleApex()});
 
-    Bookmark bookmark;
-    bookmark.name = "feature";
-    bookmark.origin = BookmarkOrigin::upstream("origin");
-    bookmark.remoteSyncState = {RemoteSyncState::Ahead{"origin", 2}};
-    EXPECT_EQ(encodeCommand(RepoCommand::Push{bookmark}),
-              json::parse(R"({"push":{"bookmark":{"name":"feature","changeIDs":[],"commitIDs":[],
-                              "parentBookmarks":[],"isDivergent":false,
-                              "origin":{"upstream":{"remote":"origin"}},"hasConflict":false,
-                              "landedUpstreamParents":[],
-                              "remoteSyncState":{"ahead":{"remote":"origin","commits":2}}}}})"));
+    RebaseConflictReview review;
+    review.commit = samplePlanCommit("c", "k");
+    review.patch = "diff --git a/x b/x\n";
+    review.files = {{"x", "<<<<<<< conflict\n" + tricky + "\n>>>>>>>\n"}};
+    const auto decoded = wireDecode<RebaseConflictReview>(JsonReader(wireEncode(review)));
+    EXPECT_EQ(std::tie(decoded.commit, decoded.patch, decoded.files),
+              std::tie(review.commit, review.patch, review.files));
+}
+
+TEST(WireModel, CommandsResultsAndRecordsHaveTheirExactJSON) {
+    JJCommit commit;
+    commit.commitID = "c";
+    commit.changeID = "k";
+    commit.workingCopy = true;
+    commit.localBookmarks = {{"feature", std::nullopt, {"c"}, std::nullopt}};
+    commit.remoteBookmarks = {{"feature", "origin", {"c"}, std::vector<std::string>{}}};
+    commit.changedFiles = {{"a.txt", "M", 3, std::nullopt}};
+    using C = RepoCommand;
+    using R = RepoCommandResult;
+    const std::vector<std::pair<json, std::string>> cases = {
+        {encodeCommand(C::Refresh{}), R"({"refresh":{}})"},
+        {encodeCommand(C::Fetch{[](const std::string&) {
+         }}),
+         R"({"fetch":{}})"},
+        {encodeCommand(C::RenameBookmark{"a\"b", "c\\d"}),
+         R"({"renameBookmark":{"old":"a\"b","new":"c\\d"}})"},
+        {encodeCommand(C::SetUpdateStrategy{UpdateStrategy::mergeIn, "x"}),
+         R"({"setUpdateStrategy":{"strategy":"mergeIn","bookmark":"x"}})"},
+        {encodeCommand(C::StageHunks{"f", {3, 0, 2}, "into", "/h"}),
+         R"({"stageHunks":{"filePath":"f","hunkOrdinals":[0,2,3],"into":"into","helperPath":"/h"}})"},
+        {encodeCommand(C::CreateBookmark{
+             {"x", std::nullopt, {BookmarkStartingPoint::SpecificRevision{"@-"}}, true, false}}),
+         R"({"createBookmark":{"_0":{"name":"x","startingPoint":{"specificRevision":{"_0":"@-"}},
+             "enableAfterCreating":true,"trackUpstream":false}}})"},
+        {encodeCommand(C::CreateBookmark{
+             {"y",
+              "base",
+              {BookmarkStartingPoint::WorkingCopyCarveHunks{{{{"a", {1}}}}, "/h"}},
+              false,
+              true}}),
+         R"({"createBookmark":{"_0":{"name":"y","parent":"base","startingPoint":{
+             "workingCopyCarveHunks":{"_0":{"files":[{"path":"a","keepHunkOrdinals":[1]}]},
+             "helperPath":"/h"}},"enableAfterCreating":false,"trackUpstream":true}}})"},
+        {encodeCommand(
+             C::ApplyApexParents{{},
+                                 {ApexParent::trunk(),
+                                  ApexParent::bookmark("feature")}})["applyApexParents"]["parents"],
+         R"([{"trunk":{}},{"bookmark":{"_0":"feature"}}])"},
+        {encodeResult(R::toast("Undid last operation")),
+         R"({"toast":{"_0":"Undid last operation"}})"},
+        {encodeResult(R::RecentOps{{{"op", "d", "t"}}}),
+         R"({"recentOps":{"_0":[{"opID":"op","description":"d","startTime":"t"}]}})"},
+        {encodeResult(R::Failure{{C::Undo{}, "no"}}),
+         R"({"failure":{"_0":{"command":{"undo":{}},"message":"no"}}})"},
+        // Records use their field names, enumerations their case names.
+        {wireEncode(std::vector<RemoteSyncState>{{RemoteSyncState::UpToDate{"o"}},
+                                                 {RemoteSyncState::Behind{"o", 5}},
+                                                 {RemoteSyncState::Diverged{"o", 1, 2}},
+                                                 {}}),
+         R"([{"upToDate":{"remote":"o"}},{"behind":{"remote":"o","commits":5}},
+             {"diverged":{"remote":"o","ahead":1,"behind":2}},{"untracked":{}}])"},
+        {wireEncode(std::vector{
+             BookmarkInclusionRole::inherited(std::nullopt),
+             BookmarkInclusionRole::inherited("base"), BookmarkInclusionRole::partial("c1"),
+             BookmarkInclusionRole::directParent(), BookmarkInclusionRole::absent()}),
+         R"([{"inherited":{}},{"inherited":{"via":"base"}},{"partial":{"commitID":"c1"}},
+             {"directParent":{}},{"absent":{}}])"},
+        {wireEncode(std::vector{BookmarkOrigin::local(), BookmarkOrigin::upstream("origin")}),
+         R"([{"local":{}},{"upstream":{"remote":"origin"}}])"},
+        {wireEncode(std::vector<WorkspaceComposition::Kind>{
+             WorkspaceComposition::Direct{}, WorkspaceComposition::LegacyShared{"k", "c"}}),
+         R"([{"direct":{}},{"legacyShared":{"changeID":"k","commitID":"c"}}])"},
+        {wireEncode(commit), R"({"commitID":"c","changeID":"k","parents":[],"description":"",
+             "author":{"name":"","email":"","timestamp":""},
+             "committer":{"name":"","email":"","timestamp":""},"conflict":false,"empty":false,
+             "immutable":false,"localBookmarks":[{"name":"feature","target":["c"]}],
+             "remoteBookmarks":[{"name":"feature","remote":"origin","target":["c"],
+             "trackingTarget":[]}],"workingCopy":true,
+             "changedFiles":[{"path":"a.txt","status":"M","linesAdded":3}]})"},
+    };
+    for (const auto& [encoded, expected] : cases) {
+        EXPECT_EQ(encoded, json::parse(expected));
+    }
+    // Apex parents keep their stored form on the wire.
+    for (const ApexParent& parent : sampleApex().parents) {
+        EXPECT_EQ(wireEncode(parent), parent.toJSON());
+    }
+    // Bytes that are not UTF-8 become replacement characters.
+    const std::string text = wireText(encodeCommand(RepoCommand::ResolveFile{"caf\xe9.txt"}));
+    EXPECT_EQ(text, "{\"resolveFile\":{\"path\":\"caf\xef\xbf\xbd.txt\"}}");
+    EXPECT_EQ(std::get<RepoCommand::ResolveFile>(parseCommand(text).value).path,
+              "caf\xef\xbf\xbd.txt");
 }
 
 /// The description of the failure to decode `text` as a command.
 std::string decodingFailure(const std::string& text) {
     try {
-        (void)decodeCommand(json::parse(text));
+        (void)parseCommand(text);
     } catch (const DecodingError& error) {
         return error.description();
     }
@@ -477,108 +543,83 @@ std::string decodingFailure(const std::string& text) {
 }
 
 TEST(WireCommands, DecodingFailuresSayWhereAndWhat) {
-    for (const auto* notOneKey :
-         {R"([])", R"("refresh")", R"(null)", R"(42)", R"({})", R"({"refresh":{},"undo":{}})"}) {
-        SCOPED_TRACE(notOneKey);
-        EXPECT_THAT(decodingFailure(notOneKey),
-                    HasSubstr("Invalid number of keys found, expected one."));
-    }
-    EXPECT_THAT(decodingFailure(R"({"frobnicate":{}})"),
-                HasSubstr(R"(unknown command case "frobnicate")"));
-    EXPECT_THAT(decodingFailure(R"({"refresh":3})"), HasSubstr("at refresh"));
-    EXPECT_THAT(decodingFailure(R"({"rebaseBookmark":{"name":"x"}})"),
-                HasSubstr("missing key `destination` at rebaseBookmark"));
-    EXPECT_THAT(decodingFailure(R"({"createBookmark":{"_0":{"name":1,"startingPoint":{
-                                    "workingCopy":{}},"enableAfterCreating":true,
-                                    "trackUpstream":true}}})"),
-                HasSubstr("(expected String) at createBookmark._0.name"));
-    EXPECT_THAT(decodingFailure(R"({"createBookmark":{"_0":{"name":"x","startingPoint":{
-                                    "workingCopy":{},"tipOfParent":{}},
-                                    "enableAfterCreating":true,"trackUpstream":true}}})"),
-                AllOf(HasSubstr("at createBookmark._0.startingPoint"),
-                      HasSubstr("Invalid number of keys found, expected one.")));
-    EXPECT_THAT(decodingFailure(R"({"push":{"bookmark":{"name":"x","changeIDs":["a",7],
-                                    "commitIDs":[],"parentBookmarks":[],"isDivergent":false,
-                                    "origin":{"local":{}},"hasConflict":false,
-                                    "landedUpstreamParents":[],
-                                    "remoteSyncState":{"untracked":{}}}}})"),
-                HasSubstr("at push.bookmark.changeIDs.Index 1"));
-    EXPECT_THAT(decodingFailure(R"({"push":{"bookmark":{"name":"x","changeIDs":[],
-                                    "commitIDs":[],"parentBookmarks":[],"isDivergent":false,
-                                    "origin":{"local":{}},"hasConflict":false,
-                                    "landedUpstreamParents":[],
-                                    "remoteSyncState":{"sideways":{}}}}})"),
-                AllOf(HasSubstr("at push.bookmark.remoteSyncState"),
-                      HasSubstr(R"(unknown remote sync state case "sideways")")));
-    EXPECT_THAT(decodingFailure(R"({"setUpdateStrategy":{"strategy":"squash","bookmark":"x"}})"),
-                HasSubstr(R"(unknown update strategy case "squash")"));
-    EXPECT_THAT(decodingFailure(R"({"applyApexParents":{"apex":{"changeID":"a","commitID":"b",
-                                    "parents":[],"attachments":[],
-                                    "immutableParentCommitIDs":[]},
-                                    "parents":[{"trunk":{},"bookmark":{"_0":"x"}}]}})"),
-                AllOf(HasSubstr("at applyApexParents.parents.Index 0"),
-                      HasSubstr("Invalid number of keys found, expected one.")));
-    EXPECT_THAT(decodingFailure(R"({"setRoutingRules":{"rules":[{"id":"not a uuid",
-                                    "pattern":"*","bookmarkName":"x","enabled":true}]}})"),
-                HasSubstr("at setRoutingRules.rules.Index 0.id"));
-
-    // Numbers: too large for the member, negative beyond it, or not whole.
-    EXPECT_THAT(decodingFailure(R"({"stageHunks":{"filePath":"f","into":"i","helperPath":"h",
-                                    "hunkOrdinals":[18446744073709551615]}})"),
-                AllOf(HasSubstr("at stageHunks.hunkOrdinals.Index 0"), HasSubstr("too large")));
-    EXPECT_THAT(decodingFailure(R"({"stageHunks":{"filePath":"f","into":"i","helperPath":"h",
-                                    "hunkOrdinals":[-9999999999]}})"),
-                HasSubstr("out of range"));
-    EXPECT_THAT(decodingFailure(R"({"stageHunks":{"filePath":"f","into":"i","helperPath":"h",
-                                    "hunkOrdinals":[1.5]}})"),
-                HasSubstr("(expected Int) at stageHunks.hunkOrdinals.Index 0"));
-
-    EXPECT_THROW((void)parseCommand("{\"refresh\":{}"), DecodingError);
-    EXPECT_THROW((void)parseCommand("{\"abandonBookmark\":{\"name\":\"\xff\"}}"), DecodingError);
-}
-
-TEST(WireCommands, TheTextMustBeExactlyOneStrictValue) {
-    const std::string describe = R"({"describeCommit":{"changeID":"c","message":)";
-    const std::vector<std::pair<std::string, std::string>> refused = {
-        {std::string("{\"undo\":{}}\0junk", 16), "NUL byte at offset 11"},
-        {describe + R"("a\u0000b","ignoreImmutable":false}})",
-         "at describeCommit.message: the text holds a NUL character"},
-        {R"({"stageHunks":{"filePath":"f","into":"i","helperPath":"h","hunkOrdinals":[1e400]}})",
-         "not valid JSON"},
+    const std::string oneKey = "Invalid number of keys found, expected one.";
+    const std::string bookmark = R"({"push":{"bookmark":{"name":"x","commitIDs":[],
+        "parentBookmarks":[],"isDivergent":false,"origin":{"local":{}},"hasConflict":false,
+        "landedUpstreamParents":[],)";
+    const std::string hunks = R"({"stageHunks":{"filePath":"f","into":"i","helperPath":"h",)";
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {"[]", {oneKey}},
+        {R"("refresh")", {oneKey}},
+        {"null", {oneKey}},
+        {"42", {oneKey}},
+        {"{}", {oneKey}},
+        {R"({"refresh":{},"undo":{}})", {oneKey}},
+        {R"({"frobnicate":{}})", {R"(unknown command case "frobnicate")"}},
+        {R"({"refresh":3})", {"at refresh"}},
+        {R"({"rebaseBookmark":{"name":"x"}})", {"missing key `destination` at rebaseBookmark"}},
+        {R"({"createBookmark":{"_0":{"name":1,"startingPoint":{"workingCopy":{}},
+             "enableAfterCreating":true,"trackUpstream":true}}})",
+         {"(expected String) at createBookmark._0.name"}},
+        {R"({"createBookmark":{"_0":{"name":"x","startingPoint":{"workingCopy":{},
+             "tipOfParent":{}},"enableAfterCreating":true,"trackUpstream":true}}})",
+         {"at createBookmark._0.startingPoint", oneKey}},
+        {bookmark + R"("changeIDs":["a",7],"remoteSyncState":{"untracked":{}}}}})",
+         {"at push.bookmark.changeIDs.Index 1"}},
+        {bookmark + R"("changeIDs":[],"remoteSyncState":{"sideways":{}}}}})",
+         {"at push.bookmark.remoteSyncState", R"(unknown remote sync state case "sideways")"}},
+        {R"({"setUpdateStrategy":{"strategy":"squash","bookmark":"x"}})",
+         {R"(unknown update strategy case "squash")"}},
+        {R"({"applyApexParents":{"apex":{"changeID":"a","commitID":"b","parents":[],
+             "attachments":[],"immutableParentCommitIDs":[]},
+             "parents":[{"trunk":{},"bookmark":{"_0":"x"}}]}})",
+         {"at applyApexParents.parents.Index 0", oneKey}},
+        {R"({"setRoutingRules":{"rules":[{"id":"not a uuid","pattern":"*","bookmarkName":"x",
+             "enabled":true}]}})",
+         {"at setRoutingRules.rules.Index 0.id"}},
+        // Numbers: too large for the member, negative beyond it, or not whole.
+        {hunks + R"("hunkOrdinals":[18446744073709551615]}})",
+         {"at stageHunks.hunkOrdinals.Index 0", "too large"}},
+        {hunks + R"("hunkOrdinals":[-9999999999]}})", {"out of range"}},
+        {hunks + R"("hunkOrdinals":[1.5]}})",
+         {"(expected Int) at stageHunks.hunkOrdinals.Index 0"}},
+        {hunks + R"("hunkOrdinals":[1e400]}})", {"not valid JSON"}},
+        // The text must be exactly one strict value.
+        {R"({"refresh":{})", {"not valid JSON"}},
+        {R"({"undo":{}} {"refresh":{}})", {"not valid JSON"}},
         {R"({"abandonOneOff":{"changeID":"c","n":)" + std::string(400, '7') + "}}",
-         "not valid JSON"},
-        {R"({"deleteBookmark":{"name":"other","name":"keep"}})", R"(duplicate key "name")"},
-        {R"({"undo":{}} {"refresh":{}})", "not valid JSON"},
+         {"not valid JSON"}},
+        {std::string("{\"undo\":{}}\0junk", 16), {"NUL byte at offset 11"}},
+        {R"({"describeCommit":{"changeID":"c","message":"a\u0000b","ignoreImmutable":false}})",
+         {"at describeCommit.message: the text holds a NUL character"}},
+        {R"({"deleteBookmark":{"name":"other","name":"keep"}})", {R"(duplicate key "name")"}},
+        {"{\"abandonBookmark\":{\"name\":\"\xff\"}}", {}},
     };
-    for (const auto& [text, expected] : refused) {
+    for (const auto& [text, expected] : cases) {
         SCOPED_TRACE(text);
-        try {
-            (void)parseCommand(text);
-            ADD_FAILURE() << "decoded";
-        } catch (const DecodingError& error) {
-            EXPECT_THAT(error.description(), HasSubstr(expected));
+        const std::string failure = decodingFailure(text);
+        for (const auto& part : expected) {
+            EXPECT_THAT(failure, HasSubstr(part));
         }
     }
-    // The same keys in different objects are no duplicates.
-    EXPECT_NO_THROW((void)parseCommand(
-        R"({"renameBookmark":{"old":"a","new":"b","x":{"old":1},"y":[{"old":2}]}})"));
 }
 
-TEST(WireCommands, AbsentOptionalsAndUnknownKeysAreAccepted) {
+TEST(WireCommands, AbsentOptionalsUnknownKeysAndKeysRepeatedInOtherObjectsAreAccepted) {
     for (const auto* text : {R"({"createBookmark":{"_0":{"name":"x","later":[1,2],
                                  "startingPoint":{"tipOfParent":{}},"enableAfterCreating":true,
                                  "trackUpstream":false},"extra":true}})",
                              R"({"createBookmark":{"_0":{"name":"x","parent":null,
                                  "startingPoint":{"tipOfParent":{}},"enableAfterCreating":true,
                                  "trackUpstream":false}}})"}) {
-        const RepoCommand decoded = decodeCommand(json::parse(text));
-        const auto& input = std::get<RepoCommand::CreateBookmark>(decoded.value).input;
+        const auto& input = std::get<RepoCommand::CreateBookmark>(parseCommand(text).value).input;
         EXPECT_EQ(input.name, "x");
         EXPECT_FALSE(input.parent.has_value());
         EXPECT_TRUE(
             std::holds_alternative<BookmarkStartingPoint::TipOfParent>(input.startingPoint.value));
         EXPECT_TRUE(input.enableAfterCreating);
     }
+    EXPECT_NO_THROW((void)parseCommand(
+        R"({"renameBookmark":{"old":"a","new":"b","x":{"old":1},"y":[{"old":2}]}})"));
 }
 
 /// Every value of `json` with one node replaced by `replacement`.
@@ -635,119 +676,6 @@ TEST(WireCommands, NoJSONValueMakesDecodingFailOtherwise) {
 }
 
 // ---------------------------------------------------------------------------
-// Model records
-
-TEST(WireModel, RecordsUseFieldNamesAndEnumerationsTheirCaseNames) {
-    EXPECT_EQ(wireEncode(RemoteSyncState{RemoteSyncState::UpToDate{"origin"}}),
-              json::parse(R"({"upToDate":{"remote":"origin"}})"));
-    EXPECT_EQ(wireEncode(RemoteSyncState{RemoteSyncState::Behind{"origin", 5}}),
-              json::parse(R"({"behind":{"remote":"origin","commits":5}})"));
-    EXPECT_EQ(wireEncode(RemoteSyncState{RemoteSyncState::Diverged{"origin", 1, 2}}),
-              json::parse(R"({"diverged":{"remote":"origin","ahead":1,"behind":2}})"));
-    EXPECT_EQ(wireEncode(RemoteSyncState{}), json::parse(R"({"untracked":{}})"));
-    EXPECT_EQ(wireEncode(BookmarkOrigin::local()), json::parse(R"({"local":{}})"));
-    EXPECT_EQ(wireEncode(BookmarkInclusionRole::inherited(std::nullopt)),
-              json::parse(R"({"inherited":{}})"));
-    EXPECT_EQ(wireEncode(BookmarkInclusionRole::inherited("base")),
-              json::parse(R"({"inherited":{"via":"base"}})"));
-    EXPECT_EQ(wireEncode(BookmarkInclusionRole::partial("c1")),
-              json::parse(R"({"partial":{"commitID":"c1"}})"));
-    EXPECT_EQ(wireEncode(BookmarkInclusionRole::directParent()),
-              json::parse(R"({"directParent":{}})"));
-    EXPECT_EQ(wireEncode(BookmarkInclusionRole::absent()), json::parse(R"({"absent":{}})"));
-    EXPECT_EQ(wireEncode(WorkspaceComposition::Kind{WorkspaceComposition::Direct{}}),
-              json::parse(R"({"direct":{}})"));
-    EXPECT_EQ(wireEncode(WorkspaceComposition::Kind{WorkspaceComposition::LegacyShared{"k", "c"}}),
-              json::parse(R"({"legacyShared":{"changeID":"k","commitID":"c"}})"));
-
-    CompositionAttachment unloaded;
-    unloaded.commitID = "gone";
-    unloaded.position = 2;
-    EXPECT_EQ(wireEncode(unloaded),
-              json::parse(R"({"commitID":"gone","position":2,"bookmarkNames":[],
-                              "remoteNames":[],"role":"unresolved"})"));
-
-    JJCommit commit;
-    commit.commitID = "c";
-    commit.changeID = "k";
-    commit.workingCopy = true;
-    commit.localBookmarks = {{"feature", std::nullopt, {"c"}, std::nullopt}};
-    commit.remoteBookmarks = {{"feature", "origin", {"c"}, std::vector<std::string>{}}};
-    commit.changedFiles = {{"a.txt", "M", 3, std::nullopt}};
-    EXPECT_EQ(wireEncode(commit), json::parse(R"({"commitID":"c","changeID":"k","parents":[],
-        "description":"","author":{"name":"","email":"","timestamp":""},
-        "committer":{"name":"","email":"","timestamp":""},"conflict":false,"empty":false,
-        "immutable":false,"localBookmarks":[{"name":"feature","target":["c"]}],
-        "remoteBookmarks":[{"name":"feature","remote":"origin","target":["c"],
-                            "trackingTarget":[]}],
-        "workingCopy":true,"changedFiles":[{"path":"a.txt","status":"M","linesAdded":3}]})"));
-
-    GitHubPR pr;
-    pr.number = 12;
-    pr.url = "https://example.com/pr/12";
-    pr.state = GitHubPR::State::merged;
-    pr.reviewDecision = GitHubPR::ReviewDecision::changesRequested;
-    EXPECT_EQ(wireEncode(pr), json::parse(R"({"number":12,"url":"https://example.com/pr/12",
-        "state":"merged","isDraft":false,"title":"","reviewDecision":"changesRequested",
-        "reviewCommentCount":0})"));
-    EXPECT_EQ(wireDecode<GitHubPR>(JsonReader(wireEncode(pr))), pr);
-
-    EXPECT_EQ(wireEncode(DiffLine{DiffLine::Kind::removed, "gone"}),
-              json::parse(R"({"kind":"removed","text":"gone"})"));
-    EXPECT_EQ(wireEncode(JJOp{"op", "describe", "now"}),
-              json::parse(R"({"opID":"op","description":"describe","startTime":"now"})"));
-    EXPECT_EQ(wireEncode(std::set<std::string>{"b", "a"}), json::parse(R"(["a","b"])"));
-}
-
-TEST(WireModel, EveryValueOfAPlainEnumerationComesBackAsItself) {
-    const auto roundTrips = [](auto value) {
-        return wireDecode<decltype(value)>(JsonReader(wireEncode(value))) == value;
-    };
-    for (const auto role :
-         {CompositionAttachment::Role::currentTrunk, CompositionAttachment::Role::mutableStack,
-          CompositionAttachment::Role::protectedDependency,
-          CompositionAttachment::Role::unresolved}) {
-        EXPECT_TRUE(roundTrips(role));
-    }
-    for (const auto state : {GitHubPR::State::open, GitHubPR::State::closed,
-                             GitHubPR::State::merged, GitHubPR::State::unknown}) {
-        EXPECT_TRUE(roundTrips(state));
-    }
-    for (const auto decision :
-         {GitHubPR::ReviewDecision::approved, GitHubPR::ReviewDecision::changesRequested,
-          GitHubPR::ReviewDecision::reviewRequired}) {
-        EXPECT_TRUE(roundTrips(decision));
-    }
-    for (const auto kind :
-         {DiffLine::Kind::context, DiffLine::Kind::added, DiffLine::Kind::removed}) {
-        EXPECT_TRUE(roundTrips(kind));
-    }
-    for (const auto strategy : {UpdateStrategy::rebase, UpdateStrategy::mergeIn}) {
-        EXPECT_TRUE(roundTrips(strategy));
-    }
-}
-
-TEST(WireModel, ModelRecordsRoundTrip) {
-    const Apex apex = sampleApex();
-    EXPECT_EQ(wireDecode<Apex>(JsonReader(wireEncode(apex))), apex);
-    // Apex parents keep their stored form on the wire.
-    for (const ApexParent& parent : apex.parents) {
-        EXPECT_EQ(wireEncode(parent), parent.toJSON());
-    }
-
-    RebaseConflictReview review;
-    review.commit.commitID = "c";
-    review.commit.changeID = "k";
-    review.commit.conflict = true;
-    review.patch = "diff --git a/x b/x\n";
-    review.files = {{"x", "<<<<<<< conflict\n" + tricky + "\n>>>>>>>\n"}};
-    const auto decoded = wireDecode<RebaseConflictReview>(JsonReader(wireEncode(review)));
-    EXPECT_EQ(decoded.commit, review.commit);
-    EXPECT_EQ(decoded.patch, review.patch);
-    EXPECT_EQ(decoded.files, review.files);
-}
-
-// ---------------------------------------------------------------------------
 // Snapshots
 
 using testing::StateBuilder;
@@ -757,12 +685,9 @@ using testing::StateBuilder;
 RepoState sampleState(const std::vector<std::string>& commitOrder) {
     StateBuilder builder;
     for (const auto& id : commitOrder) {
-        JJCommit& commit = id == "trunk" ? builder.immutableCommit(id) : builder.commit(id);
-        if (id != "trunk") {
-            commit.parents = {"trunk"};
-        }
-        commit.description = "describe " + id;
-        commit.description.append("\n").append(tricky);
+        JJCommit& commit =
+            id == "trunk" ? builder.immutableCommit(id) : builder.commit(id, {"trunk"});
+        commit.description = "describe " + id + "\n" + tricky;
         commit.author = {"Ada", "ada@example.com", "2024-03-20T12:00:00Z"};
         if (id == "feature-tip") {
             testing::addLocalBookmark(commit, "feature");
@@ -912,15 +837,6 @@ TEST(WireResults, EveryCaseEncodesWithAnUnlabelledPayloadAndRoundTrips) {
     }
     EXPECT_EQ(casesSeen.size(), std::variant_size_v<RepoCommandResult::Value>);
 
-    EXPECT_EQ(encodeResult(RepoCommandResult::toast("Undid last operation")),
-              json::parse(R"({"toast":{"_0":"Undid last operation"}})"));
-    EXPECT_EQ(encodeResult(RepoCommandResult::OpenURL{"https://x/1"}),
-              json::parse(R"({"openURL":{"_0":"https://x/1"}})"));
-    EXPECT_EQ(
-        encodeResult(RepoCommandResult::RecentOps{{{"op", "d", "t"}}}),
-        json::parse(R"({"recentOps":{"_0":[{"opID":"op","description":"d","startTime":"t"}]}})"));
-    EXPECT_EQ(encodeResult(RepoCommandResult::Failure{{RepoCommand::Undo{}, "no"}}),
-              json::parse(R"({"failure":{"_0":{"command":{"undo":{}},"message":"no"}}})"));
     EXPECT_EQ(encodeResult(RepoCommandResult::refreshed(snapshot))["refreshed"]["_0"],
               encodeSnapshot(*snapshot));
 }
@@ -945,13 +861,8 @@ TEST(WireResults, PlansAndRecordsTravelInTheirStoredForm) {
     // A broken plan is a decoding error that names where it broke.
     json broken = encodeCommand(RepoCommand::ExecuteFeatureAppend{sampleAppendPlan()});
     broken["executeFeatureAppend"]["plan"]["topology"]["selected"][1].erase("commit_id");
-    try {
-        decodeCommand(broken);
-        ADD_FAILURE() << "decoded a plan without a commit ID";
-    } catch (const DecodingError& error) {
-        EXPECT_THAT(error.description(),
-                    AllOf(HasSubstr("commit_id"), HasSubstr("selected.Index 1")));
-    }
+    EXPECT_THAT(decodingFailure(broken.dump()),
+                AllOf(HasSubstr("commit_id"), HasSubstr("selected.Index 1")));
     // Identifiers are UUIDs, refused when malformed and kept in one case.
     json command = encodeCommand(RepoCommand::ExecuteLocalStackUpdate{sampleStackPlan()});
     command["executeLocalStackUpdate"]["plan"]["id"] = "not a uuid";
@@ -960,14 +871,6 @@ TEST(WireResults, PlansAndRecordsTravelInTheirStoredForm) {
     command["executeLocalStackUpdate"]["plan"]["id"] = "3f2504e0-4f89-41d3-9a0c-0305e82c3301";
     EXPECT_EQ(std::get<RepoCommand::ExecuteLocalStackUpdate>(decodeCommand(command).value).plan.id,
               "3F2504E0-4F89-41D3-9A0C-0305E82C3301");
-}
-
-TEST(WireText, BytesThatAreNotUTF8BecomeReplacementCharacters) {
-    RepoCommand::ResolveFile latin1{"caf\xe9.txt"};
-    const std::string text = wireText(encodeCommand(latin1));
-    EXPECT_EQ(text, "{\"resolveFile\":{\"path\":\"caf\xef\xbf\xbd.txt\"}}");
-    EXPECT_EQ(std::get<RepoCommand::ResolveFile>(parseCommand(text).value).path,
-              "caf\xef\xbf\xbd.txt");
 }
 
 }  // namespace
