@@ -1,11 +1,8 @@
 #include "jjkit/trace/Perf.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -26,313 +23,174 @@ namespace vorda {
 namespace {
 
 using testing::LogCapture;
-
-// The lines of captured log text, without their line ends.
-std::vector<std::string> linesOf(const std::string& all) {
-    std::vector<std::string> result;
-    std::size_t start = 0;
-    while (start < all.size()) {
-        auto end = all.find('\n', start);
-        if (end == std::string::npos) {
-            end = all.size();
-        }
-        result.push_back(all.substr(start, end - start));
-        start = end + 1;
-    }
-    return result;
-}
-
 using testing::ManualScheduler;
+using Lines = std::vector<std::string>;
 
 constexpr std::uint64_t ms = 1'000'000;
 
+Lines linesOf(const std::string& text) {
+    Lines lines;
+    for (std::size_t start = 0; start < text.size();) {
+        const auto end = std::min(text.find('\n', start), text.size());
+        lines.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return lines;
+}
+
+bool contains(const Lines& lines, const std::string& line) {
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+// The one line that starts with `start` and contains `needle`; empty unless
+// there is exactly one.
+std::string onlyLine(const Lines& lines, std::string_view start, std::string_view needle = "") {
+    std::string found;
+    int matches = 0;
+    for (const auto& line : lines) {
+        if (line.starts_with(start) && line.find(needle) != std::string::npos) {
+            found = line;
+            ++matches;
+        }
+    }
+    return matches == 1 ? found : std::string();
+}
+
+// The spaces after "[perf]" on the one report body line (never a slow-event
+// line) that contains `needle`; -1 unless there is exactly one.
+int indentOf(const Lines& lines, std::string_view needle) {
+    const std::string line = onlyLine(lines, "[perf]  ", needle);
+    return line.empty() ? -1 : static_cast<int>(line.find_first_not_of(' ', 6) - 6);
+}
+
+std::string headLine(const Lines& lines, const std::string& label) {
+    return onlyLine(lines, "[perf] " + label + " — total ");
+}
+
 PerfEvent event(std::uint64_t id, std::optional<std::uint64_t> parent, std::string label,
-                PerfCategory category, std::uint64_t startNs, std::uint64_t endNs) {
-    return PerfEvent{id, parent, std::move(label), category, startNs, endNs};
+                std::uint64_t startMs, std::uint64_t endMs,
+                PerfCategory category = PerfCategory::session) {
+    return PerfEvent{id, parent, std::move(label), category, startMs * ms, endMs * ms};
 }
 
-// Number of spaces between "[perf]" and the rest of a report line.
-std::size_t indentOf(const std::string& line) {
-    const std::string prefix = "[perf]";
-    if (line.rfind(prefix, 0) != 0) {
-        return std::string::npos;
-    }
-    std::size_t index = prefix.size();
-    while (index < line.size() && line[index] == ' ') {
-        ++index;
-    }
-    return index - prefix.size();
-}
-
-// The only line below a report's head line (indented, so never a slow-event
-// line) that contains `needle`; fails the test when there is not exactly one.
-std::string lineContaining(const std::vector<std::string>& lines, std::string_view needle) {
-    std::vector<std::string> matches;
-    for (const auto& line : lines) {
-        if (line.rfind("[perf]  ", 0) == 0 && line.find(needle) != std::string::npos) {
-            matches.push_back(line);
-        }
-    }
-    EXPECT_EQ(matches.size(), 1U) << "lines containing \"" << needle << "\"";
-    return matches.empty() ? std::string() : matches.front();
-}
-
-// The only head line of the report for `label`.
-std::string headLine(const std::vector<std::string>& lines, const std::string& label) {
-    std::vector<std::string> matches;
-    for (const auto& line : lines) {
-        if (line.rfind("[perf] " + label + " — ", 0) == 0) {
-            matches.push_back(line);
-        }
-    }
-    EXPECT_EQ(matches.size(), 1U) << "report heads for \"" << label << "\"";
-    return matches.empty() ? std::string() : matches.front();
-}
-
-bool startsWith(const std::string& text, std::string_view prefix) {
-    return text.rfind(prefix, 0) == 0;
-}
-
-bool endsWith(const std::string& text, std::string_view suffix) {
-    return text.size() >= suffix.size() &&
-           text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
-
-TEST(PerfSettings, OnlyExactlyZeroTurnsTracingOff) {
+TEST(PerfSettings, SwitchAndThresholdParse) {
+    // Only exactly "0" turns tracing off; absent means on.
     EXPECT_FALSE(trace::parseEnabled("0"));
-    EXPECT_TRUE(trace::parseEnabled(nullptr));
-    EXPECT_TRUE(trace::parseEnabled(""));
-    EXPECT_TRUE(trace::parseEnabled("1"));
-    EXPECT_TRUE(trace::parseEnabled("00"));
-    EXPECT_TRUE(trace::parseEnabled("0 "));
-    EXPECT_TRUE(trace::parseEnabled("false"));
-    EXPECT_TRUE(trace::parseEnabled("off"));
+    for (const char* on :
+         {static_cast<const char*>(nullptr), "", "1", "00", "0 ", "false", "off"}) {
+        EXPECT_TRUE(trace::parseEnabled(on)) << (on ? on : "(unset)");
+    }
+
+    EXPECT_EQ(trace::parseThresholdMs("12.5"), 12.5);
+    EXPECT_EQ(trace::parseThresholdMs("50"), 50.0);
+    EXPECT_EQ(trace::parseThresholdMs("0"), 0.0);
+    // Not a plain, whole, non-negative, finite decimal number.
+    for (const char* text : {static_cast<const char*>(nullptr), "", "abc", "12abc", "12 ", " 12",
+                             "0x10", "-1", "-0.5", "inf", "infinity", "nan", "1e999"}) {
+        EXPECT_EQ(trace::parseThresholdMs(text), std::nullopt) << (text ? text : "(unset)");
+    }
 }
 
-TEST(PerfSettings, ThresholdIsAWholeNonNegativeFiniteNumber) {
-    EXPECT_EQ(trace::parseThresholdMs("12.5"), std::optional<double>(12.5));
-    EXPECT_EQ(trace::parseThresholdMs("50"), std::optional<double>(50.0));
-    EXPECT_EQ(trace::parseThresholdMs("0"), std::optional<double>(0.0));
+TEST(PerfReportFormat, DurationsAndSlowEventLines) {
+    const std::vector<std::pair<std::uint64_t, std::string>> durations{
+        {0, "0.0ms"},         {1'234'567, "1.2ms"},   {9'900'000, "9.9ms"},  {10 * ms, "10ms"},
+        {12'400'000, "12ms"}, {123'700'000, "124ms"}, {2'000 * ms, "2000ms"}};
+    for (const auto& [nanoseconds, text] : durations) {
+        EXPECT_EQ(trace::formatDuration(nanoseconds), text) << nanoseconds;
+    }
 
-    EXPECT_FALSE(trace::parseThresholdMs(nullptr).has_value());
-    EXPECT_FALSE(trace::parseThresholdMs("").has_value());
-    EXPECT_FALSE(trace::parseThresholdMs("abc").has_value());
-    EXPECT_FALSE(trace::parseThresholdMs("12abc").has_value());
-    EXPECT_FALSE(trace::parseThresholdMs("12 ").has_value());
-    EXPECT_FALSE(trace::parseThresholdMs("-1").has_value());
-    EXPECT_FALSE(trace::parseThresholdMs("-0.5").has_value());
-    EXPECT_FALSE(trace::parseThresholdMs("inf").has_value());
-    EXPECT_FALSE(trace::parseThresholdMs("infinity").has_value());
-    EXPECT_FALSE(trace::parseThresholdMs("nan").has_value());
-    EXPECT_FALSE(trace::parseThresholdMs("1e999").has_value());
+    const std::vector<std::string> names{"subprocess", "session", "snapshot",
+                                         "vm",         "webview", "store"};
+    for (std::size_t index = 0; index < names.size(); ++index) {
+        const auto category = static_cast<PerfCategory>(index);
+        EXPECT_EQ(trace::formatSlowEvent(event(1, 2, "decode", 1, 3, category)),
+                  "[perf] 2.0ms " + names[index] + ": decode");
+    }
 }
 
-TEST(PerfSettings, ThresholdRejectsTextThatIsNotPlainDecimal) {
-    // Hexadecimal is not a decimal number of milliseconds, and surrounding
-    // blanks make the text more than a number.
-    EXPECT_FALSE(trace::parseThresholdMs("0x10").has_value());
-    EXPECT_FALSE(trace::parseThresholdMs(" 12").has_value());
-}
-
-TEST(PerfReportFormat, DurationHasOneDecimalBelowTenMilliseconds) {
-    EXPECT_EQ(trace::formatDuration(0), "0.0ms");
-    EXPECT_EQ(trace::formatDuration(1'234'567), "1.2ms");
-    EXPECT_EQ(trace::formatDuration(9'900'000), "9.9ms");
-    EXPECT_EQ(trace::formatDuration(10 * ms), "10ms");
-    EXPECT_EQ(trace::formatDuration(12'400'000), "12ms");
-    EXPECT_EQ(trace::formatDuration(123'700'000), "124ms");
-    EXPECT_EQ(trace::formatDuration(2'000 * ms), "2000ms");
-}
-
-TEST(PerfReportFormat, ActionReportIndentsByDepthAndRollsUpSubprocesses) {
-    const std::uint64_t action = 100;
-    const std::uint64_t start = 1'000 * ms;
-    // Listed out of order on purpose: the report orders by start.
+TEST(PerfReportFormat, ActionReportIndentsByDepthOrdersByStartAndRollsUpSubprocesses) {
+    // The action is 1 and starts at 1000 ms; the events are listed out of order
+    // on purpose, and "early" started before the action.
     const std::vector<PerfEvent> events{
-        event(4, 3, "decode", PerfCategory::vm, start + 5 * ms, start + 7 * ms),
-        event(1, action, "load state", PerfCategory::snapshot, start, start + 60 * ms),
-        event(3, 1, "repo | log", PerfCategory::subprocess, start + 2 * ms, start + 42 * ms),
-        event(5, 1, "repo | status", PerfCategory::subprocess, start + 45 * ms, start + 55 * ms),
-        event(6, action, "repo | log", PerfCategory::subprocess, start + 70 * ms, start + 80 * ms),
-    };
-    const auto lines =
-        trace::formatActionReport(action, "open repo", start, start + 120 * ms, events, "3 lanes");
-
-    const std::vector<std::string> expected{
-        "[perf] open repo — total 120ms · subprocesses: 3× totaling 60ms · 3 lanes",
-        "[perf]   +0.0ms 60ms load state",
-        "[perf]     +2.0ms 40ms ⚙ repo | log",
-        "[perf]       +5.0ms 2.0ms decode",
-        "[perf]     +45ms 10ms ⚙ repo | status",
-        "[perf]   +70ms 10ms ⚙ repo | log",
-        "[perf]   subprocess rollup:",
-        "[perf]     2× repo | log",
-        "[perf]     1× repo | status",
-    };
-    EXPECT_EQ(lines, expected);
-}
-
-TEST(PerfReportFormat, ActionReportWithoutSubprocessesOrNote) {
-    const std::uint64_t start = 50 * ms;
-    const std::vector<PerfEvent> events{
-        event(2, 1, "render", PerfCategory::webview, start + 1 * ms, start + 4 * ms),
-    };
-
-    const auto withoutNote =
-        trace::formatActionReport(1, "select", start, start + 5 * ms, events, "");
-    const std::vector<std::string> expectedWithout{
-        "[perf] select — total 5.0ms",
-        "[perf]   +1.0ms 3.0ms render",
-    };
-    EXPECT_EQ(withoutNote, expectedWithout);
-
-    const auto withNote =
-        trace::formatActionReport(1, "select", start, start + 5 * ms, events, "cached");
-    ASSERT_FALSE(withNote.empty());
-    EXPECT_EQ(withNote.front(), "[perf] select — total 5.0ms · cached");
-    EXPECT_EQ(withNote.size(), 2U);
-
-    // No events at all: only the head line.
-    const auto empty = trace::formatActionReport(1, "idle", start, start + 20 * ms, {}, "");
-    EXPECT_EQ(empty, std::vector<std::string>{"[perf] idle — total 20ms"});
+        event(4, 3, "decode", 1005, 1007, PerfCategory::vm),
+        event(2, 1, "load state", 1000, 1060, PerfCategory::snapshot),
+        event(3, 2, "repo | log", 1002, 1042, PerfCategory::subprocess),
+        event(5, 2, "repo | status", 1045, 1055, PerfCategory::subprocess),
+        event(6, 1, "repo | log", 1070, 1080, PerfCategory::subprocess),
+        event(7, 1, "early", 997, 1001)};
+    EXPECT_EQ(trace::formatActionReport(1, "open repo", 1000 * ms, 1120 * ms, events, "3 lanes"),
+              (Lines{"[perf] open repo — total 120ms · subprocesses: 3× totaling 60ms · 3 lanes",
+                     "[perf]   +0.0ms 4.0ms early", "[perf]   +0.0ms 60ms load state",
+                     "[perf]     +2.0ms 40ms ⚙ repo | log", "[perf]       +5.0ms 2.0ms decode",
+                     "[perf]     +45ms 10ms ⚙ repo | status", "[perf]   +70ms 10ms ⚙ repo | log",
+                     "[perf]   subprocess rollup:", "[perf]     2× repo | log",
+                     "[perf]     1× repo | status"}));
+    // Without subprocesses or a note, the head line says only the total.
+    EXPECT_EQ(trace::formatActionReport(1, "select", 50 * ms, 55 * ms,
+                                        {event(2, 1, "render", 51, 54, PerfCategory::webview)}, ""),
+              (Lines{"[perf] select — total 5.0ms", "[perf]   +1.0ms 3.0ms render"}));
+    EXPECT_EQ(trace::formatActionReport(1, "idle", 0, 20 * ms, {}, "cached"),
+              Lines{"[perf] idle — total 20ms · cached"});
 }
 
 TEST(PerfReportFormat, ParentCyclesAndUnknownParentsDoNotHang) {
-    const std::uint64_t start = 0;
     const std::vector<PerfEvent> events{
         // 2 and 3 name each other; 4 sits below the cycle; 5 names itself.
-        event(2, 3, "a", PerfCategory::session, start + 1 * ms, start + 2 * ms),
-        event(3, 2, "b", PerfCategory::session, start + 2 * ms, start + 3 * ms),
-        event(4, 3, "c", PerfCategory::session, start + 3 * ms, start + 4 * ms),
-        event(5, 5, "self", PerfCategory::session, start + 4 * ms, start + 5 * ms),
+        event(2, 3, "a", 1, 2), event(3, 2, "b", 2, 3), event(4, 3, "c", 3, 4),
+        event(5, 5, "self", 4, 5),
         // A parent that is not among the events, and no parent at all.
-        event(6, 999, "orphan", PerfCategory::session, start + 5 * ms, start + 6 * ms),
-        event(7, std::nullopt, "loose", PerfCategory::session, start + 6 * ms, start + 7 * ms),
-    };
-    const auto lines = trace::formatActionReport(1, "loop", start, start + 10 * ms, events, "");
+        event(6, 999, "orphan", 5, 6), event(7, std::nullopt, "loose", 6, 7)};
+    const auto lines = trace::formatActionReport(1, "loop", 0, 10 * ms, events, "");
     ASSERT_EQ(lines.size(), 7U);
     EXPECT_EQ(lines[0], "[perf] loop — total 10ms");
-    for (std::size_t index = 1; index < lines.size(); ++index) {
-        EXPECT_TRUE(startsWith(lines[index], "[perf]   ")) << lines[index];
+    for (std::size_t index = 1; index < 5; ++index) {
+        EXPECT_TRUE(lines[index].starts_with("[perf]   ")) << lines[index];
     }
     EXPECT_EQ(lines[5], "[perf]   +5.0ms 1.0ms orphan");
     EXPECT_EQ(lines[6], "[perf]   +6.0ms 1.0ms loose");
 }
 
-TEST(PerfReportFormat, EventStartingBeforeTheActionShowsZeroOffset) {
-    const std::uint64_t start = 100 * ms;
-    const std::vector<PerfEvent> events{
-        event(2, 1, "early", PerfCategory::store, start - 3 * ms, start + 1 * ms),
-    };
-    const auto lines = trace::formatActionReport(1, "act", start, start + 2 * ms, events, "");
-    ASSERT_EQ(lines.size(), 2U);
-    EXPECT_EQ(lines[1], "[perf]   +0.0ms 4.0ms early");
-}
-
-TEST(PerfReportFormat, SlowEventLineNamesTheCategory) {
-    EXPECT_EQ(trace::formatSlowEvent(
-                  event(1, std::nullopt, "repo | log", PerfCategory::subprocess, 0, 75 * ms)),
-              "[perf] 75ms subprocess: repo | log");
-    EXPECT_EQ(trace::formatSlowEvent(event(1, 2, "decode", PerfCategory::vm, ms, 3 * ms)),
-              "[perf] 2.0ms vm: decode");
-    EXPECT_EQ(perfCategoryName(PerfCategory::session), "session");
-    EXPECT_EQ(perfCategoryName(PerfCategory::snapshot), "snapshot");
-    EXPECT_EQ(perfCategoryName(PerfCategory::webview), "webview");
-    EXPECT_EQ(perfCategoryName(PerfCategory::store), "store");
-}
-
 TEST(PerfReportFormat, GlobalSummaryLargestTotalFirstTiesByKey) {
-    const std::map<std::string, trace::AggregateEntry> aggregate{
-        {"vm|small", {4, 2 * ms}},
-        {"subprocess|repo | log", {3, 300 * ms}},
-        {"snapshot|b", {1, 20 * ms}},
-        {"snapshot|a", {2, 20 * ms}},
-    };
-    const std::vector<std::string> expected{
-        "[perf] ═══ global summary (whole process) ═══",
-        "[perf]   300ms 3× subprocess|repo | log",
-        "[perf]   20ms 2× snapshot|a",
-        "[perf]   20ms 1× snapshot|b",
-        "[perf]   2.0ms 4× vm|small",
-    };
-    EXPECT_EQ(trace::formatGlobalSummary(aggregate), expected);
-    EXPECT_EQ(trace::formatGlobalSummary({}),
-              std::vector<std::string>{"[perf] ═══ global summary (whole process) ═══"});
+    const std::string head = "[perf] ═══ global summary (whole process) ═══";
+    EXPECT_EQ(trace::formatGlobalSummary({{"vm|small", {4, 2 * ms}},
+                                          {"subprocess|repo | log", {3, 300 * ms}},
+                                          {"snapshot|b", {1, 20 * ms}},
+                                          {"snapshot|a", {2, 20 * ms}}}),
+              (Lines{head, "[perf]   300ms 3× subprocess|repo | log", "[perf]   20ms 2× snapshot|a",
+                     "[perf]   20ms 1× snapshot|b", "[perf]   2.0ms 4× vm|small"}));
+    EXPECT_EQ(trace::formatGlobalSummary({}), Lines{head});
 }
 
-TEST(PerfLive, ActionReportNestsSpansAndCountsSubprocesses) {
+std::uint64_t aggregateCount(const std::string& key) {
+    const auto aggregate = Perf::aggregateSnapshot();
+    const auto found = aggregate.find(key);
+    return found == aggregate.end() ? 0 : found->second.count;
+}
+
+TEST(PerfLive, ActionReportNestsSpansThrowingBlocksAndCarriedContexts) {
     if (!Perf::isEnabled()) {
         GTEST_SKIP() << "tracing is off (VORDA_PERF=0)";
     }
     const std::uint64_t subprocessesBefore = Perf::subprocessCount();
-    const auto aggregateBefore = Perf::aggregateSnapshot();
+    const std::map<std::string, std::uint64_t> countsBefore{
+        {"subprocess|live repo | log", aggregateCount("subprocess|live repo | log")},
+        {"snapshot|live outer span", aggregateCount("snapshot|live outer span")},
+        {"vm|live inner span", aggregateCount("vm|live inner span")}};
     LogCapture log;
 
-    int innerRuns = 0;
-    const std::uint64_t action = Perf::beginAction("live open repo");
+    const std::uint64_t action = Perf::beginAction([] { return std::string("live open repo"); });
     ASSERT_NE(action, 0U);
-    const int result = Perf::measure("live outer span", PerfCategory::snapshot, [&] {
+    const int result = Perf::measure("live outer span", PerfCategory::snapshot, [] {
         Perf::measure([] { return std::string("live inner ") + "span"; }, PerfCategory::vm,
-                      [&] {
-                          ++innerRuns;
+                      [] {
                           const std::uint64_t begin = Perf::nowNs();
                           Perf::recordSubprocess("live repo | log", begin, begin + 1000);
                       });
         return 7;
     });
     EXPECT_EQ(result, 7);
-    EXPECT_EQ(innerRuns, 1);
-    // Nothing is reported before the action ends.
-    EXPECT_EQ(log.text().find("live open repo"), std::string::npos);
-    Perf::endAction(action, "live note");
 
-    const auto lines = linesOf(log.text());
-    const std::string head = headLine(lines, "live open repo");
-    EXPECT_TRUE(startsWith(head, "[perf] live open repo — total ")) << head;
-    EXPECT_NE(head.find(" · subprocesses: 1× totaling "), std::string::npos) << head;
-    EXPECT_TRUE(endsWith(head, " · live note")) << head;
-
-    const std::string outer = lineContaining(lines, "live outer span");
-    const std::string inner = lineContaining(lines, "live inner span");
-    const std::string subprocess = lineContaining(lines, "⚙ live repo | log");
-    EXPECT_EQ(indentOf(outer), 3U) << outer;
-    EXPECT_GT(indentOf(inner), indentOf(outer)) << inner;
-    EXPECT_GT(indentOf(subprocess), indentOf(inner)) << subprocess;
-    EXPECT_NE(subprocess.find("⚙ live repo | log"), std::string::npos) << subprocess;
-    EXPECT_EQ(outer.find("⚙"), std::string::npos);
-    EXPECT_EQ(inner.find("⚙"), std::string::npos);
-    EXPECT_NE(std::find(lines.begin(), lines.end(), "[perf]   subprocess rollup:"), lines.end());
-    EXPECT_NE(std::find(lines.begin(), lines.end(), "[perf]     1× live repo | log"), lines.end());
-
-    // The whole-process counters saw the same events.
-    EXPECT_EQ(Perf::subprocessCount(), subprocessesBefore + 1);
-    const auto aggregate = Perf::aggregateSnapshot();
-    auto countOf = [](const std::map<std::string, Perf::Aggregate>& map, const std::string& key) {
-        const auto found = map.find(key);
-        return found == map.end() ? std::uint64_t{0} : found->second.count;
-    };
-    EXPECT_EQ(countOf(aggregate, "subprocess|live repo | log"),
-              countOf(aggregateBefore, "subprocess|live repo | log") + 1);
-    EXPECT_EQ(countOf(aggregate, "snapshot|live outer span"),
-              countOf(aggregateBefore, "snapshot|live outer span") + 1);
-    EXPECT_EQ(countOf(aggregate, "vm|live inner span"),
-              countOf(aggregateBefore, "vm|live inner span") + 1);
-
-    // Ending an action twice, or ending the "off" action 0, writes nothing more.
-    const std::string before = log.text();
-    Perf::endAction(action, "again");
-    Perf::endAction(0, "none");
-    EXPECT_EQ(log.text(), before);
-}
-
-TEST(PerfLive, MeasureRestoresTheContextAndRecordsEvenWhenTheBlockThrows) {
-    if (!Perf::isEnabled()) {
-        GTEST_SKIP() << "tracing is off (VORDA_PERF=0)";
-    }
-    LogCapture log;
-    EXPECT_FALSE(Perf::currentContext().span.has_value());
-
-    const std::uint64_t action = Perf::beginAction([] { return std::string("live throwing"); });
+    // A throwing block still records its span and puts the context back.
     std::optional<std::uint64_t> spanInside;
     EXPECT_THROW(Perf::measure("live failing span", PerfCategory::session,
                                [&] {
@@ -345,31 +203,9 @@ TEST(PerfLive, MeasureRestoresTheContextAndRecordsEvenWhenTheBlockThrows) {
     EXPECT_TRUE(spanInside.has_value());
     EXPECT_FALSE(Perf::currentContext().span.has_value());
 
-    // Recorded after the span: back at the top level of the action.
-    Perf::record("live after throw", PerfCategory::store, Perf::nowNs(), Perf::nowNs());
-    Perf::endAction(action);
-
-    const auto lines = linesOf(log.text());
-    const std::string head = headLine(lines, "live throwing");
-    EXPECT_EQ(head.find("subprocesses"), std::string::npos) << head;
-    EXPECT_EQ(head.find(" · "), std::string::npos) << head;
-    const std::string failing = lineContaining(lines, "live failing span");
-    const std::string inside = lineContaining(lines, "live before throw");
-    const std::string after = lineContaining(lines, "live after throw");
-    EXPECT_EQ(indentOf(failing), 3U);
-    EXPECT_GT(indentOf(inside), indentOf(failing));
-    EXPECT_EQ(indentOf(after), indentOf(failing));
-}
-
-TEST(PerfLive, ContextCarriedToAnotherThreadNestsItsEvents) {
-    if (!Perf::isEnabled()) {
-        GTEST_SKIP() << "tracing is off (VORDA_PERF=0)";
-    }
-    LogCapture log;
-    const std::uint64_t action = Perf::beginAction("live handoff");
+    // A context carried to another thread nests that thread's events.
     Perf::measure("live handing span", PerfCategory::session, [] {
-        const Perf::TraceContext context = Perf::currentContext();
-        std::thread worker([context] {
+        std::thread worker([context = Perf::currentContext()] {
             EXPECT_FALSE(Perf::currentContext().span.has_value());
             {
                 const Perf::ScopedContext scoped(context);
@@ -381,14 +217,42 @@ TEST(PerfLive, ContextCarriedToAnotherThreadNestsItsEvents) {
         });
         worker.join();
     });
-    Perf::endAction(action);
+    Perf::record("live after throw", PerfCategory::store, Perf::nowNs(), Perf::nowNs());
+    EXPECT_EQ(log.text().find("live open repo"), std::string::npos) << "reported before the end";
+    Perf::endAction(action, "live note");
 
     const auto lines = linesOf(log.text());
-    const std::string span = lineContaining(lines, "live handing span");
-    const std::string carried = lineContaining(lines, "live carried");
-    const std::string uncarried = lineContaining(lines, "live uncarried");
-    EXPECT_GT(indentOf(carried), indentOf(span)) << carried;
-    EXPECT_EQ(indentOf(uncarried), indentOf(span)) << uncarried;
+    const std::string head = headLine(lines, "live open repo");
+    EXPECT_NE(head.find(" · subprocesses: 1× totaling "), std::string::npos) << head;
+    EXPECT_TRUE(head.ends_with("ms · live note")) << head;
+    const std::vector<std::pair<const char*, int>> indents{
+        {" live outer span", 3},   {" live inner span", 5},   {" ⚙ live repo | log", 7},
+        {" live failing span", 3}, {" live before throw", 5}, {" live handing span", 3},
+        {" live carried", 5},      {" live uncarried", 3},    {" live after throw", 3}};
+    for (const auto& [needle, indent] : indents) {
+        EXPECT_EQ(indentOf(lines, needle), indent) << needle << "\n" << log.text();
+    }
+    EXPECT_TRUE(contains(lines, "[perf]   subprocess rollup:"));
+    EXPECT_TRUE(contains(lines, "[perf]     1× live repo | log"));
+
+    // The whole-process counters saw the same events.
+    EXPECT_EQ(Perf::subprocessCount(), subprocessesBefore + 1);
+    for (const auto& [key, before] : countsBefore) {
+        EXPECT_EQ(aggregateCount(key), before + 1) << key;
+    }
+    // Ending an action twice, or ending the "off" action 0, writes nothing more.
+    const std::string written = log.text();
+    Perf::endAction(action, "again");
+    Perf::endAction(0, "none");
+    EXPECT_EQ(log.text(), written);
+
+    // The global summary is written as one block, headed once.
+    const LogCapture summary;
+    Perf::printGlobalSummary();
+    const auto summaryLines = linesOf(summary.text());
+    ASSERT_FALSE(summaryLines.empty());
+    EXPECT_EQ(summaryLines.front(), "[perf] ═══ global summary (whole process) ═══");
+    EXPECT_EQ(indentOf(summaryLines, "× snapshot|live outer span"), 3) << summary.text();
 }
 
 TEST(PerfLive, ConcurrentThreadsInOneActionAreAllReported) {
@@ -398,46 +262,42 @@ TEST(PerfLive, ConcurrentThreadsInOneActionAreAllReported) {
     constexpr int threadCount = 8;
     constexpr int eventsPerThread = 25;
     const std::uint64_t subprocessesBefore = Perf::subprocessCount();
+    const std::uint64_t bodiesBefore = Bench::bodyCounts()["live concurrent body"];
+    const auto nameOf = [](int thread, int index) {
+        return "live t" + std::to_string(thread) + " e" + std::to_string(index);
+    };
     LogCapture log;
 
     const std::uint64_t action = Perf::beginAction("live concurrent");
-    std::vector<std::thread> threads;
-    threads.reserve(threadCount);
-    for (int thread = 0; thread < threadCount; ++thread) {
-        threads.emplace_back([thread] {
-            for (int index = 0; index < eventsPerThread; ++index) {
-                const std::string name =
-                    "live t" + std::to_string(thread) + " e" + std::to_string(index);
-                Perf::measure(name + " span", PerfCategory::vm, [&] {
-                    const std::uint64_t begin = Perf::nowNs();
-                    Perf::recordSubprocess(name + " proc", begin, begin + 10);
-                    Bench::tickBody("live concurrent body");
-                });
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
+    {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < threadCount; ++thread) {
+            threads.emplace_back([thread, &nameOf] {
+                for (int index = 0; index < eventsPerThread; ++index) {
+                    Perf::measure(nameOf(thread, index) + " span", PerfCategory::vm, [&] {
+                        const std::uint64_t begin = Perf::nowNs();
+                        Perf::recordSubprocess(nameOf(thread, index) + " proc", begin, begin + 10);
+                        Bench::tickBody("live concurrent body");
+                    });
+                }
+            });
+        }
     }
     Perf::endAction(action, "joined");
 
     const auto lines = linesOf(log.text());
-    const std::string head = headLine(lines, "live concurrent");
     const std::string total = std::to_string(threadCount * eventsPerThread);
-    EXPECT_NE(head.find(" · subprocesses: " + total + "× totaling "), std::string::npos) << head;
-    EXPECT_EQ(Perf::subprocessCount(),
-              subprocessesBefore + static_cast<std::uint64_t>(threadCount * eventsPerThread));
+    EXPECT_NE(headLine(lines, "live concurrent").find(" · subprocesses: " + total + "× totaling "),
+              std::string::npos);
+    EXPECT_EQ(Perf::subprocessCount(), subprocessesBefore + threadCount * eventsPerThread);
+    EXPECT_EQ(Bench::bodyCounts()["live concurrent body"],
+              bodiesBefore + threadCount * eventsPerThread);
     for (int thread = 0; thread < threadCount; ++thread) {
         for (int index = 0; index < eventsPerThread; ++index) {
-            const std::string name =
-                "live t" + std::to_string(thread) + " e" + std::to_string(index);
-            const std::string span = lineContaining(lines, name + " span");
-            const std::string proc = lineContaining(lines, "⚙ " + name + " proc");
-            EXPECT_GT(indentOf(proc), indentOf(span)) << proc;
-            // Each event once in the rollup as well.
-            EXPECT_NE(std::find(lines.begin(), lines.end(), "[perf]     1× " + name + " proc"),
-                      lines.end())
-                << name;
+            const std::string name = nameOf(thread, index);
+            EXPECT_EQ(indentOf(lines, " " + name + " span"), 3) << name;
+            EXPECT_EQ(indentOf(lines, "⚙ " + name + " proc"), 5) << name;
+            EXPECT_TRUE(contains(lines, "[perf]     1× " + name + " proc")) << name;
         }
     }
 }
@@ -454,60 +314,34 @@ TEST(PerfLive, EndAfterUIFlushWaitsTwoRoundsAndCountsBodies) {
         Bench::tickBody("live body before");  // before the end was asked for: not counted
 
         Perf::endActionAfterUIFlush(action, "after render");
-        EXPECT_EQ(log.text().find("live flushed"), std::string::npos);
+        Bench::tickBody("live body");
+        Bench::tickBody("live body");
         EXPECT_EQ(scheduler.pending(), 1U);
-
-        Bench::tickBody("live body");
-        Bench::tickBody("live body");
         scheduler.runRound();
-        EXPECT_EQ(log.text().find("live flushed"), std::string::npos);
+        EXPECT_EQ(log.text(), "") << "reported after one round";
         EXPECT_EQ(scheduler.pending(), 1U);
-
         Bench::tickBody("live other body");
         scheduler.runRound();
         EXPECT_EQ(scheduler.pending(), 0U);
 
         const auto lines = linesOf(log.text());
-        const std::string head = headLine(lines, "live flushed");
-        EXPECT_TRUE(startsWith(head, "[perf] live flushed — total ")) << head;
-        EXPECT_TRUE(endsWith(head, " · bodies=3 · after render")) << head;
-        lineContaining(lines, "live flushed work");
+        EXPECT_TRUE(headLine(lines, "live flushed").ends_with("ms · bodies=3 · after render"))
+            << log.text();
+        EXPECT_EQ(indentOf(lines, " live flushed work"), 3);
 
         // Without a note the count stands alone.
-        const std::uint64_t second = Perf::beginAction("live flushed bare");
-        Perf::endActionAfterUIFlush(second);
+        Perf::endActionAfterUIFlush(Perf::beginAction("live flushed bare"));
         scheduler.runRound();
         scheduler.runRound();
-        const std::string bare = headLine(linesOf(log.text()), "live flushed bare");
-        EXPECT_TRUE(endsWith(bare, " · bodies=0")) << bare;
+        EXPECT_TRUE(headLine(linesOf(log.text()), "live flushed bare").ends_with("ms · bodies=0"));
     }
 
     // With the scheduler removed, the report is written at once.
     const std::uint64_t action = Perf::beginAction("live unscheduled");
     Bench::tickBody("live body");
     Perf::endActionAfterUIFlush(action, "now");
-    const std::string head = headLine(linesOf(log.text()), "live unscheduled");
-    EXPECT_TRUE(endsWith(head, " · bodies=0 · now")) << head;
-
-    // afterUIFlush alone runs its work at once without a scheduler.
-    bool ran = false;
-    Perf::afterUIFlush([&] { ran = true; });
-    EXPECT_TRUE(ran);
-}
-
-TEST(PerfLive, GlobalSummaryIsWrittenAsOneBlock) {
-    if (!Perf::isEnabled()) {
-        GTEST_SKIP() << "tracing is off (VORDA_PERF=0)";
-    }
-    Perf::record("live summarised", PerfCategory::store, 0, 3 * ms);
-    LogCapture log;
-    Perf::printGlobalSummary();
-    const auto lines = linesOf(log.text());
-    ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(lines.front(), "[perf] ═══ global summary (whole process) ═══");
-    const std::string entry = lineContaining(lines, "store|live summarised");
-    EXPECT_TRUE(startsWith(entry, "[perf]   ")) << entry;
-    EXPECT_NE(entry.find("× store|live summarised"), std::string::npos) << entry;
+    EXPECT_TRUE(headLine(linesOf(log.text()), "live unscheduled").ends_with("ms · bodies=0 · now"))
+        << log.text();
 }
 
 }  // namespace
