@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "jjkit/client/JJError.h"
@@ -6,41 +8,33 @@
 namespace vorda {
 namespace {
 
-TEST(JJVersion, ParsesWithAndWithoutPrefix) {
-    const auto plain = JJVersion::parsing("0.39.0");
-    const auto prefixed = JJVersion::parsing("  jj 0.39.0\n");
-    ASSERT_TRUE(plain && prefixed);
-    EXPECT_EQ(*plain, *prefixed);
-    EXPECT_EQ(prefixed->raw, "0.39.0");
-
-    const auto dev = JJVersion::parsing("jj 0.39.1-dev");
-    ASSERT_TRUE(dev);
-    EXPECT_EQ(dev->patch, 0);  // "1-dev" is not a clean integer
-    EXPECT_EQ(dev->raw, "0.39.1-dev");
-    EXPECT_TRUE(dev->isSupported());
-
-    const auto hashed = JJVersion::parsing("0.39.0-abc");
-    ASSERT_TRUE(hashed);
-    EXPECT_EQ(hashed->raw, "0.39.0-abc");
-    EXPECT_EQ(hashed->description(), "0.39.0-abc");
-    EXPECT_EQ(*hashed, JJVersion::minimumSupported());
-
-    const auto longer = JJVersion::parsing("jj 0.46.2.7");
-    ASSERT_TRUE(longer);
-    EXPECT_EQ(longer->patch, 2);
-}
-
-TEST(JJVersion, OrdersByNumbersAndGatesAt0_39) {
-    const auto one = JJVersion::parsing("1.0");
-    ASSERT_TRUE(one);
-    EXPECT_EQ(one->patch, 0);
-    EXPECT_TRUE(one->isSupported());
-    EXPECT_FALSE(JJVersion::parsing("0.38.9")->isSupported());
-    EXPECT_TRUE(*JJVersion::parsing("0.40.0") > *JJVersion::parsing("0.39.99"));
-    EXPECT_TRUE(*JJVersion::parsing("0.39.2") > *JJVersion::parsing("0.39.1"));
-}
-
-TEST(JJVersion, RejectsTextWithoutTwoNumbers) {
+TEST(JJVersion, ParsesTheLeadingNumbersAndKeepsTheRawText) {
+    struct Case {
+        const char* text;
+        int major, minor, patch;
+        const char* raw;
+        bool supported;
+    };
+    // A patch that is not a clean integer ("1-dev", "0-abc") counts as 0.
+    const Case cases[] = {{"0.39.0", 0, 39, 0, "0.39.0", true},
+                          {"  jj 0.39.0\n", 0, 39, 0, "0.39.0", true},
+                          {"jj 0.39.1-dev", 0, 39, 0, "0.39.1-dev", true},
+                          {"0.39.0-abc", 0, 39, 0, "0.39.0-abc", true},
+                          {"jj 0.46.2.7", 0, 46, 2, "0.46.2.7", true},
+                          {"1.0", 1, 0, 0, "1.0", true},
+                          {"0.38.9", 0, 38, 9, "0.38.9", false}};
+    for (const auto& c : cases) {
+        const auto version = JJVersion::parsing(c.text);
+        ASSERT_TRUE(version.has_value()) << c.text;
+        EXPECT_EQ((std::tuple{version->major, version->minor, version->patch}),
+                  (std::tuple{c.major, c.minor, c.patch}))
+            << c.text;
+        EXPECT_EQ(version->description(), c.raw);
+        EXPECT_EQ(version->isSupported(), c.supported) << c.text;
+    }
+    EXPECT_EQ(*JJVersion::parsing("0.39.0-abc"), JJVersion::minimumSupported());
+    EXPECT_GT(*JJVersion::parsing("0.40.0"), *JJVersion::parsing("0.39.99"));
+    EXPECT_GT(*JJVersion::parsing("0.39.2"), *JJVersion::parsing("0.39.1"));
     for (const char* text : {"jj", "", "0", "jj 1", "x.1.2", "1.y", "1..", "jj version"}) {
         EXPECT_FALSE(JJVersion::parsing(text).has_value()) << text;
     }

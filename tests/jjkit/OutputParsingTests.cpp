@@ -10,17 +10,8 @@ namespace {
 
 using testing::LogCapture;
 
-const std::string opLine(const std::string& id) {
+std::string opLine(const std::string& id) {
     return R"({"op_id":")" + id + R"(","description":"d","start_time":"t"})";
-}
-
-JJError parseFailure(const std::string& text) {
-    try {
-        parseNDJSON<JJOp>(text, "ops");
-    } catch (const JJError& error) {
-        return error;
-    }
-    return JJError::unsafeOperation("parsed");
 }
 
 TEST(OutputParsing, NDJSONSkipsEmptyLinesAndKeepsOrder) {
@@ -32,42 +23,39 @@ TEST(OutputParsing, NDJSONSkipsEmptyLinesAndKeepsOrder) {
     EXPECT_EQ(ops[1].opID, "b");
 }
 
-TEST(OutputParsing, NDJSONFailsWholeAndLogsTheLine) {
-    LogCapture log;
-    const auto error = parseFailure(opLine("a") + "\n" + R"({"op_id":"b","description":"d"})");
-    const auto* parse = error.as<JJError::ParseError>();
-    ASSERT_NE(parse, nullptr);
-    EXPECT_EQ(parse->context, "ops");
-    EXPECT_EQ(parse->underlying, "missing key `start_time` at <root>");
-    EXPECT_EQ(error.errorDescription(), "Parse error (ops): missing key `start_time` at <root>");
-    EXPECT_EQ(log.text(),
-              "[Vorda] parse failure (ops) line 1: missing key `start_time` at <root>\n"
-              R"(  line: {"op_id":"b","description":"d"})"
-              "\n");
+// The parse error that `text` fails with, and what it wrote to the log.
+std::pair<JJError::ParseError, std::string> parseFailure(const std::string& text) {
+    const LogCapture log;
+    try {
+        parseNDJSON<JJOp>(text, "ops");
+    } catch (const JJError& error) {
+        if (const auto* parse = error.as<JJError::ParseError>()) {
+            return {*parse, log.text()};
+        }
+    }
+    return {{"no parse error", ""}, log.text()};
 }
 
-TEST(OutputParsing, NDJSONInvalidUtf8LineIsReportedByNumber) {
-    LogCapture log;
-    const auto error = parseFailure(opLine("a") + "\n{\"op_id\":\"\xff\"}");
-    const auto* parse = error.as<JJError::ParseError>();
-    ASSERT_NE(parse, nullptr);
-    EXPECT_EQ(parse->underlying, "invalid UTF-8 in line 1");
-    EXPECT_NE(log.text().find("[Vorda] parse failure (ops) line 1: invalid UTF-8\n"),
-              std::string::npos);
-}
+TEST(OutputParsing, NDJSONFailsWholeAndLogsTheLineCutAfter400Characters) {
+    const auto [missing, missingLog] = parseFailure(opLine("a") + "\n" + R"({"op_id":"b"})");
+    EXPECT_EQ(JJError(missing).errorDescription(),
+              "Parse error (ops): missing key `description` at <root>");
+    EXPECT_EQ(missingLog,
+              "[Vorda] parse failure (ops) line 1: missing key `description` at <root>\n"
+              "  line: {\"op_id\":\"b\"}\n");
 
-TEST(OutputParsing, LoggedLinesAreCutAfter400Characters) {
+    const auto [invalid, invalidLog] = parseFailure(opLine("a") + "\n{\"op_id\":\"\xff\"}");
+    EXPECT_EQ(invalid.underlying, "invalid UTF-8 in line 1");
+    EXPECT_EQ(invalidLog, "[Vorda] parse failure (ops) line 1: invalid UTF-8\n  line: \n");
+
+    const std::string longLine = "{\"broken\": \"" + std::string(500, 'z');
+    EXPECT_TRUE(parseFailure(longLine).second.ends_with("\n  line: " + longLine.substr(0, 400) +
+                                                        "…(truncated)\n"));
+    // Characters, not bytes: a multi-byte letter is never cut in half.
     const std::string exact(400, 'x');
     EXPECT_EQ(truncatedForLog(exact), exact);
-    EXPECT_EQ(truncatedForLog(exact + "y"), exact + "…(truncated)");
-    // Characters, not bytes: a multi-byte letter is never cut in half.
-    const std::string letters = std::string(399, 'x') + "ää";
-    EXPECT_EQ(truncatedForLog(letters), std::string(399, 'x') + "ä…(truncated)");
-
-    LogCapture log;
-    parseFailure("{\"broken\": \"" + std::string(500, 'z'));
-    EXPECT_NE(log.text().find("  line: {\"broken\": \"" + std::string(388, 'z') + "…(truncated)\n"),
-              std::string::npos);
+    EXPECT_EQ(truncatedForLog(std::string(399, 'x') + "ää"),
+              std::string(399, 'x') + "ä…(truncated)");
 }
 
 TEST(OutputParsing, WorkspaceListRepairsUnreadableRoots) {
@@ -86,7 +74,7 @@ TEST(OutputParsing, WorkspaceListRepairsUnreadableRoots) {
     LogCapture log;
     try {
         parseWorkspaceList(R"({"name":"w","root":"/r"})");
-        FAIL() << "a broken line must fail";
+        ADD_FAILURE() << "a broken line must fail";
     } catch (const JJError& error) {
         const auto* parse = error.as<JJError::ParseError>();
         ASSERT_NE(parse, nullptr);
@@ -99,11 +87,11 @@ TEST(OutputParsing, WorkspaceListRepairsUnreadableRoots) {
 TEST(OutputParsing, CreatedChangeIDComesFromTheFirstMatchingLine) {
     EXPECT_EQ(parseCreatedChangeID("Working copy now at: x\n  Created new commit qpvuntsm 12345678 "
                                    "(empty) x\nCreated new commit other"),
-              std::optional<std::string>("qpvuntsm"));
-    EXPECT_EQ(parseCreatedChangeID("Created new commit    zzz"), std::optional<std::string>("zzz"));
-    EXPECT_FALSE(parseCreatedChangeID("Created new commit ").has_value());
-    EXPECT_FALSE(parseCreatedChangeID("Nothing changed.\n").has_value());
-    EXPECT_FALSE(parseCreatedChangeID("").has_value());
+              "qpvuntsm");
+    EXPECT_EQ(parseCreatedChangeID("Created new commit    zzz"), "zzz");
+    for (const char* text : {"Created new commit ", "Nothing changed.\n", ""}) {
+        EXPECT_EQ(parseCreatedChangeID(text), std::nullopt) << text;
+    }
 }
 
 }  // namespace
