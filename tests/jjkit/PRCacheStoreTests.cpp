@@ -16,39 +16,47 @@ namespace vorda {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::TempDir;
 using Entry = PRCacheStore::Entry;
 using Clock = std::chrono::system_clock;
-
-Clock::time_point at(std::int64_t milliseconds) {
-    return Clock::time_point(std::chrono::milliseconds(milliseconds));
-}
 
 Clock::time_point atMicroseconds(std::int64_t microseconds) {
     return Clock::time_point(std::chrono::microseconds(microseconds));
 }
 
-GitHubPR pr(int number, std::string title) {
-    GitHubPR result;
-    result.number = number;
-    result.url = "https://github.com/example/repo/pull/" + std::to_string(number);
-    result.state = GitHubPR::State::open;
-    result.title = std::move(title);
-    result.reviewDecision = GitHubPR::ReviewDecision::changesRequested;
-    result.reviewCommentCount = 4;
-    return result;
+Clock::time_point at(std::int64_t milliseconds) {
+    return atMicroseconds(milliseconds * 1000);
 }
 
-/// Runs SQL against the cache file with SQLite itself, beside the store.
-void executeDirectly(const fs::path& file, const std::string& sql) {
+GitHubPR pr(int number, std::string title) {
+    return {number,
+            "https://github.com/example/repo/pull/" + std::to_string(number),
+            GitHubPR::State::open,
+            false,
+            std::move(title),
+            GitHubPR::ReviewDecision::changesRequested,
+            4};
+}
+
+/// Runs SQL against the cache file with SQLite itself, beside the store; the
+/// rows it selects come back with their columns joined by "|".
+std::vector<std::string> executeDirectly(const fs::path& file, const std::string& sql) {
     sqlite3* database = nullptr;
-    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    std::vector<std::string> rows;
     char* message = nullptr;
-    const int status = sqlite3_exec(database, sql.c_str(), nullptr, nullptr, &message);
-    const std::string reason = message != nullptr ? message : "";
+    const auto collect = [](void* out, int columns, char** values, char**) {
+        std::string row;
+        for (int column = 0; column < columns; ++column) {
+            row += (column > 0 ? "|" : "") + std::string(values[column] ? values[column] : "NULL");
+        }
+        static_cast<std::vector<std::string>*>(out)->push_back(row);
+        return 0;
+    };
+    EXPECT_EQ(sqlite3_exec(database, sql.c_str(), collect, &rows, &message), SQLITE_OK)
+        << (message != nullptr ? message : "");
     sqlite3_free(message);
     sqlite3_close(database);
-    ASSERT_EQ(status, SQLITE_OK) << reason;
+    return rows;
 }
 
 class PRCacheStoreTest : public ::testing::Test {
@@ -57,42 +65,51 @@ class PRCacheStoreTest : public ::testing::Test {
     fs::path cacheFile() const { return root() / ".jj" / "Vorda-pr-cache.sqlite"; }
 
   private:
-    TempDir root_{"vorda-pr-cache"};
+    testing::TempDir root_{"vorda-pr-cache"};
 };
 
-TEST_F(PRCacheStoreTest, CreatesTheDatabaseInsideJJEvenWithoutTheFolder) {
-    EXPECT_FALSE(fs::exists(root() / ".jj"));
-    PRCacheStore store(root());
-    EXPECT_EQ(store.fileURL(), cacheFile());
-    EXPECT_TRUE(fs::is_regular_file(cacheFile()));
-    EXPECT_TRUE(store.all().empty());
-    EXPECT_EQ(store.entry("main"), std::nullopt);
-}
-
-TEST_F(PRCacheStoreTest, EntriesRoundTripUnderAwkwardBranchNames) {
-    const std::vector<std::string> names{"it's",
-                                         "say \"hi\"",
-                                         "with blanks  and\ttab",
-                                         "'; DROP TABLE pr_cache; --",
-                                         "größe/ünïcode-分支",
-                                         ""};
-    PRCacheStore store(root());
+TEST_F(PRCacheStoreTest, EntriesRoundTripAcrossStoresUnderAwkwardNamesAndTimes) {
+    const std::vector<std::pair<std::string, Clock::time_point>> rows{
+        {"it's", atMicroseconds(1'712'345'678'123'456)},
+        {"say \"hi\"", Clock::time_point{}},
+        {"with blanks  and\ttab", at(-86'400'000)},
+        {"'; DROP TABLE pr_cache; --", at(1'700'000'000'250)},
+        {"größe/ünïcode-分支", at(1)},
+        {"", at(2)}};
     std::map<std::string, Entry> expected;
-    for (std::size_t index = 0; index < names.size(); ++index) {
-        const int number = static_cast<int>(index) + 1;
-        Entry entry{"tip-" + std::to_string(number), pr(number, "PR for " + names[index]),
-                    atMicroseconds(1'700'000'000'250'123 + number)};
-        if (index % 2 == 1) {
-            entry.pr = std::nullopt;
+    {
+        // Made without a .jj folder: the store creates it.
+        PRCacheStore store(root());
+        EXPECT_EQ(store.fileURL(), cacheFile());
+        EXPECT_TRUE(store.all().empty());
+        for (std::size_t index = 0; index < rows.size(); ++index) {
+            const auto& [name, time] = rows[index];
+            Entry entry{"tip-" + name, pr(static_cast<int>(index) + 1, "PR for " + name), time};
+            if (index % 2 == 1) {
+                entry.pr = std::nullopt;
+            }
+            store.set(entry, name);
+            expected.emplace(name, entry);
         }
-        store.set(entry, names[index]);
-        expected.emplace(names[index], entry);
+        // Kept to the microsecond: nanoseconds round.
+        store.set(Entry{"tip", std::nullopt,
+                        Clock::time_point(std::chrono::duration_cast<Clock::duration>(
+                            std::chrono::nanoseconds(1'712'345'678'123'456'789)))},
+                  "nano");
+        expected.emplace("nano", Entry{"tip", std::nullopt, atMicroseconds(1'712'345'678'123'457)});
     }
-    EXPECT_EQ(store.all(), expected);
-    for (const auto& name : names) {
-        EXPECT_EQ(store.entry(name), expected.at(name)) << name;
+    ASSERT_TRUE(fs::is_regular_file(cacheFile()));
+    PRCacheStore reopened(root());
+    EXPECT_EQ(reopened.all(), expected);
+    for (const auto& [name, entry] : expected) {
+        EXPECT_EQ(reopened.entry(name), entry) << name;
     }
-    EXPECT_EQ(store.entry("it"), std::nullopt);
+    EXPECT_EQ(reopened.entry("it"), std::nullopt);
+    // A branch without a pull request is a NULL, not some text standing for none.
+    EXPECT_EQ(executeDirectly(cacheFile(),
+                              "SELECT branch, prData IS NULL FROM pr_cache WHERE branch IN "
+                              "('it''s', 'say \"hi\"') ORDER BY branch"),
+              (std::vector<std::string>{"it's|0", "say \"hi\"|1"}));
 }
 
 TEST_F(PRCacheStoreTest, SetReplacesAndRemoveDeletesOneRow) {
@@ -105,61 +122,9 @@ TEST_F(PRCacheStoreTest, SetReplacesAndRemoveDeletesOneRow) {
     EXPECT_EQ(store.all().size(), 2U);
 
     store.remove("feature");
-    EXPECT_EQ(store.entry("feature"), std::nullopt);
+    store.remove("never-there");
     EXPECT_EQ(store.all(),
               (std::map<std::string, Entry>{{"other", {"other", std::nullopt, at(2000)}}}));
-    store.remove("never-there");
-    EXPECT_EQ(store.all().size(), 1U);
-}
-
-TEST_F(PRCacheStoreTest, AbsentPullRequestIsStoredAsNull) {
-    {
-        PRCacheStore store(root());
-        store.set(Entry{"tip", std::nullopt, at(5)}, "no-pr");
-        store.set(Entry{"tip", pr(9, "nine"), at(5)}, "with-pr");
-    }
-    sqlite3* database = nullptr;
-    ASSERT_EQ(sqlite3_open(cacheFile().c_str(), &database), SQLITE_OK);
-    sqlite3_stmt* statement = nullptr;
-    ASSERT_EQ(
-        sqlite3_prepare_v2(database, "SELECT branch, prData IS NULL FROM pr_cache ORDER BY branch",
-                           -1, &statement, nullptr),
-        SQLITE_OK);
-    std::vector<std::pair<std::string, int>> rows;
-    while (sqlite3_step(statement) == SQLITE_ROW) {
-        rows.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)),
-                          sqlite3_column_int(statement, 1));
-    }
-    sqlite3_finalize(statement);
-    sqlite3_close(database);
-    EXPECT_EQ(rows, (std::vector<std::pair<std::string, int>>{{"no-pr", 1}, {"with-pr", 0}}));
-}
-
-TEST_F(PRCacheStoreTest, ASecondStoreReadsWhatTheFirstWrote) {
-    const Entry written{"c0ffee", pr(12, "Twelve \"quoted\" ü"), at(1'712'345'678'900)};
-    {
-        PRCacheStore store(root());
-        store.set(written, "feature");
-    }
-    PRCacheStore reopened(root());
-    EXPECT_EQ(reopened.entry("feature"), written);
-    EXPECT_EQ(reopened.all().size(), 1U);
-}
-
-TEST_F(PRCacheStoreTest, FetchTimesAreKeptToTheMicrosecond) {
-    PRCacheStore store(root());
-    const auto micro = atMicroseconds(1'712'345'678'123'456);
-    store.set(Entry{"tip", std::nullopt, micro}, "micro");
-    const Clock::time_point nano(std::chrono::duration_cast<Clock::duration>(
-        std::chrono::nanoseconds(1'712'345'678'123'456'789)));
-    store.set(Entry{"tip", std::nullopt, nano}, "nano");
-    store.set(Entry{"tip", std::nullopt, Clock::time_point{}}, "epoch");
-    store.set(Entry{"tip", std::nullopt, at(-86'400'000)}, "before-epoch");
-
-    EXPECT_EQ(store.entry("micro")->fetchedAt, micro);
-    EXPECT_EQ(store.entry("nano")->fetchedAt, atMicroseconds(1'712'345'678'123'457));
-    EXPECT_EQ(store.entry("epoch")->fetchedAt, Clock::time_point{});
-    EXPECT_EQ(store.entry("before-epoch")->fetchedAt, at(-86'400'000));
 }
 
 TEST_F(PRCacheStoreTest, UndecodablePullRequestDataReadsAsAbsent) {
@@ -174,21 +139,20 @@ TEST_F(PRCacheStoreTest, UndecodablePullRequestDataReadsAsAbsent) {
                     "('not-json', 'tip-n', CAST('[1, 2' AS BLOB), 40.0)");
     PRCacheStore store(root());
     EXPECT_EQ(store.entry("binary"), (Entry{"tip-b", std::nullopt, at(20'000)}));
-    EXPECT_EQ(store.entry("wrong-shape"), (Entry{"tip-w", std::nullopt, at(30'000)}));
-    const auto all = store.all();
-    ASSERT_EQ(all.size(), 4U);
-    EXPECT_EQ(all.at("not-json"), (Entry{"tip-n", std::nullopt, at(40'000)}));
-    EXPECT_EQ(all.at("good").pr, pr(3, "three"));
+    EXPECT_EQ(store.all(),
+              (std::map<std::string, Entry>{{"good", {"good", pr(3, "three"), at(10)}},
+                                            {"binary", {"tip-b", std::nullopt, at(20'000)}},
+                                            {"wrong-shape", {"tip-w", std::nullopt, at(30'000)}},
+                                            {"not-json", {"tip-n", std::nullopt, at(40'000)}}}));
 }
 
-TEST_F(PRCacheStoreTest, AFileThatIsNotADatabaseThrowsAClearError) {
+TEST_F(PRCacheStoreTest, WhatCannotBeADatabaseThrowsAClearError) {
     fs::create_directories(cacheFile().parent_path());
     std::string garbage;
     for (int index = 0; index < 4096; ++index) {
         garbage.push_back(static_cast<char>((index * 7919 + 13) % 256));
     }
     std::ofstream(cacheFile(), std::ios::binary) << garbage;
-
     try {
         PRCacheStore store(root());
         store.all();
@@ -198,14 +162,13 @@ TEST_F(PRCacheStoreTest, AFileThatIsNotADatabaseThrowsAClearError) {
         EXPECT_NE(message.find(cacheFile().string()), std::string::npos) << message;
         EXPECT_NE(message.find("not a database"), std::string::npos) << message;
     }
-}
 
-TEST_F(PRCacheStoreTest, AFileWhereTheJJFolderBelongsOrAFIFOInPlaceOfTheCacheThrows) {
-    std::ofstream(root() / ".jj") << "a file, not a folder";
-    EXPECT_THROW(PRCacheStore store(root()), PRCacheStoreError);
-    fs::remove(root() / ".jj");
-    fs::create_directories(cacheFile().parent_path());
+    // A FIFO in place of the cache, or a file where the .jj folder belongs.
+    fs::remove(cacheFile());
     ASSERT_EQ(mkfifo(cacheFile().c_str(), 0600), 0);
+    EXPECT_THROW(PRCacheStore store(root()), PRCacheStoreError);
+    fs::remove_all(root() / ".jj");
+    std::ofstream(root() / ".jj") << "a file, not a folder";
     EXPECT_THROW(PRCacheStore store(root()), PRCacheStoreError);
 }
 
@@ -213,7 +176,6 @@ TEST_F(PRCacheStoreTest, ConcurrentWritersAllLand) {
     PRCacheStore store(root());
     {
         std::vector<std::jthread> threads;
-        threads.reserve(4);
         for (int thread = 0; thread < 4; ++thread) {
             threads.emplace_back([&store, thread] {
                 for (int index = 0; index < 25; ++index) {
