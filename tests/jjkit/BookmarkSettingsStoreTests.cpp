@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <map>
 #include <sstream>
 #include <system_error>
 #include <thread>
@@ -21,9 +23,9 @@ namespace vorda {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::LogCapture;
 using testing::TempDir;
 using Strategy = SavedConfig::BaseStrategy;
+using Points = std::map<std::string, std::string>;
 
 const std::string ruleID = "0F8FAD5B-D9CB-469F-A165-70867728950E";
 
@@ -39,20 +41,33 @@ void writeFile(const fs::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
+std::vector<std::string> entriesOf(const fs::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 BookmarkSettings fullSettings() {
-    BookmarkSettings settings;
-    settings.updateStrategy = UpdateStrategy::mergeIn;
-    settings.lastPushedCommitID = "c0ffee00c0ffee00c0ffee00c0ffee00c0ffee00";
-    settings.cachedPRNumber = 128;
-    settings.tags = {"review", "urgent"};
-    settings.pinned = true;
-    settings.columnVisible = true;
-    return settings;
+    return {UpdateStrategy::mergeIn,
+            "c0ffee00c0ffee00c0ffee00c0ffee00c0ffee00",
+            128,
+            {"review", "urgent"},
+            true,
+            true};
 }
 
 SavedConfig config(std::string name, std::vector<std::string> bookmarks,
                    std::optional<Strategy> base = std::nullopt) {
     return SavedConfig{std::move(name), std::move(bookmarks), std::move(base)};
+}
+
+/// Whether every part of the store reads as empty.
+bool readsEmpty(BookmarkSettingsStore& store) {
+    return store.all().empty() && store.savedConfigs().empty() && store.routingRules().empty() &&
+           !store.apexChangeID().has_value() && store.compositionPointsByWorkspace().empty();
 }
 
 /// A repository root with `.jj/repo/` made by hand, as jj lays it out.
@@ -64,72 +79,50 @@ class BookmarkSettingsStoreTest : public ::testing::Test {
     fs::path repoFolder() const { return root() / ".jj" / "repo"; }
     fs::path settingsFile() const { return repoFolder() / "Vorda-settings.json"; }
     fs::path legacyFile() const { return root() / ".jj" / "Vorda-settings.json"; }
-
-    /// The file as JSON, for comparing content regardless of layout.
     nlohmann::json fileJSON() const { return nlohmann::json::parse(readFile(settingsFile())); }
 
   private:
     TempDir root_{"vorda-settings"};
 };
 
-TEST_F(BookmarkSettingsStoreTest, AFreshRepositoryReadsEmptyAndCreatesNoFileBeforeAWrite) {
-    BookmarkSettingsStore store(root());
-    EXPECT_EQ(store.fileURL(), settingsFile());
-    EXPECT_EQ(store.legacyFileURL(), legacyFile());
-
-    EXPECT_TRUE(store.all().empty());
-    EXPECT_FALSE(store.settings("main").has_value());
-    EXPECT_TRUE(store.savedConfigs().empty());
-    EXPECT_TRUE(store.routingRules().empty());
-    EXPECT_FALSE(store.apexChangeID().has_value());
-    EXPECT_TRUE(store.compositionPointsByWorkspace().empty());
-    EXPECT_FALSE(fs::exists(settingsFile()));
-    EXPECT_FALSE(fs::exists(legacyFile()));
-
-    store.setApexChangeID("kkkkllllmmmmnnnnooooppppqqqqrrrr");
-    ASSERT_TRUE(fs::is_regular_file(settingsFile()));
-    EXPECT_FALSE(fs::exists(legacyFile()));
-    EXPECT_EQ(fileJSON(),
-              (nlohmann::json{{"apexChangeID", "kkkkllllmmmmnnnnooooppppqqqqrrrr"},
-                              {"bookmarks", nlohmann::json::object()},
-                              {"compositionPointsByWorkspace", nlohmann::json::object()},
-                              {"routingRules", nlohmann::json::array()},
-                              {"savedConfigs", nlohmann::json::array()}}));
-}
-
-TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFile) {
-    const FileRoutingRule rule{ruleID, "docs/**/*.md", "docs", false};
+TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFileUnderAwkwardNames) {
+    const std::string name = "we\"ird\\name\nline\t\xC3\xA4 \xE6\x97\xA5\xE6\x9C\xAC";
+    BookmarkSettings awkward;
+    awkward.tags = {name, "\"", "\\"};
+    const std::vector<SavedConfig> configs{
+        config(name, {name}, Strategy{Strategy::SpecificCommit{name}}),
+        config("trunk", {"feature", "local-only"}, Strategy{Strategy::TrunkTip{}}),
+        config("copy", {}, Strategy{Strategy::WorkingCopy{}}), config("plain", {"feature"})};
+    const std::vector<FileRoutingRule> rules{{ruleID, name, name, true},
+                                             {makeUuid(), "docs/**/*.md", "docs", false}};
     {
+        // Nothing is there, and nothing is written, before the first write.
         BookmarkSettingsStore store(root());
+        EXPECT_EQ(store.fileURL(), settingsFile());
+        EXPECT_EQ(store.legacyFileURL(), legacyFile());
+        EXPECT_TRUE(readsEmpty(store));
+        EXPECT_FALSE(store.settings("feature").has_value());
+        EXPECT_FALSE(fs::exists(settingsFile()));
         store.set(fullSettings(), "feature");
         store.set(BookmarkSettings::defaultFor(BookmarkOrigin::local()), "local-only");
-        store.saveConfig(
-            config("specific", {"feature"}, Strategy{Strategy::SpecificCommit{"abc"}}));
-        store.saveConfig(
-            config("trunk", {"feature", "local-only"}, Strategy{Strategy::TrunkTip{}}));
-        store.saveConfig(config("copy", {}, Strategy{Strategy::WorkingCopy{}}));
-        store.saveConfig(config("plain", {"feature"}));
-        store.setRoutingRules({rule});
-        store.setApexChangeID("kkkkllllmmmmnnnnooooppppqqqqrrrr");
+        store.set(awkward, name);
+        for (const auto& saved : configs) {
+            store.saveConfig(saved);
+        }
+        store.setRoutingRules(rules);
+        store.setApexChangeID(name);
+        store.setCompositionPoint(name, name);
         store.setCompositionPoint("zzzzyyyyxxxxwwwwvvvvuuuuttttssss", "default");
     }
-
     BookmarkSettingsStore reopened(root());
-    const auto all = reopened.all();
-    ASSERT_EQ(all.size(), 2U);
-    EXPECT_EQ(all.at("feature"), fullSettings());
-    EXPECT_EQ(all.at("local-only"), BookmarkSettings{});
-    EXPECT_EQ(
-        reopened.savedConfigs(),
-        (std::vector<SavedConfig>{
-            config("specific", {"feature"}, Strategy{Strategy::SpecificCommit{"abc"}}),
-            config("trunk", {"feature", "local-only"}, Strategy{Strategy::TrunkTip{}}),
-            config("copy", {}, Strategy{Strategy::WorkingCopy{}}), config("plain", {"feature"})}));
-    EXPECT_EQ(reopened.routingRules(), (std::vector<FileRoutingRule>{rule}));
-    EXPECT_EQ(reopened.apexChangeID(), "kkkkllllmmmmnnnnooooppppqqqqrrrr");
-    EXPECT_EQ(
-        reopened.compositionPointsByWorkspace(),
-        (std::map<std::string, std::string>{{"default", "zzzzyyyyxxxxwwwwvvvvuuuuttttssss"}}));
+    EXPECT_EQ(reopened.all(),
+              (std::map<std::string, BookmarkSettings>{
+                  {"feature", fullSettings()}, {"local-only", {}}, {name, awkward}}));
+    EXPECT_EQ(reopened.savedConfigs(), configs);
+    EXPECT_EQ(reopened.routingRules(), rules);
+    EXPECT_EQ(reopened.apexChangeID(), name);
+    EXPECT_EQ(reopened.compositionPointsByWorkspace(),
+              (Points{{name, name}, {"default", "zzzzyyyyxxxxwwwwvvvvuuuuttttssss"}}));
 
     // Absent optionals are left out of the file rather than written as null.
     const auto json = fileJSON();
@@ -137,7 +130,6 @@ TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFile) {
     EXPECT_FALSE(json["bookmarks"]["local-only"].contains("cachedPRNumber"));
     EXPECT_EQ(json["bookmarks"]["feature"]["updateStrategy"], "mergeIn");
     EXPECT_FALSE(json["savedConfigs"][3].contains("baseStrategy"));
-
     // Pretty-printed, with the keys in sorted order.
     const std::string text = readFile(settingsFile());
     EXPECT_NE(text.find("\n  \"bookmarks\""), std::string::npos);
@@ -147,34 +139,9 @@ TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFile) {
     EXPECT_LT(text.find("\"cachedPRNumber\""), text.find("\"columnVisible\""));
 }
 
-TEST_F(BookmarkSettingsStoreTest, MissingOptionalKeysTakeTheirDefaults) {
-    writeFile(settingsFile(), R"({
-        "bookmarks": {
-            "a": {"updateStrategy": "mergeIn"},
-            "b": {"updateStrategy": "rebase", "lastPushedCommitID": null, "pinned": true}
-        },
-        "savedConfigs": [{"name": "n", "enabledBookmarks": ["a"], "baseStrategy": null}],
-        "routingRules": [{"id": "0f8fad5b-d9cb-469f-a165-70867728950e", "pattern": "*",
-                          "bookmarkName": "a", "enabled": true}],
-        "unknownKey": 1
-    })");
-    BookmarkSettingsStore store(root());
-    BookmarkSettings mergeIn;
-    mergeIn.updateStrategy = UpdateStrategy::mergeIn;
-    BookmarkSettings pinned;
-    pinned.pinned = true;
-    EXPECT_EQ(store.all(),
-              (std::map<std::string, BookmarkSettings>{{"a", mergeIn}, {"b", pinned}}));
-    EXPECT_EQ(store.savedConfigs(), (std::vector<SavedConfig>{config("n", {"a"})}));
-    // A lower-case UUID is accepted and kept in the canonical form.
-    EXPECT_EQ(store.routingRules(), (std::vector<FileRoutingRule>{{ruleID, "*", "a", true}}));
-    EXPECT_FALSE(store.apexChangeID().has_value());
-    EXPECT_TRUE(store.compositionPointsByWorkspace().empty());
-}
-
-TEST_F(BookmarkSettingsStoreTest, ADamagedFileReadsEmptyAndTheNextWriteReplacesIt) {
-    const std::string goodBookmarks = R"("bookmarks": {"a": {"updateStrategy": "rebase"}})";
-    const std::vector<std::pair<const char*, std::string>> damages = {
+TEST_F(BookmarkSettingsStoreTest, ADamagedFileReadsEmptyAndTheNextWriteKeepsItBeside) {
+    const std::string good = R"({"bookmarks": {"a": {"updateStrategy": "rebase"}}, )";
+    const std::vector<std::pair<const char*, std::string>> damages{
         {"not JSON", "{\"bookmarks\": {"},
         {"empty file", ""},
         {"not an object", "[]"},
@@ -183,17 +150,14 @@ TEST_F(BookmarkSettingsStoreTest, ADamagedFileReadsEmptyAndTheNextWriteReplacesI
         {"entry without strategy", R"({"bookmarks": {"a": {"pinned": true}}})"},
         {"unknown strategy", R"({"bookmarks": {"a": {"updateStrategy": "squash"}}})"},
         {"wrong type", R"({"bookmarks": {"a": {"updateStrategy": "rebase", "tags": "x"}}})"},
-        {"rule id not a UUID", "{" + goodBookmarks +
-                                   R"(, "routingRules": [{"id": "rule-1", "pattern": "*",
-                                      "bookmarkName": "a", "enabled": true}]})"},
-        {"rule without enabled", "{" + goodBookmarks + R"(, "routingRules": [{"id": ")" + ruleID +
+        {"rule id not a UUID", good + R"("routingRules": [{"id": "rule-1", "pattern": "*",
+                                         "bookmarkName": "a", "enabled": true}]})"},
+        {"rule without enabled", good + R"("routingRules": [{"id": ")" + ruleID +
                                      R"(", "pattern": "*", "bookmarkName": "a"}]})"},
-        {"config without bookmarks", "{" + goodBookmarks + R"(, "savedConfigs": [{"name": "n"}]})"},
-        {"two-key base strategy", "{" + goodBookmarks +
-                                      R"(, "savedConfigs": [{"name": "n", "enabledBookmarks": [],
+        {"config without bookmarks", good + R"("savedConfigs": [{"name": "n"}]})"},
+        {"two-key base strategy", good + R"("savedConfigs": [{"name": "n", "enabledBookmarks": [],
                  "baseStrategy": {"trunkTip": {}, "workingCopy": {}}}]})"},
-        {"composition point not text",
-         "{" + goodBookmarks + R"(, "compositionPointsByWorkspace": {"default": 3}})"},
+        {"composition point not text", good + R"("compositionPointsByWorkspace": {"w": 3}})"},
         {"invalid UTF-8", "{\"bookmarks\": {\"a\xff\": {\"updateStrategy\": \"rebase\"}}}"},
     };
     for (const auto& [what, text] : damages) {
@@ -203,52 +167,66 @@ TEST_F(BookmarkSettingsStoreTest, ADamagedFileReadsEmptyAndTheNextWriteReplacesI
         writeFile(file, text);
 
         BookmarkSettingsStore store(repo.path());
-        EXPECT_TRUE(store.all().empty());
-        EXPECT_TRUE(store.savedConfigs().empty());
-        EXPECT_TRUE(store.routingRules().empty());
-        EXPECT_FALSE(store.apexChangeID().has_value());
-        EXPECT_TRUE(store.compositionPointsByWorkspace().empty());
-
-        const LogCapture log;
+        EXPECT_TRUE(readsEmpty(store));
+        const testing::LogCapture log;
         store.set(fullSettings(), "b");
-        BookmarkSettingsStore reopened(repo.path());
-        EXPECT_EQ(reopened.all(), (std::map<std::string, BookmarkSettings>{{"b", fullSettings()}}));
+        EXPECT_EQ(BookmarkSettingsStore(repo.path()).all(),
+                  (std::map<std::string, BookmarkSettings>{{"b", fullSettings()}}));
         // The damaged file is kept beside, byte for byte, and the log says so.
-        std::vector<fs::path> kept;
-        for (const auto& entry : fs::directory_iterator(file.parent_path())) {
-            if (entry.path().filename().string().starts_with("Vorda-settings.json.damaged-")) {
-                kept.push_back(entry.path());
-            }
-        }
-        ASSERT_EQ(kept.size(), 1U);
-        EXPECT_EQ(readFile(kept.front()), text);
-        EXPECT_NE(log.text().find("kept it as " + kept.front().filename().string()),
-                  std::string::npos)
-            << log.text();
+        const auto entries = entriesOf(file.parent_path());
+        const auto kept = std::find_if(entries.begin(), entries.end(), [](const auto& entry) {
+            return entry.starts_with("Vorda-settings.json.damaged-");
+        });
+        ASSERT_NE(kept, entries.end());
+        EXPECT_EQ(entries.size(), 3U) << "the file, the lock and one damaged copy";
+        EXPECT_EQ(readFile(file.parent_path() / *kept), text);
+        EXPECT_TRUE(log.contains("kept it as " + *kept)) << log.text();
     }
 }
 
-TEST_F(BookmarkSettingsStoreTest, ALegacyFileIsReadUntilTheFirstWriteCreatesTheNewOne) {
-    const std::string legacy =
-        R"({"bookmarks": {"old": {"updateStrategy": "mergeIn"}}, "apexChangeID": "legacyapex"})";
-    writeFile(legacyFile(), legacy);
-
+TEST_F(BookmarkSettingsStoreTest, AFIFOInPlaceOfTheFileIsDamageNotAWait) {
+    ASSERT_EQ(mkfifo(settingsFile().c_str(), 0600), 0);
     BookmarkSettingsStore store(root());
-    EXPECT_EQ(store.all().count("old"), 1U);
-    EXPECT_EQ(store.apexChangeID(), "legacyapex");
+    EXPECT_TRUE(store.all().empty());
+    store.set(fullSettings(), "a");
+    EXPECT_EQ(BookmarkSettingsStore(root()).settings("a"), fullSettings());
+}
+
+TEST_F(BookmarkSettingsStoreTest, ALegacyFileIsReadUntilTheFirstWriteCreatesTheNewOne) {
+    // Optional keys missing or null take their defaults; unknown keys are ignored.
+    const std::string legacy = R"({
+        "bookmarks": {
+            "a": {"updateStrategy": "mergeIn"},
+            "b": {"updateStrategy": "rebase", "lastPushedCommitID": null, "pinned": true}
+        },
+        "savedConfigs": [{"name": "n", "enabledBookmarks": ["a"], "baseStrategy": null}],
+        "routingRules": [{"id": "0f8fad5b-d9cb-469f-a165-70867728950e", "pattern": "*",
+                          "bookmarkName": "a", "enabled": true}],
+        "unknownKey": 1
+    })";
+    writeFile(legacyFile(), legacy);
+    BookmarkSettingsStore store(root());
+    BookmarkSettings mergeIn;
+    mergeIn.updateStrategy = UpdateStrategy::mergeIn;
+    BookmarkSettings pinned;
+    pinned.pinned = true;
+    const std::map<std::string, BookmarkSettings> bookmarks{{"a", mergeIn}, {"b", pinned}};
+    EXPECT_EQ(store.all(), bookmarks);
+    EXPECT_EQ(store.savedConfigs(), (std::vector<SavedConfig>{config("n", {"a"})}));
+    // A lower-case UUID is accepted and kept in the canonical form.
+    EXPECT_EQ(store.routingRules(), (std::vector<FileRoutingRule>{{ruleID, "*", "a", true}}));
+    EXPECT_FALSE(store.apexChangeID().has_value());
+    EXPECT_TRUE(store.compositionPointsByWorkspace().empty());
     EXPECT_FALSE(fs::exists(settingsFile()));
 
-    store.set(fullSettings(), "new");
+    store.setApexChangeID("new");
     EXPECT_EQ(readFile(legacyFile()), legacy) << "the legacy file is left alone";
-    const auto json = fileJSON();
-    EXPECT_EQ(json["apexChangeID"], "legacyapex");
-    EXPECT_EQ(json["bookmarks"]["old"]["updateStrategy"], "mergeIn");
-    EXPECT_EQ(json["bookmarks"]["new"]["cachedPRNumber"], 128);
-
     // From now on the new file is the one read, whatever the legacy one says.
     writeFile(legacyFile(), R"({"bookmarks": {}})");
     BookmarkSettingsStore reopened(root());
-    EXPECT_EQ(reopened.all().size(), 2U);
+    EXPECT_EQ(reopened.all(), bookmarks);
+    EXPECT_EQ(reopened.routingRules(), store.routingRules());
+    EXPECT_EQ(reopened.apexChangeID(), "new");
 }
 
 TEST(BookmarkSettingsStoreLocation, WithoutARepoFolderTheLegacyPlaceIsWritten) {
@@ -256,10 +234,14 @@ TEST(BookmarkSettingsStoreLocation, WithoutARepoFolderTheLegacyPlaceIsWritten) {
     fs::create_directories(repo.path() / ".jj");
     BookmarkSettingsStore store(repo.path());
     EXPECT_EQ(store.fileURL(), store.legacyFileURL());
-
     store.setCompositionPoint("abc", "default");
-    EXPECT_TRUE(fs::is_regular_file(repo.path() / ".jj" / "Vorda-settings.json"));
     EXPECT_FALSE(fs::exists(repo.path() / ".jj" / "repo"));
+    // Every part is written, the empty ones too.
+    EXPECT_EQ(nlohmann::json::parse(readFile(store.legacyFileURL())),
+              (nlohmann::json{{"bookmarks", nlohmann::json::object()},
+                              {"compositionPointsByWorkspace", {{"default", "abc"}}},
+                              {"routingRules", nlohmann::json::array()},
+                              {"savedConfigs", nlohmann::json::array()}}));
 }
 
 TEST(BookmarkSettingsStoreLocation, EveryWorkspaceOfARepositoryUsesTheSharedStoresFile) {
@@ -272,9 +254,8 @@ TEST(BookmarkSettingsStoreLocation, EveryWorkspaceOfARepositoryUsesTheSharedStor
     EXPECT_EQ(fromSecond.fileURL(),
               fs::canonical(fs::path(repo.root()) / ".jj" / "repo") / "Vorda-settings.json");
     fromSecond.setCompositionPoint("change-of-second", "second");
-    BookmarkSettingsStore fromFirst(repo.root());
-    EXPECT_EQ(fromFirst.compositionPointsByWorkspace(),
-              (std::map<std::string, std::string>{{"second", "change-of-second"}}));
+    EXPECT_EQ(BookmarkSettingsStore(repo.root()).compositionPointsByWorkspace(),
+              (Points{{"second", "change-of-second"}}));
 }
 
 TEST(BookmarkSettingsStoreLocation, AFailedWriteKeepsTheOldValuesAndTheFile) {
@@ -291,8 +272,7 @@ TEST(BookmarkSettingsStoreLocation, AFailedWriteKeepsTheOldValuesAndTheFile) {
     EXPECT_EQ(store.fileURL(), repo.path() / ".jj" / "repo" / "Vorda-settings.json");
     EXPECT_THROW(store.set(fullSettings(), "new"), fs::filesystem_error);
     EXPECT_THROW(store.remove("old"), fs::filesystem_error);
-
-    EXPECT_EQ(store.all(), (std::map<std::string, BookmarkSettings>{{"old", BookmarkSettings{}}}));
+    EXPECT_EQ(store.all(), (std::map<std::string, BookmarkSettings>{{"old", {}}}));
     EXPECT_EQ(readFile(legacy), legacyText);
     EXPECT_EQ(readFile(repo.path() / ".jj" / "repo"), "not a folder");
 }
@@ -300,19 +280,13 @@ TEST(BookmarkSettingsStoreLocation, AFailedWriteKeepsTheOldValuesAndTheFile) {
 TEST_F(BookmarkSettingsStoreTest, AFailedRenameKeepsTheCacheAndLeavesNoTemporaryFile) {
     BookmarkSettingsStore store(root());
     store.setApexChangeID("first");
-
     // A non-empty folder where the file was: the rename over it fails.
     fs::remove(settingsFile());
     fs::create_directories(settingsFile() / "blocker");
     EXPECT_THROW(store.setApexChangeID("second"), fs::filesystem_error);
     EXPECT_EQ(store.apexChangeID(), "first");
-
-    std::vector<std::string> entries;
-    for (const auto& entry : fs::directory_iterator(repoFolder())) {
-        entries.push_back(entry.path().filename().string());
-    }
-    std::sort(entries.begin(), entries.end());
-    EXPECT_EQ(entries, (std::vector<std::string>{"Vorda-settings.json", "Vorda-settings.lock"}));
+    EXPECT_EQ(entriesOf(repoFolder()),
+              (std::vector<std::string>{"Vorda-settings.json", "Vorda-settings.lock"}));
     EXPECT_TRUE(fs::is_directory(settingsFile()));
 }
 
@@ -320,54 +294,42 @@ TEST_F(BookmarkSettingsStoreTest, UnencodableValuesAreRefusedBeforeTheFileIsTouc
     BookmarkSettingsStore store(root());
     store.set(fullSettings(), "kept");
     const std::string before = readFile(settingsFile());
-
-    try {
-        store.set(fullSettings(), "bad\xC3");
-        ADD_FAILURE() << "a name that is not UTF-8 was written";
-    } catch (const std::system_error& error) {
-        EXPECT_EQ(error.code(), std::errc::illegal_byte_sequence);
-    }
-    try {
-        store.setRoutingRules({{"not-a-uuid", "*", "kept", true}});
-        ADD_FAILURE() << "a rule without a UUID was written";
-    } catch (const std::system_error& error) {
-        EXPECT_EQ(error.code(), std::errc::invalid_argument);
-    }
-
+    const auto errorOf = [](const std::function<void()>& write) {
+        try {
+            write();
+        } catch (const std::system_error& error) {
+            return error.code();
+        }
+        return std::error_code();
+    };
+    EXPECT_EQ(errorOf([&] { store.set(fullSettings(), "bad\xC3"); }),
+              std::errc::illegal_byte_sequence);
+    EXPECT_EQ(errorOf([&] {
+                  store.setRoutingRules({{"not-a-uuid", "*", "kept", true}});
+              }),
+              std::errc::invalid_argument);
     EXPECT_EQ(store.all().size(), 1U);
     EXPECT_TRUE(store.routingRules().empty());
     EXPECT_EQ(readFile(settingsFile()), before);
 }
 
-TEST_F(BookmarkSettingsStoreTest, SaveConfigKeepsThePlaceOfAnExistingName) {
+TEST_F(BookmarkSettingsStoreTest, EntriesAreSetReplacedAndRemovedInPlace) {
+    writeFile(settingsFile(), R"({"bookmarks": {}, "savedConfigs": [
+        {"name": "dup", "enabledBookmarks": ["1"]}, {"name": "a", "enabledBookmarks": ["x"]},
+        {"name": "dup", "enabledBookmarks": ["2"]}]})");
     BookmarkSettingsStore store(root());
-    store.saveConfig(config("a", {"x"}));
+    // A saved config keeps the place of an existing name; removing a name
+    // removes every entry of it.
     store.saveConfig(config("b", {"y"}));
     store.saveConfig(config("c", {"z"}));
     store.saveConfig(config("b", {"y", "w"}, Strategy{Strategy::TrunkTip{}}));
+    store.removeConfig("dup");
+    store.removeConfig("unknown");
     EXPECT_EQ(store.savedConfigs(),
               (std::vector<SavedConfig>{config("a", {"x"}),
                                         config("b", {"y", "w"}, Strategy{Strategy::TrunkTip{}}),
                                         config("c", {"z"})}));
 
-    store.removeConfig("b");
-    store.removeConfig("unknown");
-    BookmarkSettingsStore reopened(root());
-    EXPECT_EQ(reopened.savedConfigs(),
-              (std::vector<SavedConfig>{config("a", {"x"}), config("c", {"z"})}));
-}
-
-TEST_F(BookmarkSettingsStoreTest, RemoveConfigRemovesEveryEntryOfThatName) {
-    writeFile(settingsFile(), R"({"bookmarks": {}, "savedConfigs": [
-        {"name": "dup", "enabledBookmarks": ["1"]}, {"name": "other", "enabledBookmarks": []},
-        {"name": "dup", "enabledBookmarks": ["2"]}]})");
-    BookmarkSettingsStore store(root());
-    store.removeConfig("dup");
-    EXPECT_EQ(store.savedConfigs(), (std::vector<SavedConfig>{config("other", {})}));
-}
-
-TEST_F(BookmarkSettingsStoreTest, BookmarkEntriesAreSetReplacedAndRemoved) {
-    BookmarkSettingsStore store(root());
     store.set(fullSettings(), "a");
     store.set(BookmarkSettings{}, "b");
     auto changed = fullSettings();
@@ -376,27 +338,19 @@ TEST_F(BookmarkSettingsStoreTest, BookmarkEntriesAreSetReplacedAndRemoved) {
     store.remove("b");
     store.remove("never-there");
 
-    BookmarkSettingsStore reopened(root());
-    EXPECT_EQ(reopened.settings("a"), changed);
-    EXPECT_FALSE(reopened.settings("b").has_value());
-    EXPECT_EQ(reopened.all().size(), 1U);
-}
-
-TEST_F(BookmarkSettingsStoreTest, CompositionPointsAreSetAndRemovedPerWorkspace) {
-    BookmarkSettingsStore store(root());
     store.setCompositionPoint("one", "default");
     store.setCompositionPoint("two", "second");
     store.setCompositionPoint("three", "default");
-    const auto before = fileJSON();
-
+    store.setCompositionPoint(std::nullopt, "second");
     // Removing a workspace that has no entry still writes, with equal content.
+    const auto before = fileJSON();
     store.setCompositionPoint(std::nullopt, "unknown");
     EXPECT_EQ(fileJSON(), before);
 
-    store.setCompositionPoint(std::nullopt, "second");
     BookmarkSettingsStore reopened(root());
-    EXPECT_EQ(reopened.compositionPointsByWorkspace(),
-              (std::map<std::string, std::string>{{"default", "three"}}));
+    EXPECT_EQ(reopened.savedConfigs(), store.savedConfigs());
+    EXPECT_EQ(reopened.all(), (std::map<std::string, BookmarkSettings>{{"a", changed}}));
+    EXPECT_EQ(reopened.compositionPointsByWorkspace(), (Points{{"default", "three"}}));
 }
 
 TEST_F(BookmarkSettingsStoreTest, TheFileIsReadOnceAndAllPartsAreCachedTogether) {
@@ -460,57 +414,23 @@ TEST_F(BookmarkSettingsStoreTest, WritersInSeveralProcessesNeverLoseAnUpdate) {
     }
 }
 
-TEST_F(BookmarkSettingsStoreTest, AFIFOInPlaceOfTheFileIsDamageNotAWait) {
-    ASSERT_EQ(mkfifo(settingsFile().c_str(), 0600), 0);
-    BookmarkSettingsStore store(root());
-    EXPECT_TRUE(store.all().empty());
-    store.set(fullSettings(), "a");
-    EXPECT_EQ(BookmarkSettingsStore(root()).settings("a"), fullSettings());
-}
-
-TEST_F(BookmarkSettingsStoreTest, NamesWithQuotesEscapesLineEndsAndNonAsciiSurvive) {
-    const std::string name = "we\"ird\\name\nline\t\xC3\xA4 \xE6\x97\xA5\xE6\x9C\xAC";
-    BookmarkSettings settings;
-    settings.tags = {name, "\"", "\\"};
-    {
-        BookmarkSettingsStore store(root());
-        store.set(settings, name);
-        store.saveConfig(config(name, {name}, Strategy{Strategy::SpecificCommit{name}}));
-        store.setRoutingRules({{ruleID, name, name, true}});
-        store.setCompositionPoint(name, name);
-        store.setApexChangeID(name);
-    }
-    BookmarkSettingsStore reopened(root());
-    EXPECT_EQ(reopened.settings(name), settings);
-    EXPECT_EQ(
-        reopened.savedConfigs(),
-        (std::vector<SavedConfig>{config(name, {name}, Strategy{Strategy::SpecificCommit{name}})}));
-    EXPECT_EQ(reopened.routingRules(), (std::vector<FileRoutingRule>{{ruleID, name, name, true}}));
-    EXPECT_EQ(reopened.compositionPointsByWorkspace(),
-              (std::map<std::string, std::string>{{name, name}}));
-    EXPECT_EQ(reopened.apexChangeID(), name);
-}
-
 TEST_F(BookmarkSettingsStoreTest, ConcurrentWritersAllLand) {
     constexpr std::size_t threadCount = 4;
     constexpr std::size_t writesPerThread = 10;
     BookmarkSettingsStore store(root());
-    std::vector<std::thread> threads;
-    threads.reserve(threadCount);
-    for (std::size_t thread = 0; thread < threadCount; ++thread) {
-        threads.emplace_back([&store, thread] {
-            for (std::size_t write = 0; write < writesPerThread; ++write) {
-                const std::string suffix = std::to_string(thread) + "-" + std::to_string(write);
-                store.set(fullSettings(), "bookmark-" + suffix);
-                store.setCompositionPoint("change-" + suffix, "workspace-" + suffix);
-                EXPECT_TRUE(store.settings("bookmark-" + suffix).has_value());
-            }
-        });
+    {
+        std::vector<std::jthread> threads;
+        for (std::size_t thread = 0; thread < threadCount; ++thread) {
+            threads.emplace_back([&store, thread] {
+                for (std::size_t write = 0; write < writesPerThread; ++write) {
+                    const std::string suffix = std::to_string(thread) + "-" + std::to_string(write);
+                    store.set(fullSettings(), "bookmark-" + suffix);
+                    store.setCompositionPoint("change-" + suffix, "workspace-" + suffix);
+                    EXPECT_TRUE(store.settings("bookmark-" + suffix).has_value());
+                }
+            });
+        }
     }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-
     const std::size_t expected = threadCount * writesPerThread;
     EXPECT_EQ(store.all().size(), expected);
     BookmarkSettingsStore reopened(root());
@@ -519,41 +439,38 @@ TEST_F(BookmarkSettingsStoreTest, ConcurrentWritersAllLand) {
 }
 
 TEST(BookmarkSettingsCoding, BaseStrategyIsAOneKeyObject) {
-    EXPECT_EQ(toJSON(Strategy{Strategy::TrunkTip{}}), nlohmann::json::parse(R"({"trunkTip":{}})"));
-    EXPECT_EQ(toJSON(Strategy{Strategy::WorkingCopy{}}),
-              nlohmann::json::parse(R"({"workingCopy":{}})"));
-    EXPECT_EQ(toJSON(Strategy{Strategy::SpecificCommit{"abc"}}),
-              nlohmann::json::parse(R"({"specificCommit":{"_0":"abc"}})"));
-
-    for (const auto* text :
-         {R"({"trunkTip":{}})", R"({"workingCopy":{}})", R"({"specificCommit":{"_0":"abc"}})"}) {
+    const std::vector<std::pair<Strategy, std::string>> strategies{
+        {Strategy{Strategy::TrunkTip{}}, R"({"trunkTip":{}})"},
+        {Strategy{Strategy::WorkingCopy{}}, R"({"workingCopy":{}})"},
+        {Strategy{Strategy::SpecificCommit{"abc"}}, R"({"specificCommit":{"_0":"abc"}})"}};
+    for (const auto& [strategy, text] : strategies) {
         const auto json = nlohmann::json::parse(text);
-        EXPECT_EQ(toJSON(decodeBaseStrategy(JsonReader(json))), json) << text;
+        EXPECT_EQ(toJSON(strategy), json) << text;
+        EXPECT_EQ(decodeBaseStrategy(JsonReader(json)), strategy) << text;
     }
-
-    for (const auto* text : {R"({"trunkTip":{},"workingCopy":{}})", R"({})"}) {
-        const auto json = nlohmann::json::parse(text);
+    const auto decodeError = [](const char* text) {
         try {
-            decodeBaseStrategy(JsonReader(json));
-            ADD_FAILURE() << "decoded " << text;
+            decodeBaseStrategy(JsonReader(nlohmann::json::parse(text)));
         } catch (const DecodingError& error) {
-            EXPECT_EQ(error.description(), "Invalid number of keys found, expected one.");
+            return error.description();
         }
+        return std::string("decoded");
+    };
+    for (const char* text : {R"({"trunkTip":{},"workingCopy":{}})", "{}"}) {
+        EXPECT_EQ(decodeError(text), "Invalid number of keys found, expected one.") << text;
     }
-    for (const auto* text : {R"({"specificCommit":{}})", R"({"trunk":{}})", R"({"trunkTip":"x"})",
+    for (const char* text : {R"({"specificCommit":{}})", R"({"trunk":{}})", R"({"trunkTip":"x"})",
                              R"({"specificCommit":{"_0":1}})"}) {
-        const auto json = nlohmann::json::parse(text);
-        EXPECT_THROW(decodeBaseStrategy(JsonReader(json)), DecodingError) << text;
+        EXPECT_NE(decodeError(text), "decoded") << text;
     }
 }
 
-TEST(BookmarkSettingsCoding, DefaultsFollowTheOrigin) {
+TEST(BookmarkSettingsCoding, DefaultsFollowTheOriginAndStrategiesHaveNames) {
     const auto upstream = BookmarkSettings::defaultFor(BookmarkOrigin::upstream("origin"));
-    EXPECT_EQ(upstream.updateStrategy, UpdateStrategy::mergeIn);
-    EXPECT_FALSE(upstream.columnVisible);
-    EXPECT_FALSE(upstream.cachedPRNumber.has_value());
-    const auto local = BookmarkSettings::defaultFor(BookmarkOrigin::local());
-    EXPECT_EQ(local, BookmarkSettings{});
+    BookmarkSettings mergeIn;
+    mergeIn.updateStrategy = UpdateStrategy::mergeIn;
+    EXPECT_EQ(upstream, mergeIn);
+    EXPECT_EQ(BookmarkSettings::defaultFor(BookmarkOrigin::local()), BookmarkSettings{});
 
     EXPECT_EQ(displayName(UpdateStrategy::rebase), "Rebase");
     EXPECT_EQ(displayName(UpdateStrategy::mergeIn), "Merge trunk in");
@@ -572,7 +489,7 @@ TEST(BookmarkSettingsCoding, RuleIdsAreUuids) {
     EXPECT_NE(makeUuid(), made);
 
     EXPECT_TRUE(isValidUuid("0f8fad5b-d9cb-469f-a165-70867728950e"));
-    for (const auto* bad :
+    for (const char* bad :
          {"", "0F8FAD5B-D9CB-469F-A165-70867728950", "0F8FAD5BD9CB-469F-A165-70867728950E0",
           "0F8FAD5B-D9CB-469F-A165-70867728950G", "{0F8FAD5B-D9CB-469F-A165-70867728950E}",
           "0F8FAD5B_D9CB-469F-A165-70867728950E"}) {
