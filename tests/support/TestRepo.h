@@ -4,12 +4,17 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "jjkit/process/ProcessResult.h"
 #include "support/TempDir.h"
 
 namespace vorda::testing {
+
+namespace picture {
+struct Commit;
+}
 
 using FileContents = std::map<std::string, std::string>;
 
@@ -101,7 +106,31 @@ class TestRepo {
     /// two siblings that changed it differently. Returns its change ID.
     std::string makeConflict(const std::string& base, const std::string& path) const;
 
+    /// Builds the lines of a picture (see RepoPicture.h) into the repository,
+    /// top to bottom; names accumulate over several calls.
+    void draw(std::string_view picture);
+    /// The change ID of a commit named in a picture.
+    const std::string& id(const std::string& name) const;
+
+    // Reads for checking outcomes. A revision may be a picture name or any
+    // revset; a commit comes back as its picture name where it has one
+    // ("root" for the root commit), else as its change ID.
+    std::vector<std::string> parents(const std::string& revision) const;
+    /// The local bookmark's target; absent when there is no such bookmark.
+    std::optional<std::string> bookmarkTarget(const std::string& name) const;
+    /// The whole description without its final line break.
+    std::string description(const std::string& revision) const;
+    /// The paths the commit changes, sorted.
+    std::vector<std::string> changedPaths(const std::string& revision) const;
+    int operationCount() const;
+
   private:
+    std::string newCommit(const std::vector<std::string>& who, const picture::Commit& commit,
+                          const std::vector<std::string>& parents);
+    std::string revisionOf(const std::string& revision) const;
+    std::string nameOf(const std::string& changeID) const;
+
+    std::map<std::string, std::string> names_;  // picture name -> change ID
     TempDir scratch_;
     std::string root_;
     std::string origin_;
