@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -24,24 +25,15 @@ namespace fs = std::filesystem;
 using testing::TempDir;
 using Selection = DiffEditorProtocol::HunkSelection;
 
-// ---------------------------------------------------------------------------
-// Folders and their contents
-
-void put(const fs::path& root, const std::string& path, const std::string& bytes,
-         bool executable = false) {
-    const fs::path target = root / path;
-    fs::create_directories(target.parent_path());
-    std::ofstream(target, std::ios::binary | std::ios::trunc) << bytes;
-    fs::permissions(target, executable ? fs::perms(0755) : fs::perms(0644),
-                    fs::perm_options::replace);
+std::string readText(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    std::ostringstream bytes;
+    bytes << stream.rdbuf();
+    return bytes.str();
 }
 
-void link(const fs::path& root, const std::string& path, const std::string& target) {
-    fs::create_directories((root / path).parent_path());
-    fs::create_symlink(target, root / path);
-}
-
-/// One entry as the test sees it: "file 644 <bytes>", "link <target>".
+/// An entry as the tests write and read it: "file MODE BYTES" (MODE in
+/// octal), "link TARGET", "folder" or "absent".
 std::string describe(const fs::path& path) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0) {
@@ -53,12 +45,22 @@ std::string describe(const fs::path& path) {
     if (S_ISDIR(status.st_mode)) {
         return "folder";
     }
-    std::ifstream stream(path, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << stream.rdbuf();
     std::ostringstream mode;
     mode << std::oct << (status.st_mode & 0777);
-    return "file " + mode.str() + " " + bytes.str();
+    return "file " + mode.str() + " " + readText(path);
+}
+
+/// Makes at `root`/`path` the file or link that `entry` describes.
+void make(const fs::path& root, const std::string& path, const std::string& entry) {
+    const fs::path target = root / path;
+    fs::create_directories(target.parent_path());
+    if (entry.starts_with("link ")) {
+        fs::create_symlink(entry.substr(5), target);
+    } else if (entry != "absent") {
+        std::ofstream(target, std::ios::binary | std::ios::trunc) << entry.substr(9);
+        fs::permissions(target, static_cast<fs::perms>(std::stoi(entry.substr(5, 3), nullptr, 8)),
+                        fs::perm_options::replace);
+    }
 }
 
 /// Every entry under `root`, by relative path.
@@ -71,7 +73,7 @@ std::map<std::string, std::string> snapshot(const fs::path& root) {
     return entries;
 }
 
-std::string fileEntry(const std::string& bytes, bool executable = false) {
+std::string file(const std::string& bytes, bool executable = false) {
     return std::string("file ") + (executable ? "755 " : "644 ") + bytes;
 }
 
@@ -93,7 +95,6 @@ class DiffApply : public ::testing::Test {
     }
 
     void apply(const Selection& selection) const { HunkApplication::apply(selection, left, right); }
-    std::string rightEntry(const std::string& path) const { return describe(right / path); }
 
     TempDir scratch{"vorda-diff-apply"};
     fs::path left = scratch.path() / "left";
@@ -101,176 +102,107 @@ class DiffApply : public ::testing::Test {
 };
 
 // ---------------------------------------------------------------------------
-// Text files
+// What each kind of change leaves behind
 
-TEST_F(DiffApply, TextFileKeepsTheLeftContentPlusOnlyTheChosenHunks) {
-    put(left, "story.txt", numberedLines(40));
-    put(right, "story.txt", numberedLines(40, {5, 20, 35}));
-
-    apply({{{"story.txt", {0, 2}}}});
-    EXPECT_EQ(rightEntry("story.txt"), fileEntry(numberedLines(40, {5, 35})));
-
-    put(right, "story.txt", numberedLines(40, {5, 20, 35}));
-    apply({{{"story.txt", {1}}}});
-    EXPECT_EQ(rightEntry("story.txt"), fileEntry(numberedLines(40, {20})));
-
-    // Nothing kept: back to the left state; everything kept: as it was.
-    put(right, "story.txt", numberedLines(40, {5, 20, 35}));
-    apply({{{"story.txt", {}}}});
-    EXPECT_EQ(rightEntry("story.txt"), fileEntry(numberedLines(40)));
-
-    put(right, "story.txt", numberedLines(40, {5, 20, 35}));
-    apply({{{"story.txt", {2, 0, 1, 0}}}});
-    EXPECT_EQ(rightEntry("story.txt"), fileEntry(numberedLines(40, {5, 20, 35})));
-}
-
-TEST_F(DiffApply, ChangesCloseTogetherShareOneHunk) {
-    // Six unchanged lines between two changes: one hunk. Seven: two.
-    put(left, "near.txt", numberedLines(30));
-    put(right, "near.txt", numberedLines(30, {5, 12}));
-    put(left, "far.txt", numberedLines(30));
-    put(right, "far.txt", numberedLines(30, {5, 13}));
-
-    apply({{{"far.txt", {1}}}});
-    EXPECT_EQ(rightEntry("far.txt"), fileEntry(numberedLines(30, {13})));
-    EXPECT_THROW(apply({{{"near.txt", {1}}}}), std::out_of_range);
-    apply({{{"near.txt", {0}}}});
-    EXPECT_EQ(rightEntry("near.txt"), fileEntry(numberedLines(30, {5, 12})));
-}
-
-TEST_F(DiffApply, MissingFinalLineFeedKeepsItsExactBytes) {
-    std::string leftText = numberedLines(20);
-    leftText.pop_back();  // "line 20" without a line feed
-    std::string rightText = numberedLines(20, {2}) + "line 21";
-    put(left, "tail.txt", leftText);
-
-    put(right, "tail.txt", rightText);
-    apply({{{"tail.txt", {0}}}});
-    std::string expected = numberedLines(20, {2});
-    expected.pop_back();
-    EXPECT_EQ(rightEntry("tail.txt"), fileEntry(expected));
-
-    put(right, "tail.txt", rightText);
-    apply({{{"tail.txt", {1}}}});
-    EXPECT_EQ(rightEntry("tail.txt"), fileEntry(numberedLines(20) + "line 21"));
-
-    // Only the final line feed added: one hunk, and dropping it drops the
-    // line feed again.
-    put(right, "tail.txt", leftText + "\n");
-    apply({{{"tail.txt", {}}}});
-    EXPECT_EQ(rightEntry("tail.txt"), fileEntry(leftText));
-}
-
-TEST_F(DiffApply, CarriageReturnLineEndsArePreservedByteForByte) {
-    std::string leftText;
-    std::string rightText;
-    for (int line = 1; line <= 20; ++line) {
-        const std::string number = std::to_string(line);
-        leftText += "row " + number + "\r\n";
-        rightText += (line == 3 || line == 17 ? "new " : "row ") + number + "\r\n";
-    }
-    put(left, "dos.txt", leftText);
-    put(right, "dos.txt", rightText);
-
-    apply({{{"dos.txt", {1}}}});
-    std::string expected = leftText;
-    expected.replace(expected.find("row 17\r\n"), 3, "new");
-    EXPECT_EQ(rightEntry("dos.txt"), fileEntry(expected));
-}
-
-TEST_F(DiffApply, ExecutableBitFollowsTheSideTheHunksComeFrom) {
-    put(left, "run.sh", numberedLines(30));
-    put(right, "run.sh", numberedLines(30, {2, 25}), /*executable=*/true);
-
-    apply({{{"run.sh", {0}}}});
-    EXPECT_EQ(rightEntry("run.sh"), fileEntry(numberedLines(30, {2}), true));
-
-    put(right, "run.sh", numberedLines(30, {2, 25}), true);
-    apply({{{"run.sh", {}}}});
-    EXPECT_EQ(rightEntry("run.sh"), fileEntry(numberedLines(30)));
-}
-
-// ---------------------------------------------------------------------------
-// Whole-file changes
-
-TEST_F(DiffApply, AddedFileIsKeptWholeOrRemoved) {
-    put(right, "fresh/new.txt", "one\ntwo\n");
-    put(right, "empty.txt", "");
-
-    apply({{{"fresh/new.txt", {0}}, {"empty.txt", {0}}}});
-    EXPECT_EQ(rightEntry("fresh/new.txt"), fileEntry("one\ntwo\n"));
-    EXPECT_EQ(rightEntry("empty.txt"), fileEntry(""));
-
-    apply({{{"fresh/new.txt", {}}, {"empty.txt", {}}}});
-    EXPECT_EQ(rightEntry("fresh/new.txt"), "absent");
-    EXPECT_EQ(rightEntry("empty.txt"), "absent");
-}
-
-TEST_F(DiffApply, DeletedFileStaysDeletedWhenKeptAndIsRestoredOtherwise) {
-    put(left, "old/gone.sh", "#!/bin/sh\necho gone\n", /*executable=*/true);
-    // jj checks the left tree out read-only.
-    fs::permissions(left / "old/gone.sh", fs::perms(0555), fs::perm_options::replace);
-
-    apply({{{"old/gone.sh", {0}}}});
-    EXPECT_EQ(rightEntry("old/gone.sh"), "absent");
-
-    apply({{{"old/gone.sh", {}}}});
-    EXPECT_EQ(rightEntry("old/gone.sh"), fileEntry("#!/bin/sh\necho gone\n", true));
-}
-
-TEST_F(DiffApply, BinaryFileIsWholeOrNothing) {
+TEST_F(DiffApply, KeepsTheLeftEntryPlusOnlyTheChosenHunks) {
     using namespace std::string_literals;
-    const std::string before = "\x89PNG\0\x01\x02 old"s;
-    const std::string after = "\x89PNG\0\x01\x02 new!"s;
-    ASSERT_EQ(before.size(), 11U);
-    put(left, "image.png", before);
-    put(right, "image.png", after);
+    const auto entries = [](const fs::path& root) {
+        auto found = snapshot(root);
+        std::erase_if(found, [](const auto& entry) { return entry.second == "folder"; });
+        return found;
+    };
+    // For the entries `before` and `after` of `path`, what each choice of
+    // hunks leaves in the right-hand tree; "refused" for an ordinal the file
+    // does not have.
+    const auto expect = [&](const std::string& path, const std::string& before,
+                            const std::string& after,
+                            const std::vector<std::pair<std::vector<int>, std::string>>& outcomes) {
+        for (const auto& [keep, outcome] : outcomes) {
+            SCOPED_TRACE(path + " keeping " + std::to_string(keep.size()));
+            fs::remove_all(left);
+            fs::remove_all(right);
+            // Files the selection does not name stay as jj put them.
+            make(left, "untouched.txt", file("left\n"));
+            make(right, "untouched.txt", file("right\n"));
+            make(right, "JJ-INSTRUCTIONS", file("jj's note\n"));
+            make(left, path, before);
+            make(right, path, after);
+            auto expected = entries(right);
+            if (outcome == "refused") {
+                EXPECT_THROW(apply({{{path, keep}}}), std::out_of_range);
+            } else {
+                apply({{{path, keep}}});
+                expected[path] = outcome;
+                std::erase_if(expected, [](const auto& entry) { return entry.second == "absent"; });
+            }
+            EXPECT_EQ(entries(right), expected);
+        }
+    };
+    const auto lines = [](int count, const std::set<int>& changed = {}) {
+        return file(numberedLines(count, changed));
+    };
 
-    EXPECT_THROW(apply({{{"image.png", {1}}}}), std::out_of_range);
-    apply({{{"image.png", {0}}}});
-    EXPECT_EQ(rightEntry("image.png"), fileEntry(after));
-    apply({{{"image.png", {}}}});
-    EXPECT_EQ(rightEntry("image.png"), fileEntry(before));
-}
+    expect("story.txt", lines(40), lines(40, {5, 20, 35}),
+           {{{0, 2}, lines(40, {5, 35})},
+            {{1}, lines(40, {20})},
+            {{}, lines(40)},
+            {{2, 0, 1, 0}, lines(40, {5, 20, 35})}});
+    expect("dir with blank/it's \"quoted\" ä.txt", lines(12), lines(12, {1, 12}),
+           {{{1}, lines(12, {12})}});
+    // Six unchanged lines between two changes: one hunk. Seven: two.
+    expect("near.txt", lines(30), lines(30, {5, 12}),
+           {{{0}, lines(30, {5, 12})}, {{1}, "refused"}});
+    expect("far.txt", lines(30), lines(30, {5, 13}), {{{1}, lines(30, {13})}});
 
-TEST_F(DiffApply, LinksAreTakenWholeFromTheChosenSide) {
-    link(left, "current", "release-1");
-    link(right, "current", "release-2");
-    put(left, "became-link", "plain text\n");
-    link(right, "became-link", "elsewhere");
+    // A missing final line feed keeps its exact bytes.
+    const auto withoutFeed = [](std::string text) {
+        return text.erase(text.size() - 1);
+    };
+    const std::string tail = withoutFeed(numberedLines(20));
+    expect("tail.txt", file(tail), file(numberedLines(20, {2}) + "line 21"),
+           {{{0}, file(withoutFeed(numberedLines(20, {2})))},
+            {{1}, file(numberedLines(20) + "line 21")}});
+    expect("feed.txt", file(tail), file(tail + "\n"), {{{}, file(tail)}});
 
-    apply({{{"current", {0}}, {"became-link", {}}}});
-    EXPECT_EQ(rightEntry("current"), "link release-2");
-    EXPECT_EQ(rightEntry("became-link"), fileEntry("plain text\n"));
+    std::string dos;
+    for (int line = 1; line <= 20; ++line) {
+        dos += "row " + std::to_string(line) + "\r\n";
+    }
+    const auto replaced = [&](std::string text, const std::string& row) {
+        return text.replace(text.find("row " + row + "\r"), 3, "new");
+    };
+    expect("dos.txt", file(dos), file(replaced(replaced(dos, "3"), "17")),
+           {{{1}, file(replaced(dos, "17"))}});
 
-    apply({{{"current", {}}}});
-    EXPECT_EQ(rightEntry("current"), "link release-1");
-}
+    // The executable bit follows the side the hunks come from.
+    expect("run.sh", lines(30), file(numberedLines(30, {2, 25}), true),
+           {{{0}, file(numberedLines(30, {2}), true)}, {{}, lines(30)}});
 
-TEST_F(DiffApply, UnnamedFilesAndOddPathsAreHandled) {
-    const std::string odd = "dir with blank/it's \"quoted\" ä.txt";
-    put(left, odd, numberedLines(12));
-    put(right, odd, numberedLines(12, {1, 12}));
-    put(left, "untouched.txt", "left\n");
-    put(right, "untouched.txt", "right\n");
-    put(right, "JJ-INSTRUCTIONS", "jj's note\n");
-
-    apply({{{odd, {1}}}});
-    EXPECT_EQ(rightEntry(odd), fileEntry(numberedLines(12, {12})));
-    EXPECT_EQ(rightEntry("untouched.txt"), fileEntry("right\n"));
-    EXPECT_EQ(rightEntry("JJ-INSTRUCTIONS"), fileEntry("jj's note\n"));
+    // Whole-file changes are one hunk: kept whole or not at all.
+    expect("fresh/new.txt", "absent", file("one\ntwo\n"),
+           {{{0}, file("one\ntwo\n")}, {{}, "absent"}});
+    expect("empty.txt", "absent", file(""), {{{0}, file("")}, {{}, "absent"}});
+    // jj checks the left tree out read-only.
+    expect("old/gone.sh", "file 555 #!/bin/sh\n", "absent",
+           {{{0}, "absent"}, {{}, "file 755 #!/bin/sh\n"}});
+    const std::string png = "file 644 \x89PNG\0\x01\x02 old"s;
+    const std::string pngChanged = "file 644 \x89PNG\0\x01\x02 new!"s;
+    expect("image.png", png, pngChanged, {{{0}, pngChanged}, {{}, png}, {{1}, "refused"}});
+    expect("current", "link release-1", "link release-2",
+           {{{0}, "link release-2"}, {{}, "link release-1"}});
+    expect("became-link", file("plain\n"), "link elsewhere", {{{}, file("plain\n")}});
 }
 
 TEST_F(DiffApply, FileReplacingAFolderIsRestoredOnceTheFolderEmpties) {
-    put(left, "node", "was a file\n");
-    put(right, "node/child.txt", "now a folder\n");
+    make(left, "node", file("was a file\n"));
+    make(right, "node/child.txt", file("now a folder\n"));
 
     // The folder keeps a file the selection does not remove: refused.
     EXPECT_THROW(apply({{{"node", {}}}}), std::runtime_error);
-    EXPECT_EQ(rightEntry("node/child.txt"), fileEntry("now a folder\n"));
+    EXPECT_EQ(describe(right / "node/child.txt"), file("now a folder\n"));
 
     apply({{{"node/child.txt", {}}, {"node", {}}}});
-    EXPECT_EQ(rightEntry("node"), fileEntry("was a file\n"));
+    EXPECT_EQ(describe(right / "node"), file("was a file\n"));
 }
 
 // ---------------------------------------------------------------------------
@@ -279,40 +211,51 @@ TEST_F(DiffApply, FileReplacingAFolderIsRestoredOnceTheFolderEmpties) {
 class DiffApplyRefusal : public DiffApply {
   protected:
     DiffApplyRefusal() {
-        put(left, "a.txt", numberedLines(40));
-        put(right, "a.txt", numberedLines(40, {5, 20, 35}));
-        put(right, "added.txt", "new\n");
-        put(left, "deleted.txt", "old\n");
-        put(right, "JJ-INSTRUCTIONS", "note\n");
+        make(left, "a.txt", file(numberedLines(40)));
+        make(right, "a.txt", file(numberedLines(40, {5, 20, 35})));
+        make(right, "added.txt", file("new\n"));
+        make(left, "deleted.txt", file("old\n"));
+        make(right, "JJ-INSTRUCTIONS", file("note\n"));
+        before = snapshot(right);
     }
 
     /// Runs the command line on `text` as the selection file; returns the
     /// exit status and what went to stderr.
     std::pair<int, std::string> run(const std::string& text) const {
-        const fs::path file = scratch.path() / "selection.json";
-        std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
+        std::ofstream(selectionFile, std::ios::binary | std::ios::trunc) << text;
         std::ostringstream errors;
-        const int status =
-            HunkApplication::runCommandLine({file.string(), left.string(), right.string()}, errors);
+        const int status = HunkApplication::runCommandLine(
+            {selectionFile.string(), left.string(), right.string()}, errors);
         return {status, errors.str()};
     }
+
+    fs::path selectionFile = scratch.path() / "selection.json";
+    std::map<std::string, std::string> before;
 };
 
 TEST_F(DiffApplyRefusal, MalformedSelectionsFailWithOneLineAndLeaveRightUntouched) {
-    const auto before = snapshot(right);
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"", "malformed selection"},
         {"not json", "malformed selection"},
-        {"[\"files\"]", "malformed selection"},
+        {"[]",
+         "type mismatch (expected Dictionary<String, Any>) at <root>: Expected to decode "
+         "Dictionary<String, Any> but found an array instead."},
         {R"({"files":{}})", "type mismatch (expected Array<Any>) at files"},
         {R"({"file":[]})", "missing key `files`"},
         {R"({"files":[{"path":1,"keepHunkOrdinals":[]}]})", "at files.Index 0.path"},
+        {R"({"files":[{"keepHunkOrdinals":[]}]})", "missing key `path` at files.Index 0"},
+        {R"({"files":[{"path":null,"keepHunkOrdinals":[]}]})",
+         "value missing (expected String) at files.Index 0.path"},
         {R"({"files":[{"path":"a.txt"}]})", "missing key `keepHunkOrdinals`"},
         {R"({"files":[{"path":"a.txt","keepHunkOrdinals":["0"]}]})", "expected Int"},
         {R"({"files":[{"path":"a.txt","keepHunkOrdinals":[1.5]}]})", "expected Int"},
-        {R"({"files":[{"path":"a.txt","keepHunkOrdinals":[-1]}]})", "is negative"},
+        {R"({"files":[{"path":"a.txt","keepHunkOrdinals":[0,-4]}]})",
+         "data corrupted at files.Index 0.keepHunkOrdinals.Index 1: hunk ordinal -4 is "
+         "negative."},
         {R"({"files":[{"path":"a.txt","keepHunkOrdinals":[99999999999]}]})", "is too large"},
         {"{\"files\":[{\"path\":\"a\xff.txt\",\"keepHunkOrdinals\":[]}]}", "not valid JSON"},
+        {std::string(17, '[') + std::string(17, ']'),
+         "data corrupted at <root>: The given data nests deeper than 16 levels."},
         {std::string(100000, '['), "nests deeper"},
         // Well-formed, but naming what is not there. The valid entries before
         // the bad one would change files: nothing may be written.
@@ -342,10 +285,13 @@ TEST_F(DiffApplyRefusal, MalformedSelectionsFailWithOneLineAndLeaveRightUntouche
         EXPECT_EQ(errors.find('\n'), errors.size() - 1) << "one line: " << errors;
         EXPECT_EQ(snapshot(right), before);
     }
+
+    // An empty selection is no error and changes nothing either.
+    EXPECT_EQ(run(R"({"files":[]})"), (std::pair<int, std::string>{0, ""}));
+    EXPECT_EQ(snapshot(right), before);
 }
 
 TEST_F(DiffApplyRefusal, UnreadableSelectionAndWrongArgumentsFail) {
-    const auto before = snapshot(right);
     std::ostringstream errors;
     const fs::path missing = scratch.path() / "missing.json";
     EXPECT_EQ(
@@ -357,32 +303,24 @@ TEST_F(DiffApplyRefusal, UnreadableSelectionAndWrongArgumentsFail) {
     std::ostringstream usage;
     EXPECT_EQ(HunkApplication::runCommandLine({left.string(), right.string()}, usage), 2);
     EXPECT_NE(usage.str().find("usage: vorda-diff-apply <selection.json>"), std::string::npos);
-
-    const auto [status, message] = run(R"({"files":[]})");
-    EXPECT_EQ(status, 0) << message;
     EXPECT_EQ(snapshot(right), before);
 }
 
-TEST_F(DiffApplyRefusal, RealExecutableRefusesAMalformedSelection) {
-    const auto before = snapshot(right);
-    const fs::path file = scratch.path() / "selection.json";
-    std::ofstream(file) << R"({"files":[{"path":"a.txt","keepHunkOrdinals":[0,7]}]})";
-
-    const auto result = ProcessExecutor::execute(
-        {VORDA_DIFF_APPLY_PATH, file.string(), left.string(), right.string()}, std::nullopt, "test",
-        "vorda-diff-apply");
-    EXPECT_NE(result.exitCode, 0);
-    EXPECT_EQ(result.stderr, "vorda-diff-apply: no hunk 7 in a.txt (it has 3)\n");
+TEST_F(DiffApplyRefusal, RealExecutableRefusesAMalformedSelectionAndAppliesAGoodOne) {
+    const auto execute = [&](const std::string& text) {
+        std::ofstream(selectionFile, std::ios::trunc) << text;
+        return ProcessExecutor::execute(
+            {VORDA_DIFF_APPLY_PATH, selectionFile.string(), left.string(), right.string()},
+            std::nullopt, "test", "vorda-diff-apply");
+    };
+    const auto refused = execute(R"({"files":[{"path":"a.txt","keepHunkOrdinals":[0,7]}]})");
+    EXPECT_NE(refused.exitCode, 0);
+    EXPECT_EQ(refused.stderr, "vorda-diff-apply: no hunk 7 in a.txt (it has 3)\n");
     EXPECT_EQ(snapshot(right), before);
 
-    // And a good one through the same executable.
-    std::ofstream(file, std::ios::trunc)
-        << R"({"files":[{"path":"a.txt","keepHunkOrdinals":[1]}]})";
-    const auto applied = ProcessExecutor::execute(
-        {VORDA_DIFF_APPLY_PATH, file.string(), left.string(), right.string()}, std::nullopt, "test",
-        "vorda-diff-apply");
+    const auto applied = execute(R"({"files":[{"path":"a.txt","keepHunkOrdinals":[1]}]})");
     EXPECT_EQ(applied.exitCode, 0) << applied.stderr;
-    EXPECT_EQ(rightEntry("a.txt"), fileEntry(numberedLines(40, {20})));
+    EXPECT_EQ(describe(right / "a.txt"), file(numberedLines(40, {20})));
 }
 
 // ---------------------------------------------------------------------------
@@ -395,6 +333,11 @@ TEST(DiffApplyCoding, SelectionEncodesCompactlyAndDecodesBack) {
                     R"({"keepHunkOrdinals":[],"path":"ä\"q\".txt"}]})");
     EXPECT_EQ(DiffEditorProtocol::decode(text), selection);
     EXPECT_EQ(DiffEditorProtocol::decode(R"({"files":[]})"), Selection{});
+    // Brackets inside strings do not count as nesting.
+    const std::string brackets(20, '[');
+    EXPECT_EQ(DiffEditorProtocol::decode(R"({"files":[{"path":")" + brackets +
+                                         R"(","keepHunkOrdinals":[]}]})"),
+              (Selection{{{brackets, {}}}}));
     // Keys in any order, unknown keys ignored.
     EXPECT_EQ(DiffEditorProtocol::decode(
                   R"({"extra":1,"files":[{"path":"x","keepHunkOrdinals":[3],"more":null}]})"),
@@ -403,41 +346,8 @@ TEST(DiffApplyCoding, SelectionEncodesCompactlyAndDecodesBack) {
     EXPECT_THROW(DiffEditorProtocol::encode(Selection{{{"bad\xff", {}}}}), std::invalid_argument);
 }
 
-TEST(DiffApplyCoding, DecodingNamesWhatIsWrong) {
-    const auto failure = [](const std::string& text) {
-        try {
-            DiffEditorProtocol::decode(text);
-        } catch (const DecodingError& error) {
-            return error.description();
-        }
-        return std::string("decoded");
-    };
-    EXPECT_EQ(failure(R"({"files":[{"path":"x","keepHunkOrdinals":[0,-4]}]})"),
-              "data corrupted at files.Index 0.keepHunkOrdinals.Index 1: hunk ordinal -4 is "
-              "negative.");
-    EXPECT_EQ(failure(R"({"files":[{"keepHunkOrdinals":[]}]})"),
-              "missing key `path` at files.Index 0");
-    EXPECT_EQ(failure(R"({"files":[{"path":null,"keepHunkOrdinals":[]}]})"),
-              "value missing (expected String) at files.Index 0.path");
-    EXPECT_EQ(failure("[]"),
-              "type mismatch (expected Dictionary<String, Any>) at <root>: Expected to decode "
-              "Dictionary<String, Any> but found an array instead.");
-    EXPECT_EQ(failure(std::string(17, '[') + std::string(17, ']')),
-              "data corrupted at <root>: The given data nests deeper than 16 levels.");
-    // Brackets inside strings do not count as nesting.
-    EXPECT_EQ(failure(R"({"files":[{"path":"[[[[[[[[[[[[[[[[[[[[","keepHunkOrdinals":[]}]})"),
-              "decoded");
-}
-
 // ---------------------------------------------------------------------------
 // Session preparation
-
-std::string readText(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << stream.rdbuf();
-    return bytes.str();
-}
 
 class DiffApplySession : public ::testing::Test {
   protected:
@@ -454,12 +364,16 @@ class DiffApplySession : public ::testing::Test {
 
     // A private TMPDIR, so that the folders seen are this test's own.
     TempDir ownTemp{"vorda-session-temp"};
+    TempDir helperFolder{"it's here"};
     testing::ScopedEnvironment temp{"TMPDIR"};
     Selection selection{{{"a.txt", {0, 2}}, {"b.txt", {}}}};
 };
 
-TEST_F(DiffApplySession, PrepareWritesTheSelectionAndTheBridgeScript) {
-    const std::string helper = "/opt/it's here/vorda-diff-apply";
+TEST_F(DiffApplySession, EachSessionWritesItsOwnSelectionAndABridgeScriptToTheHelper) {
+    // A stand-in helper under a path with a single quote and a blank, which
+    // prints the arguments it gets, one per line.
+    make(helperFolder.path(), "vorda-diff-apply", "file 755 #!/bin/sh\nprintf '%s\\n' \"$@\"\n");
+    const std::string helper = (helperFolder.path() / "vorda-diff-apply").string();
     const auto session = DiffEditorProtocol::prepare({"squash", "--from", "@"}, selection, helper);
 
     const auto folders = sessionFolders();
@@ -473,46 +387,29 @@ TEST_F(DiffApplySession, PrepareWritesTheSelectionAndTheBridgeScript) {
     const fs::path script = folder / "bridge.sh";
     EXPECT_EQ(readText(selectionFile), R"({"files":[{"keepHunkOrdinals":[0,2],"path":"a.txt"},)"
                                        R"({"keepHunkOrdinals":[],"path":"b.txt"}]})");
-    EXPECT_EQ(readText(script), "#!/bin/sh\nexec '/opt/it'\\''s here/vorda-diff-apply' '" +
-                                    selectionFile.string() + "' \"$1\" \"$2\"");
+    EXPECT_EQ(readText(script), "#!/bin/sh\nexec " + DiffEditorProtocol::shellQuoted(helper) +
+                                    " '" + selectionFile.string() + "' \"$1\" \"$2\"");
+    EXPECT_EQ(DiffEditorProtocol::shellQuoted("it's"), "'it'\\''s'");
     EXPECT_EQ(fs::status(script).permissions(), fs::perms(0755));
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2)
         << "no temporary file is left beside the script";
-
     EXPECT_EQ(
         session.toolArgs,
         (std::vector<std::string>{
             "squash", "--from", "@", "--config", "merge-tools.Vorda.program=" + script.string(),
             "--config", R"(merge-tools.Vorda.edit-args=["$left", "$right"])", "--tool", "Vorda"}));
 
-    session.cleanup();
-    EXPECT_FALSE(fs::exists(folder));
-    session.cleanup();  // a second time is harmless
-}
-
-TEST_F(DiffApplySession, BridgeScriptHandsItsArgumentsToTheHelperIntact) {
-    // A stand-in helper under a path with a single quote and a blank, which
-    // prints the arguments it gets, one per line.
-    const fs::path helper = ownTemp.path() / "it's a helper.sh";
-    put(ownTemp.path(), "it's a helper.sh", "#!/bin/sh\nprintf '%s\\n' \"$@\"\n", true);
-    const auto session = DiffEditorProtocol::prepare({}, selection, helper.string());
-    const fs::path script = fs::path(session.toolArgs[1].substr(26));
-    ASSERT_EQ(script.filename(), "bridge.sh");
-
+    // The script hands its arguments to the helper intact.
     const auto result = ProcessExecutor::execute(
         {script.string(), "/tmp/left side", "/tmp/right 'side'"}, std::nullopt, "test", "bridge");
     EXPECT_EQ(result.exitCode, 0) << result.stderr;
-    EXPECT_EQ(result.stdout, (script.parent_path() / "selection.json").string() +
-                                 "\n/tmp/left side\n/tmp/right 'side'\n");
-    session.cleanup();
-}
+    EXPECT_EQ(result.stdout, selectionFile.string() + "\n/tmp/left side\n/tmp/right 'side'\n");
 
-TEST_F(DiffApplySession, EachSessionHasItsOwnFolder) {
-    const auto first = DiffEditorProtocol::prepare({}, selection, "/bin/helper");
-    const auto second = DiffEditorProtocol::prepare({}, selection, "/bin/helper");
-    EXPECT_NE(first.toolArgs, second.toolArgs);
+    const auto second = DiffEditorProtocol::prepare({}, selection, helper);
     EXPECT_EQ(sessionFolders().size(), 2U);
-    first.cleanup();
+    session.cleanup();
+    EXPECT_FALSE(fs::exists(folder));
+    session.cleanup();  // a second time is harmless
     EXPECT_EQ(sessionFolders().size(), 1U);
     second.cleanup();
     EXPECT_TRUE(sessionFolders().empty());

@@ -9,8 +9,6 @@
 namespace vorda {
 namespace {
 
-using Kind = DiffLine::Kind;
-
 // What `jj diff --git` printed for a working copy that adds a file, changes a
 // binary file, deletes a file, edits a file with an empty context line,
 // renames a file without changing it, and edits a file lacking its final
@@ -59,210 +57,118 @@ const char* const realDiff =
     "+no newline changed\n"
     "\\ No newline at end of file\n";
 
-std::vector<DiffLine> linesOf(const std::string& text) {
-    const auto diff = UnifiedDiffParser::parse(text);
-    if (diff.files.size() != 1 || diff.files[0].hunks.size() != 1) {
-        ADD_FAILURE() << "expected one file with one hunk in:\n" << text;
-        return {};
+/// One line per file: status, path, "binary" when marked so, then each hunk
+/// as "[-OLD,COUNT +NEW,COUNT|LINE|…]" with "=" marking context lines.
+std::string render(const UnifiedDiff& diff) {
+    std::string text;
+    for (const auto& file : diff.files) {
+        text += file.status + " " + file.path + (file.isBinary ? " binary" : "");
+        for (const auto& hunk : file.hunks) {
+            text += " [-" + std::to_string(hunk.oldStart) + "," + std::to_string(hunk.oldCount) +
+                    " +" + std::to_string(hunk.newStart) + "," + std::to_string(hunk.newCount);
+            for (const auto& line : hunk.lines) {
+                text += line.kind == DiffLine::Kind::added     ? "|+"
+                        : line.kind == DiffLine::Kind::removed ? "|-"
+                                                               : "|=";
+                text += line.text;
+            }
+            text += "]";
+        }
+        text += "\n";
     }
-    return diff.files[0].hunks[0].lines;
+    return text;
 }
 
-/// The hunks of a one-file diff whose "@@" lines are given.
-std::vector<DiffHunk> hunksFor(const std::string& hunkText) {
-    const auto diff = UnifiedDiffParser::parse("diff --git a/f b/f\n--- a/f\n+++ b/f\n" + hunkText);
-    if (diff.files.size() != 1) {
-        ADD_FAILURE() << "expected one file";
-        return {};
+const std::string oneFile = "diff --git a/f b/f\n--- a/f\n+++ b/f\n";
+
+TEST(UnifiedDiffParser, ReadsFilesHunksAndLines) {
+    struct Case {
+        std::string name;
+        std::string text;
+        std::string expected;
+    };
+    std::vector<Case> cases = {
+        {"real jj diff", realDiff,
+         "A added.txt [-0,0 +1,2|+fresh|+file]\n"
+         "M blob.bin binary\n"
+         "D gone.txt [-1,1 +0,0|-gone]\n"
+         "M keep.txt [-1,5 +1,6|=alpha|-beta|+BETA|=gamma|=|=delta|+epsilon]\n"
+         "R new_name.txt\n"
+         // The "\ No newline" remarks are not content, and the final line
+         // feed of the text leaves no extra context line behind.
+         "M tail.txt [-1,1 +1,1|-no newline|+no newline changed]\n"},
+        // Ranges: a missing count is 1; blanks around them do not matter.
+        {"short ranges", oneFile + "@@ -1 +1 @@\n-a\n+b\n", "M f [-1,1 +1,1|-a|+b]\n"},
+        {"function context", oneFile + "@@ -0,0 +1,3 @@ class X\n+a\n+b\n+c\n",
+         "M f [-0,0 +1,3|+a|+b|+c]\n"},
+        {"extra blanks", oneFile + "@@  -12,4   +15,5  @@\n x\n", "M f [-12,4 +15,5|=x]\n"},
+        {"two hunks", oneFile + "@@ -1,6 +1,6 @@\n 1\n-3\n+three\n@@ -24,7 +24,7 @@\n 26\n-27\n",
+         "M f [-1,6 +1,6|=1|-3|+three] [-24,7 +24,7|=26|-27]\n"},
+        // Hunks end at markers, not at the counts of their header.
+        {"more lines than counted", "diff --git a/f b/f\n@@ -1,1 +1,1 @@\n+a\n+b\n+c\n",
+         "M f [-1,1 +1,1|+a|+b|+c]\n"},
+        {"empty line is context", "diff --git a/f b/f\n@@ -1,3 +1,3 @@\n a\n\n b\n",
+         "M f [-1,3 +1,3|=a|=|=b]\n"},
+        {"no final line feed", "diff --git a/f b/f\n@@ -1 +1 @@\n-a\n+b",
+         "M f [-1,1 +1,1|-a|+b]\n"},
+        {"backslash remarks anywhere",
+         "diff --git a/f b/f\n@@ -1 +1 @@\n\\ remark\n-a\n\\ No newline at end of file\n",
+         "M f [-1,1 +1,1|-a]\n"},
+        {"unknown line ends the hunk",
+         oneFile + "@@ -1 +1 @@\n-a\n+b\nunexpected\n+not a hunk line\n@@ -9 +9 @@\n c\n",
+         "M f [-1,1 +1,1|-a|+b] [-9,1 +9,1|=c]\n"},
+        // Status and path from the extended header: /dev/null alone marks an
+        // added or a deleted file, but not after a rename.
+        {"added", "diff --git a/n b/n\n--- /dev/null\n+++ b/n\n", "A n\n"},
+        {"deleted", "diff --git a/d b/d\n--- a/d\n+++ /dev/null\n", "D d\n"},
+        {"renamed", "diff --git a/o b/p\nrename from o\nrename to p\n--- /dev/null\n+++ b/p\n",
+         "R p\n"},
+        {"copied", "diff --git a/o b/c\ncopy from o\ncopy to c\n", "C c\n"},
+        // A blank in a path defeats the header split; "rename to" stands in.
+        {"blank in path",
+         "diff --git a/my file b/your file\nrename from my file\nrename to your file\n",
+         "R your file\n"},
+        {"no b/ piece", "diff --git a/only x/y\n", "M only\n"},
+        {"empty rename to", "diff --git a/old c/new\nrename from old\nrename to \n", "R old\n"},
+        // Text without usable file headers gives no files; a header with no
+        // path at all yields none, but its lines are consumed.
+        {"empty", "", ""},
+        {"blank lines", "\n\n", ""},
+        {"no diff line", "--- a/f\n+++ b/f\n@@ -1 +1 @@\n-a\n+b\n", ""},
+        {"pathless header",
+         "Working copy changes:\ndiff --git x y\n@@ -1 +1 @@\n-lost\n"
+         "diff --git a/kept b/kept\n@@ -1 +1 @@\n+kept\n",
+         "M kept [-1,1 +1,1|+kept]\n"},
+    };
+    // A malformed "@@" line loses only its own hunk.
+    for (const std::string bad : {"@@ -a +1 @@", "@@ -1 +1@@", "@@ -1 @@", "@@ -1 +1 +1 @@",
+                                  "@@ 1 +1 @@", "@@ -1,x +1 @@", "@@ - +1 @@"}) {
+        cases.push_back({bad, oneFile + bad + "\n+lost\n@@ -5,1 +5,1 @@\n-old\n+new\n",
+                         "M f [-5,1 +5,1|-old|+new]\n"});
     }
-    return diff.files[0].hunks;
+    for (const auto& testCase : cases) {
+        SCOPED_TRACE(testCase.name);
+        EXPECT_EQ(render(UnifiedDiffParser::parse(testCase.text)), testCase.expected);
+    }
 }
 
-TEST(UnifiedDiffParser, ReadsEveryFileOfARealJJDiff) {
-    const auto diff = UnifiedDiffParser::parse(realDiff);
-    ASSERT_EQ(diff.files.size(), 6U);
-
-    const auto& added = diff.files[0];
-    EXPECT_EQ(added.path, "added.txt");
-    EXPECT_EQ(added.status, "A");
-    EXPECT_FALSE(added.isBinary);
-    ASSERT_EQ(added.hunks.size(), 1U);
-    EXPECT_EQ(added.hunks[0].oldStart, 0);
-    EXPECT_EQ(added.hunks[0].oldCount, 0);
-    EXPECT_EQ(added.hunks[0].newStart, 1);
-    EXPECT_EQ(added.hunks[0].newCount, 2);
-    EXPECT_EQ(added.hunks[0].lines,
-              (std::vector<DiffLine>{{Kind::added, "fresh"}, {Kind::added, "file"}}));
-
-    const auto& binary = diff.files[1];
-    EXPECT_EQ(binary.path, "blob.bin");
-    EXPECT_EQ(binary.status, "M");
-    EXPECT_TRUE(binary.isBinary);
-    EXPECT_TRUE(binary.hunks.empty());
-
-    const auto& deleted = diff.files[2];
-    EXPECT_EQ(deleted.path, "gone.txt");
-    EXPECT_EQ(deleted.status, "D");
-    ASSERT_EQ(deleted.hunks.size(), 1U);
-    EXPECT_EQ(deleted.hunks[0].lines, (std::vector<DiffLine>{{Kind::removed, "gone"}}));
-
-    const auto& modified = diff.files[3];
-    EXPECT_EQ(modified.path, "keep.txt");
-    EXPECT_EQ(modified.status, "M");
-    ASSERT_EQ(modified.hunks.size(), 1U);
-    EXPECT_EQ(modified.hunks[0].header, "@@ -1,5 +1,6 @@");
-    EXPECT_EQ(modified.hunks[0].lines, (std::vector<DiffLine>{{Kind::context, "alpha"},
-                                                              {Kind::removed, "beta"},
-                                                              {Kind::added, "BETA"},
-                                                              {Kind::context, "gamma"},
-                                                              {Kind::context, ""},
-                                                              {Kind::context, "delta"},
-                                                              {Kind::added, "epsilon"}}));
-
-    const auto& renamed = diff.files[4];
-    EXPECT_EQ(renamed.path, "new_name.txt");
-    EXPECT_EQ(renamed.status, "R");
-    EXPECT_TRUE(renamed.hunks.empty());
-
-    // The "\ No newline" remarks are not content, and the final line feed of
-    // the text leaves no extra context line behind.
-    const auto& noNewline = diff.files[5];
-    EXPECT_EQ(noNewline.path, "tail.txt");
-    ASSERT_EQ(noNewline.hunks.size(), 1U);
-    EXPECT_EQ(noNewline.hunks[0].lines,
-              (std::vector<DiffLine>{{Kind::removed, "no newline"},
-                                     {Kind::added, "no newline changed"}}));
-}
-
-TEST(UnifiedDiffParser, HunkIdsAreFreshUuidsAndOrdinalsFollowTextOrder) {
-    const std::string twoHunks =
-        "@@ -1,6 +1,6 @@\n 1\n 2\n-3\n+three\n 4\n"
-        "@@ -24,7 +24,7 @@\n 26\n-27\n+twenty-seven\n 28\n";
-    const auto first = hunksFor(twoHunks);
-    const auto second = hunksFor(twoHunks);
-    ASSERT_EQ(first.size(), 2U);
-    ASSERT_EQ(second.size(), 2U);
-    EXPECT_EQ(first[0].oldStart, 1);
-    EXPECT_EQ(first[1].oldStart, 24);
-    EXPECT_EQ(first[1].lines.size(), 4U);
+TEST(UnifiedDiffParser, KeepsTheWholeHeaderAndGivesEveryHunkAFreshId) {
+    const std::string text = oneFile + "@@ -0,0 +1,3 @@ class X\n+a\n@@ -9 +9 @@\n c\n";
+    const auto first = UnifiedDiffParser::parse(text);
+    const auto second = UnifiedDiffParser::parse(text);
+    ASSERT_EQ(render(first), "M f [-0,0 +1,3|+a] [-9,1 +9,1|=c]\n");
+    ASSERT_EQ(render(second), render(first));
+    EXPECT_EQ(first.files[0].hunks[0].header, "@@ -0,0 +1,3 @@ class X");
+    EXPECT_EQ(first.files[0].hunks[1].header, "@@ -9 +9 @@");
 
     std::set<std::string> ids;
-    for (const auto* hunks : {&first, &second}) {
-        for (const auto& hunk : *hunks) {
+    for (const auto* diff : {&first, &second}) {
+        for (const auto& hunk : diff->files[0].hunks) {
             EXPECT_TRUE(isValidUuid(hunk.id)) << hunk.id;
             ids.insert(hunk.id);
         }
     }
     EXPECT_EQ(ids.size(), 4U) << "every hunk of every parse has its own id";
-}
-
-TEST(UnifiedDiffParser, ReadsHunkRanges) {
-    const auto single = hunksFor("@@ -1 +1 @@\n-a\n+b\n");
-    ASSERT_EQ(single.size(), 1U);
-    EXPECT_EQ(single[0].oldStart, 1);
-    EXPECT_EQ(single[0].oldCount, 1);
-    EXPECT_EQ(single[0].newStart, 1);
-    EXPECT_EQ(single[0].newCount, 1);
-
-    const auto withContext = hunksFor("@@ -0,0 +1,3 @@ class X\n+a\n+b\n+c\n");
-    ASSERT_EQ(withContext.size(), 1U);
-    EXPECT_EQ(withContext[0].oldStart, 0);
-    EXPECT_EQ(withContext[0].oldCount, 0);
-    EXPECT_EQ(withContext[0].newStart, 1);
-    EXPECT_EQ(withContext[0].newCount, 3);
-    EXPECT_EQ(withContext[0].header, "@@ -0,0 +1,3 @@ class X");
-
-    const auto extraBlanks = hunksFor("@@  -12,4   +15,5  @@\n x\n");
-    ASSERT_EQ(extraBlanks.size(), 1U);
-    EXPECT_EQ(extraBlanks[0].oldStart, 12);
-    EXPECT_EQ(extraBlanks[0].newCount, 5);
-}
-
-TEST(UnifiedDiffParser, AMalformedHunkLineLosesOnlyThatHunk) {
-    for (const std::string bad : {"@@ -a +1 @@", "@@ -1 +1@@", "@@ -1 @@", "@@ -1 +1 +1 @@",
-                                  "@@ 1 +1 @@", "@@ -1,x +1 @@", "@@ - +1 @@"}) {
-        const auto hunks = hunksFor(bad + "\n+lost\n@@ -5,1 +5,1 @@\n-old\n+new\n");
-        ASSERT_EQ(hunks.size(), 1U) << bad;
-        EXPECT_EQ(hunks[0].oldStart, 5) << bad;
-        EXPECT_EQ(hunks[0].lines,
-                  (std::vector<DiffLine>{{Kind::removed, "old"}, {Kind::added, "new"}}))
-            << bad;
-    }
-}
-
-TEST(UnifiedDiffParser, HunkLinesEndAtMarkersNotAtTheHeaderCounts) {
-    // The header claims one line; all three are kept.
-    EXPECT_EQ(linesOf("diff --git a/f b/f\n@@ -1,1 +1,1 @@\n+a\n+b\n+c\n").size(), 3U);
-
-    // An empty line inside a hunk is context that lost its blank.
-    EXPECT_EQ(
-        linesOf("diff --git a/f b/f\n@@ -1,3 +1,3 @@\n a\n\n b\n"),
-        (std::vector<DiffLine>{{Kind::context, "a"}, {Kind::context, ""}, {Kind::context, "b"}}));
-
-    // Without a final line feed the last line is content too.
-    EXPECT_EQ(linesOf("diff --git a/f b/f\n@@ -1 +1 @@\n-a\n+b"),
-              (std::vector<DiffLine>{{Kind::removed, "a"}, {Kind::added, "b"}}));
-
-    // A backslash remark adds nothing, wherever it stands.
-    EXPECT_EQ(linesOf("diff --git a/f b/f\n@@ -1 +1 @@\n\\ remark\n-a\n\\ No newline at end of "
-                      "file\n"),
-              (std::vector<DiffLine>{{Kind::removed, "a"}}));
-}
-
-TEST(UnifiedDiffParser, AnUnknownLineEndsTheHunkAndIsSkipped) {
-    const auto hunks = hunksFor(
-        "@@ -1 +1 @@\n-a\n+b\nunexpected\n+not a hunk line\n"
-        "@@ -9 +9 @@\n c\n");
-    ASSERT_EQ(hunks.size(), 2U);
-    EXPECT_EQ(hunks[0].lines, (std::vector<DiffLine>{{Kind::removed, "a"}, {Kind::added, "b"}}));
-    EXPECT_EQ(hunks[1].lines, (std::vector<DiffLine>{{Kind::context, "c"}}));
-}
-
-TEST(UnifiedDiffParser, DerivesStatusAndPathFromTheExtendedHeader) {
-    struct Case {
-        const char* text;
-        const char* path;
-        const char* status;
-    };
-    const Case cases[] = {
-        // /dev/null alone marks an added or a deleted file.
-        {"diff --git a/n b/n\n--- /dev/null\n+++ b/n\n", "n", "A"},
-        {"diff --git a/d b/d\n--- a/d\n+++ /dev/null\n", "d", "D"},
-        // After a rename, /dev/null does not change the status.
-        {"diff --git a/o b/p\nrename from o\nrename to p\n--- /dev/null\n+++ b/p\n", "p", "R"},
-        {"diff --git a/o b/c\ncopy from o\ncopy to c\n", "c", "C"},
-        // A blank in a path defeats the header split; "rename to" stands in.
-        {"diff --git a/my file b/your file\nrename from my file\nrename to your file\n",
-         "your file", "R"},
-        // No "b/" piece: the old path stands in.
-        {"diff --git a/only x/y\n", "only", "M"},
-        // An empty "rename to" falls back on the old path.
-        {"diff --git a/old c/new\nrename from old\nrename to \n", "old", "R"},
-    };
-    for (const auto& testCase : cases) {
-        const auto diff = UnifiedDiffParser::parse(testCase.text);
-        ASSERT_EQ(diff.files.size(), 1U) << testCase.text;
-        EXPECT_EQ(diff.files[0].path, testCase.path) << testCase.text;
-        EXPECT_EQ(diff.files[0].status, testCase.status) << testCase.text;
-        EXPECT_TRUE(diff.files[0].hunks.empty()) << testCase.text;
-    }
-}
-
-TEST(UnifiedDiffParser, TextWithoutUsableFileHeadersGivesNoFiles) {
-    EXPECT_TRUE(UnifiedDiffParser::parse("").files.empty());
-    EXPECT_TRUE(UnifiedDiffParser::parse("\n\n").files.empty());
-    EXPECT_TRUE(UnifiedDiffParser::parse("--- a/f\n+++ b/f\n@@ -1 +1 @@\n-a\n+b\n").files.empty());
-
-    // A header with no path at all yields no file, but its lines are still
-    // consumed and the next file is read.
-    const auto diff = UnifiedDiffParser::parse(
-        "Working copy changes:\n"
-        "diff --git x y\n@@ -1 +1 @@\n-lost\n"
-        "diff --git a/kept b/kept\n@@ -1 +1 @@\n+kept\n");
-    ASSERT_EQ(diff.files.size(), 1U);
-    EXPECT_EQ(diff.files[0].path, "kept");
-    ASSERT_EQ(diff.files[0].hunks.size(), 1U);
-    EXPECT_EQ(diff.files[0].hunks[0].lines, (std::vector<DiffLine>{{Kind::added, "kept"}}));
 }
 
 }  // namespace
