@@ -85,14 +85,14 @@ class BookmarkSettingsStoreTest : public ::testing::Test {
     TempDir root_{"vorda-settings"};
 };
 
-TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFileUnderAwkwardNames) {
+TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFileUnderAwkwardNamesAndChangesInPlace) {
     const std::string name = "we\"ird\\name\nline\t\xC3\xA4 \xE6\x97\xA5\xE6\x9C\xAC";
     BookmarkSettings awkward;
     awkward.tags = {name, "\"", "\\"};
-    const std::vector<SavedConfig> configs{
-        config(name, {name}, Strategy{Strategy::SpecificCommit{name}}),
-        config("trunk", {"feature", "local-only"}, Strategy{Strategy::TrunkTip{}}),
-        config("copy", {}, Strategy{Strategy::WorkingCopy{}}), config("plain", {"feature"})};
+    std::vector<SavedConfig> configs{config(name, {name}, Strategy{Strategy::SpecificCommit{name}}),
+                                     config("trunk", {"feature"}),
+                                     config("copy", {}, Strategy{Strategy::WorkingCopy{}}),
+                                     config("plain", {"feature"})};
     const std::vector<FileRoutingRule> rules{{ruleID, name, name, true},
                                              {makeUuid(), "docs/**/*.md", "docs", false}};
     {
@@ -103,17 +103,30 @@ TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFileUnderAwkwardNames) {
         EXPECT_TRUE(readsEmpty(store));
         EXPECT_FALSE(store.settings("feature").has_value());
         EXPECT_FALSE(fs::exists(settingsFile()));
-        store.set(fullSettings(), "feature");
+        store.set(BookmarkSettings{}, "feature");
         store.set(BookmarkSettings::defaultFor(BookmarkOrigin::local()), "local-only");
         store.set(awkward, name);
+        store.set(fullSettings(), "gone");
         for (const auto& saved : configs) {
             store.saveConfig(saved);
         }
         store.setRoutingRules(rules);
         store.setApexChangeID(name);
         store.setCompositionPoint(name, name);
+        store.setCompositionPoint("one", "default");
+        store.setCompositionPoint("two", "second");
+        // Replacing keeps an entry's place; removing what is not there changes nothing.
+        store.set(fullSettings(), "feature");
+        store.remove("gone");
+        store.remove("never-there");
+        configs[1] = config("trunk", {"feature", "local-only"}, Strategy{Strategy::TrunkTip{}});
+        store.saveConfig(configs[1]);
+        store.removeConfig("unknown");
         store.setCompositionPoint("zzzzyyyyxxxxwwwwvvvvuuuuttttssss", "default");
+        store.setCompositionPoint(std::nullopt, "second");
+        store.setCompositionPoint(std::nullopt, "unknown");
     }
+    EXPECT_FALSE(fs::exists(legacyFile()));
     BookmarkSettingsStore reopened(root());
     EXPECT_EQ(reopened.all(),
               (std::map<std::string, BookmarkSettings>{
@@ -199,7 +212,9 @@ TEST_F(BookmarkSettingsStoreTest, ALegacyFileIsReadUntilTheFirstWriteCreatesTheN
             "a": {"updateStrategy": "mergeIn"},
             "b": {"updateStrategy": "rebase", "lastPushedCommitID": null, "pinned": true}
         },
-        "savedConfigs": [{"name": "n", "enabledBookmarks": ["a"], "baseStrategy": null}],
+        "savedConfigs": [{"name": "n", "enabledBookmarks": ["a"], "baseStrategy": null},
+                         {"name": "dup", "enabledBookmarks": []}, {"name": "dup",
+                         "enabledBookmarks": ["b"]}],
         "routingRules": [{"id": "0f8fad5b-d9cb-469f-a165-70867728950e", "pattern": "*",
                           "bookmarkName": "a", "enabled": true}],
         "unknownKey": 1
@@ -212,21 +227,23 @@ TEST_F(BookmarkSettingsStoreTest, ALegacyFileIsReadUntilTheFirstWriteCreatesTheN
     pinned.pinned = true;
     const std::map<std::string, BookmarkSettings> bookmarks{{"a", mergeIn}, {"b", pinned}};
     EXPECT_EQ(store.all(), bookmarks);
-    EXPECT_EQ(store.savedConfigs(), (std::vector<SavedConfig>{config("n", {"a"})}));
+    EXPECT_EQ(store.savedConfigs(), (std::vector<SavedConfig>{config("n", {"a"}), config("dup", {}),
+                                                              config("dup", {"b"})}));
     // A lower-case UUID is accepted and kept in the canonical form.
     EXPECT_EQ(store.routingRules(), (std::vector<FileRoutingRule>{{ruleID, "*", "a", true}}));
     EXPECT_FALSE(store.apexChangeID().has_value());
     EXPECT_TRUE(store.compositionPointsByWorkspace().empty());
     EXPECT_FALSE(fs::exists(settingsFile()));
 
-    store.setApexChangeID("new");
+    // Removing a config removes every entry of its name.
+    store.removeConfig("dup");
     EXPECT_EQ(readFile(legacyFile()), legacy) << "the legacy file is left alone";
     // From now on the new file is the one read, whatever the legacy one says.
     writeFile(legacyFile(), R"({"bookmarks": {}})");
     BookmarkSettingsStore reopened(root());
     EXPECT_EQ(reopened.all(), bookmarks);
     EXPECT_EQ(reopened.routingRules(), store.routingRules());
-    EXPECT_EQ(reopened.apexChangeID(), "new");
+    EXPECT_EQ(reopened.savedConfigs(), (std::vector<SavedConfig>{config("n", {"a"})}));
 }
 
 TEST(BookmarkSettingsStoreLocation, WithoutARepoFolderTheLegacyPlaceIsWritten) {
@@ -311,46 +328,6 @@ TEST_F(BookmarkSettingsStoreTest, UnencodableValuesAreRefusedBeforeTheFileIsTouc
     EXPECT_EQ(store.all().size(), 1U);
     EXPECT_TRUE(store.routingRules().empty());
     EXPECT_EQ(readFile(settingsFile()), before);
-}
-
-TEST_F(BookmarkSettingsStoreTest, EntriesAreSetReplacedAndRemovedInPlace) {
-    writeFile(settingsFile(), R"({"bookmarks": {}, "savedConfigs": [
-        {"name": "dup", "enabledBookmarks": ["1"]}, {"name": "a", "enabledBookmarks": ["x"]},
-        {"name": "dup", "enabledBookmarks": ["2"]}]})");
-    BookmarkSettingsStore store(root());
-    // A saved config keeps the place of an existing name; removing a name
-    // removes every entry of it.
-    store.saveConfig(config("b", {"y"}));
-    store.saveConfig(config("c", {"z"}));
-    store.saveConfig(config("b", {"y", "w"}, Strategy{Strategy::TrunkTip{}}));
-    store.removeConfig("dup");
-    store.removeConfig("unknown");
-    EXPECT_EQ(store.savedConfigs(),
-              (std::vector<SavedConfig>{config("a", {"x"}),
-                                        config("b", {"y", "w"}, Strategy{Strategy::TrunkTip{}}),
-                                        config("c", {"z"})}));
-
-    store.set(fullSettings(), "a");
-    store.set(BookmarkSettings{}, "b");
-    auto changed = fullSettings();
-    changed.tags.clear();
-    store.set(changed, "a");
-    store.remove("b");
-    store.remove("never-there");
-
-    store.setCompositionPoint("one", "default");
-    store.setCompositionPoint("two", "second");
-    store.setCompositionPoint("three", "default");
-    store.setCompositionPoint(std::nullopt, "second");
-    // Removing a workspace that has no entry still writes, with equal content.
-    const auto before = fileJSON();
-    store.setCompositionPoint(std::nullopt, "unknown");
-    EXPECT_EQ(fileJSON(), before);
-
-    BookmarkSettingsStore reopened(root());
-    EXPECT_EQ(reopened.savedConfigs(), store.savedConfigs());
-    EXPECT_EQ(reopened.all(), (std::map<std::string, BookmarkSettings>{{"a", changed}}));
-    EXPECT_EQ(reopened.compositionPointsByWorkspace(), (Points{{"default", "three"}}));
 }
 
 TEST_F(BookmarkSettingsStoreTest, TheFileIsReadOnceAndAllPartsAreCachedTogether) {
