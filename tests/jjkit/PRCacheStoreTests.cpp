@@ -68,7 +68,7 @@ class PRCacheStoreTest : public ::testing::Test {
     testing::TempDir root_{"vorda-pr-cache"};
 };
 
-TEST_F(PRCacheStoreTest, EntriesRoundTripAcrossStoresUnderAwkwardNamesAndTimes) {
+TEST_F(PRCacheStoreTest, EntriesRoundTripAcrossStoresAndAreReplacedAndRemovedByName) {
     const std::vector<std::pair<std::string, Clock::time_point>> rows{
         {"it's", atMicroseconds(1'712'345'678'123'456)},
         {"say \"hi\"", Clock::time_point{}},
@@ -110,21 +110,14 @@ TEST_F(PRCacheStoreTest, EntriesRoundTripAcrossStoresUnderAwkwardNamesAndTimes) 
                               "SELECT branch, prData IS NULL FROM pr_cache WHERE branch IN "
                               "('it''s', 'say \"hi\"') ORDER BY branch"),
               (std::vector<std::string>{"it's|0", "say \"hi\"|1"}));
-}
 
-TEST_F(PRCacheStoreTest, SetReplacesAndRemoveDeletesOneRow) {
-    PRCacheStore store(root());
-    store.set(Entry{"old", pr(1, "first"), at(1000)}, "feature");
-    store.set(Entry{"other", std::nullopt, at(2000)}, "other");
-    const Entry replacement{"new", std::nullopt, at(3000)};
-    store.set(replacement, "feature");
-    EXPECT_EQ(store.entry("feature"), replacement);
-    EXPECT_EQ(store.all().size(), 2U);
-
-    store.remove("feature");
-    store.remove("never-there");
-    EXPECT_EQ(store.all(),
-              (std::map<std::string, Entry>{{"other", {"other", std::nullopt, at(2000)}}}));
+    // Setting replaces a row; removing deletes that one only.
+    expected["it's"] = Entry{"new", std::nullopt, at(3000)};
+    reopened.set(expected["it's"], "it's");
+    reopened.remove("say \"hi\"");
+    reopened.remove("never-there");
+    expected.erase("say \"hi\"");
+    EXPECT_EQ(reopened.all(), expected);
 }
 
 TEST_F(PRCacheStoreTest, UndecodablePullRequestDataReadsAsAbsent) {
