@@ -41,22 +41,7 @@ QAction* actionNamed(const QMenu& menu, const QString& text) {
     return nullptr;
 }
 
-QString labelText(const QWidget& root, const char* name) {
-    const auto* label = root.findChild<QLabel*>(QLatin1String(name));
-    return label == nullptr ? QStringLiteral("<none>") : label->text();
-}
-
-class LauncherTest : public ::testing::Test {
-  protected:
-    LauncherTest() { env_.launcher.registerWindow(&window_); }
-
-    StartEnvironment env_;
-    RecordingFactory factory_;
-    RepoWindowRegistry registry_{factory_.factory(), env_.recents, env_.launcher, env_.settings};
-    LauncherWindow window_{registry_};
-};
-
-TEST(LauncherWindowController, ARegisteredWindowStaysHiddenUntilShow) {
+TEST(LauncherWindowController, ShowsAndHidesItsWindowWheneverItComes) {
     const LogCapture log;
     LauncherWindowController controller;
     QWidget window;
@@ -73,89 +58,85 @@ TEST(LauncherWindowController, ARegisteredWindowStaysHiddenUntilShow) {
     EXPECT_TRUE(controller.isVisible());
     controller.show();
     EXPECT_EQ(spy.count(), 1);
-
     controller.hide();
     EXPECT_FALSE(window.isVisible());
     EXPECT_FALSE(controller.isVisible());
     EXPECT_TRUE(log.contains("[launcher] controller.hide window=QWidget("));
-}
 
-TEST(LauncherWindowController, AShowBeforeTheWindowExistsShowsItAtRegistration) {
-    LauncherWindowController controller;
-    controller.show();
-    QWidget window;
-    controller.registerWindow(&window);
-    EXPECT_TRUE(window.isVisible());
-}
-
-TEST(LauncherWindowController, WithoutAWindowItLogsNil) {
-    const LogCapture log;
-    LauncherWindowController controller;
-    controller.hide();
-    controller.show();
-    EXPECT_TRUE(controller.isVisible());
+    // Shown before its window exists: the window shows when it comes.
+    LauncherWindowController early;
+    early.hide();
+    early.show();
+    EXPECT_TRUE(early.isVisible());
     EXPECT_TRUE(log.contains("[launcher] controller.hide window=nil\n"));
     EXPECT_TRUE(log.contains("[launcher] controller.show window=nil\n"));
+    QWidget late;
+    early.registerWindow(&late);
+    EXPECT_TRUE(late.isVisible());
 }
+
+class LauncherTest : public ::testing::Test {
+  protected:
+    LauncherTest() { env_.launcher.registerWindow(&window_); }
+
+    // Folders "a" and "b" in the recent list, "b" first.
+    std::pair<QString, QString> recordTwo() {
+        const QString a = env_.makeFolder("a");
+        const QString b = env_.makeFolder("b");
+        env_.recents.record(a);
+        env_.recents.record(b);
+        return {a, b};
+    }
+
+    StartEnvironment env_;
+    RecordingFactory factory_;
+    RepoWindowRegistry registry_{factory_.factory(), env_.recents, env_.launcher, env_.settings};
+    LauncherWindow window_{registry_};
+};
 
 TEST_F(LauncherTest, ItShowsTheIdentityAndTheEmptyList) {
     EXPECT_EQ(window_.windowTitle(), QStringLiteral("Vorda"));
-    EXPECT_EQ(labelText(window_, "launcherName"), QStringLiteral("Vorda"));
-    EXPECT_EQ(labelText(window_, "launcherSubtitle"), QStringLiteral("Bookmark-centric jj client"));
-    EXPECT_EQ(labelText(window_, "recentHeading"), QStringLiteral("Recent"));
+    const std::pair<const char*, QString> labels[] = {
+        {"launcherName", "Vorda"},
+        {"launcherSubtitle", "Bookmark-centric jj client"},
+        {"recentHeading", "Recent"},
+        {"emptyTitle", "No recent repos."},
+        {"emptyHint", "Open a directory containing a `.jj/` folder to get started."}};
+    for (const auto& [name, text] : labels) {
+        const auto* label = window_.findChild<QLabel*>(QLatin1String(name));
+        ASSERT_NE(label, nullptr) << name;
+        EXPECT_EQ(label->text(), text) << name;
+    }
     const auto* button = window_.findChild<QPushButton*>(QStringLiteral("openRepoButton"));
     ASSERT_NE(button, nullptr);
     EXPECT_EQ(button->text(), QStringLiteral("Open Repo\u2026"));
     const auto* icon = window_.findChild<QLabel*>(QStringLiteral("launcherIcon"));
     ASSERT_NE(icon, nullptr);
     EXPECT_FALSE(icon->pixmap().isNull());
-
     EXPECT_TRUE(window_.isShowingEmptyState());
-    EXPECT_EQ(labelText(window_, "emptyTitle"), QStringLiteral("No recent repos."));
-    EXPECT_EQ(labelText(window_, "emptyHint"),
-              QStringLiteral("Open a directory containing a `.jj/` folder to get started."));
 }
 
-TEST_F(LauncherTest, RowsShowThePathsAndMarkMissingOnes) {
-    const QString present = env_.makeFolder("present");
-    const QString gone = present + QStringLiteral("/gone");
+TEST_F(LauncherTest, RowsAreReadWhenShownMarkMissingPathsAndOpenWhenActivated) {
+    const auto [a, b] = recordTwo();
+    const QString gone = b + QStringLiteral("/gone");
     env_.recents.record(gone);
-    env_.recents.record(present);
-    window_.reloadRecents();
-
-    EXPECT_FALSE(window_.isShowingEmptyState());
-    QListWidget* list = window_.recentList();
-    ASSERT_EQ(list->count(), 2);
-    EXPECT_EQ(list->item(0)->text(), present);
-    EXPECT_FALSE(list->item(0)->data(RecentRepoDelegate::missingRole).toBool());
-    EXPECT_EQ(list->item(1)->text(), gone);
-    EXPECT_TRUE(list->item(1)->data(RecentRepoDelegate::missingRole).toBool());
-
-    // The rows paint without trouble, "missing" label included.
-    window_.resize(600, 300);
-    window_.show();
-    const QPixmap picture = window_.grab();
-    EXPECT_FALSE(picture.isNull());
-}
-
-TEST_F(LauncherTest, TheListIsReadAgainWhenTheLauncherBecomesVisible) {
-    env_.recents.record(env_.makeFolder("a"));
     EXPECT_TRUE(window_.isShowingEmptyState());
     const LogCapture log;
     env_.launcher.show();
-    EXPECT_EQ(window_.recentList()->count(), 1);
     EXPECT_TRUE(log.contains("[launcher] LauncherView.task(id:) fired isVisible=true\n"));
-}
-
-TEST_F(LauncherTest, ActivatingARowHidesTheLauncherRecordsAndOpens) {
-    const QString a = env_.makeFolder("a");
-    const QString b = env_.makeFolder("b");
-    env_.recents.record(a);
-    env_.recents.record(b);
-    env_.launcher.show();
-
+    EXPECT_FALSE(window_.isShowingEmptyState());
     QListWidget* list = window_.recentList();
-    emit list->itemActivated(list->item(1));
+    ASSERT_EQ(list->count(), 3);
+    EXPECT_EQ(list->item(0)->text(), gone);
+    EXPECT_TRUE(list->item(0)->data(RecentRepoDelegate::missingRole).toBool());
+    EXPECT_EQ(list->item(1)->text(), b);
+    EXPECT_FALSE(list->item(1)->data(RecentRepoDelegate::missingRole).toBool());
+    // The rows paint without trouble, "missing" label included.
+    window_.resize(600, 300);
+    EXPECT_FALSE(window_.grab().isNull());
+
+    // Activating a row hides the launcher, records the path and opens it.
+    emit list->itemActivated(list->item(2));
     EXPECT_EQ(*factory_.requests, std::vector<QString>{a});
     EXPECT_FALSE(env_.launcher.isVisible());
     EXPECT_FALSE(window_.isVisible());
@@ -163,17 +144,13 @@ TEST_F(LauncherTest, ActivatingARowHidesTheLauncherRecordsAndOpens) {
 }
 
 TEST_F(LauncherTest, TheContextMenuOpensOrRemoves) {
-    const QString a = env_.makeFolder("a");
-    const QString b = env_.makeFolder("b");
-    env_.recents.record(a);
-    env_.recents.record(b);
+    const auto [a, b] = recordTwo();
     window_.reloadRecents();
-
     std::unique_ptr<QMenu> menu(window_.makeContextMenu(b, nullptr));
     EXPECT_EQ(actionTexts(*menu), (QStringList{"Open", "Remove from Recent"}));
     actionNamed(*menu, QStringLiteral("Remove from Recent"))->trigger();
     EXPECT_EQ(env_.recents.all().size(), 1);
-    EXPECT_EQ(window_.recentList()->count(), 1);
+    ASSERT_EQ(window_.recentList()->count(), 1);
     EXPECT_EQ(window_.recentList()->item(0)->text(), a);
 
     std::unique_ptr<QMenu> other(window_.makeContextMenu(a, nullptr));
@@ -181,19 +158,29 @@ TEST_F(LauncherTest, TheContextMenuOpensOrRemoves) {
     EXPECT_EQ(*factory_.requests, std::vector<QString>{a});
 }
 
-TEST_F(LauncherTest, TheButtonPicksRecordsAndOpens) {
-    const QString chosen = env_.makeFolder("chosen");
+TEST_F(LauncherTest, TheButtonAndTheCommandPickRecordAndOpenThePathAsItStands) {
+    // A folder inside a repository: nothing searches upwards.
+    const QString root = env_.makeFolder("repo");
+    std::ofstream(root.toStdString() + "/.jj").close();
+    const QString sub = env_.makeFolder("repo/sub");
     std::optional<QString> answer;
     registry_.setDirectoryPicker([&answer](QWidget*) { return answer; });
 
-    window_.openRepoPicker();
+    window_.openRepoPicker();  // cancelled
     EXPECT_TRUE(factory_.requests->empty());
     EXPECT_TRUE(env_.recents.all().isEmpty());
 
+    const QString chosen = env_.makeFolder("chosen");
     answer = chosen;
     window_.findChild<QPushButton*>(QStringLiteral("openRepoButton"))->click();
-    EXPECT_EQ(*factory_.requests, std::vector<QString>{chosen});
-    EXPECT_EQ(env_.recents.all().front().path, chosen);
+    answer = sub;
+    OpenRepoCommand command(registry_, &window_);
+    EXPECT_EQ(command.text(), QStringLiteral("Open Repo\u2026"));
+    EXPECT_EQ(command.shortcut(), QKeySequence(QKeySequence::Open));
+    command.trigger();
+    EXPECT_EQ(*factory_.requests, (std::vector<QString>{chosen, sub}));
+    EXPECT_EQ(env_.recents.all().size(), 2);
+    EXPECT_EQ(env_.recents.all().front().path, sub);
 }
 
 TEST_F(LauncherTest, ClosingTheLauncherOnlyHidesIt) {
@@ -205,48 +192,30 @@ TEST_F(LauncherTest, ClosingTheLauncherOnlyHidesIt) {
     EXPECT_FALSE(window_.testAttribute(Qt::WA_DeleteOnClose));
 }
 
-TEST_F(LauncherTest, OpenRepoCommandOpensThePathAsItStands) {
-    // A folder inside a repository: the command does not search upwards.
-    const QString root = env_.makeFolder("repo");
-    std::ofstream marker(root.toStdString() + "/.jj");
-    marker.close();
-    const QString sub = env_.makeFolder("repo/sub");
-    registry_.setDirectoryPicker([sub](QWidget*) { return std::optional<QString>(sub); });
-
-    OpenRepoCommand command(registry_, &window_);
-    EXPECT_EQ(command.text(), QStringLiteral("Open Repo\u2026"));
-    EXPECT_EQ(command.shortcut(), QKeySequence(QKeySequence::Open));
-    command.trigger();
-    EXPECT_EQ(*factory_.requests, std::vector<QString>{sub});
-    EXPECT_EQ(env_.recents.all().front().path, sub);
-}
-
-TEST_F(LauncherTest, OpenRecentMenuWithoutEntriesSaysSo) {
+TEST_F(LauncherTest, OpenRecentMenuListsOpensAndClears) {
     OpenRecentMenu menu(registry_);
     EXPECT_EQ(menu.title(), QStringLiteral("Open Recent"));
-    emit menu.aboutToShow();
-    ASSERT_EQ(actionTexts(menu), QStringList{"No Recent Repos"});
-    EXPECT_FALSE(menu.actions().front()->isEnabled());
-}
+    const auto expectEmpty = [&] {
+        emit menu.aboutToShow();
+        ASSERT_EQ(actionTexts(menu), QStringList{"No Recent Repos"});
+        EXPECT_FALSE(menu.actions().front()->isEnabled());
+    };
+    expectEmpty();
 
-TEST_F(LauncherTest, OpenRecentMenuListsOpensAndClears) {
     const QString a = env_.makeFolder("a");
     const QString b = env_.makeFolder("b&c");
     env_.recents.record(a);
     env_.recents.record(b);
-    OpenRecentMenu menu(registry_);
     emit menu.aboutToShow();
     EXPECT_EQ(actionTexts(menu),
               (QStringList{QString(b).replace("&", "&&"), a, "---", "Clear Menu"}));
-
     menu.actions().at(1)->trigger();
     EXPECT_EQ(*factory_.requests, std::vector<QString>{a});
     EXPECT_EQ(env_.recents.all().front().path, a);
 
     actionNamed(menu, QStringLiteral("Clear Menu"))->trigger();
     EXPECT_TRUE(env_.recents.all().isEmpty());
-    emit menu.aboutToShow();
-    EXPECT_EQ(actionTexts(menu), QStringList{"No Recent Repos"});
+    expectEmpty();
 }
 
 }  // namespace

@@ -21,95 +21,61 @@ using testing::qpath;
 using testing::TempDir;
 using testing::TestRepo;
 
-QStringList commandLine(std::initializer_list<const char*> arguments) {
-    QStringList list{QStringLiteral("/usr/bin/vorda")};
-    for (const char* argument : arguments) {
-        list.append(QString::fromUtf8(argument));
+TEST(CommandLineArguments, PathsAddressesAndTheRepoOption) {
+    const auto path = [](const char* text) {
+        return CommandLineOpen{Kind::path, QString::fromUtf8(text)};
+    };
+    const auto address = [](const char* text) {
+        return CommandLineOpen{Kind::address, QString::fromUtf8(text)};
+    };
+    const std::pair<std::vector<const char*>, QList<CommandLineOpen>> cases[] = {
+        {{}, {}},
+        {{"/a", "b"}, {path("/a"), path("b")}},
+        // The option takes the next argument, even one that looks like a flag;
+        // as the last argument it names nothing.
+        {{"--repo", "/a", "-R", "/b"}, {path("/a"), path("/b")}},
+        {{"-R", "-x"}, {path("-x")}},
+        {{"--repo"}, {}},
+        {{"-R"}, {}},
+        {{"/a", "--repo"}, {path("/a")}},
+        {{"--repo=/a/b"}, {path("/a/b")}},
+        {{"--repo="}, {path("")}},
+        {{"--repo=a=b"}, {path("a=b")}},
+        {{"--", "-x", "--repo", "vorda://open?path=/a"},
+         {path("-x"), path("--repo"), path("vorda://open?path=/a")}},
+        {{"-x", "--verbose", "/a", "-", "--repo-x"}, {path("/a")}},
+        {{"vorda://open?path=/a", "VORDA:///b", "file:///c"},
+         {address("vorda://open?path=/a"), address("VORDA:///b"), address("file:///c")}},
+        {{"https://example.com/x"}, {path("https://example.com/x")}}};
+    for (const auto& [arguments, opens] : cases) {
+        QStringList line{QStringLiteral("/usr/bin/vorda")};
+        for (const char* argument : arguments) {
+            line.append(QString::fromUtf8(argument));
+        }
+        EXPECT_EQ(CommandLineArguments::parse(line), opens) << line.join(' ').toStdString();
     }
-    return list;
 }
 
-QList<CommandLineOpen> parse(std::initializer_list<const char*> arguments) {
-    return CommandLineArguments::parse(commandLine(arguments));
+TEST(PendingRepoOpensAddress, OurAddressesPreferTheQueryItemThenTheirPath) {
+    const std::pair<const char*, std::optional<QString>> cases[] = {
+        {"file:///home/me/repo", "/home/me/repo"},
+        {"file:///home/me/a%20b", "/home/me/a b"},
+        {"vorda://open?path=/home/me/repo", "/home/me/repo"},
+        {"VoRdA://open?path=%2Fx%20y", "/x y"},
+        {"vorda://open/elsewhere?other=1&path=/p", "/p"},
+        {"vorda:///home/me/repo", "/home/me/repo"},
+        {"vorda://open/home/me/repo?path=", "/home/me/repo"},
+        {"vorda://open", std::nullopt},
+        {"vorda://open/", std::nullopt},
+        {"vorda://open/?path=", std::nullopt},
+        {"https://example.com/repo", std::nullopt},
+        {"ssh://host/repo?path=/x", std::nullopt}};
+    for (const auto& [address, path] : cases) {
+        EXPECT_EQ(PendingRepoOpens::path(QUrl(QString::fromUtf8(address))), path) << address;
+    }
 }
 
-CommandLineOpen pathOpen(const char* text) {
-    return {Kind::path, QString::fromUtf8(text)};
-}
-
-TEST(CommandLineArguments, TheProgramIsDroppedAndBareArgumentsArePaths) {
-    EXPECT_TRUE(parse({}).isEmpty());
-    EXPECT_EQ(parse({"/a", "b"}), (QList{pathOpen("/a"), pathOpen("b")}));
-}
-
-TEST(CommandLineArguments, RepoAndShortFormTakeTheNextArgument) {
-    EXPECT_EQ(parse({"--repo", "/a", "-R", "/b"}), (QList{pathOpen("/a"), pathOpen("/b")}));
-    // The value may itself look like a flag: it is consumed all the same.
-    EXPECT_EQ(parse({"-R", "-x"}), (QList{pathOpen("-x")}));
-}
-
-TEST(CommandLineArguments, RepoAsTheLastArgumentNamesNothing) {
-    EXPECT_TRUE(parse({"--repo"}).isEmpty());
-    EXPECT_TRUE(parse({"-R"}).isEmpty());
-    EXPECT_EQ(parse({"/a", "--repo"}), (QList{pathOpen("/a")}));
-}
-
-TEST(CommandLineArguments, RepoEqualsTakesTheTextAfterTheSign) {
-    EXPECT_EQ(parse({"--repo=/a/b"}), (QList{pathOpen("/a/b")}));
-    EXPECT_EQ(parse({"--repo="}), (QList{pathOpen("")}));
-    EXPECT_EQ(parse({"--repo=a=b"}), (QList{pathOpen("a=b")}));
-}
-
-TEST(CommandLineArguments, DoubleDashMakesEverythingAfterItAPath) {
-    EXPECT_EQ(parse({"--", "-x", "--repo", "vorda://open?path=/a"}),
-              (QList{pathOpen("-x"), pathOpen("--repo"), pathOpen("vorda://open?path=/a")}));
-}
-
-TEST(CommandLineArguments, OtherFlagsAreIgnored) {
-    EXPECT_EQ(parse({"-x", "--verbose", "/a", "-", "--repo-x"}), (QList{pathOpen("/a")}));
-}
-
-TEST(CommandLineArguments, BareAddressesAreReportedAsAddresses) {
-    EXPECT_EQ(parse({"vorda://open?path=/a", "VORDA:///b", "file:///c"}),
-              (QList<CommandLineOpen>{{Kind::address, QStringLiteral("vorda://open?path=/a")},
-                                      {Kind::address, QStringLiteral("VORDA:///b")},
-                                      {Kind::address, QStringLiteral("file:///c")}}));
-    EXPECT_EQ(parse({"https://example.com/x"}), (QList{pathOpen("https://example.com/x")}));
-}
-
-TEST(PendingRepoOpensAddress, FileAddressesGiveTheirPath) {
-    EXPECT_EQ(PendingRepoOpens::path(QUrl(QStringLiteral("file:///home/me/repo"))),
-              QStringLiteral("/home/me/repo"));
-    EXPECT_EQ(PendingRepoOpens::path(QUrl(QStringLiteral("file:///home/me/a%20b"))),
-              QStringLiteral("/home/me/a b"));
-}
-
-TEST(PendingRepoOpensAddress, VordaAddressesPreferTheQueryItem) {
-    EXPECT_EQ(PendingRepoOpens::path(QUrl(QStringLiteral("vorda://open?path=/home/me/repo"))),
-              QStringLiteral("/home/me/repo"));
-    EXPECT_EQ(PendingRepoOpens::path(QUrl(QStringLiteral("VoRdA://open?path=%2Fx%20y"))),
-              QStringLiteral("/x y"));
-    EXPECT_EQ(
-        PendingRepoOpens::path(QUrl(QStringLiteral("vorda://open/elsewhere?other=1&path=/p"))),
-        QStringLiteral("/p"));
-}
-
-TEST(PendingRepoOpensAddress, VordaAddressesFallBackToTheirPath) {
-    EXPECT_EQ(PendingRepoOpens::path(QUrl(QStringLiteral("vorda:///home/me/repo"))),
-              QStringLiteral("/home/me/repo"));
-    EXPECT_EQ(PendingRepoOpens::path(QUrl(QStringLiteral("vorda://open/home/me/repo?path="))),
-              QStringLiteral("/home/me/repo"));
-    EXPECT_FALSE(PendingRepoOpens::path(QUrl(QStringLiteral("vorda://open"))).has_value());
-    EXPECT_FALSE(PendingRepoOpens::path(QUrl(QStringLiteral("vorda://open/"))).has_value());
-    EXPECT_FALSE(PendingRepoOpens::path(QUrl(QStringLiteral("vorda://open/?path="))).has_value());
-}
-
-TEST(PendingRepoOpensAddress, OtherSchemesAreDropped) {
-    EXPECT_FALSE(PendingRepoOpens::path(QUrl(QStringLiteral("https://example.com/repo"))));
-    EXPECT_FALSE(PendingRepoOpens::path(QUrl(QStringLiteral("ssh://host/repo?path=/x"))));
-}
-
-TEST(PendingRepoOpens, EnqueueStandardisesAndCountsAndLogs) {
+TEST(PendingRepoOpens, EnqueueStandardisesCountsAndLogs) {
     const TempDir folder;
     const LogCapture log;
     PendingRepoOpens pending;
@@ -125,18 +91,20 @@ TEST(PendingRepoOpens, EnqueueStandardisesAndCountsAndLogs) {
     EXPECT_EQ(spy.count(), 1);
     EXPECT_TRUE(log.contains("[launcher] PendingRepoOpens.enqueue path=" +
                              (base + "/a/c").toStdString() + " queue=[\""));
-
     EXPECT_EQ(pending.takeAll(), QStringList{base + QStringLiteral("/a/c")});
     EXPECT_TRUE(pending.paths().isEmpty());
     EXPECT_TRUE(pending.hasExternalOpen());
-}
 
-TEST(PendingRepoOpens, RelativePathsResolveAgainstTheWorkingFolder) {
-    PendingRepoOpens pending;
+    // Relative paths resolve against the working folder; addresses without
+    // a path are skipped.
     pending.enqueue(QStringLiteral("some/relative"));
-    ASSERT_EQ(pending.paths().size(), 1);
-    EXPECT_EQ(pending.paths().front(),
-              QDir::cleanPath(QDir::currentPath() + QStringLiteral("/some/relative")));
+    pending.enqueue(QList<QUrl>{
+        QUrl(QStringLiteral("https://example.com")),
+        QUrl::fromLocalFile(base + QStringLiteral("/a")), QUrl(QStringLiteral("vorda:///")),
+        QUrl(QStringLiteral("vorda://x?path=") + base + QStringLiteral("/b"))});
+    EXPECT_EQ(pending.paths(),
+              (QStringList{QDir::cleanPath(QDir::currentPath() + QStringLiteral("/some/relative")),
+                           base + "/a", base + "/b"}));
 }
 
 TEST(PendingRepoOpens, ASubfolderOfARepositoryOpensItsRoot) {
@@ -165,34 +133,14 @@ TEST(PendingRepoOpens, IngestEnqueuesEveryForm) {
                            QDir::cleanPath(QDir::currentPath() + "/https:/example.com/x/y"),
                            base + "/-x"}));
     EXPECT_EQ(pending.generation(), 6U);
-}
 
-TEST(PendingRepoOpens, RepoLastAndDroppedAddressesEnqueueNothing) {
-    PendingRepoOpens pending;
-    pending.ingestCommandLineArguments(
+    // The option as the last argument, and an address without a path: nothing.
+    PendingRepoOpens nothing;
+    nothing.ingestCommandLineArguments(
         {QStringLiteral("vorda"), QStringLiteral("vorda://open"), QStringLiteral("--repo")});
-    EXPECT_TRUE(pending.paths().isEmpty());
-    EXPECT_FALSE(pending.hasExternalOpen());
-    EXPECT_EQ(pending.generation(), 0U);
-}
-
-TEST(PendingRepoOpens, DoubleDashThenDashXEnqueuesDashXAsAPath) {
-    PendingRepoOpens pending;
-    pending.ingestCommandLineArguments(
-        {QStringLiteral("vorda"), QStringLiteral("--"), QStringLiteral("-x")});
-    EXPECT_EQ(pending.paths(),
-              QStringList{QDir::cleanPath(QDir::currentPath() + QStringLiteral("/-x"))});
-}
-
-TEST(PendingRepoOpens, EnqueueUrlsSkipsThoseWithoutAPath) {
-    const TempDir folder;
-    const QString base = qpath(folder.path());
-    PendingRepoOpens pending;
-    pending.enqueue(QList<QUrl>{
-        QUrl(QStringLiteral("https://example.com")),
-        QUrl::fromLocalFile(base + QStringLiteral("/a")), QUrl(QStringLiteral("vorda:///")),
-        QUrl(QStringLiteral("vorda://x?path=") + base + QStringLiteral("/b"))});
-    EXPECT_EQ(pending.paths(), (QStringList{base + "/a", base + "/b"}));
+    EXPECT_TRUE(nothing.paths().isEmpty());
+    EXPECT_FALSE(nothing.hasExternalOpen());
+    EXPECT_EQ(nothing.generation(), 0U);
 }
 
 }  // namespace

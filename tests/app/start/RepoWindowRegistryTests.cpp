@@ -32,96 +32,76 @@ class RepoWindowRegistryTest : public ::testing::Test {
         env_.launcher.show();
     }
 
+    // A registry of this environment whose factory is `factory`.
+    std::unique_ptr<RepoWindowRegistry> registryWith(RepoWindowRegistry::WindowFactory factory) {
+        return std::make_unique<RepoWindowRegistry>(std::move(factory), env_.recents, env_.launcher,
+                                                    env_.settings);
+    }
+
     StartEnvironment env_;
     QWidget launcherWindow_;
     RecordingFactory factory_;
     RepoWindowRegistry registry_{factory_.factory(), env_.recents, env_.launcher, env_.settings};
 };
 
-TEST_F(RepoWindowRegistryTest, TheSamePathTwiceOpensOneWindowAndBringsItForward) {
+TEST_F(RepoWindowRegistryTest, OneWindowPerPathPreparedShownAndBroughtForward) {
     QWidget* first = registry_.openWindow(QStringLiteral("/repo/a"));
     ASSERT_NE(first, nullptr);
-    first->hide();
-    QWidget* second = registry_.openWindow(QStringLiteral("/repo/a"));
-    EXPECT_EQ(first, second);
-    EXPECT_TRUE(second->isVisible());
-    EXPECT_EQ(factory_.requests->size(), 1U);
-    EXPECT_EQ(registry_.count(), 1);
-    EXPECT_EQ(registry_.window(QStringLiteral("/repo/a")), first);
-
-    registry_.openWindow(QStringLiteral("/repo/b"));
-    EXPECT_EQ(registry_.count(), 2);
-    EXPECT_EQ(*factory_.requests, (std::vector<QString>{"/repo/a", "/repo/b"}));
-}
-
-TEST_F(RepoWindowRegistryTest, ANewWindowIsPreparedAndShown) {
-    QWidget* window = registry_.openWindow(QStringLiteral("/repo/a"));
-    ASSERT_NE(window, nullptr);
-    EXPECT_TRUE(window->testAttribute(Qt::WA_DeleteOnClose));
-    EXPECT_TRUE(window->isVisible());
-    EXPECT_EQ(window->windowTitle(), QStringLiteral("/repo/a"));
-    const auto* saver = window->findChild<WindowFrameSaver*>();
+    EXPECT_TRUE(first->testAttribute(Qt::WA_DeleteOnClose));
+    EXPECT_TRUE(first->isVisible());
+    EXPECT_EQ(first->windowTitle(), QStringLiteral("/repo/a"));
+    const auto* saver = first->findChild<WindowFrameSaver*>();
     ASSERT_NE(saver, nullptr);
     EXPECT_EQ(saver->repoPath(), QStringLiteral("/repo/a"));
-    EXPECT_EQ(saver->window(), window);
+    EXPECT_EQ(saver->window(), first);
+
+    first->hide();
+    EXPECT_EQ(registry_.openWindow(QStringLiteral("/repo/a")), first);
+    EXPECT_TRUE(first->isVisible());
+    EXPECT_EQ(registry_.count(), 1);
+    EXPECT_EQ(registry_.window(QStringLiteral("/repo/a")), first);
+    EXPECT_TRUE(env_.recents.all().isEmpty());
+
+    registry_.recordAndOpen(QStringLiteral("/repo/b"));
+    EXPECT_EQ(registry_.count(), 2);
+    EXPECT_EQ(*factory_.requests, (std::vector<QString>{"/repo/a", "/repo/b"}));
+    ASSERT_EQ(env_.recents.all().size(), 1);
+    EXPECT_EQ(env_.recents.all().front().path, QStringLiteral("/repo/b"));
 }
 
 TEST_F(RepoWindowRegistryTest, TheLauncherHidesWhileAWindowExistsAndReturnsAfterTheLast) {
     const LogCapture log;
-    ASSERT_TRUE(env_.launcher.isVisible());
     ASSERT_TRUE(launcherWindow_.isVisible());
-
-    QWidget* window = registry_.openWindow(QStringLiteral("/repo/a"));
+    QWidget* first = registry_.openWindow(QStringLiteral("/repo/a"));
+    QWidget* second = registry_.openWindow(QStringLiteral("/repo/b"));
     EXPECT_FALSE(env_.launcher.isVisible());
     EXPECT_FALSE(launcherWindow_.isVisible());
 
-    window->close();
-    settleEvents();
-    EXPECT_TRUE(registry_.isEmpty());
-    EXPECT_EQ(registry_.window(QStringLiteral("/repo/a")), nullptr);
-    EXPECT_TRUE(env_.launcher.isVisible());
-    EXPECT_TRUE(launcherWindow_.isVisible());
-
-    EXPECT_TRUE(log.contains("[launcher] RepoWindowLifecycle.attach window=QWidget("));
-    EXPECT_TRUE(log.contains("[launcher] repo onAttach window=QWidget("));
-    EXPECT_TRUE(log.contains(" title=/repo/a\n"));
-    EXPECT_TRUE(log.contains("[launcher] RepoWindowLifecycle willClose window=QWidget("));
-    EXPECT_TRUE(log.contains(" tracker.isEmpty_after_remove=true\n"));
-    EXPECT_TRUE(log.contains("[launcher] repo onClose removed, tracker.isEmpty=true\n"));
-    EXPECT_TRUE(log.contains("[launcher] controller.show window=QWidget("));
-}
-
-TEST_F(RepoWindowRegistryTest, ClosingOneOfTwoWindowsLeavesTheLauncherHidden) {
-    QWidget* first = registry_.openWindow(QStringLiteral("/repo/a"));
-    registry_.openWindow(QStringLiteral("/repo/b"));
     const QSignalSpy shown(&env_.launcher, &LauncherWindowController::isVisibleChanged);
-
     first->close();
     settleEvents();
     EXPECT_EQ(registry_.count(), 1);
-    EXPECT_FALSE(env_.launcher.isVisible());
+    EXPECT_EQ(registry_.window(QStringLiteral("/repo/a")), nullptr);
     EXPECT_FALSE(launcherWindow_.isVisible());
     EXPECT_EQ(shown.count(), 0);
 
-    // The path of the closed window opens a fresh one.
-    QWidget* again = registry_.openWindow(QStringLiteral("/repo/a"));
-    EXPECT_NE(again, nullptr);
-    EXPECT_EQ(registry_.count(), 2);
-    EXPECT_EQ(factory_.requests->size(), 3U);
-}
-
-TEST_F(RepoWindowRegistryTest, AWindowThatRefusesToCloseStaysTracked) {
-    class Stubborn : public QWidget {
-      protected:
-        void closeEvent(QCloseEvent* event) override { event->ignore(); }
-    };
-    RepoWindowRegistry registry([](const QString&) { return new Stubborn; }, env_.recents,
-                                env_.launcher, env_.settings);
-    QWidget* window = registry.openWindow(QStringLiteral("/repo/a"));
-    EXPECT_FALSE(window->close());
+    second->close();
     settleEvents();
-    EXPECT_EQ(registry.count(), 1);
-    EXPECT_FALSE(env_.launcher.isVisible());
+    EXPECT_TRUE(registry_.isEmpty());
+    EXPECT_TRUE(env_.launcher.isVisible());
+    EXPECT_TRUE(launcherWindow_.isVisible());
+    for (const char* line : {"[launcher] RepoWindowLifecycle.attach window=QWidget(",
+                             "[launcher] repo onAttach window=QWidget(", " title=/repo/a\n",
+                             "[launcher] RepoWindowLifecycle willClose window=QWidget(",
+                             " tracker.isEmpty_after_remove=true\n",
+                             "[launcher] repo onClose removed, tracker.isEmpty=true\n",
+                             "[launcher] controller.show window=QWidget("}) {
+        EXPECT_TRUE(log.contains(line)) << line;
+    }
+
+    // The path of a closed window opens a fresh one.
+    EXPECT_NE(registry_.openWindow(QStringLiteral("/repo/a")), nullptr);
+    EXPECT_EQ(factory_.requests->size(), 3U);
 }
 
 TEST_F(RepoWindowRegistryTest, ActivateBringsTheLastWindowForwardOrShowsTheLauncher) {
@@ -136,20 +116,35 @@ TEST_F(RepoWindowRegistryTest, ActivateBringsTheLastWindowForwardOrShowsTheLaunc
     EXPECT_FALSE(env_.launcher.isVisible());
 }
 
+TEST_F(RepoWindowRegistryTest, WindowsThatRefuseToCloseOrNeverComeAreHandled) {
+    class Stubborn : public QWidget {
+      protected:
+        void closeEvent(QCloseEvent* event) override { event->ignore(); }
+    };
+    const auto none = registryWith([](const QString&) { return nullptr; });
+    EXPECT_EQ(none->openWindow(QStringLiteral("/repo/a")), nullptr);
+    EXPECT_TRUE(none->isEmpty());
+    EXPECT_TRUE(env_.launcher.isVisible());
+
+    const auto stubborn = registryWith([](const QString&) { return new Stubborn; });
+    EXPECT_FALSE(stubborn->openWindow(QStringLiteral("/repo/a"))->close());
+    settleEvents();
+    EXPECT_EQ(stubborn->count(), 1);
+    EXPECT_FALSE(env_.launcher.isVisible());
+}
+
 TEST_F(RepoWindowRegistryTest, MainWindowsGetTheFileMenuAndTheInstallersMenus) {
-    RepoWindowRegistry registry(
-        [](const QString&) {
-            auto* window = new QMainWindow;
-            window->menuBar()->addMenu(QStringLiteral("Own"));
-            return window;
-        },
-        env_.recents, env_.launcher, env_.settings);
+    const auto registry = registryWith([](const QString&) {
+        auto* window = new QMainWindow;
+        window->menuBar()->addMenu(QStringLiteral("Own"));
+        return window;
+    });
     int installed = 0;
-    registry.setMenuInstaller([&installed](QMenuBar* bar) {
+    registry->setMenuInstaller([&installed](QMenuBar* bar) {
         ++installed;
         bar->addMenu(QStringLiteral("Repo"));
     });
-    auto* window = qobject_cast<QMainWindow*>(registry.openWindow(QStringLiteral("/repo/a")));
+    auto* window = qobject_cast<QMainWindow*>(registry->openWindow(QStringLiteral("/repo/a")));
     ASSERT_NE(window, nullptr);
     EXPECT_EQ(installed, 1);
     QStringList titles;
@@ -160,72 +155,45 @@ TEST_F(RepoWindowRegistryTest, MainWindowsGetTheFileMenuAndTheInstallersMenus) {
     EXPECT_NE(window->menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu")), nullptr);
 }
 
-TEST_F(RepoWindowRegistryTest, RecordAndOpenRecordsThePath) {
-    registry_.recordAndOpen(QStringLiteral("/repo/a"));
-    ASSERT_EQ(env_.recents.all().size(), 1);
-    EXPECT_EQ(env_.recents.all().front().path, QStringLiteral("/repo/a"));
-    EXPECT_EQ(registry_.count(), 1);
-}
-
-TEST_F(RepoWindowRegistryTest, AFactoryWithoutAWindowOpensNothing) {
-    RepoWindowRegistry registry([](const QString&) { return nullptr; }, env_.recents, env_.launcher,
-                                env_.settings);
-    EXPECT_EQ(registry.openWindow(QStringLiteral("/repo/a")), nullptr);
-    EXPECT_TRUE(registry.isEmpty());
-    EXPECT_TRUE(env_.launcher.isVisible());
-}
-
 TEST_F(RepoWindowRegistryTest, DestroyingTheRegistryClosesItsWindowsQuietly) {
-    QPointer<QWidget> window;
-    {
-        RepoWindowRegistry registry(factory_.factory(), env_.recents, env_.launcher, env_.settings);
-        window = registry.openWindow(QStringLiteral("/repo/a"));
-        ASSERT_FALSE(env_.launcher.isVisible());
-    }
+    auto registry = registryWith(factory_.factory());
+    const QPointer<QWidget> window = registry->openWindow(QStringLiteral("/repo/a"));
+    ASSERT_FALSE(env_.launcher.isVisible());
+    registry.reset();
     EXPECT_TRUE(window.isNull());
     EXPECT_FALSE(env_.launcher.isVisible());
 }
 
-class PendingOpenRouterTest : public RepoWindowRegistryTest {
-  protected:
-    PendingRepoOpens pending_;
-    PendingOpenRouter router_{pending_, registry_};
-};
+TEST_F(RepoWindowRegistryTest, TheRouterOpensWhatArrivedEarlierAndFollowsTheQueue) {
+    // With nothing queued the launcher stays.
+    PendingRepoOpens idle;
+    PendingOpenRouter quiet{idle, registry_};
+    quiet.start();
+    quiet.drain();
+    EXPECT_TRUE(env_.launcher.isVisible());
 
-TEST_F(PendingOpenRouterTest, StartDrainsWhatArrivedEarlierAndFollowsTheQueue) {
+    PendingRepoOpens pending;
+    PendingOpenRouter router{pending, registry_};
     const QString a = env_.makeFolder("a");
-    const QString b = env_.makeFolder("b");
-    pending_.enqueue(a);
+    pending.enqueue(a);
     EXPECT_TRUE(registry_.isEmpty());
 
     const LogCapture log;
-    router_.start();
+    router.start();
     EXPECT_EQ(registry_.count(), 1);
-    EXPECT_TRUE(pending_.paths().isEmpty());
+    EXPECT_TRUE(pending.paths().isEmpty());
     EXPECT_FALSE(env_.launcher.isVisible());
     EXPECT_TRUE(log.contains("[launcher] controller.hide window="));
     EXPECT_TRUE(log.contains("[launcher] PendingOpenRouter.open path=" + a.toStdString() + "\n"));
 
-    pending_.enqueue(b);
+    // The same path again, spelt differently, brings the window forward.
+    const QString b = env_.makeFolder("b");
+    pending.enqueue(b);
+    pending.enqueue(b + QStringLiteral("/"));
     EXPECT_EQ(registry_.count(), 2);
+    EXPECT_EQ(factory_.requests->size(), 2U);
     ASSERT_EQ(env_.recents.all().size(), 2);
     EXPECT_EQ(env_.recents.all().front().path, b);
-}
-
-TEST_F(PendingOpenRouterTest, TheSamePathEnqueuedTwiceOpensOneWindow) {
-    router_.start();
-    const QString a = env_.makeFolder("a");
-    pending_.enqueue(a);
-    pending_.enqueue(a + QStringLiteral("/"));
-    EXPECT_EQ(registry_.count(), 1);
-    EXPECT_EQ(factory_.requests->size(), 1U);
-    EXPECT_EQ(env_.recents.all().size(), 1);
-}
-
-TEST_F(PendingOpenRouterTest, AnEmptyDrainLeavesTheLauncherAlone) {
-    router_.start();
-    router_.drain();
-    EXPECT_TRUE(env_.launcher.isVisible());
 }
 
 }  // namespace

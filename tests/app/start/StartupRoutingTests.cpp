@@ -72,20 +72,17 @@ TEST_F(StartupRoutingTest, AMissingFirstRecentShowsTheLauncherAndStaysListed) {
         log.contains("[launcher] LauncherView.task no valid recent \u2192 controller.show()\n"));
 }
 
-TEST_F(StartupRoutingTest, NoRecentsShowTheLauncher) {
+TEST_F(StartupRoutingTest, NoRecentsShowTheLauncherAndItRoutesOnlyOnce) {
     const LogCapture log;
     routing_.route();
     EXPECT_TRUE(env_.launcher.isVisible());
     EXPECT_TRUE(log.contains("[launcher] LauncherView.task recents count=0 top=nil\n"));
-}
 
-TEST_F(StartupRoutingTest, ItRoutesOnlyOnce) {
-    routing_.route();
     env_.launcher.hide();
-    const LogCapture log;
+    const LogCapture again;
     routing_.route();
     EXPECT_FALSE(env_.launcher.isVisible());
-    EXPECT_EQ(log.text(), "[launcher] LauncherView.task fired didRoute=true\n");
+    EXPECT_EQ(again.text(), "[launcher] LauncherView.task fired didRoute=true\n");
 }
 
 }  // namespace

@@ -61,7 +61,7 @@ class VordaApplicationTest : public ::testing::Test {
     RecordingFactory factory_;
 };
 
-TEST_F(VordaApplicationTest, StartWithAPathOpensItsWindowAndKeepsTheLauncherHidden) {
+TEST_F(VordaApplicationTest, StartWithAPathOpensItsWindowAndTheLauncherComesBackAfterIt) {
     const QString repo = makeFolder("repo");
     auto app = make(factory_);
     const LogCapture log;
@@ -74,50 +74,39 @@ TEST_F(VordaApplicationTest, StartWithAPathOpensItsWindowAndKeepsTheLauncherHidd
     EXPECT_EQ(app->recentRepos().all().front().path, repo);
     EXPECT_TRUE(app->isInstanceServer());
 
+    // In this order, from the first line on.
     const std::string text = log.text();
-    const auto first = text.find("[launcher] AppDelegate.applicationDidFinishLaunching\n");
-    const auto enqueue =
-        text.find("[launcher] PendingRepoOpens.enqueue path=" + repo.toStdString() + " queue=");
-    const auto registered =
-        text.find("[launcher] controller.register window=vorda::LauncherWindow(");
-    const auto opened = text.find("[launcher] PendingOpenRouter.open path=" + repo.toStdString());
-    const auto skipped = text.find("external open pending \u2192 skip recent reopen");
-    ASSERT_NE(first, std::string::npos) << text;
-    EXPECT_EQ(first, 0U) << text;
-    EXPECT_LT(first, enqueue);
-    EXPECT_LT(enqueue, registered);
-    EXPECT_LT(registered, opened);
-    EXPECT_LT(opened, skipped);
-    EXPECT_NE(skipped, std::string::npos) << text;
-}
+    EXPECT_TRUE(text.starts_with("[launcher] AppDelegate.applicationDidFinishLaunching\n")) << text;
+    std::size_t at = 0;
+    for (const std::string& line :
+         {"[launcher] PendingRepoOpens.enqueue path=" + repo.toStdString() + " queue=",
+          std::string("[launcher] controller.register window=vorda::LauncherWindow("),
+          "[launcher] PendingOpenRouter.open path=" + repo.toStdString(),
+          std::string("external open pending \u2192 skip recent reopen")}) {
+        const auto found = text.find(line, at);
+        ASSERT_NE(found, std::string::npos) << line << "\nafter " << at << " in\n" << text;
+        at = found + 1;
+    }
 
-TEST_F(VordaApplicationTest, StartWithoutAnythingShowsTheLauncher) {
-    auto app = make(factory_);
-    app->start({QStringLiteral("vorda")});
-    EXPECT_TRUE(factory_.requests->empty());
-    EXPECT_TRUE(app->launcherController().isVisible());
+    app->registry().window(repo)->close();
+    settleEvents();
     EXPECT_TRUE(app->launcher().isVisible());
 }
 
-TEST_F(VordaApplicationTest, StartReopensTheLastRepository) {
+TEST_F(VordaApplicationTest, StartWithoutAPathReopensTheLastRepositoryElseShowsTheLauncher) {
+    auto first = make(factory_);
+    first->start({QStringLiteral("vorda")});
+    EXPECT_TRUE(factory_.requests->empty());
+    EXPECT_TRUE(first->launcherController().isVisible());
+    EXPECT_TRUE(first->launcher().isVisible());
     const QString repo = makeFolder("repo");
-    {
-        auto first = make(factory_);
-        first->recentRepos().record(repo);
-    }
+    first->recentRepos().record(repo);
+    first.reset();
+
     auto app = make(factory_);
     app->start({QStringLiteral("vorda")});
     EXPECT_EQ(*factory_.requests, std::vector<QString>{repo});
     EXPECT_FALSE(app->launcher().isVisible());
-}
-
-TEST_F(VordaApplicationTest, TheLastWindowClosedBringsTheLauncherBack) {
-    const QString repo = makeFolder("repo");
-    auto app = make(factory_);
-    app->start({QStringLiteral("vorda"), repo});
-    app->registry().window(repo)->close();
-    settleEvents();
-    EXPECT_TRUE(app->launcher().isVisible());
 }
 
 TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheMenus) {
@@ -150,14 +139,20 @@ TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheMenus) {
 
 TEST_F(VordaApplicationTest, ASecondLaunchForwardsItsPathsToTheRunningInstance) {
     const QString repo = makeFolder("repo");
+    const QString other = makeFolder("other");
     auto running = make(factory_);
     EXPECT_FALSE(running->forwardToRunningInstance({QStringLiteral("vorda")}));
     EXPECT_TRUE(running->isInstanceServer());
     running->start({QStringLiteral("vorda")});
-    ASSERT_TRUE(running->launcher().isVisible());
+    running->launcherController().hide();
 
     RecordingFactory secondFactory;
     auto second = make(secondFactory);
+    // Without paths it brings the running instance forward.
+    EXPECT_TRUE(second->forwardToRunningInstance({QStringLiteral("vorda")}));
+    settleEvents();
+    EXPECT_TRUE(running->launcher().isVisible());
+
     const LogCapture log;
     EXPECT_TRUE(second->forwardToRunningInstance(
         {QStringLiteral("vorda"), QStringLiteral("--repo"), repo}));
@@ -174,47 +169,24 @@ TEST_F(VordaApplicationTest, ASecondLaunchForwardsItsPathsToTheRunningInstance) 
     settleEvents();
     EXPECT_EQ(factory_.requests->size(), 1U);
     EXPECT_TRUE(running->registry().window(repo)->isVisible());
-}
 
-TEST_F(VordaApplicationTest, ForwardedRelativePathsAndAddressesResolveInTheSender) {
-    const QString repo = makeFolder("repo");
-    const QString other = makeFolder("other");
-    auto running = make(factory_);
-    ASSERT_FALSE(running->forwardToRunningInstance({QStringLiteral("vorda")}));
-    running->start({QStringLiteral("vorda")});
-
+    // Relative paths and addresses resolve in the sender.
+    const QString relative = makeFolder("relative");
     const QString previous = QDir::currentPath();
     ASSERT_TRUE(QDir::setCurrent(qpath(folder_.path())));
-    RecordingFactory secondFactory;
-    auto second = make(secondFactory);
-    const LogCapture log;
     const bool forwarded =
-        second->forwardToRunningInstance({QStringLiteral("vorda"), QStringLiteral("repo"),
+        second->forwardToRunningInstance({QStringLiteral("vorda"), QStringLiteral("relative"),
                                           QStringLiteral("vorda://open?path=") + other});
     QDir::setCurrent(previous);
     EXPECT_TRUE(forwarded);
     settleEvents();
-    EXPECT_EQ(*factory_.requests, (std::vector<QString>{repo, other}));
+    EXPECT_EQ(*factory_.requests, (std::vector<QString>{repo, relative, other}));
     EXPECT_TRUE(log.contains("[launcher] AppDelegate.open urls=[\"vorda://open?path="));
 }
 
-TEST_F(VordaApplicationTest, ASecondLaunchWithoutPathsBringsTheInstanceForward) {
-    auto running = make(factory_);
-    ASSERT_FALSE(running->forwardToRunningInstance({QStringLiteral("vorda")}));
-    running->start({QStringLiteral("vorda")});
-    running->launcherController().hide();
-
-    RecordingFactory secondFactory;
-    auto second = make(secondFactory);
-    EXPECT_TRUE(second->forwardToRunningInstance({QStringLiteral("vorda")}));
-    settleEvents();
-    EXPECT_TRUE(running->launcher().isVisible());
-}
-
-TEST_F(VordaApplicationTest, AStaleSocketIsReplaced) {
-    const QString socketPath = QDir::tempPath() + QLatin1Char('/') + instanceName_;
+TEST_F(VordaApplicationTest, AStaleSocketIsReplacedAndALiveInstanceIsNotDisplaced) {
     {
-        QFile stale(socketPath);
+        QFile stale(QDir::tempPath() + QLatin1Char('/') + instanceName_);
         ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
     }
     auto app = make(factory_);
@@ -222,16 +194,10 @@ TEST_F(VordaApplicationTest, AStaleSocketIsReplaced) {
     EXPECT_TRUE(app->isInstanceServer());
 
     RecordingFactory secondFactory;
-    auto second = make(secondFactory);
-    EXPECT_TRUE(second->forwardToRunningInstance({QStringLiteral("vorda")}));
-}
-
-TEST_F(VordaApplicationTest, ALiveInstanceIsNotDisplaced) {
-    auto running = make(factory_);
-    ASSERT_FALSE(running->forwardToRunningInstance({QStringLiteral("vorda")}));
+    EXPECT_TRUE(make(secondFactory)->forwardToRunningInstance({QStringLiteral("vorda")}));
     InstanceServer intruder;
     EXPECT_FALSE(intruder.listen(instanceName_));
-    EXPECT_TRUE(running->isInstanceServer());
+    EXPECT_TRUE(app->isInstanceServer());
 }
 
 TEST(InstanceServerName, TheEnvironmentOverridesTheUsersName) {

@@ -27,78 +27,22 @@ class WindowFrameSaverTest : public ::testing::Test {
     std::unique_ptr<QWidget> window_ = std::make_unique<QWidget>();
 };
 
-TEST_F(WindowFrameSaverTest, ShowingRestoresTheStoredFrame) {
+TEST_F(WindowFrameSaverTest, RestoresOncePerAttachmentThenSavesEveryChange) {
     WindowFramesStore::save(QRectF(40, 50, 420, 310), path_, settings_);
     window_->resize(200, 100);
     WindowFrameSaver saver(path_, settings_);
     saver.attach(window_.get());
     EXPECT_FALSE(saver.isRestored());
-
     window_->show();
     settleEvents();
     EXPECT_TRUE(saver.isRestored());
     EXPECT_EQ(window_->geometry(), QRect(40, 50, 420, 310));
-}
 
-TEST_F(WindowFrameSaverTest, AMoveBeforeTheRestorationSavesNothing) {
-    window_->setGeometry(10, 10, 300, 200);
-    window_->show();
-    settleEvents();
-
-    // Attached to a visible window, the restoration waits for the event loop.
-    WindowFrameSaver saver(path_, settings_);
-    saver.attach(window_.get());
-    window_->move(70, 80);
-    window_->resize(320, 220);
-    EXPECT_FALSE(saver.isRestored());
-    EXPECT_FALSE(stored().has_value());
-
-    settleEvents();
-    EXPECT_TRUE(saver.isRestored());
-    const QRect beforeMove = window_->geometry();
-    window_->move(90, 100);
-    settleEvents();
-    ASSERT_TRUE(stored().has_value());
-    EXPECT_NE(window_->geometry(), beforeMove);
-    EXPECT_EQ(stored()->toRect(), window_->geometry());
-}
-
-TEST_F(WindowFrameSaverTest, TheRestorationOfAVisibleWindowAppliesTheStoredFrame) {
-    WindowFramesStore::save(QRectF(60, 70, 500, 400), path_, settings_);
-    window_->setGeometry(10, 10, 300, 200);
-    window_->show();
-    settleEvents();
-
-    WindowFrameSaver saver(path_, settings_);
-    saver.attach(window_.get());
-    window_->move(20, 20);
-    // The early move did not overwrite the stored frame.
-    EXPECT_EQ(stored(), QRectF(60, 70, 500, 400));
-    settleEvents();
-    EXPECT_EQ(window_->geometry(), QRect(60, 70, 500, 400));
-}
-
-TEST_F(WindowFrameSaverTest, LaterMovesAndResizesSaveTheFrame) {
-    WindowFrameSaver saver(path_, settings_);
-    saver.attach(window_.get());
-    window_->setGeometry(15, 25, 333, 222);
-    window_->show();
-    settleEvents();
-    EXPECT_TRUE(saver.isRestored());
-
-    window_->resize(350, 240);
+    // Later moves and resizes are saved; showing again restores nothing.
+    window_->setGeometry(100, 110, 300, 200);
     settleEvents();
     EXPECT_EQ(stored(), QRectF(window_->geometry()));
-    EXPECT_EQ(stored()->size().toSize(), QSize(350, 240));
-}
-
-TEST_F(WindowFrameSaverTest, RestorationRunsOncePerAttachment) {
-    WindowFramesStore::save(QRectF(40, 50, 420, 310), path_, settings_);
-    WindowFrameSaver saver(path_, settings_);
-    saver.attach(window_.get());
-    window_->show();
-    settleEvents();
-    window_->setGeometry(100, 110, 300, 200);
+    EXPECT_EQ(stored()->size().toSize(), QSize(300, 200));
     window_->hide();
     window_->show();
     settleEvents();
@@ -114,6 +58,28 @@ TEST_F(WindowFrameSaverTest, RestorationRunsOncePerAttachment) {
     other.show();
     settleEvents();
     EXPECT_EQ(other.geometry(), QRect(100, 110, 300, 200));
+}
+
+TEST_F(WindowFrameSaverTest, AVisibleWindowIsRestoredOnTheEventLoopAndNothingIsSavedBefore) {
+    WindowFramesStore::save(QRectF(60, 70, 500, 400), path_, settings_);
+    window_->setGeometry(10, 10, 300, 200);
+    window_->show();
+    settleEvents();
+
+    WindowFrameSaver saver(path_, settings_);
+    saver.attach(window_.get());
+    window_->move(20, 20);
+    window_->resize(320, 220);
+    EXPECT_FALSE(saver.isRestored());
+    EXPECT_EQ(stored(), QRectF(60, 70, 500, 400));  // the early move overwrote nothing
+    settleEvents();
+    EXPECT_TRUE(saver.isRestored());
+    EXPECT_EQ(window_->geometry(), QRect(60, 70, 500, 400));
+
+    window_->move(90, 100);
+    settleEvents();
+    EXPECT_NE(window_->geometry(), QRect(60, 70, 500, 400));
+    EXPECT_EQ(stored()->toRect(), window_->geometry());
 }
 
 }  // namespace
