@@ -15,10 +15,16 @@
 #include <gtest/gtest.h>
 
 #include "ColumnTestData.h"
+#include "app/column/ColumnText.h"
+#include "app/column/CommitCardChips.h"
 #include "app/column/CommitCardDelegate.h"
+#include "app/column/CommitCardText.h"
 #include "app/column/CommitListModel.h"
 #include "app/column/CommitListView.h"
 
+// The column as a widget: that it shows what the column rules and texts
+// decide (the sentences themselves are pinned in ColumnTextTests) and reports
+// the user's gestures.
 namespace vorda {
 namespace {
 
@@ -26,8 +32,9 @@ using columntest::bookmarkLane;
 using columntest::makeCommit;
 using columntest::makeCommits;
 using LaneKind = BookmarkColumnInput::LaneKind;
+using Role = BookmarkInclusionRole;
 
-template <typename Widget>
+template <typename Widget = QWidget>
 Widget* child(const BookmarkColumn& column, const char* name) {
     auto* widget = column.findChild<Widget*>(QString::fromLatin1(name));
     EXPECT_NE(widget, nullptr) << name;
@@ -39,17 +46,16 @@ bool shows(const BookmarkColumn& column, const char* name) {
     return widget != nullptr && widget->isVisibleTo(&column);
 }
 
+std::string text(const BookmarkColumn& column, const char* name) {
+    return child<QLabel>(column, name)->text().toStdString();
+}
+
 // The action a `bookmarkAction` signal carried. Read in place: the action
 // has no default value, which `QVariant::value` would need.
 const BookmarkAction& actionAt(const QSignalSpy& spy, int index) {
     const QVariant& argument = spy.at(index).at(0);
     EXPECT_EQ(argument.metaType(), QMetaType::fromType<BookmarkAction>());
     return *static_cast<const BookmarkAction*>(argument.constData());
-}
-
-template <typename Action>
-bool isAction(const QSignalSpy& spy, int index) {
-    return std::holds_alternative<Action>(actionAt(spy, index).value);
 }
 
 // Shows the column offscreen at a fixed size, so that rows have geometry.
@@ -65,27 +71,23 @@ QPoint rowCenter(const BookmarkColumn& column, int row) {
 }
 
 TEST(BookmarkColumn, CommitsRenderThroughTheModelWithCardTooltips) {
-    JJCommit tip = makeCommit(1, "Add login form\nDetails");
-    JJCommit empty = makeCommit(2, "");
-    JJCommit fixed = makeCommit(3, "Release", true);
-    BookmarkColumnInput input =
-        bookmarkLane("feature", SharedCommit::shareAll({tip, empty, fixed}));
+    const JJCommit tip = makeCommit(1, "Add login form\nDetails");
+    BookmarkColumnInput input = bookmarkLane(
+        "feature",
+        SharedCommit::shareAll({tip, makeCommit(2, ""), makeCommit(3, "Release", true)}));
     input.compositionPoints = {{"dev", tip.commitID, true}};
-
     BookmarkColumn column;
     column.setInput(input);
     CommitListModel* model = column.commitModel();
     ASSERT_EQ(model->rowCount(), 3);
     EXPECT_EQ(column.commitList()->model(), model);
     EXPECT_TRUE(column.commitList()->uniformItemSizes());
-    EXPECT_NE(qobject_cast<CommitCardDelegate*>(column.commitList()->itemDelegate()), nullptr);
-    EXPECT_EQ(model->index(1).data().toString(), QStringLiteral("(no description set)"));
-    EXPECT_TRUE(model->index(2).data(CommitListModel::IsImmutableRole).toBool());
-    EXPECT_EQ(shows(column, "columnTitle"), true);
-    EXPECT_EQ(child<QLabel>(column, "columnTitle")->text(), QStringLiteral("feature"));
+    EXPECT_TRUE(shows(column, "columnTitle"));
+    EXPECT_EQ(text(column, "columnTitle"), "feature");
 
     // Pointing at each part of the first card finds its own tooltip.
     auto* delegate = qobject_cast<CommitCardDelegate*>(column.commitList()->itemDelegate());
+    ASSERT_NE(delegate, nullptr);
     QStyleOptionViewItem option;
     option.initFrom(column.commitList()->viewport());
     option.font = column.commitList()->font();
@@ -96,15 +98,13 @@ TEST(BookmarkColumn, CommitsRenderThroughTheModelWithCardTooltips) {
             tooltips.insert(delegate->tooltipAt(option, model->index(0), QPoint(x, y)));
         }
     }
-    EXPECT_TRUE(tooltips.contains(QStringLiteral("Change ") + QString::fromStdString(tip.changeID) +
-                                  QStringLiteral(" · commit ") +
-                                  QString::fromStdString(tip.commitID)));
-    EXPECT_TRUE(tooltips.contains(QStringLiteral("Ada Lovelace <ada@example.com>")));
-    EXPECT_TRUE(
-        tooltips.contains(model->index(0).data(CommitListModel::TimestampToolTipRole).toString()));
-    EXPECT_TRUE(tooltips.contains(
-        QStringLiteral("This commit is dev's composition boundary. Drag it to another commit in "
-                       "this lane to change that workspace's view.")));
+    const QString composition = cardChips(input, tip, true).back().tooltip;
+    ASSERT_FALSE(composition.isEmpty());
+    for (const QString& expected :
+         {cardtext::cardTooltip(tip), cardtext::authorTooltip(tip.author), composition,
+          model->index(0).data(CommitListModel::TimestampToolTipRole).toString()}) {
+        EXPECT_TRUE(tooltips.contains(expected)) << expected.toStdString();
+    }
     EXPECT_EQ(delegate->sizeHint(option, model->index(0)).height(),
               delegate->sizeHint(option, model->index(2)).height());
 }
@@ -123,18 +123,18 @@ TEST(BookmarkColumn, PressingCardsAndLoadMoreReportsTheGesture) {
     QSignalSpy commits(&column, &BookmarkColumn::commitClicked);
     QSignalSpy columns(&column, &BookmarkColumn::columnClicked);
     QWidget* viewport = column.commitList()->viewport();
+    const auto press = [&](int row, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QTest::mouseClick(viewport, Qt::LeftButton, modifiers, rowCenter(column, row));
+    };
 
-    QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier, rowCenter(column, 4));
+    press(4);
     EXPECT_EQ(loadMore.count(), 1);
     EXPECT_EQ(commits.count(), 0);
-
-    QTest::mouseClick(viewport, Qt::LeftButton, Qt::ShiftModifier, rowCenter(column, 1));
-    ASSERT_EQ(commits.count(), 1);
+    press(1, Qt::ShiftModifier);
+    press(3, Qt::ControlModifier);
+    ASSERT_EQ(commits.count(), 2);
     EXPECT_EQ(commits[0][0].value<std::string>(), columntest::changeIDFor(2));
     EXPECT_EQ(commits[0][1].value<Qt::KeyboardModifiers>(), Qt::ShiftModifier);
-
-    QTest::mouseClick(viewport, Qt::LeftButton, Qt::ControlModifier, rowCenter(column, 3));
-    ASSERT_EQ(commits.count(), 2);
     EXPECT_EQ(commits[1][0].value<std::string>(), columntest::changeIDFor(21));
 
     // Below the last card the column itself is pressed.
@@ -145,56 +145,44 @@ TEST(BookmarkColumn, PressingCardsAndLoadMoreReportsTheGesture) {
     // With every ancestor loaded the row goes away.
     input.ancestorCommits = makeCommits(20, 3);
     column.setInput(input);
-    ASSERT_EQ(column.commitModel()->rowCount(), 5);
     EXPECT_EQ(column.commitModel()->row(4).kind, CommitListModel::RowKind::ancestor);
-    QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier, rowCenter(column, 4));
+    press(4);
     EXPECT_EQ(loadMore.count(), 1);
     EXPECT_EQ(commits.count(), 3);
 }
 
 TEST(BookmarkColumn, InclusionToggleShowsTheRoleAndReportsWithoutChangingItself) {
     BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 1));
-    input.inclusionRole = BookmarkInclusionRole::inherited("platform");
     BookmarkColumn column;
     column.setInput(input);
+    showColumn(column);
     auto* toggle = child<QCheckBox>(column, "inclusionToggle");
     ASSERT_NE(toggle, nullptr);
-    EXPECT_TRUE(toggle->isVisibleTo(&column));
-    EXPECT_TRUE(toggle->isChecked());
-    EXPECT_FALSE(toggle->isEnabled());
-    EXPECT_EQ(toggle->toolTip(),
-              QStringLiteral("Included through platform; rebase the containing history to "
-                             "remove it."));
-
-    input.inclusionRole = BookmarkInclusionRole::inherited(std::nullopt);
-    column.setInput(input);
-    EXPECT_FALSE(toggle->isEnabled());
-    EXPECT_EQ(toggle->toolTip(),
-              QStringLiteral("Included through the workspace ancestry; its base cannot be "
-                             "toggled."));
-
-    input.inclusionRole = BookmarkInclusionRole::absent();
-    column.setInput(input);
-    EXPECT_FALSE(toggle->isChecked());
-    EXPECT_TRUE(toggle->isEnabled());
-    EXPECT_EQ(toggle->toolTip(),
-              QStringLiteral("Enable in the selected workspace. This materializes a "
-                             "composition point when needed."));
-
-    showColumn(column);
     QSignalSpy toggled(&column, &BookmarkColumn::inclusionToggled);
-    QTest::mouseClick(toggle, Qt::LeftButton, Qt::NoModifier, toggle->rect().center());
-    ASSERT_EQ(toggled.count(), 1);
-    EXPECT_TRUE(toggled[0][0].toBool());
-    EXPECT_FALSE(toggle->isChecked());  // until the workspace says otherwise
-
-    input.inclusionRole = BookmarkInclusionRole::partial(input.commits[0]->commitID);
-    column.setInput(input);
-    EXPECT_TRUE(toggle->isChecked());
-    EXPECT_TRUE(toggle->isEnabled());
-    QTest::mouseClick(toggle, Qt::LeftButton, Qt::NoModifier, toggle->rect().center());
-    ASSERT_EQ(toggled.count(), 2);
-    EXPECT_FALSE(toggled[1][0].toBool());
+    const struct {
+        BookmarkInclusionRole role;
+        bool checked;
+        bool enabled;
+    } roles[] = {{Role::inherited("platform"), true, false},
+                 {Role::inherited(std::nullopt), true, false},
+                 {Role::absent(), false, true},
+                 {Role::partial(input.commits[0]->commitID), true, true}};
+    for (const auto& c : roles) {
+        input.inclusionRole = c.role;
+        column.setInput(input);
+        EXPECT_TRUE(toggle->isVisibleTo(&column));
+        EXPECT_EQ(toggle->isChecked(), c.checked);
+        EXPECT_EQ(toggle->isEnabled(), c.enabled);
+        EXPECT_EQ(toggle->toolTip().toStdString(), columntext::inclusionHelp(c.role));
+        // A click asks for the other state and waits for the workspace to say so.
+        QTest::mouseClick(toggle, Qt::LeftButton, Qt::NoModifier, toggle->rect().center());
+        EXPECT_EQ(toggle->isChecked(), c.checked);
+        if (c.enabled) {
+            ASSERT_FALSE(toggled.isEmpty());
+            EXPECT_EQ(toggled.takeFirst()[0].toBool(), !c.checked);
+        }
+        EXPECT_TRUE(toggled.isEmpty());
+    }
 
     input.kind = LaneKind::workingCopyStack;
     column.setInput(input);
@@ -207,15 +195,14 @@ TEST(BookmarkColumn, WorkingCopiesMenuListsPlacementsWithChecksAndHelp) {
     column.setInput(input);
     EXPECT_FALSE(shows(column, "workingCopiesButton"));
 
-    input.workspacePlacements = {{"zeta", BookmarkInclusionRole::inherited("platform")},
-                                 {"alpha", BookmarkInclusionRole::absent()},
-                                 {"dev", BookmarkInclusionRole::directParent()}};
+    input.workspacePlacements = {{"zeta", Role::inherited("platform")},
+                                 {"alpha", Role::absent()},
+                                 {"dev", Role::directParent()}};
     column.setInput(input);
     auto* button = child<QToolButton>(column, "workingCopiesButton");
     ASSERT_NE(button, nullptr);
     EXPECT_TRUE(button->isVisibleTo(&column));
-    EXPECT_EQ(button->text(), QStringLiteral("Working Copies"));
-    EXPECT_EQ(button->toolTip(), QStringLiteral("Choose which working copies include feature"));
+    EXPECT_EQ(button->toolTip().toStdString(), columntext::workspacesMenuTitle("feature"));
 
     std::vector<QAction*> entries;
     for (QAction* action : button->menu()->actions()) {
@@ -223,20 +210,16 @@ TEST(BookmarkColumn, WorkingCopiesMenuListsPlacementsWithChecksAndHelp) {
             entries.push_back(action);
         }
     }
-    ASSERT_EQ(entries.size(), 3U);
-    EXPECT_EQ(entries[0]->text(), QStringLiteral("alpha"));
-    EXPECT_FALSE(entries[0]->isChecked());
-    EXPECT_TRUE(entries[0]->isEnabled());
-    EXPECT_EQ(entries[0]->toolTip(), QStringLiteral("Include feature in alpha"));
-    EXPECT_EQ(entries[1]->text(), QStringLiteral("dev"));
-    EXPECT_TRUE(entries[1]->isChecked());
-    EXPECT_EQ(entries[1]->toolTip(), QStringLiteral("Remove feature from dev"));
-    EXPECT_EQ(entries[2]->text(), QStringLiteral("zeta"));
-    EXPECT_TRUE(entries[2]->isChecked());
-    EXPECT_FALSE(entries[2]->isEnabled());
-    EXPECT_EQ(entries[2]->toolTip(),
-              QStringLiteral("Included in zeta through platform; change that containing history "
-                             "to remove it"));
+    const std::vector<WorkspaceBookmarkPlacement> sorted = {
+        input.workspacePlacements[1], input.workspacePlacements[2], input.workspacePlacements[0]};
+    ASSERT_EQ(entries.size(), sorted.size());
+    for (std::size_t index = 0; index < sorted.size(); ++index) {
+        const auto help = columntext::workspacePlacementHelp(sorted[index], "feature");
+        EXPECT_EQ(entries[index]->text().toStdString(), sorted[index].workspaceName);
+        EXPECT_EQ(entries[index]->isChecked(), sorted[index].role != Role::absent());
+        EXPECT_EQ(entries[index]->isEnabled(), help.isToggleEnabled);
+        EXPECT_EQ(entries[index]->toolTip().toStdString(), help.tooltip);
+    }
 
     QSignalSpy requests(&column, &BookmarkColumn::workspaceInclusionRequested);
     entries[0]->trigger();
@@ -246,34 +229,32 @@ TEST(BookmarkColumn, WorkingCopiesMenuListsPlacementsWithChecksAndHelp) {
     EXPECT_TRUE(requests[0][1].toBool());
     EXPECT_EQ(requests[1][0].value<std::string>(), "dev");
     EXPECT_FALSE(requests[1][1].toBool());
+    // The checks wait for the workspace to change.
     EXPECT_FALSE(entries[0]->isChecked());
     EXPECT_TRUE(entries[1]->isChecked());
 }
 
-TEST(BookmarkColumn, MergedAndConflictBannersFollowTheInput) {
+TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 1));
     BookmarkColumn column;
     column.setInput(input);
-    EXPECT_FALSE(shows(column, "mergedBanner"));
-    EXPECT_FALSE(shows(column, "conflictBanner"));
+    for (const char* name :
+         {"mergedBanner", "conflictBanner", "prBadge", "rebaseLocalStackButton"}) {
+        EXPECT_FALSE(shows(column, name)) << name;
+    }
+    QSignalSpy actions(&column, &BookmarkColumn::bookmarkAction);
 
+    // Merged into trunk while pinned: the banner offers to unpin.
     input.isMergedIntoTrunk = true;
     input.isPinned = true;
     column.setInput(input);
     ASSERT_TRUE(shows(column, "mergedBanner"));
-    EXPECT_EQ(child<QLabel>(column, "mergedBannerTitle")->text(),
-              QStringLiteral("merged into trunk"));
+    EXPECT_EQ(text(column, "mergedBannerTitle"), columntext::mergedBannerTitle(false));
     auto* unpin = child<QPushButton>(column, "unpinButton");
-    ASSERT_NE(unpin, nullptr);
-    EXPECT_TRUE(unpin->isVisibleTo(&column));
-    EXPECT_EQ(unpin->text(), QStringLiteral("Unpin"));
-    EXPECT_EQ(unpin->toolTip(),
-              QStringLiteral("This bookmark has merged — unpin it to remove this column from the "
-                             "board."));
-    QSignalSpy actions(&column, &BookmarkColumn::bookmarkAction);
+    ASSERT_TRUE(shows(column, "unpinButton"));
     unpin->click();
     ASSERT_EQ(actions.count(), 1);
-    EXPECT_TRUE(isAction<BookmarkAction::TogglePinned>(actions, 0));
+    EXPECT_TRUE(std::holds_alternative<BookmarkAction::TogglePinned>(actionAt(actions, 0).value));
 
     // Merged by its pull request; not pinned, so nothing to unpin.
     input.isMergedIntoTrunk = false;
@@ -284,77 +265,56 @@ TEST(BookmarkColumn, MergedAndConflictBannersFollowTheInput) {
     input.pr = pr;
     column.setInput(input);
     ASSERT_TRUE(shows(column, "mergedBanner"));
-    EXPECT_EQ(child<QLabel>(column, "mergedBannerTitle")->text(), QStringLiteral("PR merged"));
+    EXPECT_EQ(text(column, "mergedBannerTitle"), columntext::mergedBannerTitle(true));
     EXPECT_FALSE(unpin->isVisibleTo(&column));
 
-    input.kind = LaneKind::workingCopyStack;
-    column.setInput(input);
-    EXPECT_FALSE(shows(column, "mergedBanner"));
-
-    input.kind = LaneKind::bookmark;
-    input.pr.reset();
-    input.conflictPartners = {"api", "docs"};
-    column.setInput(input);
-    EXPECT_FALSE(shows(column, "mergedBanner"));
-    ASSERT_TRUE(shows(column, "conflictBanner"));
-    EXPECT_EQ(child<QLabel>(column, "conflictCount")->text(), QStringLiteral("2"));
-    EXPECT_EQ(child<QLabel>(column, "conflictText")->text(),
-              QStringLiteral("conflicts with api, docs"));
-    QSignalSpy resolves(&column, &BookmarkColumn::resolveConflictRequested);
-    auto* resolve = child<QPushButton>(column, "resolveButton");
-    EXPECT_EQ(resolve->text(), QStringLiteral("Resolve"));
-    resolve->click();
-    EXPECT_EQ(resolves.count(), 1);
-}
-
-TEST(BookmarkColumn, PullRequestBadgeAndRebaseActionsInTheHeader) {
-    BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 1));
-    GitHubPR pr;
-    pr.number = 12;
+    // An open pull request with gh at hand, behind trunk: badge and rebase.
     pr.state = GitHubPR::State::open;
     pr.reviewDecision = GitHubPR::ReviewDecision::approved;
     input.pr = pr;
-    BookmarkColumn column;
-    column.setInput(input);
-    EXPECT_FALSE(shows(column, "prBadge"));  // no gh, no badge
-    EXPECT_FALSE(shows(column, "rebaseLocalStackButton"));
-
     input.githubAvailable = true;
     input.isBehindTrunk = true;
     column.setInput(input);
-    auto* badge = child<QToolButton>(column, "prBadge");
+    EXPECT_FALSE(shows(column, "mergedBanner"));
     ASSERT_TRUE(shows(column, "prBadge"));
-    EXPECT_EQ(badge->text(), QStringLiteral("PR #12"));
-    EXPECT_EQ(badge->toolTip(),
-              QStringLiteral("PR #12 · OPEN · APPROVED. Click to open in browser."));
-    QSignalSpy actions(&column, &BookmarkColumn::bookmarkAction);
+    auto* badge = child<QToolButton>(column, "prBadge");
+    EXPECT_EQ(badge->text().toStdString(), columntext::prBadgeText(pr));
+    EXPECT_EQ(badge->toolTip().toStdString(), columntext::badgeTooltip(pr));
     badge->click();
-    ASSERT_EQ(actions.count(), 1);
-    EXPECT_TRUE(isAction<BookmarkAction::ViewPR>(actions, 0));
-
-    auto* rebase = child<QPushButton>(column, "rebaseLocalStackButton");
-    ASSERT_TRUE(shows(column, "rebaseLocalStackButton"));
-    EXPECT_EQ(rebase->text(), QStringLiteral("Rebase Local Stack…"));
-    EXPECT_EQ(rebase->toolTip(),
-              QStringLiteral("PR #12 is open for review. Preview the rebase before rewriting "
-                             "published history; the next push may require a force-push."));
-    rebase->click();
     ASSERT_EQ(actions.count(), 2);
-    ASSERT_TRUE(isAction<BookmarkAction::ReparentToTrunk>(actions, 1));
-    EXPECT_FALSE(
-        std::get<BookmarkAction::ReparentToTrunk>(actionAt(actions, 1).value).bypassPRGuard);
+    EXPECT_TRUE(std::holds_alternative<BookmarkAction::ViewPR>(actionAt(actions, 1).value));
+    ASSERT_TRUE(shows(column, "rebaseLocalStackButton"));
+    auto* rebase = child<QPushButton>(column, "rebaseLocalStackButton");
+    EXPECT_EQ(rebase->toolTip().toStdString(), columntext::openReviewRebaseHelp(pr));
+    rebase->click();
+    ASSERT_EQ(actions.count(), 3);
+    const auto* reparent =
+        std::get_if<BookmarkAction::ReparentToTrunk>(&actionAt(actions, 2).value);
+    ASSERT_NE(reparent, nullptr);
+    EXPECT_FALSE(reparent->bypassPRGuard);
 
+    // A working copy's lane rebases all its stacks.
     input.kind = LaneKind::workingCopyStack;
     input.selectionColumnID = ColumnID::workingCopyStack("dev");
     input.workspaceName = "dev";
     input.pr.reset();
     column.setInput(input);
     QSignalSpy stacks(&column, &BookmarkColumn::rebaseLocalStacksRequested);
-    EXPECT_EQ(rebase->text(), QStringLiteral("Rebase Local Stacks…"));
+    EXPECT_EQ(rebase->text().toStdString(), columntext::rebaseLocalStacksLabel);
     EXPECT_TRUE(rebase->toolTip().isEmpty());
     rebase->click();
     EXPECT_EQ(stacks.count(), 1);
-    EXPECT_EQ(actions.count(), 2);
+    EXPECT_EQ(actions.count(), 3);
+
+    input.kind = LaneKind::bookmark;
+    input.conflictPartners = {"api", "docs"};
+    column.setInput(input);
+    ASSERT_TRUE(shows(column, "conflictBanner"));
+    EXPECT_EQ(text(column, "conflictCount"), "2");
+    EXPECT_EQ(text(column, "conflictText"), columntext::conflictBannerText({"api", "docs"}));
+    QSignalSpy resolves(&column, &BookmarkColumn::resolveConflictRequested);
+    child<QPushButton>(column, "resolveButton")->click();
+    EXPECT_EQ(resolves.count(), 1);
 }
 
 TEST(BookmarkColumn, TrunkColumnShowsThePinnedBoxInsteadOfTheLane) {
@@ -368,35 +328,30 @@ TEST(BookmarkColumn, TrunkColumnShowsThePinnedBoxInsteadOfTheLane) {
     column.setInput(input);
 
     EXPECT_TRUE(shows(column, "trunkPinnedBox"));
-    EXPECT_FALSE(shows(column, "columnHeader"));
-    EXPECT_FALSE(shows(column, "mergedBanner"));
-    EXPECT_FALSE(shows(column, "fetchedLabel"));
+    for (const char* name : {"columnHeader", "mergedBanner", "fetchedLabel"}) {
+        EXPECT_FALSE(shows(column, name)) << name;
+    }
     EXPECT_EQ(column.commitModel()->rowCount(), 0);
-    EXPECT_EQ(child<QLabel>(column, "pinnedMark")->text(), QStringLiteral("PINNED"));
-    EXPECT_EQ(child<QLabel>(column, "pinnedRemoteSummary")->text(),
-              QStringLiteral("origin/main@a1b2c3d4e5f6"));
-    EXPECT_EQ(child<QLabel>(column, "trunkArrow")->text(), QStringLiteral("trunk"));
+    EXPECT_EQ(text(column, "pinnedRemoteSummary"), "origin/main@a1b2c3d4e5f6");
 
     auto* history = child<QPushButton>(column, "toggleTrunkHistoryButton");
-    auto* advance = child<QPushButton>(column, "advanceTrunkButton");
-    EXPECT_EQ(history->text(), QStringLiteral("Show Trunk History"));
-    EXPECT_EQ(advance->text(), QStringLiteral("Rebase Local Stacks…"));
     QSignalSpy expands(&column, &BookmarkColumn::toggleExpandRequested);
     QSignalSpy advances(&column, &BookmarkColumn::advanceTrunkRequested);
     history->click();
-    advance->click();
+    child<QPushButton>(column, "advanceTrunkButton")->click();
     EXPECT_EQ(expands.count(), 1);
     EXPECT_EQ(advances.count(), 1);
 
+    EXPECT_EQ(history->text().toStdString(), columntext::showTrunkHistoryLabel);
     input.isExpanded = true;
     input.ancestorCommits = makeCommits(10, 3);
     input.ancestorTotal = 10;
     input.fetchRelativeTime = "5 min ago";
     column.setInput(input);
-    EXPECT_EQ(history->text(), QStringLiteral("Hide Trunk History"));
+    EXPECT_EQ(history->text().toStdString(), columntext::hideTrunkHistoryLabel);
     EXPECT_EQ(column.commitModel()->rowCount(), 5);  // tip, three ancestors, "Load more"
     ASSERT_TRUE(shows(column, "fetchedLabel"));
-    EXPECT_EQ(child<QLabel>(column, "fetchedLabel")->text(), QStringLiteral("fetched 5 min ago"));
+    EXPECT_EQ(text(column, "fetchedLabel"), columntext::fetchedText("5 min ago"));
 }
 
 TEST(BookmarkColumn, ContextMenuNamesTheCommitUnderThePointer) {
@@ -404,32 +359,31 @@ TEST(BookmarkColumn, ContextMenuNamesTheCommitUnderThePointer) {
     column.setInput(bookmarkLane("feature", makeCommits(1, 2)));
     showColumn(column);
     QSignalSpy menus(&column, &BookmarkColumn::contextMenuRequested);
+    const auto openMenu = [](QWidget* widget, QPoint at) {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, at, widget->mapToGlobal(at));
+        QCoreApplication::sendEvent(widget, &event);
+    };
 
     QWidget* viewport = column.commitList()->viewport();
-    const QPoint onCard = rowCenter(column, 1);
-    QContextMenuEvent onCardEvent(QContextMenuEvent::Mouse, onCard, viewport->mapToGlobal(onCard));
-    QCoreApplication::sendEvent(viewport, &onCardEvent);
-    ASSERT_EQ(menus.count(), 1);
-    EXPECT_EQ(menus[0][0].toPoint(), viewport->mapToGlobal(onCard));
+    openMenu(viewport, rowCenter(column, 1));
+    auto* header = child(column, "columnHeader");
+    openMenu(header, header->rect().center());
+    ASSERT_EQ(menus.count(), 2);
+    EXPECT_EQ(menus[0][0].toPoint(), viewport->mapToGlobal(rowCenter(column, 1)));
     EXPECT_EQ(menus[0][1].value<std::optional<std::string>>(),
               std::optional<std::string>(columntest::changeIDFor(2)));
-
-    auto* header = child<QWidget>(column, "columnHeader");
-    const QPoint onHeader = header->rect().center();
-    QContextMenuEvent onHeaderEvent(QContextMenuEvent::Mouse, onHeader,
-                                    header->mapToGlobal(onHeader));
-    QCoreApplication::sendEvent(header, &onHeaderEvent);
-    ASSERT_EQ(menus.count(), 2);
     EXPECT_EQ(menus[1][1].value<std::optional<std::string>>(), std::nullopt);
 }
 
 TEST(BookmarkColumn, LaneOfFiveThousandCommitsBuildsAndPaints) {
-    auto commits = makeCommits(1, 5000);
-    BookmarkColumnInput input = bookmarkLane("big", commits);
-    input.selectedChangeIDs = {commits[2]->changeID};
-    input.isSelected = true;
+    const auto lane = [] {
+        BookmarkColumnInput input = bookmarkLane("big", makeCommits(1, 5000));
+        input.selectedChangeIDs = {columntest::changeIDFor(3)};
+        input.isSelected = true;
+        return input;
+    };
     BookmarkColumn column;
-    column.setInput(input);
+    column.setInput(lane());
     ASSERT_EQ(column.commitModel()->rowCount(), 5000);
     column.resize(column.width(), 900);
     const QPixmap picture = column.grab();
@@ -439,12 +393,8 @@ TEST(BookmarkColumn, LaneOfFiveThousandCommitsBuildsAndPaints) {
     // The next snapshot with the same lane keeps every row.
     QSignalSpy resets(column.commitModel(), &QAbstractItemModel::modelReset);
     QSignalSpy inserts(column.commitModel(), &QAbstractItemModel::rowsInserted);
-    BookmarkColumnInput again = bookmarkLane("big", makeCommits(1, 5000));
-    again.selectedChangeIDs = input.selectedChangeIDs;
-    again.isSelected = true;
-    column.setInput(again);
-    EXPECT_EQ(resets.count(), 0);
-    EXPECT_EQ(inserts.count(), 0);
+    column.setInput(lane());
+    EXPECT_EQ(resets.count() + inserts.count(), 0);
     EXPECT_EQ(column.commitModel()->rowCount(), 5000);
     column.commitList()->scrollToBottom();
     EXPECT_FALSE(column.grab().isNull());

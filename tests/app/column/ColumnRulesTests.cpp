@@ -1,5 +1,7 @@
 #include "app/column/ColumnRules.h"
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "ColumnTestData.h"
@@ -21,116 +23,88 @@ GitHubPR pullRequest(GitHubPR::State state) {
     return pr;
 }
 
-TEST(ColumnRules, MergedBannerOnlyOnMergedBookmarkLanes) {
+// Checks `rule` on `input` as each lane kind.
+void expectByKind(BookmarkColumnInput input, bool (*rule)(const BookmarkColumnInput&),
+                  std::initializer_list<std::pair<LaneKind, bool>> expected) {
+    for (const auto& [kind, result] : expected) {
+        input.kind = kind;
+        EXPECT_EQ(rule(input), result) << static_cast<int>(kind);
+    }
+}
+
+TEST(ColumnRules, BannersBadgesChipsAndTogglesByLaneKindAndState) {
+    using enum BookmarkColumnInput::LaneKind;
     BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
     EXPECT_FALSE(columnrules::showsMergedBanner(input));
-
+    EXPECT_FALSE(columnrules::hasOpenReviewPR(input));
     input.isMergedIntoTrunk = true;
     EXPECT_TRUE(columnrules::showsMergedBanner(input));
     input.isPinned = true;
-    EXPECT_TRUE(columnrules::showsMergedBanner(input));
+    expectByKind(input, columnrules::showsMergedBanner,
+                 {{bookmark, true}, {trunk, false}, {oneOff, false}, {workingCopyStack, false}});
 
-    for (const auto kind : {LaneKind::trunk, LaneKind::oneOff, LaneKind::workingCopyStack}) {
-        input.kind = kind;
-        EXPECT_FALSE(columnrules::showsMergedBanner(input)) << static_cast<int>(kind);
-    }
-
-    input.kind = LaneKind::bookmark;
+    // The pull request's state: merged shows the banner, open is a review.
     input.isMergedIntoTrunk = false;
-    input.pr = pullRequest(GitHubPR::State::merged);
-    EXPECT_TRUE(columnrules::showsMergedBanner(input));
-    input.pr = pullRequest(GitHubPR::State::open);
-    EXPECT_FALSE(columnrules::showsMergedBanner(input));
-    input.pr = pullRequest(GitHubPR::State::closed);
-    EXPECT_FALSE(columnrules::showsMergedBanner(input));
-}
-
-TEST(ColumnRules, OpenReviewOnlyForOpenPullRequestsOfRealLanes) {
-    BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 1));
-    EXPECT_FALSE(columnrules::hasOpenReviewPR(input));
-    input.pr = pullRequest(GitHubPR::State::open);
-    EXPECT_TRUE(columnrules::hasOpenReviewPR(input));
-    input.pr = pullRequest(GitHubPR::State::merged);
-    EXPECT_FALSE(columnrules::hasOpenReviewPR(input));
-
-    input.pr = pullRequest(GitHubPR::State::open);
-    input.kind = LaneKind::oneOff;
-    EXPECT_FALSE(columnrules::hasOpenReviewPR(input));
-    input.kind = LaneKind::workingCopyStack;
-    EXPECT_FALSE(columnrules::hasOpenReviewPR(input));
-
-    input.kind = LaneKind::bookmark;
-    EXPECT_FALSE(columnrules::showsPRBadge(input));
+    const std::tuple<GitHubPR::State, bool, bool> states[] = {
+        {GitHubPR::State::merged, true, false},
+        {GitHubPR::State::closed, false, false},
+        {GitHubPR::State::open, false, true}};
+    for (const auto& [state, merged, review] : states) {
+        input.pr = pullRequest(state);
+        EXPECT_EQ(columnrules::showsMergedBanner(input), merged);
+        EXPECT_EQ(columnrules::hasOpenReviewPR(input), review);
+    }
+    expectByKind(input, columnrules::hasOpenReviewPR, {{oneOff, false}, {workingCopyStack, false}});
+    EXPECT_FALSE(columnrules::showsPRBadge(input));  // no gh
     input.githubAvailable = true;
     EXPECT_TRUE(columnrules::showsPRBadge(input));
     input.pr.reset();
     EXPECT_FALSE(columnrules::showsPRBadge(input));
+
+    expectByKind(input, columnrules::showsBookmarkChip,
+                 {{bookmark, true}, {oneOff, false}, {workingCopyStack, false}});
+    expectByKind(input, columnrules::showsInclusionToggle,
+                 {{bookmark, true}, {oneOff, true}, {trunk, false}, {workingCopyStack, false}});
+    // The chip needs a mutable first commit.
+    EXPECT_FALSE(columnrules::showsBookmarkChip(bookmarkLane("feature", {})));
+    input.commits.front() = SharedCommit(makeCommit(1, "tip", true));
+    EXPECT_FALSE(columnrules::showsBookmarkChip(input));
 }
 
-TEST(ColumnRules, VisibleChangeOrderWalksCommitsStackedThenOpenHistory) {
+TEST(ColumnRules, HistoryOrderAndLoadMoreFollowTheOpenHistory) {
     BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
     input.stackedCommits = makeCommits(10, 1);
     input.ancestorCommits = makeCommits(20, 2);
+    input.ancestorTotal = 3;
     input.baseCommits = makeCommits(30, 1);
+    const std::vector<std::string> lane = {changeIDFor(1), changeIDFor(2), changeIDFor(10)};
+    EXPECT_EQ(columnrules::visibleChangeOrder(input), lane);
+    EXPECT_FALSE(columnrules::showsLoadMore(input));  // history closed
 
-    EXPECT_EQ(columnrules::visibleChangeOrder(input),
-              (std::vector<std::string>{changeIDFor(1), changeIDFor(2), changeIDFor(10)}));
     input.isExpanded = true;
-    EXPECT_EQ(columnrules::visibleChangeOrder(input),
-              (std::vector<std::string>{changeIDFor(1), changeIDFor(2), changeIDFor(10),
-                                        changeIDFor(20), changeIDFor(21)}));
+    auto withHistory = lane;
+    withHistory.insert(withHistory.end(), {changeIDFor(20), changeIDFor(21)});
+    EXPECT_EQ(columnrules::visibleChangeOrder(input), withHistory);
+    EXPECT_TRUE(columnrules::showsLoadMore(input));
+    input.ancestorTotal = 2;
+    EXPECT_FALSE(columnrules::showsLoadMore(input));
+    input.ancestorTotal.reset();
+    EXPECT_FALSE(columnrules::showsLoadMore(input));
 
     // A trunk column offers its commits only once its history is open.
     input.kind = LaneKind::trunk;
-    EXPECT_EQ(columnrules::visibleChangeOrder(input).size(), 5U);
+    EXPECT_EQ(columnrules::visibleChangeOrder(input), withHistory);
     input.isExpanded = false;
     EXPECT_TRUE(columnrules::visibleChangeOrder(input).empty());
 }
 
-TEST(ColumnRules, LoadMoreWhileFewerAncestorsThanTheTotalAreLoaded) {
-    BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 1));
-    input.ancestorCommits = makeCommits(20, 30);
-    input.ancestorTotal = 45;
-    EXPECT_FALSE(columnrules::showsLoadMore(input));  // history closed
-    input.isExpanded = true;
-    EXPECT_TRUE(columnrules::showsLoadMore(input));
-    input.ancestorTotal = 30;
-    EXPECT_FALSE(columnrules::showsLoadMore(input));
-    input.ancestorTotal.reset();
-    EXPECT_FALSE(columnrules::showsLoadMore(input));
-}
-
-TEST(ColumnRules, BookmarkChipNeedsAMutableFirstCommitOfARealLane) {
-    BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
-    EXPECT_TRUE(columnrules::showsBookmarkChip(input));
-
-    input.commits.front() = SharedCommit(makeCommit(1, "tip", true));
-    EXPECT_FALSE(columnrules::showsBookmarkChip(input));
-
-    input = bookmarkLane("feature", makeCommits(1, 2));
-    input.kind = LaneKind::oneOff;
-    EXPECT_FALSE(columnrules::showsBookmarkChip(input));
-    input.kind = LaneKind::workingCopyStack;
-    EXPECT_FALSE(columnrules::showsBookmarkChip(input));
-    input = bookmarkLane("feature", {});
-    EXPECT_FALSE(columnrules::showsBookmarkChip(input));
-}
-
 TEST(ColumnRules, InclusionToggleReadsTheRoleOrTheEnabledFlag) {
     BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 1));
-    EXPECT_TRUE(columnrules::showsInclusionToggle(input));
     EXPECT_EQ(columnrules::effectiveInclusionRole(input), BookmarkInclusionRole::absent());
     input.isEnabled = true;
     EXPECT_EQ(columnrules::effectiveInclusionRole(input), BookmarkInclusionRole::directParent());
     input.inclusionRole = BookmarkInclusionRole::inherited("base");
     EXPECT_EQ(columnrules::effectiveInclusionRole(input), BookmarkInclusionRole::inherited("base"));
-
-    input.kind = LaneKind::oneOff;
-    EXPECT_TRUE(columnrules::showsInclusionToggle(input));
-    input.kind = LaneKind::trunk;
-    EXPECT_FALSE(columnrules::showsInclusionToggle(input));
-    input.kind = LaneKind::workingCopyStack;
-    EXPECT_FALSE(columnrules::showsInclusionToggle(input));
 }
 
 TEST(ColumnRules, ChipsBesideACommitLeaveOutTheLanesOwnBookmark) {
@@ -175,16 +149,6 @@ TEST(ColumnRules, ChipsBesideACommitLeaveOutTheLanesOwnBookmark) {
     EXPECT_EQ(secondChips[2].tooltip,
               QStringLiteral("This workspace-local commit composes ci's working line with "
                              "directly included bookmarks."));
-}
-
-TEST(ColumnRules, PlacementsAreListedByWorkspaceName) {
-    const auto sorted = columnrules::sortedPlacements({{"zeta", BookmarkInclusionRole::absent()},
-                                                       {"alpha", BookmarkInclusionRole::absent()},
-                                                       {"dev", BookmarkInclusionRole::absent()}});
-    ASSERT_EQ(sorted.size(), 3U);
-    EXPECT_EQ(sorted[0].workspaceName, "alpha");
-    EXPECT_EQ(sorted[1].workspaceName, "dev");
-    EXPECT_EQ(sorted[2].workspaceName, "zeta");
 }
 
 }  // namespace

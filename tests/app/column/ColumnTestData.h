@@ -14,24 +14,12 @@ namespace vorda::columntest {
 
 using apptest::changeIDFor;
 using apptest::commitIDFor;
+using apptest::makeCommit;
 
 /// The instant the clock of the card tests stands at: 2024-03-04 12:00 UTC.
 inline std::chrono::sys_seconds testNow() {
     using namespace std::chrono;
     return sys_days{year{2024} / March / 4} + hours{12};
-}
-
-inline constexpr const char* testTimestamp = "2024-03-04T10:00:00+00:00";
-
-inline JJCommit makeCommit(std::size_t number, std::string description, bool immutable = false) {
-    JJCommit commit;
-    commit.changeID = changeIDFor(number);
-    commit.commitID = commitIDFor(number);
-    commit.description = std::move(description);
-    commit.author = {"Ada Lovelace", "ada@example.com", testTimestamp};
-    commit.committer = commit.author;
-    commit.immutable = immutable;
-    return commit;
 }
 
 /// `count` shared commits numbered from `first`, described "Commit " number.

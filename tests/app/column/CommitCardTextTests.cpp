@@ -37,45 +37,34 @@ class UtcZone {
 
 TEST(RelativeTime, ShortWordsByDistanceThenTheDate) {
     const UtcZone zone;
-    const auto now = testNow();
-    const auto ago = [&](std::chrono::seconds distance) {
-        return relativeTimeText(now - distance, now).toStdString();
-    };
-    EXPECT_EQ(ago(0s), "just now");
-    EXPECT_EQ(ago(59s), "just now");
-    EXPECT_EQ(ago(-3h), "just now");  // a clock ahead of ours
-    EXPECT_EQ(ago(60s), "1 min ago");
-    EXPECT_EQ(ago(5min + 59s), "5 min ago");
-    EXPECT_EQ(ago(59min), "59 min ago");
-    EXPECT_EQ(ago(1h), "1 h ago");
-    EXPECT_EQ(ago(23h + 59min), "23 h ago");
-    EXPECT_EQ(ago(24h), "1 day ago");
-    EXPECT_EQ(ago(47h), "1 day ago");
-    EXPECT_EQ(ago(48h), "2 days ago");
-    EXPECT_EQ(ago(13 * 24h), "13 days ago");
-    EXPECT_EQ(ago(14 * 24h), "2 weeks ago");
-    EXPECT_EQ(ago(34 * 24h), "4 weeks ago");
-    // 2024-03-04 12:00 less 49 days is 2024-01-15 12:00.
-    EXPECT_EQ(ago(49 * 24h), "Jan 15, 2024");
-    EXPECT_EQ(absoluteTimeText(now - 90min).toStdString(), "2024-03-04 10:30");
+    // 2024-03-04 12:00 less 49 days is 2024-01-15 12:00; -3h is a clock ahead of ours.
+    const std::pair<std::chrono::seconds, const char*> cases[] = {
+        {0s, "just now"},          {59s, "just now"},         {-3h, "just now"},
+        {60s, "1 min ago"},        {5min + 59s, "5 min ago"}, {59min, "59 min ago"},
+        {1h, "1 h ago"},           {23h + 59min, "23 h ago"}, {24h, "1 day ago"},
+        {47h, "1 day ago"},        {48h, "2 days ago"},       {13 * 24h, "13 days ago"},
+        {14 * 24h, "2 weeks ago"}, {34 * 24h, "4 weeks ago"}, {49 * 24h, "Jan 15, 2024"}};
+    for (const auto& [distance, text] : cases) {
+        EXPECT_EQ(relativeTimeText(testNow() - distance, testNow()).toStdString(), text)
+            << distance.count();
+    }
+    EXPECT_EQ(absoluteTimeText(testNow() - 90min).toStdString(), "2024-03-04 10:30");
 }
 
-TEST(CommitCardText, SummaryFallsBackWhenTheFirstLineIsEmpty) {
-    EXPECT_EQ(cardtext::summary(makeCommit(1, "Add login\n\nLonger body")),
-              QStringLiteral("Add login"));
-    EXPECT_EQ(cardtext::summary(makeCommit(1, "  Trimmed\t\n")), QStringLiteral("Trimmed"));
-    EXPECT_EQ(cardtext::summary(makeCommit(1, "")), QStringLiteral("(no description set)"));
-    EXPECT_EQ(cardtext::summary(makeCommit(1, " \nbody only below")),
-              QStringLiteral("(no description set)"));
-}
-
-TEST(CommitCardText, TooltipsNameChangeAuthorAndTime) {
+TEST(CommitCardText, SummaryAuthorAndTimeWithTheirFallbacks) {
     const UtcZone zone;
-    JJCommit commit = makeCommit(3, "x");
-    EXPECT_EQ(cardtext::cardTooltip(commit),
-              QStringLiteral("Change ") + QString::fromStdString(commit.changeID) +
-                  QStringLiteral(" · commit ") + QString::fromStdString(commit.commitID));
+    const std::pair<const char*, const char*> summaries[] = {
+        {"Add login\n\nLonger body", "Add login"},
+        {"  Trimmed\t\n", "Trimmed"},
+        {"", "(no description set)"},
+        {" \nbody only below", "(no description set)"}};
+    for (const auto& [description, summary] : summaries) {
+        EXPECT_EQ(cardtext::summary(makeCommit(1, description)).toStdString(), summary);
+    }
 
+    JJCommit commit = makeCommit(3, "x");
+    EXPECT_EQ(cardtext::cardTooltip(commit).toStdString(),
+              "Change " + commit.changeID + " · commit " + commit.commitID);
     EXPECT_EQ(cardtext::authorLabel(commit.author), QStringLiteral("Ada Lovelace"));
     EXPECT_EQ(cardtext::authorTooltip(commit.author),
               QStringLiteral("Ada Lovelace <ada@example.com>"));
@@ -86,7 +75,7 @@ TEST(CommitCardText, TooltipsNameChangeAuthorAndTime) {
     EXPECT_EQ(cardtext::timestampTooltip(commit.committer),
               QStringLiteral("Committed 2024-03-04 10:00"));
     EXPECT_EQ(cardtext::relativeTimestamp(commit.committer, testNow()), QStringLiteral("2 h ago"));
-
+    // A time jj printed that cannot be read is shown as it came.
     commit.committer.timestamp = "yesterday-ish";
     EXPECT_EQ(cardtext::timestampTooltip(commit.committer),
               QStringLiteral("Committed yesterday-ish"));

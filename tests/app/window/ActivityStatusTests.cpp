@@ -13,6 +13,7 @@ namespace vorda {
 namespace {
 
 using Kind = ActivityStatusContent::Kind;
+using windowtest::BoardShape;
 using namespace std::chrono_literals;
 
 const auto epoch = std::chrono::system_clock::time_point{} + 1000h;
@@ -41,31 +42,25 @@ TEST(ActivityStatus, TheFirstCaseThatHoldsWins) {
     viewModel.setFetchError("fetch failed");
     viewModel.setMutationError("mutation failed");
 
-    const auto expect = [&](Kind kind, const std::string& text) {
+    const auto expect = [&](Kind kind, const std::string& text,
+                            std::optional<ActivityErrorField> field = std::nullopt) {
         const auto content = contentOf(viewModel);
         EXPECT_EQ(content.kind, kind) << text;
         EXPECT_EQ(content.text, text);
+        EXPECT_EQ(content.errorField, field) << text;
+        EXPECT_EQ(content.button, field ? std::optional<std::string>("Dismiss") : std::nullopt);
     };
-    expect(Kind::error, "mutation failed");
-    EXPECT_EQ(contentOf(viewModel).errorField, ActivityErrorField::mutation);
-    EXPECT_EQ(contentOf(viewModel).button, "Dismiss");
+    expect(Kind::error, "mutation failed", ActivityErrorField::mutation);
     viewModel.setMutationError(std::nullopt);
-    expect(Kind::error, "fetch failed");
-    EXPECT_EQ(contentOf(viewModel).errorField, ActivityErrorField::fetch);
+    expect(Kind::error, "fetch failed", ActivityErrorField::fetch);
     viewModel.setFetchError(std::nullopt);
-    expect(Kind::error, "push failed");
-    EXPECT_EQ(contentOf(viewModel).errorField, ActivityErrorField::push);
+    expect(Kind::error, "push failed", ActivityErrorField::push);
     viewModel.setPushError(std::nullopt);
-    expect(Kind::error, "undo failed");
-    EXPECT_EQ(contentOf(viewModel).errorField, ActivityErrorField::undo);
+    expect(Kind::error, "undo failed", ActivityErrorField::undo);
     viewModel.setUndoError(std::nullopt);
-
-    // A sync has no start time: no seconds.
-    expect(Kind::fetching, "Fetching…");
-    EXPECT_EQ(contentOf(viewModel).tooltip, "jj git fetch running");
+    expect(Kind::fetching, "Fetching…");  // a sync has no start time: no seconds
     viewModel.setInFlight(RepoCommand::Fetch{}, false);
     expect(Kind::pushing, "Pushing alpha, zeta");
-    EXPECT_FALSE(contentOf(viewModel).button.has_value());
     viewModel.setInFlight(RepoCommand::Push{named("alpha")}, false);
     viewModel.setInFlight(RepoCommand::Push{named("zeta")}, false);
     expect(Kind::undoing, "Undoing…");
@@ -75,17 +70,12 @@ TEST(ActivityStatus, TheFirstCaseThatHoldsWins) {
     expect(Kind::toast, "Created feat");
     viewModel.setToastMessage(std::nullopt);
     expect(Kind::idle, "jj ok");
-    EXPECT_FALSE(contentOf(viewModel).button.has_value());
-}
 
-TEST(ActivityStatus, FetchCountsSecondsAndShowsItsProgress) {
-    RepoViewModel viewModel;
+    // A fetch counts its seconds and shows its progress.
     viewModel.setInFlight(RepoCommand::Fetch{}, true);
     viewModel.setFetchStartedAt(epoch - 7s);
-    auto content = contentOf(viewModel);
-    EXPECT_EQ(content.text, "Fetching… 7s");
-    EXPECT_EQ(content.tooltip, "jj git fetch running");
-
+    EXPECT_EQ(contentOf(viewModel).text, "Fetching… 7s");
+    EXPECT_EQ(contentOf(viewModel).tooltip, "jj git fetch running");
     viewModel.setFetchStatus("remote: Counting objects");
     EXPECT_EQ(contentOf(viewModel).tooltip, "remote: Counting objects");
     EXPECT_EQ(activityStatusContent(viewModel, epoch + 60s).text, "Fetching… 67s");
@@ -93,7 +83,8 @@ TEST(ActivityStatus, FetchCountsSecondsAndShowsItsProgress) {
 
 TEST(ActivityStatus, AttentionAndIdleReadTheRepository) {
     RepoViewModel viewModel;
-    viewModel.applySnapshot(windowtest::boardSnapshot(windowtest::workspaceBehindTrunk()));
+    viewModel.applySnapshot(
+        windowtest::boardSnapshot(BoardShape{.workspaceBehindTrunk = true, .conflictedFiles = {}}));
     auto content = contentOf(viewModel);
     EXPECT_EQ(content.kind, Kind::attention);
     EXPECT_EQ(content.text, "Local stacks have an older base");
@@ -107,7 +98,7 @@ TEST(ActivityStatus, AttentionAndIdleReadTheRepository) {
     viewModel.setToastMessage(std::nullopt);
 
     viewModel.applySnapshot(
-        windowtest::boardSnapshot(windowtest::withConflicts({"a.txt", "b.txt"})));
+        windowtest::boardSnapshot(BoardShape{.conflictedFiles = {"a.txt", "b.txt"}}));
     content = contentOf(viewModel);
     EXPECT_EQ(content.kind, Kind::idle);
     EXPECT_EQ(content.text, "jj ok");
@@ -116,72 +107,70 @@ TEST(ActivityStatus, AttentionAndIdleReadTheRepository) {
     EXPECT_EQ(content.buttonTooltip, "The working copy has conflicts — click to resolve");
 
     viewModel.applySnapshot(windowtest::boardSnapshot());
-    content = contentOf(viewModel);
-    EXPECT_EQ(content.kind, Kind::idle);
-    EXPECT_FALSE(content.button.has_value());
+    EXPECT_EQ(contentOf(viewModel).kind, Kind::idle);
+    EXPECT_FALSE(contentOf(viewModel).button.has_value());
 }
 
-TEST(ActivityStatusView, DismissClearsExactlyTheErrorShown) {
-    RepoViewModel viewModel;
-    RepoActivityStatusView view(&viewModel);
-    viewModel.setFetchError("fetch failed");
-    viewModel.setPushError("push failed");
-    viewModel.setMutationError("mutation failed");
-    EXPECT_EQ(view.textLabel()->text(), QStringLiteral("mutation failed"));
-    EXPECT_EQ(view.button()->text(), QStringLiteral("Dismiss"));
+class ActivityStatusView : public ::testing::Test {
+  protected:
+    // The view shows what the content says.
+    void expectShown() const {
+        const auto content = activityStatusContent(viewModel_, std::chrono::system_clock::now());
+        EXPECT_EQ(view_.textLabel()->text().toStdString(), content.text);
+        EXPECT_EQ(view_.button()->isHidden(), !content.button.has_value());
+        if (content.button) {
+            EXPECT_EQ(view_.button()->text().toStdString(), *content.button);
+            EXPECT_EQ(view_.button()->toolTip().toStdString(), content.buttonTooltip);
+        }
+    }
 
-    view.button()->click();
-    EXPECT_FALSE(viewModel.mutationError().has_value());
-    EXPECT_EQ(viewModel.fetchError(), "fetch failed");
-    EXPECT_EQ(viewModel.pushError(), "push failed");
-    EXPECT_EQ(view.textLabel()->text(), QStringLiteral("fetch failed"));
+    RepoViewModel viewModel_;
+    RepoActivityStatusView view_{&viewModel_};
+};
 
-    view.button()->click();
-    EXPECT_FALSE(viewModel.fetchError().has_value());
-    EXPECT_EQ(viewModel.pushError(), "push failed");
-    EXPECT_EQ(view.textLabel()->text(), QStringLiteral("push failed"));
-
-    view.button()->click();
-    EXPECT_FALSE(viewModel.pushError().has_value());
-    EXPECT_EQ(view.textLabel()->text(), QStringLiteral("jj ok"));
-    EXPECT_TRUE(view.button()->isHidden());
+TEST_F(ActivityStatusView, DismissClearsExactlyTheErrorShown) {
+    viewModel_.setFetchError("fetch failed");
+    viewModel_.setPushError("push failed");
+    viewModel_.setMutationError("mutation failed");
+    for (const auto* shown : {"mutation failed", "fetch failed", "push failed"}) {
+        expectShown();
+        EXPECT_EQ(view_.textLabel()->text().toStdString(), shown);
+        view_.button()->click();
+    }
+    EXPECT_FALSE(viewModel_.mutationError() || viewModel_.fetchError() || viewModel_.pushError());
+    expectShown();
+    EXPECT_TRUE(view_.button()->isHidden());
 }
 
-TEST(ActivityStatusView, ButtonsActOnTheViewModel) {
-    RepoViewModel viewModel;
-    RepoActivityStatusView view(&viewModel);
-    QSignalSpy conflictRequests(&view, &RepoActivityStatusView::conflictSheetRequested);
-
-    viewModel.applySnapshot(windowtest::boardSnapshot(windowtest::workspaceBehindTrunk()));
-    EXPECT_EQ(view.button()->text(), QStringLiteral("Rebase Local Stacks…"));
-    view.button()->click();
-    EXPECT_TRUE(viewModel.showLocalStackUpdateSheet());
-    EXPECT_FALSE(viewModel.localStackUpdateSeedBookmarks().has_value());
-    EXPECT_FALSE(viewModel.localStackUpdateSeedChangeID().has_value());
+TEST_F(ActivityStatusView, ButtonsActOnTheViewModel) {
+    QSignalSpy conflictRequests(&view_, &RepoActivityStatusView::conflictSheetRequested);
+    viewModel_.applySnapshot(
+        windowtest::boardSnapshot(BoardShape{.workspaceBehindTrunk = true, .conflictedFiles = {}}));
+    expectShown();
+    view_.button()->click();
+    EXPECT_TRUE(viewModel_.showLocalStackUpdateSheet());
+    EXPECT_FALSE(viewModel_.localStackUpdateSeedBookmarks().has_value());
+    EXPECT_FALSE(viewModel_.localStackUpdateSeedChangeID().has_value());
     EXPECT_EQ(conflictRequests.count(), 0);
 
-    viewModel.applySnapshot(windowtest::boardSnapshot(windowtest::withConflicts({"a.txt"})));
-    EXPECT_EQ(view.textLabel()->text(), QStringLiteral("jj ok"));
-    EXPECT_EQ(view.button()->text(), QStringLiteral("1 conflicts"));
-    EXPECT_EQ(view.button()->toolTip(),
-              QStringLiteral("The working copy has conflicts — click to resolve"));
-    view.button()->click();
+    viewModel_.applySnapshot(windowtest::boardSnapshot(BoardShape{.conflictedFiles = {"a.txt"}}));
+    expectShown();
+    EXPECT_EQ(view_.button()->text(), QStringLiteral("1 conflicts"));
+    view_.button()->click();
     EXPECT_EQ(conflictRequests.count(), 1);
 }
 
-TEST(ActivityStatusView, FollowsFetchAndClearsTheToastAfterItsTime) {
-    RepoViewModel viewModel;
-    RepoActivityStatusView view(&viewModel);
-    viewModel.setInFlight(RepoCommand::Fetch{}, true);
-    EXPECT_TRUE(view.textLabel()->text().startsWith(QStringLiteral("Fetching…")));
-    EXPECT_EQ(view.textLabel()->toolTip(), QStringLiteral("jj git fetch running"));
-    viewModel.setInFlight(RepoCommand::Fetch{}, false);
+TEST_F(ActivityStatusView, FollowsFetchAndClearsTheToastAfterItsTime) {
+    viewModel_.setInFlight(RepoCommand::Fetch{}, true);
+    EXPECT_TRUE(view_.textLabel()->text().startsWith(QStringLiteral("Fetching…")));
+    EXPECT_EQ(view_.textLabel()->toolTip(), QStringLiteral("jj git fetch running"));
+    viewModel_.setInFlight(RepoCommand::Fetch{}, false);
 
-    view.setToastDuration(std::chrono::milliseconds(20));
-    viewModel.setToastMessage("Pushed feat");
-    EXPECT_EQ(view.textLabel()->text(), QStringLiteral("Pushed feat"));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !viewModel.toastMessage().has_value(); }, 5000));
-    EXPECT_EQ(view.textLabel()->text(), QStringLiteral("jj ok"));
+    view_.setToastDuration(std::chrono::milliseconds(20));
+    viewModel_.setToastMessage("Pushed feat");
+    expectShown();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !viewModel_.toastMessage().has_value(); }, 5000));
+    expectShown();
 }
 
 }  // namespace

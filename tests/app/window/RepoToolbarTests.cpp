@@ -9,6 +9,7 @@
 
 #include "WindowTestData.h"
 #include "app/window/BookmarkMenuToolbarButton.h"
+#include "app/window/BookmarkPushPresentation.h"
 #include "app/window/PushToolbarButton.h"
 #include "app/window/RepoActivityStatusView.h"
 #include "app/window/RepositoryIdentityLabel.h"
@@ -16,48 +17,19 @@
 namespace vorda {
 namespace {
 
-struct ToolbarFixture {
-    RepoViewModel viewModel;
-    SelectionStore selection;
-    std::vector<std::pair<BookmarkAction, Bookmark>> bookmarkActions;
-    int newBookmarkCount = 0;
-    int commitCount = 0;
-
-    RepoCommandTarget target() {
-        RepoCommandTarget target;
-        target.viewModel = &viewModel;
-        target.selection = &selection;
-        target.bookmarkAction = [this](const BookmarkAction& action, const Bookmark& bookmark) {
-            bookmarkActions.emplace_back(action, bookmark);
-        };
-        target.newBookmark = [this] {
-            ++newBookmarkCount;
-        };
-        target.commitWorkingCopy = [this] {
-            ++commitCount;
-        };
-        return target;
-    }
-};
+using windowtest::FakeWindow;
 
 TEST(RepoToolbar, ItemsCarryTheirIdentifiersLabelsAndTooltips) {
-    ToolbarFixture fixture;
-    RepoToolbar toolbar(fixture.target());
+    FakeWindow window(std::nullopt);
+    RepoToolbar toolbar(window.target());
     EXPECT_TRUE(toolbar.isMovable());
 
-    const std::vector<QString> identifiers = {
-        "working-copy", "status", "new-bookmark",  "fetch", "rebase-local-stacks",
-        "commit",       "push",   "bookmark-menu", "undo",  "op-log"};
-    for (const auto& identifier : identifiers) {
-        EXPECT_NE(toolbar.item(identifier), nullptr) << identifier.toStdString();
-        EXPECT_NE(toolbar.findChild<QWidget*>(identifier), nullptr) << identifier.toStdString();
+    for (const char* identifier : {"working-copy", "status", "push", "bookmark-menu"}) {
+        EXPECT_NE(toolbar.item(QString::fromLatin1(identifier)), nullptr) << identifier;
+        EXPECT_NE(toolbar.findChild<QWidget*>(QString::fromLatin1(identifier)), nullptr)
+            << identifier;
     }
-    struct Button {
-        QString identifier;
-        QString label;
-        QString tooltip;
-    };
-    const std::vector<Button> buttons = {
+    const std::tuple<const char*, const char*, const char*> buttons[] = {
         {"new-bookmark", "New Bookmark", "Create a new bookmark"},
         {"fetch", "Fetch", "Run jj git fetch (⌘R)"},
         {"rebase-local-stacks", "Rebase Local Stacks…",
@@ -65,61 +37,57 @@ TEST(RepoToolbar, ItemsCarryTheirIdentifiersLabelsAndTooltips) {
          "composition inputs stay intact."},
         {"commit", "Commit", "Describe the working-copy change (⌘↩)"},
         {"undo", "Undo", "Undo the last jj operation (⌘Z)"},
-        {"op-log", "Operations", "Show the recent jj operation log (⇧⌘Z)"},
-    };
-    for (const auto& button : buttons) {
-        const auto* item = toolbar.item(button.identifier);
-        ASSERT_NE(item, nullptr);
-        EXPECT_EQ(item->text(), button.label);
-        EXPECT_EQ(item->toolTip(), button.tooltip);
+        {"op-log", "Operations", "Show the recent jj operation log (⇧⌘Z)"}};
+    for (const auto& [identifier, label, tooltip] : buttons) {
+        const auto* item = toolbar.item(QString::fromLatin1(identifier));
+        ASSERT_NE(item, nullptr) << identifier;
+        EXPECT_NE(toolbar.findChild<QWidget*>(QString::fromLatin1(identifier)), nullptr);
+        EXPECT_EQ(item->text(), QString::fromUtf8(label));
+        EXPECT_EQ(item->toolTip(), QString::fromUtf8(tooltip));
     }
     EXPECT_EQ(toolbar.findChild<RepoActivityStatusView*>(QStringLiteral("status")),
               toolbar.statusView());
     EXPECT_EQ(toolbar.findChild<PushToolbarButton*>(QStringLiteral("push")), toolbar.pushButton());
     EXPECT_EQ(toolbar.bookmarkMenuButton()->toolTip(),
               QStringLiteral("Bookmark actions — select a lane to enable"));
-    EXPECT_EQ(toolbar.pushButton()->toolTip(), QStringLiteral("Select a bookmark lane"));
 
     // Nothing loaded: nothing to act on.
     EXPECT_FALSE(toolbar.item(QStringLiteral("fetch"))->isEnabled());
-    fixture.viewModel.applySnapshot(windowtest::boardSnapshot());
+    window.viewModel.applySnapshot(windowtest::boardSnapshot());
     EXPECT_TRUE(toolbar.item(QStringLiteral("fetch"))->isEnabled());
     toolbar.item(QStringLiteral("new-bookmark"))->trigger();
     toolbar.item(QStringLiteral("commit"))->trigger();
     toolbar.item(QStringLiteral("op-log"))->trigger();
-    EXPECT_EQ(fixture.newBookmarkCount, 1);
-    EXPECT_EQ(fixture.commitCount, 1);
-    EXPECT_TRUE(fixture.viewModel.showOpLogInspector());
+    EXPECT_EQ(window.newBookmarkCount, 1);
+    EXPECT_EQ(window.commitCount, 1);
+    EXPECT_TRUE(window.viewModel.showOpLogInspector());
 }
 
 TEST(RepoToolbar, PushAndBookmarkMenuFollowTheSelection) {
-    ToolbarFixture fixture;
-    fixture.viewModel.applySnapshot(windowtest::boardSnapshot());
-    RepoToolbar toolbar(fixture.target());
+    FakeWindow window;
+    RepoToolbar toolbar(window.target());
     auto* push = toolbar.pushButton();
     auto* bookmarkMenu = toolbar.bookmarkMenuButton();
     EXPECT_FALSE(push->isEnabled());
     EXPECT_FALSE(bookmarkMenu->isEnabled());
+    EXPECT_EQ(push->toolTip().toStdString(), BookmarkPushPresentation::tooltip(std::nullopt));
 
-    fixture.selection.selectBookmark(std::string("fix"));
-    EXPECT_EQ(push->text(), QStringLiteral("Force Push"));
-    EXPECT_EQ(push->toolTip(), QStringLiteral("Remote has diverged — pushing rewrites the remote"));
-    EXPECT_EQ(bookmarkMenu->toolTip(), QStringLiteral("Actions for fix"));
-    EXPECT_TRUE(bookmarkMenu->isEnabled());
-    push->click();
-    ASSERT_EQ(fixture.bookmarkActions.size(), 1U);
-    EXPECT_TRUE(
-        std::holds_alternative<BookmarkAction::Push>(fixture.bookmarkActions[0].first.value));
-    EXPECT_EQ(fixture.bookmarkActions[0].second.name, "fix");
+    for (const char* name : {"fix", "feat"}) {
+        window.selection.selectBookmark(std::string(name));
+        const Bookmark& bookmark = window.viewModel.repoState()->bookmarks.at(name);
+        EXPECT_EQ(push->text(), PushToolbarButton::label(bookmark));
+        EXPECT_EQ(push->toolTip().toStdString(), BookmarkPushPresentation::tooltip(bookmark));
+        EXPECT_TRUE(bookmarkMenu->isEnabled());
+        EXPECT_EQ(bookmarkMenu->toolTip().toStdString(), std::string("Actions for ") + name);
+        push->click();
+        EXPECT_TRUE(window.lastActionWas<BookmarkAction::Push>(name));
+    }
 
-    fixture.selection.selectBookmark(std::string("feat"));
-    EXPECT_EQ(push->text(), QStringLiteral("Push"));
-    EXPECT_EQ(push->toolTip(), QStringLiteral("Push 1 commit to the remote"));
     // While `feat` is being pushed the button waits.
-    Bookmark feat = fixture.viewModel.repoState()->bookmarks.at("feat");
-    fixture.viewModel.setInFlight(RepoCommand::Push{feat}, true);
+    const Bookmark feat = window.viewModel.repoState()->bookmarks.at("feat");
+    window.viewModel.setInFlight(RepoCommand::Push{feat}, true);
     EXPECT_FALSE(push->isEnabled());
-    fixture.viewModel.setInFlight(RepoCommand::Push{feat}, false);
+    window.viewModel.setInFlight(RepoCommand::Push{feat}, false);
     EXPECT_TRUE(push->isEnabled());
 
     auto* menu = bookmarkMenu->actionsMenu();
@@ -127,22 +95,21 @@ TEST(RepoToolbar, PushAndBookmarkMenuFollowTheSelection) {
     auto* entry = windowtest::findEntry(*menu, QStringLiteral("Push 1 Commit"));
     ASSERT_NE(entry, nullptr);
     entry->trigger();
-    ASSERT_EQ(fixture.bookmarkActions.size(), 2U);
-    EXPECT_EQ(fixture.bookmarkActions[1].second.name, "feat");
+    EXPECT_EQ(window.bookmarkActions.size(), 3U);
+    EXPECT_TRUE(window.lastActionWas<BookmarkAction::Push>("feat"));
 }
 
 TEST(RepoToolbar, IdentityShowsTheFolderAndCopiesThePath) {
-    ToolbarFixture fixture;
-    RepoToolbar toolbar(fixture.target());
+    FakeWindow window(std::nullopt);
+    RepoToolbar toolbar(window.target());
     auto* identity = toolbar.identityLabel();
     EXPECT_FALSE(identity->copyPathAction()->isEnabled());
 
-    fixture.viewModel.setRepoRoot(std::string("/home/ada/src/vorda-demo"));
+    window.viewModel.setRepoRoot(std::string("/home/ada/src/vorda-demo"));
     EXPECT_EQ(identity->text(), QStringLiteral("vorda-demo"));
     EXPECT_EQ(identity->copyPathAction()->text(), QStringLiteral("Copy repository path"));
     identity->copyPathAction()->trigger();
     EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("/home/ada/src/vorda-demo"));
-
     EXPECT_EQ(RepositoryIdentityLabel::repositoryName("/home/ada/src/vorda-demo/"), "vorda-demo");
 }
 

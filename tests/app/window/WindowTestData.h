@@ -10,22 +10,14 @@
 
 #include "TestIDs.h"
 #include "app/viewmodel/RepoViewModel.h"
+#include "app/window/RepoCommandTarget.h"
 #include "feature/session/RepoSnapshot.h"
 
 namespace vorda::windowtest {
 
 using apptest::changeIDFor;
 using apptest::commitIDFor;
-
-inline JJCommit makeCommit(std::size_t number, std::string description) {
-    JJCommit commit;
-    commit.changeID = changeIDFor(number);
-    commit.commitID = commitIDFor(number);
-    commit.description = std::move(description);
-    commit.author = {"Ada Lovelace", "ada@example.com", "2024-03-04T10:00:00+00:00"};
-    commit.committer = commit.author;
-    return commit;
-}
+using apptest::makeCommit;
 
 /// Knobs of the hand-built repository.
 struct BoardShape {
@@ -36,24 +28,6 @@ struct BoardShape {
     std::vector<std::string> conflictedFiles;
 };
 
-inline BoardShape workspaceBehindTrunk() {
-    BoardShape shape;
-    shape.workspaceBehindTrunk = true;
-    return shape;
-}
-
-inline BoardShape fixBehindTrunk() {
-    BoardShape shape;
-    shape.fixBehindTrunk = true;
-    return shape;
-}
-
-inline BoardShape withConflicts(std::vector<std::string> files) {
-    BoardShape shape;
-    shape.conflictedFiles = std::move(files);
-    return shape;
-}
-
 /// A small repository: trunk `main` (commit 1), `feat` with two commits (2,
 /// 3) one ahead of origin, `fix` with one commit (4) diverged from origin,
 /// and the default workspace's working copy (commit 5). `feat` is pinned and
@@ -61,42 +35,37 @@ inline BoardShape withConflicts(std::vector<std::string> files) {
 inline SnapshotRef boardSnapshot(const BoardShape& shape = {}) {
     auto snapshot = std::make_shared<RepoSnapshot>();
     auto& state = snapshot->repoState;
-    auto trunk = makeCommit(1, "Trunk");
-    trunk.immutable = true;
-    const auto featBase = makeCommit(2, "Feature base");
-    const auto featTip = makeCommit(3, "Feature tip");
-    const auto fix = makeCommit(4, "Fix");
-    auto workingCopy = makeCommit(5, "");
-    workingCopy.workingCopy = true;
-    for (const auto& commit : {trunk, featBase, featTip, fix, workingCopy}) {
+    const std::vector<JJCommit> commits = {makeCommit(1, "Trunk"), makeCommit(2, "Feature base"),
+                                           makeCommit(3, "Feature tip"), makeCommit(4, "Fix"),
+                                           makeCommit(5, "")};
+    for (auto commit : commits) {
+        commit.immutable = commit.commitID == commits[0].commitID;
+        commit.workingCopy = commit.commitID == commits[4].commitID;
         state.commits.emplace(commit.commitID, SharedCommit(commit));
     }
-
-    Bookmark main;
-    main.name = "main";
-    main.commitIDs = {trunk.commitID};
-    main.changeIDs = {trunk.changeID};
-    main.origin = BookmarkOrigin::upstream("origin");
-    main.remoteSyncState.value = RemoteSyncState::UpToDate{"origin"};
-    Bookmark feat;
-    feat.name = "feat";
-    feat.commitIDs = {featTip.commitID, featBase.commitID};
-    feat.changeIDs = {featTip.changeID, featBase.changeID};
-    feat.remoteSyncState.value = RemoteSyncState::Ahead{"origin", 1};
-    Bookmark fixBookmark;
-    fixBookmark.name = "fix";
-    fixBookmark.commitIDs = {fix.commitID};
-    fixBookmark.changeIDs = {fix.changeID};
-    fixBookmark.remoteSyncState.value = RemoteSyncState::Diverged{"origin", 1, 2};
-    state.bookmarks = {{"main", main}, {"feat", feat}, {"fix", fixBookmark}};
+    const auto addBookmark = [&](const std::string& name, std::vector<std::size_t> numbers,
+                                 RemoteSyncState sync) {
+        Bookmark& bookmark = state.bookmarks[name];
+        bookmark.name = name;
+        for (const auto number : numbers) {
+            bookmark.commitIDs.push_back(commitIDFor(number));
+            bookmark.changeIDs.push_back(changeIDFor(number));
+        }
+        bookmark.remoteSyncState = std::move(sync);
+        return &bookmark;
+    };
+    addBookmark("main", {1}, {RemoteSyncState::UpToDate{"origin"}})->origin =
+        BookmarkOrigin::upstream("origin");
+    addBookmark("feat", {3, 2}, {RemoteSyncState::Ahead{"origin", 1}});
+    addBookmark("fix", {4}, {RemoteSyncState::Diverged{"origin", 1, 2}});
     if (shape.fixBehindTrunk) {
-        state.behindTrunkCommitIDs.insert(fix.commitID);
+        state.behindTrunkCommitIDs.insert(commitIDFor(4));
     }
 
     WorkspaceState workspace;
-    workspace.workspace = {"default", "/tmp/repo", workingCopy.commitID, workingCopy.changeID};
+    workspace.workspace = {"default", "/tmp/repo", commitIDFor(5), changeIDFor(5)};
     BaseAnchor anchor;
-    anchor.commitID = shape.workspaceBehindTrunk ? commitIDFor(99) : trunk.commitID;
+    anchor.commitID = commitIDFor(shape.workspaceBehindTrunk ? 99 : 1);
     anchor.changeID = changeIDFor(99);
     if (!shape.workspaceBehindTrunk) {
         anchor.bookmarkNames = {"main"};
@@ -106,18 +75,64 @@ inline SnapshotRef boardSnapshot(const BoardShape& shape = {}) {
     state.workspaces = {{"default", workspace}};
     state.selectedWorkspaceName = "default";
 
-    BookmarkSettings featSettings;
-    featSettings.pinned = true;
-    featSettings.columnVisible = true;
-    featSettings.tags = {"ui"};
-    BookmarkSettings fixSettings;
-    fixSettings.tags = {"backend"};
-    snapshot->settingsByName = {{"feat", featSettings}, {"fix", fixSettings}};
-    snapshot->trunkCommitID = trunk.commitID;
+    snapshot->settingsByName["feat"].pinned = true;
+    snapshot->settingsByName["feat"].columnVisible = true;
+    snapshot->settingsByName["feat"].tags = {"ui"};
+    snapshot->settingsByName["fix"].tags = {"backend"};
+    snapshot->trunkCommitID = commitIDFor(1);
     snapshot->trunkBookmarkName = "main";
     snapshot->conflictedFiles = shape.conflictedFiles;
     return snapshot;
 }
+
+/// A window's side of the menus and the toolbar: its view model (on the board
+/// above unless told otherwise), selection and the gestures they reach,
+/// recorded.
+struct FakeWindow {
+    RepoViewModel viewModel;
+    SelectionStore selection;
+    std::vector<std::pair<BookmarkAction, Bookmark>> bookmarkActions;
+    std::vector<std::pair<CommitAction, JJCommit>> commitActions;
+    int newBookmarkCount = 0;
+    int commitCount = 0;
+    int focusFilterCount = 0;
+
+    explicit FakeWindow(const std::optional<BoardShape>& shape = BoardShape{}) {
+        if (shape) {
+            viewModel.applySnapshot(boardSnapshot(*shape));
+        }
+    }
+
+    RepoCommandTarget target() {
+        RepoCommandTarget target;
+        target.viewModel = &viewModel;
+        target.selection = &selection;
+        target.bookmarkAction = [this](const BookmarkAction& action, const Bookmark& bookmark) {
+            bookmarkActions.emplace_back(action, bookmark);
+        };
+        target.commitAction = [this](CommitAction action, const JJCommit& commit) {
+            commitActions.emplace_back(action, commit);
+        };
+        target.newBookmark = [this] {
+            ++newBookmarkCount;
+        };
+        target.commitWorkingCopy = [this] {
+            ++commitCount;
+        };
+        target.focusFilter = [this] {
+            ++focusFilterCount;
+        };
+        return target;
+    }
+
+    /// Whether the last bookmark gesture was `Action` on `bookmark`.
+    template <typename Action>
+    bool lastActionWas(const std::string& bookmark) const {
+        return !bookmarkActions.empty() &&
+               std::holds_alternative<Action>(bookmarkActions.back().first.value) &&
+               bookmarkActions.back().second.name == bookmark;
+    }
+};
 
 /// The texts of a menu's entries, separators as "-".
 inline std::vector<std::string> entryTitles(const QMenu& menu) {
