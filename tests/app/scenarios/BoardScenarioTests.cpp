@@ -1,5 +1,5 @@
-// Scenarios on a real repository, driven through the real window: the demo
-// repository that `vorda-cli demo` makes, a RepoWindow on it, and jj run
+// Scenarios on a real repository, driven through the real window: a copy of
+// the demo repository that `vorda-cli demo` makes, a RepoWindow on it, and jj run
 // from outside where a scenario needs a change the window did not make.
 // Each scenario saves a picture of the window under the build folder's
 // test-output/screenshots.
@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+#include <functional>
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,7 @@
 #include "app/window/RepoActivityStatusView.h"
 #include "app/window/RepoToolbar.h"
 #include "app/window/RepoWindow.h"
-#include "cli/DemoRepository.h"
+#include "cli/DemoCopy.h"
 #include "support/TempDir.h"
 #include "support/TestRepo.h"
 
@@ -30,19 +31,19 @@ namespace {
 
 /// Generous: a read of the demo takes a fraction of a second, but the
 /// sanitizer builds and a busy machine stretch it.
-constexpr int settleMs = 30000;
+bool settles(const std::function<bool()>& condition) {
+    return QTest::qWaitFor(condition, 30000);
+}
 
 class BoardScenario : public ::testing::Test {
   protected:
     void SetUp() override {
-        createDemoRepository(folder_.path().string() + "/demo");
-        repo_ = demoRepositoryPath(folder_.path().string() + "/demo");
+        repo_ = testing::copyDemo(folder_.path() / "demo");
         window_ = new RepoWindow(QString::fromStdString(repo_), nullptr, {});
         window_->resize(1600, 900);
         window_->show();
-        ASSERT_TRUE(QTest::qWaitFor(
-            [&] { return viewModel()->repoState() != nullptr && !viewModel()->isLoading(); },
-            settleMs));
+        ASSERT_TRUE(settles(
+            [&] { return viewModel()->repoState() != nullptr && !viewModel()->isLoading(); }));
         ASSERT_FALSE(viewModel()->errorMessage().has_value()) << *viewModel()->errorMessage();
     }
 
@@ -76,7 +77,7 @@ class BoardScenario : public ::testing::Test {
 };
 
 TEST_F(BoardScenario, DemoBoardShowsItsLanes) {
-    ASSERT_TRUE(QTest::qWaitFor([&] { return board()->laneColumn("wcstack:default"); }, settleMs));
+    ASSERT_TRUE(settles([&] { return board()->laneColumn("wcstack:default"); }));
     // Both workspaces, trunk, and the bookmarks the demo keeps on the board
     // or in a workspace.
     EXPECT_NE(board()->laneColumn("wcstack:integration"), nullptr);
@@ -103,6 +104,7 @@ TEST_F(BoardScenario, DemoBoardShowsItsLanes) {
 }
 
 TEST_F(BoardScenario, CreatingABookmarkThroughTheDialogShowsIt) {
+    const std::string workingCopy = jj({"log", "--no-graph", "-r", "@", "-T", "change_id"});
     window_->showCreateBookmark();
     auto* dialog = window_->findChild<CreateBookmarkDialog*>();
     ASSERT_NE(dialog, nullptr);
@@ -113,44 +115,40 @@ TEST_F(BoardScenario, CreatingABookmarkThroughTheDialogShowsIt) {
     ASSERT_TRUE(dialog->createButton()->isEnabled());
     QTest::mouseClick(dialog->createButton(), Qt::LeftButton);
 
-    ASSERT_TRUE(QTest::qWaitFor([&] { return hasBookmark("from-dialog"); }, settleMs));
-    EXPECT_NE(jj({"bookmark", "list", "from-dialog"}).find("from-dialog"), std::string::npos);
+    ASSERT_TRUE(settles([&] { return hasBookmark("from-dialog"); }));
+    // At the working copy, by default.
+    EXPECT_EQ(jj({"log", "--no-graph", "-r", "from-dialog", "-T", "change_id"}), workingCopy);
     // Enabled: the workspace includes it, so it shows in the working copy's
     // lane, and showing its column gives it a lane of its own.
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return viewModel()->allWorkspaceIncludedBookmarkNames().contains("from-dialog"); },
-        settleMs));
+    ASSERT_TRUE(settles(
+        [&] { return viewModel()->allWorkspaceIncludedBookmarkNames().contains("from-dialog"); }));
     board()->handleBookmarkAction({BookmarkAction::ToggleColumnVisibility{}},
                                   viewModel()->repoState()->bookmarks.at("from-dialog"));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return board()->laneColumn("from-dialog"); }, settleMs));
+    ASSERT_TRUE(settles([&] { return board()->laneColumn("from-dialog"); }));
     saveScreenshot("created-bookmark-lane");
 }
 
 TEST_F(BoardScenario, ChangesFromTheCommandLineAppearByThemselves) {
     const std::string tip = jj({"log", "--no-graph", "-r", "render-colors", "-T", "change_id"});
     jj({"bookmark", "create", "from-terminal", "-r", "render-colors"});
-    ASSERT_TRUE(QTest::qWaitFor([&] { return hasBookmark("from-terminal"); }, settleMs));
+    ASSERT_TRUE(settles([&] { return hasBookmark("from-terminal"); }));
 
     jj({"describe", "-r", tip, "-m", "Described \"outside\" — ünïcode"});
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] {
-            const auto* commit = viewModel()->commitForChangeID(tip);
-            return commit != nullptr &&
-                   commit->description.starts_with("Described \"outside\" — ünïcode");
-        },
-        settleMs));
+    ASSERT_TRUE(settles([&] {
+        const auto* commit = viewModel()->commitForChangeID(tip);
+        return commit != nullptr &&
+               commit->description.starts_with("Described \"outside\" — ünïcode");
+    }));
     // The card shows the new summary.
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] {
-            const auto* column = board()->laneColumn("render-colors");
-            return column != nullptr && column->commitModel()->rowCount() > 0 &&
-                   column->commitModel()
-                       ->index(0)
-                       .data(Qt::DisplayRole)
-                       .toString()
-                       .contains(QStringLiteral("Described \"outside\""));
-        },
-        settleMs));
+    ASSERT_TRUE(settles([&] {
+        const auto* column = board()->laneColumn("render-colors");
+        return column != nullptr && column->commitModel()->rowCount() > 0 &&
+               column->commitModel()
+                   ->index(0)
+                   .data(Qt::DisplayRole)
+                   .toString()
+                   .contains(QStringLiteral("Described \"outside\""));
+    }));
     saveScreenshot("external-changes");
 }
 
@@ -159,13 +157,12 @@ TEST_F(BoardScenario, UndoFromTheToolbar) {
     CreateBookmarkInput input;
     input.name = "to-undo";
     viewModel()->send(RepoCommand::CreateBookmark{input}, [&] { created = true; });
-    ASSERT_TRUE(QTest::qWaitFor([&] { return created && hasBookmark("to-undo"); }, settleMs));
+    ASSERT_TRUE(settles([&] { return created && hasBookmark("to-undo"); }));
 
     QAction* undo = window_->toolbar()->item(QStringLiteral("undo"));
     ASSERT_NE(undo, nullptr);
     undo->trigger();
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return !hasBookmark("to-undo") && !viewModel()->undoInFlight(); }, settleMs));
+    ASSERT_TRUE(settles([&] { return !hasBookmark("to-undo") && !viewModel()->undoInFlight(); }));
     EXPECT_EQ(jj({"bookmark", "list", "to-undo"}), "");
     EXPECT_FALSE(viewModel()->undoError().has_value());
     saveScreenshot("after-undo");
@@ -175,12 +172,12 @@ TEST_F(BoardScenario, AFailingCommandShowsItsErrorUntilDismissed) {
     bool done = false;
     viewModel()->send(RepoCommand::RenameBookmark{"no-such-bookmark", "renamed"},
                       [&] { done = true; });
-    ASSERT_TRUE(QTest::qWaitFor([&] { return done; }, settleMs));
+    ASSERT_TRUE(settles([&] { return done; }));
     ASSERT_TRUE(viewModel()->mutationError().has_value());
     EXPECT_FALSE(viewModel()->isMutating());
 
     auto* status = window_->toolbar()->statusView();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return status->button()->isVisible(); }, settleMs));
+    ASSERT_TRUE(settles([&] { return status->button()->isVisible(); }));
     EXPECT_EQ(status->button()->text(), "Dismiss");
     const auto labels = status->findChildren<QLabel*>();
     EXPECT_TRUE(std::any_of(labels.begin(), labels.end(), [&](const QLabel* label) {

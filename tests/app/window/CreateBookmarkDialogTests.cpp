@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include "WindowTestData.h"
-#include "support/TestRepo.h"
 
 namespace vorda {
 namespace {
@@ -132,32 +131,6 @@ TEST(CreateBookmarkDialog, StartingPointsAndParents) {
     EXPECT_FALSE(dialog.revisionField()->isEnabled());
     dialog.revisionChoice()->setChecked(true);
     EXPECT_TRUE(dialog.revisionField()->isEnabled());
-}
-
-TEST(CreateBookmarkDialog, CreatesTheBookmarkAtTheWorkingCopy) {
-    const testing::TestRepo repo;
-    repo.commit("Base", {{"a.txt", "a\n"}});
-    repo.writeFile("b.txt", "work in progress\n");
-    const auto workingCopy = repo.changeID("@");
-
-    RepoViewModel viewModel;
-    bool loaded = false;
-    viewModel.load(repo.root(), [&] { loaded = true; });
-    ASSERT_TRUE(QTest::qWaitFor([&] { return loaded; }, 30000));
-    ASSERT_NE(viewModel.repoState(), nullptr) << viewModel.errorMessage().value_or("");
-
-    CreateBookmarkDialog dialog(&viewModel);
-    dialog.nameField()->setText(QStringLiteral("wip-anchor"));
-    dialog.createButton()->click();
-    EXPECT_EQ(dialog.result(), QDialog::Accepted);
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] {
-            const auto* state = viewModel.repoState();
-            return state && state->bookmarks.contains("wip-anchor") && !viewModel.isMutating();
-        },
-        30000));
-    EXPECT_FALSE(viewModel.mutationError().has_value()) << *viewModel.mutationError();
-    EXPECT_EQ(repo.changeID("wip-anchor"), workingCopy);
 }
 
 }  // namespace
