@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "jjkit/client/JJError.h"
+#include "support/Refusal.h"
 #include "support/TempDir.h"
 #include "support/TestRepo.h"
 
@@ -13,34 +14,30 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::TempDir;
-using testing::TestRepo;
 
 void writeText(const fs::path& path, const std::string& contents) {
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << contents;
 }
 
-std::string refusal(const std::string& workspaceRoot) {
-    try {
-        JJRepoDetector::sharedRepositoryPath(workspaceRoot);
-    } catch (const JJError& error) {
-        if (error.as<JJError::UnsafeOperation>() != nullptr) {
-            return error.errorDescription();
-        }
-        return "other error: " + error.errorDescription();
-    }
-    return "no refusal";
-}
-
-TEST(JJRepoDetector, FindsTheRootFromAnyPathInside) {
-    TestRepo repo;
-    repo.writeFile("deep/er/file.txt", "x");
+TEST(JJRepoDetector, FindsTheRootFromAnyPathInsideAndOneStoreForEveryWorkspace) {
+    testing::TestRepo repo;
+    repo.draw(R"(
+      A <- root "base" deep/er/file.txt=x
+      workspace second <- A
+    )");
     const auto& root = repo.root();
-    EXPECT_EQ(JJRepoDetector::findRepoRoot(root), root);
-    EXPECT_EQ(JJRepoDetector::findRepoRoot(root + "/"), root);
-    EXPECT_EQ(JJRepoDetector::findRepoRoot(root + "/deep/er/file.txt"), root);
-    EXPECT_EQ(JJRepoDetector::findRepoRoot(root + "/deep/./er/../er"), root);
-    EXPECT_EQ(JJRepoDetector::findRepoRoot(root + "/not/yet/created"), root);
+    for (const std::string inside :
+         {"", "/", "/deep/er/file.txt", "/deep/./er/../er", "/not/yet/created"}) {
+        EXPECT_EQ(JJRepoDetector::findRepoRoot(root + inside), root) << inside;
+    }
+    const auto store = JJRepoDetector::sharedRepositoryPath(root);
+    EXPECT_EQ(store, fs::canonical(fs::path(root) / ".jj" / "repo").string());
+    const auto second = repo.scratch() / "second";
+    EXPECT_EQ(JJRepoDetector::sharedRepositoryPath(second.string()), store);
+    // A symbolic link to the workspace resolves to the same store too.
+    fs::create_directory_symlink(second, repo.scratch() / "link");
+    EXPECT_EQ(JJRepoDetector::sharedRepositoryPath((repo.scratch() / "link").string()), store);
 }
 
 TEST(JJRepoDetector, NoRepositoryAboveGivesNothingAndAPlainFileCounts) {
@@ -49,58 +46,42 @@ TEST(JJRepoDetector, NoRepositoryAboveGivesNothingAndAPlainFileCounts) {
     // The temporary folder itself is not inside any repository.
     ASSERT_FALSE(JJRepoDetector::findRepoRoot(folder.string()).has_value());
     EXPECT_FALSE(JJRepoDetector::findRepoRoot((folder.path() / "a" / "b").string()).has_value());
-
     writeText(folder.path() / "a" / ".jj", "");
     EXPECT_EQ(JJRepoDetector::findRepoRoot((folder.path() / "a" / "b").string()),
               (folder.path() / "a").string());
 }
 
-TEST(JJRepoDetector, EveryWorkspaceOfAStoreNamesTheSameStore) {
-    TestRepo repo;
-    repo.commit("base", {{"a", "1"}});
-    const auto second = repo.addWorkspace("second");
-    const auto store = JJRepoDetector::sharedRepositoryPath(repo.root());
-    EXPECT_EQ(store, fs::canonical(fs::path(repo.root()) / ".jj" / "repo").string());
-    EXPECT_EQ(JJRepoDetector::sharedRepositoryPath(second), store);
-    // A symbolic link to the workspace resolves to the same store too.
-    const auto link = repo.scratch() / "link";
-    fs::create_directory_symlink(second, link);
-    EXPECT_EQ(JJRepoDetector::sharedRepositoryPath(link.string()), store);
-}
-
-TEST(JJRepoDetector, PointerFilesAreReadRelativeToTheirFolder) {
+TEST(JJRepoDetector, PointersAreReadRelativeToTheirFolderAndUnknownStoresRefused) {
     const TempDir folder;
     const auto store = folder.path() / "main" / ".jj" / "repo";
     fs::create_directories(store / "op_heads");
-    const auto workspace = folder.path() / "ws";
-    writeText(workspace / ".jj" / "repo", "../../main/.jj/repo\n\n");
-    EXPECT_EQ(JJRepoDetector::sharedRepositoryPath(workspace.string()), store.string());
-
-    writeText(workspace / ".jj" / "repo", store.string() + "  \n");
-    EXPECT_EQ(JJRepoDetector::sharedRepositoryPath(workspace.string()), store.string());
-}
-
-TEST(JJRepoDetector, RefusesStoresItCannotIdentify) {
-    const TempDir folder;
-    EXPECT_EQ(refusal(folder.string()), "Cannot locate the shared jj repository store.");
-
-    const auto blank = folder.path() / "blank";
-    writeText(blank / ".jj" / "repo", " \n\t\n");
-    EXPECT_EQ(refusal(blank.string()), "Empty jj repository pointer.");
-
-    const auto bare = folder.path() / "bare";
-    fs::create_directories(bare / ".jj" / "repo");
+    fs::create_directories(folder.path() / "bare" / ".jj" / "repo");
     const std::string unrecognized =
         "Unrecognized shared jj repository store; refusing an uncoordinated mutation.";
-    EXPECT_EQ(refusal(bare.string()), unrecognized);
-
-    const auto pointing = folder.path() / "pointing";
-    writeText(pointing / ".jj" / "repo", "../../bare/.jj/repo");
-    EXPECT_EQ(refusal(pointing.string()), unrecognized);
-
-    const auto dangling = folder.path() / "dangling";
-    writeText(dangling / ".jj" / "repo", "../../nowhere/.jj/repo");
-    EXPECT_EQ(refusal(dangling.string()), unrecognized);
+    // A workspace's `.jj/repo` file (absent: no file at all), and what it names.
+    const std::vector<std::pair<std::optional<std::string>, std::string>> cases{
+        {"../../main/.jj/repo\n\n", store.string()},
+        {store.string() + "  \n", store.string()},
+        {std::nullopt, "Cannot locate the shared jj repository store."},
+        {" \n\t\n", "Empty jj repository pointer."},
+        {"../../bare/.jj/repo", unrecognized},
+        {"../../nowhere/.jj/repo", unrecognized}};
+    for (std::size_t index = 0; index < cases.size(); ++index) {
+        const auto& [pointer, expected] = cases[index];
+        const auto workspace = folder.path() / ("ws" + std::to_string(index));
+        fs::create_directories(workspace);
+        if (pointer) {
+            writeText(workspace / ".jj" / "repo", *pointer);
+        }
+        std::string found;
+        const std::string refused =
+            testing::refusal([&] { found = JJRepoDetector::sharedRepositoryPath(workspace.string()); });
+        EXPECT_EQ(refused == "no refusal" ? found : refused, expected) << index;
+    }
+    // A store folder without jj's layout is not trusted either.
+    EXPECT_EQ(testing::refusal(
+                  [&] { JJRepoDetector::sharedRepositoryPath((folder.path() / "bare").string()); }),
+              unrecognized);
 }
 
 }  // namespace
