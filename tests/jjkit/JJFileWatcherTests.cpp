@@ -16,25 +16,32 @@ using namespace std::chrono_literals;
 // Generous bound: only a guard against a hung test, not a timing assertion.
 constexpr auto hangGuard = 60s;
 
-TEST(JJFileWatcher, WatchesOperationHeadsAndFiresAfterAnotherProcessOperates) {
+TEST(JJFileWatcher, AWorkspaceWatchesItsStoresHeadsAndSeesEveryOperationOfAnotherProcess) {
     testing::TestRepo repo;
-    const JJFileWatcher watcher(repo.root());
+    repo.draw(R"(
+      A <- root "base" a=1
+      workspace second <- A
+    )");
+    // The further workspace watches the store its pointer names.
+    const JJFileWatcher watcher((repo.scratch() / "second").string());
     EXPECT_EQ(watcher.path(), repo.root() + "/.jj/repo/op_heads");
+    EXPECT_EQ(JJFileWatcher(repo.root()).path(), watcher.path());
 
     auto stream = watcher.events();
     std::stop_source stop;
-    auto firstEvent =
-        std::async(std::launch::async, [&] { return stream->next(stop.get_token()); });
-    // A separate jj process completes an operation.
+    const auto nextEvent = [&] {
+        return std::async(std::launch::async, [&] { return stream->next(stop.get_token()); });
+    };
+    auto first = nextEvent();
+    // A separate jj process completes an operation in the main workspace.
     repo.jj({"describe", "-m", "changed from the command line"});
-    ASSERT_EQ(firstEvent.wait_for(hangGuard), std::future_status::ready);
-    EXPECT_TRUE(firstEvent.get());
+    ASSERT_EQ(first.wait_for(hangGuard), std::future_status::ready);
+    EXPECT_TRUE(first.get());
 
-    // Each later operation is seen too.
+    // Each later operation is seen too: drain what the first one produced,
+    // then wait for a new one.
     while (true) {
-        // Drain what the first operation produced, then wait for a new one.
-        auto pending =
-            std::async(std::launch::async, [&] { return stream->next(stop.get_token()); });
+        auto pending = nextEvent();
         if (pending.wait_for(200ms) == std::future_status::ready) {
             ASSERT_TRUE(pending.get());
             continue;
@@ -47,33 +54,17 @@ TEST(JJFileWatcher, WatchesOperationHeadsAndFiresAfterAnotherProcessOperates) {
 
     // Stopping ends a blocked stream.
     auto blocked = std::async(std::launch::async, [&] {
-        bool sawEnd = false;
-        while (!sawEnd) {
-            sawEnd = !stream->next(stop.get_token());
+        while (stream->next(stop.get_token())) {
         }
-        return sawEnd;
     });
     std::this_thread::sleep_for(50ms);
     stop.request_stop();
-    ASSERT_EQ(blocked.wait_for(hangGuard), std::future_status::ready);
-    EXPECT_TRUE(blocked.get());
+    EXPECT_EQ(blocked.wait_for(hangGuard), std::future_status::ready);
 }
 
 TEST(JJFileWatcher, AFolderThatCannotBeWatchedEndsAtOnce) {
     const JJFileWatcher missing("/nonexistent/vorda/repo");
     EXPECT_FALSE(missing.events()->next({}));
-}
-
-TEST(JJFileWatcher, AFurtherWorkspaceWatchesTheStoreItsPointerNames) {
-    testing::TestRepo repo;
-    const auto second = repo.addWorkspace("second");
-    const JJFileWatcher watcher(second);
-    EXPECT_EQ(watcher.path(), repo.root() + "/.jj/repo/op_heads");
-    auto stream = watcher.events();
-    auto event = std::async(std::launch::async, [&] { return stream->next({}); });
-    repo.jj({"describe", "-m", "changed in the main workspace"});
-    ASSERT_EQ(event.wait_for(hangGuard), std::future_status::ready);
-    EXPECT_TRUE(event.get());
 }
 
 }  // namespace
