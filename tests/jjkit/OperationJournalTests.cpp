@@ -1,38 +1,34 @@
 #include "jjkit/rewrites/OperationJournal.h"
 
+#include <algorithm>
 #include <fstream>
+#include <functional>
+#include <ostream>
 #include <sstream>
+#include <stdexcept>
+#include <stop_token>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "jjkit/client/JJClient.h"
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/LocalStackUpdatePlan.h"
+#include "jjkit/support/Cancellation.h"
 #include "jjkit/support/Uuid.h"
+#include "support/Refusal.h"
+#include "support/RewriteTestData.h"
 #include "support/TestRepo.h"
+#include "support/TestTools.h"
 
 namespace vorda {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::refusal;
 using testing::TestRepo;
-
-const std::string firstSentence =
-    "No final outcome was saved. Execution may not have started, may still be running, or may "
-    "have finished. Inspect the operation log before retrying or recovering.";
-const std::string unavailableSentence =
-    "The current or resulting operation is unavailable. Refresh and inspect the operation log "
-    "before choosing recovery.";
-const std::string changedSentence =
-    "The repository has changed since this receipt. Restoring its starting operation could "
-    "discard later work. Review intervening operations; do not restore blindly.";
-const std::string inspectSentence =
-    "The observed operation matches this result, but the action needs inspection. Compare the "
-    "recorded before/after operations before choosing recovery.";
-const std::string verifiedSentence =
-    "The observed operation matches the verified result. Inspect any reported conflicts; no "
-    "automatic recovery is needed.";
+using UpdateRecord = OperationRecord<LocalStackUpdatePlan>;
 
 std::string readText(const fs::path& path) {
     std::ifstream stream(path, std::ios::binary);
@@ -56,8 +52,8 @@ JJCommit commit(const std::string& commitID, const std::string& changeID) {
     return value;
 }
 
-OperationRecord<LocalStackUpdatePlan> record(const std::string& operationID, double startedAt) {
-    OperationRecord<LocalStackUpdatePlan> value;
+UpdateRecord record(const std::string& operationID, double startedAt) {
+    UpdateRecord value;
     value.id = makeUuid();
     value.startedAt = journalDate(startedAt);
     value.plan.id = makeUuid();
@@ -84,9 +80,11 @@ TEST(OperationJournal, LivesInTheSharedStoreAndWritesItsExactForm) {
     auto saved = record("op1", 816955200.25);
     journal.save(saved);
     const auto file = journal.directory / (saved.id + ".json");
-    const auto json = nlohmann::json::parse(readText(file));
+    const auto text = readText(file);
+    const auto json = nlohmann::json::parse(text);
     EXPECT_EQ(json.at("schemaVersion"), 1);
     EXPECT_EQ(json.at("id"), saved.id);
+    EXPECT_EQ(saved.id, canonicalUuid(saved.id));
     EXPECT_EQ(json.at("startedAt"), 816955200.25);
     // Absent keys are left out, not written as null.
     EXPECT_FALSE(json.contains("receipt"));
@@ -95,31 +93,21 @@ TEST(OperationJournal, LivesInTheSharedStoreAndWritesItsExactForm) {
     EXPECT_EQ(json.at("plan").at("roots").at(0).at("change_id"), std::string(32, 'l'));
     EXPECT_EQ(json.at("plan").at("destination").at("local_bookmarks").at(0).at("name"), "feat");
     // Pretty-printed, keys in order.
-    const auto text = readText(file);
     EXPECT_LT(text.find("\"id\""), text.find("\"plan\""));
     EXPECT_LT(text.find("\"plan\""), text.find("\"schemaVersion\""));
     EXPECT_LT(text.find("\"schemaVersion\""), text.find("\"startedAt\""));
     EXPECT_NE(text.find("\n  \"id\""), std::string::npos);
-    EXPECT_EQ(saved.id, canonicalUuid(saved.id));
 
-    // A second save under the same id replaces the one file.
+    // A second save under the same id replaces the one file, and every
+    // workspace of the repository sees it.
     saved.receipt = LocalStackUpdateReceipt{"op1", "op2", std::nullopt, {"default"}, {}, {"x"}};
     journal.save(saved);
-    std::size_t files = 0;
-    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(journal.directory)) {
-        ++files;
-    }
-    EXPECT_EQ(files, 1U);
-
-    // Every workspace of the repository sees the same receipts.
-    const OperationJournal<LocalStackUpdatePlan> fromSecond(second);
-    const auto loaded = fromSecond.load();
+    EXPECT_EQ(std::distance(fs::directory_iterator(journal.directory), fs::directory_iterator()),
+              1);
+    const auto loaded = OperationJournal<LocalStackUpdatePlan>(second).load();
     ASSERT_EQ(loaded.records.size(), 1U);
     EXPECT_EQ(loaded.records.front(), saved);
-    EXPECT_EQ(RecordCoding<OperationRecord<LocalStackUpdatePlan>>::encode(loaded.records.front())
-                  .at("receipt")
-                  .at("afterOperationID"),
-              "op2");
+    EXPECT_EQ(nlohmann::json::parse(readText(file)).at("receipt").at("afterOperationID"), "op2");
     // Other plan types have folders of their own.
     EXPECT_TRUE(OperationJournal<FeatureAppendPlan>(repo.root()).load().records.empty());
 }
@@ -127,31 +115,25 @@ TEST(OperationJournal, LivesInTheSharedStoreAndWritesItsExactForm) {
 TEST(OperationJournal, BadFilesBecomeWarningsAndNeverHideGoodOnes) {
     TestRepo repo;
     const OperationJournal<LocalStackUpdatePlan> journal(repo.root());
-    const auto older = record("op-old", 100.5);
-    const auto newer = record("op-new", 200.0);
-    const auto newest = record("op-newest", 300.0);
     // Saved out of date order: the load sorts by the start time, not names.
-    journal.save(newer);
-    journal.save(newest);
-    journal.save(older);
-
+    for (const auto& [operation, startedAt] :
+         {std::pair{"op-new", 200.0}, {"op-newest", 300.0}, {"op-old", 100.5}}) {
+        journal.save(record(operation, startedAt));
+    }
     writeText(journal.directory / "0-broken.json", "{\"schemaVersion\": 1, ");
     // A FIFO would block a plain read for ever.
     ASSERT_EQ(mkfifo((journal.directory / "1-fifo.json").c_str(), 0600), 0);
     writeText(journal.directory / "notes.txt", "not a receipt");
     writeText(journal.directory / "UPPER.JSON", "ignored: the extension is case-sensitive");
 
-    auto foreign = record("op-foreign", 50);
+    using Coding = RecordCoding<UpdateRecord>;
     const auto otherName = makeUuid();
-    writeText(journal.directory / (otherName + ".json"),
-              RecordCoding<OperationRecord<LocalStackUpdatePlan>>::encode(foreign).dump());
-
-    auto future = record("op-future", 60);
-    auto futureJson = RecordCoding<OperationRecord<LocalStackUpdatePlan>>::encode(future);
+    writeText(journal.directory / (otherName + ".json"), Coding::encode(record("x", 50)).dump());
+    const auto future = record("op-future", 60);
+    auto futureJson = Coding::encode(future);
     futureJson["schemaVersion"] = 2;
     writeText(journal.directory / (future.id + ".json"), futureJson.dump());
-
-    auto missingPlan = RecordCoding<OperationRecord<LocalStackUpdatePlan>>::encode(record("x", 1));
+    auto missingPlan = Coding::encode(record("x", 1));
     const auto missingID = missingPlan.at("id").get<std::string>();
     missingPlan.erase("plan");
     writeText(journal.directory / (missingID + ".json"), missingPlan.dump());
@@ -163,47 +145,363 @@ TEST(OperationJournal, BadFilesBecomeWarningsAndNeverHideGoodOnes) {
     EXPECT_EQ(loaded.records[2].plan.operationID, "op-old");
 
     // One warning per bad "json" file, in file name order.
+    const std::string mismatch = "Unsupported receipt version or mismatched identity.";
     std::vector<std::pair<std::string, std::string>> expected{
         {"0-broken.json", ""},
         {"1-fifo.json", ""},
-        {otherName + ".json", "Unsupported receipt version or mismatched identity."},
-        {future.id + ".json", "Unsupported receipt version or mismatched identity."},
+        {otherName + ".json", mismatch},
+        {future.id + ".json", mismatch},
         {missingID + ".json", "missing key `plan`"},
     };
     std::sort(expected.begin(), expected.end());
     ASSERT_EQ(loaded.warnings.size(), expected.size());
     for (std::size_t index = 0; index < expected.size(); ++index) {
         const auto& warning = loaded.warnings[index];
-        EXPECT_EQ(
-            warning.rfind("Could not read operation receipt " + expected[index].first + ": ", 0),
-            0U)
+        const auto prefix = "Could not read operation receipt " + expected[index].first + ": ";
+        EXPECT_EQ(warning.rfind(prefix, 0), 0U) << warning;
+        EXPECT_NE(warning.find(expected[index].second, prefix.size()), std::string::npos)
             << warning;
-        EXPECT_NE(warning.find(expected[index].second), std::string::npos) << warning;
     }
 }
 
-TEST(OperationJournal, GuidanceFollowsTheReceiptAndTheObservedOperation) {
-    OperationRecord<LocalStackUpdatePlan> started = record("op1", 1);
-    EXPECT_EQ(started.recoveryGuidance("op1"), firstSentence);
-    EXPECT_EQ(started.recoveryGuidance(std::nullopt), firstSentence);
+const std::string noFinalOutcome =
+    "No final outcome was saved. Execution may not have started, may still be running, or may "
+    "have finished. Inspect the operation log before retrying or recovering.";
 
-    auto finished = started;
-    finished.receipt = LocalStackUpdateReceipt{"op1", std::nullopt, {}, {}, {}, {}};
-    EXPECT_EQ(finished.recoveryGuidance("op2"), unavailableSentence);
-    finished.receipt->afterOperationID = "op2";
-    EXPECT_EQ(finished.recoveryGuidance(std::nullopt), unavailableSentence);
-    EXPECT_EQ(finished.recoveryGuidance("op3"), changedSentence);
-    // Conflicts alone are no reason to inspect.
-    finished.receipt->conflictedChangeIDs = {std::string(32, 'm')};
-    EXPECT_EQ(finished.recoveryGuidance("op2"), verifiedSentence);
-    finished.receipt->verificationWarnings = {"Unexpected parents on mmmmmmmmmmmm"};
-    EXPECT_EQ(finished.recoveryGuidance("op2"), inspectSentence);
-    finished.receipt->verificationWarnings.clear();
-    finished.receipt->commandError = "jj rebase failed";
-    EXPECT_EQ(finished.recoveryGuidance("op2"), inspectSentence);
-    // A moved repository outranks the command error.
-    EXPECT_EQ(finished.recoveryGuidance("op9"), changedSentence);
+TEST(OperationJournal, GuidanceFollowsTheReceiptAndTheObservedOperation) {
+    const std::string unavailable =
+        "The current or resulting operation is unavailable. Refresh and inspect the operation "
+        "log before choosing recovery.";
+    const std::string changed =
+        "The repository has changed since this receipt. Restoring its starting operation could "
+        "discard later work. Review intervening operations; do not restore blindly.";
+    const std::string inspect =
+        "The observed operation matches this result, but the action needs inspection. Compare "
+        "the recorded before/after operations before choosing recovery.";
+    const std::string verified =
+        "The observed operation matches the verified result. Inspect any reported conflicts; no "
+        "automatic recovery is needed.";
+
+    const LocalStackUpdateReceipt finished{"op1", "op2", std::nullopt, {}, {}, {}};
+    auto noAfter = finished;
+    noAfter.afterOperationID.reset();
+    auto conflicted = finished;
+    conflicted.conflictedChangeIDs = {std::string(32, 'm')};
+    auto warned = finished;
+    warned.verificationWarnings = {"Unexpected parents on mmmmmmmmmmmm"};
+    auto failed = finished;
+    failed.commandError = "jj rebase failed";
+
+    struct Case {
+        std::optional<LocalStackUpdateReceipt> receipt;
+        std::optional<std::string> current;
+        const std::string& sentence;
+    };
+    const Case cases[] = {
+        {std::nullopt, "op1", noFinalOutcome},
+        {std::nullopt, std::nullopt, noFinalOutcome},
+        {noAfter, "op2", unavailable},
+        {finished, std::nullopt, unavailable},
+        {finished, "op3", changed},
+        {finished, "op2", verified},
+        {conflicted, "op2", verified},  // conflicts alone are no reason to inspect
+        {warned, "op2", inspect},
+        {failed, "op2", inspect},
+        {failed, "op9", changed},  // a moved repository outranks the command error
+    };
+    for (const auto& [receipt, current, sentence] : cases) {
+        UpdateRecord started = record("op1", 1);
+        started.receipt = receipt;
+        EXPECT_EQ(started.recoveryGuidance(current), sentence)
+            << (receipt ? "finished" : "started") << " at " << current.value_or("none");
+    }
 }
+
+// The common shape of every planned rewrite, exercised through each flow on
+// one repository: trunk T published as main, the feature `feat` F1-F2 on
+// its base, an integration merge of the feature and trunk, and the work
+// W1-W2 on it under the default working copy.
+
+constexpr const char* flowPicture = R"(
+    origin
+    B <- root "base" README=base
+    T <- B "trunk work" trunk.txt=t [main]
+    push main
+    F1 <- B "f1" f1.txt=one
+    F2 <- F1 "f2" f2.txt=two [feat]
+    M <- F2 T "integration"
+    W1 <- M "w1" w1.txt=one
+    W2 <- W1 "w2" w2.txt=two
+)";
+
+/// Called at every save of a record, with whether it holds the final receipt.
+using Save = std::function<void(bool final)>;
+/// A planned flow, executed through a client: its receipt.
+using Execution =
+    std::function<LocalStackUpdateReceipt(const JJClient&, const Save&, const std::stop_token&)>;
+
+template <typename Plan>
+JJClient::PersistRecord<Plan> saving(const Save& save) {
+    return [&save](const OperationRecord<Plan>& record) {
+        save(record.receipt.has_value());
+    };
+}
+
+struct Flow {
+    std::string name;
+    /// Plans the flow's request with `client`.
+    std::function<Execution(const JJClient&, const TestRepo&)> plan;
+    std::string foreign, expired, scopeChanged, changedWhileSaving, finalSaveFailed;
+    /// Commits that, made trunk(), change the plan without moving the
+    /// operation: one the plan comes out different with, one it is refused with.
+    std::vector<std::string> otherTrunks;
+    /// The verification findings after the repository was changed during
+    /// the first save; `oldWorkingCopy` is the change the default workspace left.
+    std::function<std::vector<std::string>(const TestRepo&, const std::string& oldWorkingCopy)>
+        findingsAfterInterference;
+};
+
+void PrintTo(const Flow& flow, std::ostream* out) {
+    *out << flow.name;
+}
+
+std::string shortID(const TestRepo& repo, const std::string& name) {
+    return repo.id(name).substr(0, 12);
+}
+
+const Flow flows[] = {
+    {
+        "LocalStackUpdate",
+        [](const JJClient& client, const TestRepo&) -> Execution {
+            return [plan = client.planLocalStackUpdate({"feat"}, {})](
+                       const JJClient& by, const Save& save, const std::stop_token& stop) {
+                return by.executeLocalStackUpdate(plan, saving<LocalStackUpdatePlan>(save), stop);
+            };
+        },
+        "This preview belongs to another repository or workspace.",
+        "Preview expired because the repository or working copy changed. Generate a fresh "
+        "preview.",
+        "Preview scope changed. Generate a fresh preview before updating.",
+        "Repository changed while saving the receipt; no rebase was attempted.",
+        "Could not save final receipt: disk full. Inspect the operation log before retrying.",
+        {"B", "F2"},
+        [](const TestRepo& repo, const std::string& oldWorkingCopy) {
+            return std::vector<std::string>{
+                "Unexpected parents on " + shortID(repo, "F1"),
+                "A bookmark no longer follows " + shortID(repo, "F2"),
+                "Missing or divergent rewritten change " + shortID(repo, "W2"),
+                "Missing or divergent rewritten change " + oldWorkingCopy.substr(0, 12),
+                "Working-copy identity changed in default"};
+        },
+    },
+    {
+        "FeatureInsertion",
+        [](const JJClient& client, const TestRepo& repo) -> Execution {
+            return [plan = client.planFeatureInsertion({repo.id("W1"), repo.id("W2")},
+                                                       repo.id("F1"), "feat")](
+                       const JJClient& by, const Save& save, const std::stop_token& stop) {
+                return by.executeFeatureInsertion(plan, saving<FeatureInsertionPlan>(save), stop);
+            };
+        },
+        "This routing preview belongs to another repository or workspace.",
+        "Routing preview expired. Refresh and preview again before moving work.",
+        "Routing scope or configuration changed. Generate a new preview.",
+        "Repository changed while saving the routing receipt; no insertion was attempted.",
+        "Could not save final routing receipt: disk full. Inspect the operation log before "
+        "retrying.",
+        {"F1", "F2"},
+        [](const TestRepo& repo, const std::string& oldWorkingCopy) {
+            return std::vector<std::string>{
+                "Unexpected parents on " + shortID(repo, "W1"),
+                "Missing or divergent routed change " + shortID(repo, "W2"),
+                "Missing or divergent routed change " + oldWorkingCopy.substr(0, 12),
+                "Unexpected parents on " + shortID(repo, "F2"),
+                "Bookmark feat no longer uniquely follows " + shortID(repo, "F2"),
+                "The feature bookmark no longer uniquely follows its original tip.",
+                "Working-copy identity changed in default"};
+        },
+    },
+    {
+        "FeatureAppend",
+        [](const JJClient& client, const TestRepo& repo) -> Execution {
+            return [plan = client.planFeatureAppend({repo.id("W2"), repo.id("W1")}, "feat")](
+                       const JJClient& by, const Save& save, const std::stop_token& stop) {
+                return by
+                    .executeFeatureAppend(
+                        plan, saving<FeatureAppendPlan>(save), [] {}, stop)
+                    .receipt.value();
+            };
+        },
+        "This append preview belongs to another repository or workspace.",
+        "Append preview expired. Generate a fresh preview.",
+        "Append scope or configuration changed. Replan before moving work.",
+        "Repository changed before append execution; no rebase was attempted.",
+        "Could not save final append receipt: disk full. Inspect the operation log before "
+        "retrying.",
+        {"F2", "W1"},
+        [](const TestRepo&, const std::string&) {
+            return std::vector<std::string>{
+                "Repository changed after the last recorded step; inspect intervening "
+                "operations."};
+        },
+    },
+};
+
+class PlannedFlowShape : public ::testing::TestWithParam<Flow> {
+  protected:
+    PlannedFlowShape() { repo.draw(flowPicture); }
+
+    /// Where the rewrite would show: the parents of the lowest commits
+    /// that any of the flows moves, and the feature bookmark.
+    std::string shape() const {
+        return repo.parents("F1").at(0) + " " + repo.parents("W1").at(0) + " " +
+               repo.bookmarkTarget("feat").value_or("none");
+    }
+
+    TestRepo repo;
+    JJClient client{repo.root()};
+    const std::string original = "B M F2";
+};
+
+TEST_P(PlannedFlowShape, StaleForeignAndCancelledPreviewsRunNothingAndSaveNothing) {
+    const auto& flow = GetParam();
+    ASSERT_EQ(shape(), original);
+    int saves = 0;
+    const Save counted = [&](bool) {
+        ++saves;
+    };
+    const auto refused = [&](const Execution& run, const std::string& words, const JJClient& by) {
+        EXPECT_EQ(refusal([&] { run(by, counted, {}); }), words);
+        EXPECT_EQ(shape(), original);
+    };
+
+    // Each change made after the preview expires it; the edit on disk does so
+    // through the execution's own snapshot.
+    const std::vector<std::function<void()>> changes{
+        [&] {
+            repo.jj({"describe", "-r", repo.id("W1"), "-m", "w1 reworded"});
+        },
+        [&] {
+            repo.jj({"new", "--no-edit", repo.id("T"), "-m", "elsewhere"});
+        },
+        [&] { repo.writeFile("edited.txt", "edited after the preview\n"); },
+    };
+    for (const auto& change : changes) {
+        const auto run = flow.plan(client, repo);
+        change();
+        refused(run, flow.expired, client);
+    }
+
+    // Another workspace of the same repository, and another repository.
+    auto run = flow.plan(client, repo);
+    refused(run, flow.foreign, JJClient(repo.addWorkspace("second", repo.id("B"))));
+    const TestRepo elsewhere;
+    refused(run, flow.foreign, JJClient(elsewhere.root()));
+
+    // Another trunk() moves no operation; planning again sees it.
+    for (const auto& trunk : flow.otherTrunks) {
+        SCOPED_TRACE("trunk() is " + trunk);
+        run = flow.plan(client, repo);
+        const auto operations = repo.operationCount();
+        const std::string alias = "revset-aliases.\"trunk()\"";
+        repo.jj(
+            {"config", "set", "--repo", alias, "commit_id(" + repo.commitID(repo.id(trunk)) + ")"});
+        refused(run, flow.scopeChanged, client);
+        EXPECT_EQ(repo.operationCount(), operations);
+        repo.jj({"config", "unset", "--repo", alias});
+    }
+
+    run = flow.plan(client, repo);
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_THROW(run(client, counted, stop.get_token()), CancellationError);
+    EXPECT_EQ(saves, 0);
+
+    // Without the first receipt nothing runs: its failing save is thrown.
+    const auto operations = repo.operationCount();
+    EXPECT_THROW(run(client,
+                     [&](bool) {
+                         ++saves;
+                         throw std::runtime_error("disk full");
+                     },
+                     {}),
+                 std::runtime_error);
+    EXPECT_EQ(saves, 1);
+    EXPECT_EQ(repo.operationCount(), operations);
+    EXPECT_EQ(shape(), original);
+
+    // None of that spoiled the preview. Only the final save fails now: the
+    // rewrite stands, the receipt says so and the stored record has none.
+    std::vector<bool> saved;
+    const auto receipt = run(client,
+                             [&](bool final) {
+                                 if (final) {
+                                     throw std::runtime_error("disk full");
+                                 }
+                                 saved.push_back(final);
+                             },
+                             {});
+    EXPECT_EQ(receipt.commandError, std::nullopt);
+    EXPECT_EQ(receipt.verificationWarnings, std::vector<std::string>{flow.finalSaveFailed});
+    EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
+    EXPECT_NE(shape(), original);
+    EXPECT_FALSE(saved.empty());
+}
+
+TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
+    const auto& flow = GetParam();
+    std::vector<bool> saved;
+    const Save recorded = [&](bool final) {
+        saved.push_back(final);
+    };
+
+    // jj's rebase fails: its description is the command error, nothing moved.
+    auto run = flow.plan(client, repo);
+    const auto planned = repo.currentOperationID();
+    LocalStackUpdateReceipt receipt;
+    {
+        const testing::FailingJJScope failing("rebase");
+        receipt = run(client, recorded, {});
+    }
+    ASSERT_TRUE(receipt.commandError.has_value());
+    EXPECT_EQ(receipt.commandError->rfind("jj rebase ", 0), 0U) << *receipt.commandError;
+    EXPECT_NE(receipt.commandError->find("injected failure"), std::string::npos);
+    EXPECT_EQ(receipt.beforeOperationID, planned);
+    EXPECT_EQ(receipt.afterOperationID, planned);
+    EXPECT_EQ(repo.currentOperationID(), planned);
+    EXPECT_EQ(shape(), original);
+    ASSERT_GE(saved.size(), 2U);
+    EXPECT_FALSE(saved.front());
+    EXPECT_TRUE(saved.back());
+
+    // Somebody works on the command line while the first receipt is written:
+    // the bookmark goes back, W2 is dropped, the working copy moves away.
+    run = flow.plan(client, repo);
+    const auto oldWorkingCopy = repo.changeID("@");
+    saved.clear();
+    receipt =
+        run(client,
+            [&](bool final) {
+                if (saved.empty()) {
+                    repo.jj({"bookmark", "set", "--allow-backwards", "-r", repo.id("F1"), "feat"});
+                    repo.jj({"abandon", repo.id("W2")});
+                    repo.jj({"new", repo.id("M")});
+                }
+                saved.push_back(final);
+            },
+            {});
+    EXPECT_EQ(receipt.commandError, flow.changedWhileSaving);
+    EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
+    EXPECT_EQ(testing::sorted(receipt.verificationWarnings),
+              testing::sorted(flow.findingsAfterInterference(repo, oldWorkingCopy)));
+    EXPECT_EQ(shape(), "B M F1");
+    EXPECT_TRUE(saved.back());
+}
+
+INSTANTIATE_TEST_SUITE_P(Flows, PlannedFlowShape, ::testing::ValuesIn(flows),
+                         [](const ::testing::TestParamInfo<Flow>& param) {
+                             return param.param.name;
+                         });
 
 }  // namespace
 }  // namespace vorda

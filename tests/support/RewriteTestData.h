@@ -1,0 +1,64 @@
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "jjkit/records/JJCommit.h"
+#include "jjkit/records/JJWorkspace.h"
+#include "jjkit/support/Text.h"
+#include "support/TestRepo.h"
+
+namespace vorda::testing {
+
+/// A commit for the pure rewrite planners, named by its commit ID; its
+/// change ID is "change-<commitID>".
+inline JJCommit commitNode(const std::string& commitID, std::vector<std::string> parents,
+                           bool immutable = false, const std::vector<std::string>& bookmarks = {}) {
+    JJCommit commit;
+    commit.commitID = commitID;
+    commit.changeID = "change-" + commitID;
+    commit.parents = std::move(parents);
+    commit.immutable = immutable;
+    for (const auto& name : bookmarks) {
+        commit.localBookmarks.push_back({name, std::nullopt, {commitID}, std::nullopt});
+    }
+    return commit;
+}
+
+/// `commit` after a rewrite: another commit ID and other parents, with its
+/// bookmarks following it.
+inline JJCommit rewrittenNode(JJCommit commit, const std::string& commitID,
+                              std::vector<std::string> parents) {
+    commit.commitID = commitID;
+    commit.parents = std::move(parents);
+    for (auto& bookmark : commit.localBookmarks) {
+        bookmark.target = {commitID};
+    }
+    return commit;
+}
+
+/// A workspace whose working copy is `commit`.
+inline JJWorkspace workspaceOn(const std::string& name, const JJCommit& commit) {
+    return JJWorkspace{name, "/work/" + name, commit.commitID, commit.changeID};
+}
+
+/// `ids` sorted, to compare lists whose order is not the point.
+inline std::vector<std::string> sorted(std::vector<std::string> ids) {
+    std::sort(ids.begin(), ids.end());
+    return ids;
+}
+
+/// The change IDs that jj itself reports as conflicted among `revset`, sorted.
+inline std::vector<std::string> conflictedChanges(const TestRepo& repo, const std::string& revset) {
+    const auto output = repo.jj({"log", "--no-graph", "--ignore-working-copy", "-r",
+                                 "conflicts() & (" + revset + ")", "-T", "change_id ++ \"\\n\""});
+    std::vector<std::string> changes;
+    for (const auto line : text::splitNonEmpty(output, '\n')) {
+        changes.emplace_back(line);
+    }
+    return sorted(std::move(changes));
+}
+
+}  // namespace vorda::testing
