@@ -1,10 +1,7 @@
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <optional>
-#include <stdexcept>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -17,16 +14,17 @@
 #include "jjkit/support/Cancellation.h"
 #include "jjkit/support/Text.h"
 #include "support/Refusal.h"
-#include "support/ScopedEnvironment.h"
+#include "support/RewriteTestData.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::commitNode;
 using testing::refusal;
-using testing::ScopedEnvironment;
 using testing::TestRepo;
+using testing::workspaceOn;
 
 const std::string unfinished =
     "Select finished, mutable, unbookmarked commits—not a merge or workspace working copy.";
@@ -39,52 +37,18 @@ const std::string mutableMerge =
     "integration environment.";
 const std::string protectedHistory = "Insertion would rewrite protected or divergent history.";
 const std::string descends = "The insertion destination descends from the selected work.";
-const std::string repeatedRepair = "Select each repair composition only once.";
 const std::string invalidRepair =
     "Repair must select an existing affected merge outside the destination ancestry that lacks "
     "feature inclusion.";
-const std::string cycle = "The coordinated attachment would create a cycle.";
 const std::string losesWork =
     "The source environment would lose the routed work through the feature. Select explicit "
     "repair compositions that preserve every consumer; no repair is inferred.";
-const std::string partialIDs = "Select full native change identities for routing.";
-const std::string unresolvedSelection = "A selected change is hidden, missing, or divergent.";
-const std::string ambiguousEnds =
-    "The destination and feature bookmark must each resolve uniquely.";
-const std::string unresolvedRepair = "A repair composition is hidden, missing, or divergent.";
-const std::string foreignPlan = "This routing preview belongs to another repository or workspace.";
-const std::string expired =
-    "Routing preview expired. Refresh and preview again before moving work.";
-const std::string scopeChanged = "Routing scope or configuration changed. Generate a new preview.";
-
-const std::string noOutcomeSentence =
-    "No final outcome was saved. Execution may not have started, may still be running, or may "
-    "have finished. Inspect the operation log before retrying or recovering.";
-const std::string inspectSentence =
-    "The observed operation matches this result, but the action needs inspection. Compare the "
-    "recorded before/after operations before choosing recovery.";
-const std::string verifiedSentence =
-    "The observed operation matches the verified result. Inspect any reported conflicts; no "
-    "automatic recovery is needed.";
-
-using Journal = OperationJournal<FeatureInsertionPlan>;
-
-// Hand-made data for the pure planner.
 
 JJCommit made(const std::string& id, std::vector<std::string> parents, bool immutable = false) {
-    JJCommit commit;
-    commit.commitID = id;
-    commit.changeID = "change-" + id;
-    commit.parents = std::move(parents);
-    commit.immutable = immutable;
-    return commit;
+    return commitNode(id, std::move(parents), immutable);
 }
 
-JJWorkspace standingOn(const std::string& name, const std::string& commitID) {
-    return JJWorkspace{name, "/work/" + name, commitID, "change-" + commitID};
-}
-
-/// A hand-made routing request; each test changes what it is about.
+/// A hand-made routing request; each case changes what it is about.
 struct Request {
     JJCommit destination;
     JJCommit featureTip;
@@ -111,7 +75,6 @@ struct Request {
 /// Trunk `B`; the feature `d`-`t`; an integration merge `M` of the feature
 /// and trunk; the work `s1`-`s2` made on it with the working copy `c` above.
 Request integration() {
-    const auto b = made("B", {}, true);
     const auto d = made("d", {"B"});
     const auto t = made("t", {"d"});
     const auto m = made("M", {"t", "B"});
@@ -125,117 +88,23 @@ Request integration() {
     request.featurePath = {t, d};
     request.mutableFeatureAncestry = {t, d};
     request.affected = {c, s2, s1, m, t};
-    request.workspaces = {standingOn("default", "c"), standingOn("side", "B")};
+    request.workspaces = {workspaceOn("default", c), workspaceOn("side", made("B", {}, true))};
     return request;
 }
 
-// Reading a real repository back with jj itself.
-
-std::vector<std::string> words(const std::string& line) {
-    std::vector<std::string> result;
-    for (const auto piece : text::splitNonEmpty(text::trimWhitespace(line), ' ')) {
-        result.emplace_back(piece);
-    }
-    return result;
+/// Work made straight on trunk `B` with the composition `R` of it and `X`
+/// under the working copy `c`: it reaches the feature only through a repair.
+Request onTrunk() {
+    Request request;
+    request.destination = made("d", {"B"});
+    request.featureTip = made("t", {"d"});
+    request.selected = {made("s1", {"B"}), made("s2", {"s1"})};
+    request.featurePath = {request.featureTip, request.destination};
+    request.affected = {request.featureTip, request.selected[0], request.selected[1],
+                        made("R", {"s2", "X"}), made("c", {"R"})};
+    request.workspaces = {workspaceOn("default", made("c", {"R"}))};
+    return request;
 }
-
-/// The parents of `change`, as change IDs, in jj's order.
-std::vector<std::string> parentsOf(const TestRepo& repo, const std::string& change) {
-    return words(repo.jj({"log", "--no-graph", "--ignore-working-copy", "-r", change, "-T",
-                          "parents.map(|p| p.change_id()).join(\" \")"}));
-}
-
-/// Every commit with its parents and bookmarks, and where each workspace
-/// stands: any rewrite changes some line of it.
-std::string history(const TestRepo& repo) {
-    const std::string commitLine =
-        "commit_id ++ \" \" ++ parents.map(|p| p.commit_id()).join(\",\") ++ \" \" ++ "
-        "local_bookmarks.map(|b| b.name()).join(\",\") ++ \"\\n\"";
-    return repo.jj(
-               {"log", "--no-graph", "--ignore-working-copy", "-r", "all()", "-T", commitLine}) +
-           repo.jj({"workspace", "list", "--ignore-working-copy"});
-}
-
-/// Runs `call`, which must refuse with `message`, and checks with jj that
-/// the repository is as it was. The working copy is clean, so even the
-/// planning snapshot records no operation.
-::testing::AssertionResult refusedUntouched(const TestRepo& repo, const std::string& message,
-                                            const std::function<void()>& call) {
-    const auto operation = repo.currentOperationID();
-    const auto before = history(repo);
-    const auto said = refusal(call);
-    if (said != message) {
-        return ::testing::AssertionFailure() << "refused with \"" << said << "\"";
-    }
-    if (repo.currentOperationID() != operation) {
-        return ::testing::AssertionFailure() << "an operation was recorded";
-    }
-    if (history(repo) != before) {
-        return ::testing::AssertionFailure() << "the history changed";
-    }
-    return ::testing::AssertionSuccess();
-}
-
-/// A commit made beside the working copy, which stays where it is.
-std::string childOf(const TestRepo& repo, const std::vector<std::string>& parents,
-                    const std::string& message) {
-    std::vector<std::string> arguments{"new", "--no-edit", "-m", message};
-    arguments.insert(arguments.end(), parents.begin(), parents.end());
-    repo.jj(arguments);
-    return repo.changeID("description(exact:\"" + message + "\\n\")");
-}
-
-/// Writes the repository's own configuration file.
-void writeRepoConfig(const TestRepo& repo, const std::string& contents) {
-    const fs::path path(std::string(text::trimWhitespace(repo.jj({"config", "path", "--repo"}))));
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << contents;
-}
-
-std::string toolFolder(const std::string& name) {
-    return std::string(VORDA_TEST_TOOLS_DIR) + "/" + name;
-}
-
-std::string executableOnPath(const std::string& name) {
-    const char* path = std::getenv("PATH");
-    for (const auto folder : text::splitNonEmpty(path == nullptr ? "" : path, ':')) {
-        const fs::path candidate = fs::path(std::string(folder)) / name;
-        if (fs::exists(candidate)) {
-            return candidate.string();
-        }
-    }
-    throw std::runtime_error(name + " is not on PATH");
-}
-
-/// The shape routing starts from: trunk published as `main`, the feature
-/// `feat` as f1-f2 on it, an integration merge of the feature and trunk, and
-/// the work w1-w2 made on that merge, with the default workspace's working
-/// copy `wc` above it.
-struct Environment {
-    TestRepo repo;
-    JJClient client{repo.root()};
-    std::string base;
-    std::string f1;
-    std::string f2;
-    std::string merge;
-    std::string w1;
-    std::string w2;
-    std::string wc;
-
-    Environment() {
-        base = repo.publishMain();
-        f1 = repo.commit("f1", {{"feature.txt", "one\n"}});
-        f2 = repo.commit("f2", {{"feature.txt", "one\ntwo\n"}});
-        repo.bookmark("feat", f2);
-        merge = repo.newChange({f2, base}, "integration");
-        repo.jj({"new"});
-        w1 = repo.commit("w1", {{"work.txt", "one\n"}});
-        w2 = repo.commit("w2", {{"work.txt", "one\ntwo\n"}});
-        wc = repo.changeID("@");
-    }
-
-    FeatureInsertionPlan plan() const { return client.planFeatureInsertion({w2, w1}, f1, "feat"); }
-};
 
 TEST(FeatureInsertionBuild, ExpectedParentsStateTheWholeOutcome) {
     auto request = integration();
@@ -245,7 +114,7 @@ TEST(FeatureInsertionBuild, ExpectedParentsStateTheWholeOutcome) {
     request.affected.push_back(made("Q", {"s2", "d"}));
     const auto plan = request.build();
 
-    EXPECT_EQ(plan.selected.size(), 2U);
+    ASSERT_EQ(plan.selected.size(), 2U);
     EXPECT_EQ(plan.selected.front().commitID, "s1");
     EXPECT_EQ(plan.selected.back().commitID, "s2");
     const ParentGraph expected{
@@ -280,116 +149,120 @@ TEST(FeatureInsertionBuild, ExpectedParentsStateTheWholeOutcome) {
     EXPECT_EQ(appending.build().expectedParents,
               (ParentGraph{{"s1", {"t"}}, {"s2", {"s1"}}, {"M", {"s2", "B"}}, {"c", {"M"}}}));
 
-    // Work made straight on trunk reaches the feature only through a repair:
-    // the named composition gains the feature's head as its last parent.
-    Request repaired;
-    repaired.destination = made("d", {"B"});
-    repaired.featureTip = made("t", {"d"});
-    repaired.selected = {made("s1", {"B"}), made("s2", {"s1"})};
-    repaired.featurePath = {repaired.featureTip, repaired.destination};
-    repaired.affected = {repaired.featureTip, repaired.selected[0], repaired.selected[1],
-                         made("R", {"s2", "X"}), made("c", {"R"})};
-    repaired.workspaces = {standingOn("default", "c")};
-    EXPECT_EQ(repaired.refusal(), losesWork);
+    // A named repair gains the feature's head as its last parent.
+    auto repaired = onTrunk();
     repaired.repairs = {"R"};
     EXPECT_EQ(
         repaired.build().expectedParents,
         (ParentGraph{
             {"s1", {"d"}}, {"s2", {"s1"}}, {"t", {"s2"}}, {"R", {"B", "X", "t"}}, {"c", {"R"}}}));
-    // A composition that already holds the feature needs no repair.
-    auto holding = integration();
-    holding.repairs = {"M"};
-    EXPECT_EQ(holding.refusal(), invalidRepair);
+}
+
+/// A repair below the tip: the tip's new edge would close a loop.
+Request looping() {
+    Request request;
+    request.destination = made("d", {"B"});
+    request.featureTip = made("t", {"R"});
+    request.selected = {made("s1", {"B"})};
+    request.featurePath = {request.destination, request.featureTip};
+    request.affected = {request.selected[0], made("R", {"d", "X"}), request.featureTip,
+                        made("c", {"s1"})};
+    request.workspaces = {workspaceOn("default", made("c", {"s1"}))};
+    request.repairs = {"R"};
+    return request;
 }
 
 TEST(FeatureInsertionBuild, RefusalsDecidedFromFrozenDataInTheirOrder) {
-    EXPECT_EQ(integration().refusal(), "no refusal");
-
-    auto request = integration();
-    request.selected = {};
-    EXPECT_EQ(request.refusal(), unfinished);
-    request = integration();
-    request.selected.push_back(request.selected.front());
-    EXPECT_EQ(request.refusal(), unfinished);
-    request = integration();
-    request.selected[0].immutable = true;
-    EXPECT_EQ(request.refusal(), unfinished);
-    // A working copy in the selection comes before its shape: s1 and c are
-    // not even contiguous.
-    request = integration();
-    request.selected = {made("s1", {"M"}), made("c", {"s2"})};
-    EXPECT_EQ(request.refusal(), unfinished);
-
-    // Commits that stand on each other have no lower end.
-    request = integration();
-    request.selected = {made("s1", {"s2"}), made("s2", {"s1"})};
-    EXPECT_EQ(request.refusal(), nonlinear);
-
-    // A merge in the feature comes before the insertion point is looked at.
-    request = integration();
-    request.destination = request.featureTip;
-    request.mutableFeatureAncestry.push_back(made("m", {"x", "y"}));
-    EXPECT_EQ(request.refusal(), mutableMerge);
-
-    request = integration();
-    request.appending = true;
-    EXPECT_EQ(request.refusal(), badInsertionPoint);
-    request = integration();
-    request.featurePath = {request.destination};
-    EXPECT_EQ(request.refusal(), badInsertionPoint);
-    // An immutable merge on the path is no mutable merge, but no linear path
-    // either.
-    request = integration();
-    request.featurePath = {request.destination, made("m", {"d", "B"}, true), request.featureTip};
-    EXPECT_EQ(request.refusal(), badInsertionPoint);
-    request = integration();
-    request.siblings = {made("x", {"d"})};
-    EXPECT_EQ(request.refusal(), badInsertionPoint);
-
-    request = integration();
-    request.affected[3].immutable = true;
-    EXPECT_EQ(request.refusal(), protectedHistory);
-    request = integration();
-    request.divergent = {request.affected[3]};
-    EXPECT_EQ(request.refusal(), protectedHistory);
-
-    // The destination stands on the selection.
-    request = integration();
-    request.destination = made("d", {"s2"});
-    request.affected = {made("s1", {"M"}), made("s2", {"s1"}), made("t", {"d"})};
-    EXPECT_EQ(request.refusal(), descends);
-
-    request = integration();
-    request.repairs = {"M", "M"};
-    EXPECT_EQ(request.refusal(), repeatedRepair);
-    for (const char* repair : {"c", "s2", "unknown"}) {
-        request = integration();
-        request.repairs = {repair};
-        EXPECT_EQ(request.refusal(), invalidRepair) << repair;
+    struct Case {
+        std::function<void(Request&)> change;
+        std::string refusal;
+        Request (*start)() = integration;
+    };
+    const Case cases[] = {
+        {[](Request&) {}, "no refusal"},
+        {[](Request& r) { r.selected.clear(); }, unfinished},
+        {[](Request& r) { r.selected.push_back(r.selected[0]); }, unfinished},
+        {[](Request& r) { r.selected[0].immutable = true; }, unfinished},
+        {[](Request& r) { r.selected[1] = commitNode("s1", {"M"}, false, {"wip"}); }, unfinished},
+        {[](Request& r) {
+             r.selected = {made("s1", {"M", "B"})};
+         },
+         unfinished},
+        {[](Request& r) { r.selected.push_back(r.featureTip); }, unfinished},
+        // The working copy comes before the shape: s1 and c have a gap.
+        {[](Request& r) {
+             r.selected = {made("s1", {"M"}), made("c", {"s2"})};
+         },
+         unfinished},
+        // Standing on each other, two branches, a gap, a fork.
+        {[](Request& r) {
+             r.selected = {made("s1", {"s2"}), made("s2", {"s1"})};
+         },
+         nonlinear},
+        {[](Request& r) {
+             r.selected = {made("s1", {"M"}), made("x", {"B"})};
+         },
+         nonlinear},
+        {[](Request& r) {
+             r.selected = {made("s1", {"M"}), made("s3", {"s2"})};
+         },
+         nonlinear},
+        {[](Request& r) { r.selected.push_back(made("f", {"s1"})); }, nonlinear},
+        // A merge in the feature comes before the insertion point is looked at.
+        {[](Request& r) {
+             r.destination = r.featureTip;
+             r.mutableFeatureAncestry.push_back(made("m", {"x", "y"}));
+         },
+         mutableMerge},
+        {[](Request& r) { r.appending = true; }, badInsertionPoint},
+        {[](Request& r) { r.featurePath = {r.destination}; }, badInsertionPoint},
+        // An immutable merge is no mutable merge, but no linear path either.
+        {[](Request& r) {
+             r.featurePath.push_back(made("m", {"d", "B"}, true));
+         },
+         badInsertionPoint},
+        {[](Request& r) { r.featurePath.push_back(r.selected[1]); }, badInsertionPoint},
+        {[](Request& r) { r.siblings = {made("x", {"d"})}; }, badInsertionPoint},
+        {[](Request& r) { r.affected[3].immutable = true; }, protectedHistory},
+        {[](Request& r) { r.divergent = {r.affected[3]}; }, protectedHistory},
+        // The destination stands on the selection.
+        {[](Request& r) {
+             r.destination = made("d", {"s2"});
+             r.affected = {made("s1", {"M"}), made("s2", {"s1"}), made("t", {"d"})};
+         },
+         descends},
+        {[](Request& r) {
+             r.repairs = {"M", "M"};
+         },
+         "Select each repair composition only once."},
+        // Holding the feature already, no merge, selected, unknown, below the
+        // destination.
+        {[](Request& r) { r.repairs = {"M"}; }, invalidRepair},
+        {[](Request& r) { r.repairs = {"c"}; }, invalidRepair},
+        {[](Request& r) { r.repairs = {"s2"}; }, invalidRepair},
+        {[](Request& r) { r.repairs = {"unknown"}; }, invalidRepair},
+        {[](Request& r) {
+             r.destination = made("d", {"R"});
+             r.affected.push_back(made("R", {"B", "X"}));
+             r.repairs = {"R"};
+         },
+         invalidRepair},
+        {[](Request&) {}, "The coordinated attachment would create a cycle.", looping},
+        // Selected work that no workspace stands on has no environment.
+        {[](Request& r) { r.workspaces = {r.workspaces.back()}; }, losesWork},
+        {[](Request&) {}, losesWork, onTrunk},
+        // A plain child of the work that no repair can reach.
+        {[](Request& r) {
+             r.affected.push_back(made("k", {"s2"}));
+             r.repairs = {"R"};
+         },
+         losesWork, onTrunk},
+    };
+    for (std::size_t index = 0; index < std::size(cases); ++index) {
+        auto request = cases[index].start();
+        cases[index].change(request);
+        EXPECT_EQ(request.refusal(), cases[index].refusal) << "case " << index;
     }
-    // A merge in the destination's own ancestry.
-    request = integration();
-    request.destination = made("d", {"R"});
-    request.affected.push_back(made("R", {"B", "X"}));
-    request.repairs = {"R"};
-    EXPECT_EQ(request.refusal(), invalidRepair);
-
-    // A repair below the tip: the tip's new edge closes a loop.
-    Request looping;
-    looping.destination = made("d", {"B"});
-    looping.featureTip = made("t", {"R"});
-    looping.selected = {made("s1", {"B"})};
-    looping.featurePath = {looping.destination, looping.featureTip};
-    looping.affected = {looping.selected[0], made("R", {"d", "X"}), looping.featureTip,
-                        made("c", {"s1"})};
-    looping.workspaces = {standingOn("default", "c")};
-    looping.repairs = {"R"};
-    EXPECT_EQ(looping.refusal(), cycle);
-
-    // Work no workspace stands on is no environment to move out of.
-    request = integration();
-    request.workspaces = {standingOn("side", "B")};
-    EXPECT_EQ(request.refusal(), losesWork);
 }
 
 TEST(FeatureInsertionBuild, GraphWalks) {
@@ -404,253 +277,211 @@ TEST(FeatureInsertionBuild, GraphWalks) {
     EXPECT_FALSE(FeatureInsertionPlan::dependedOnSelection("c", {}, graph));
 }
 
-TEST(FeatureInsertionRefusals, RequestsThatResolveToNothingUsable) {
-    Environment env;
-    const auto& repo = env.repo;
-    const auto& client = env.client;
-    const std::vector<std::string> work{env.w1, env.w2};
+/// Trunk B published as `main`, the feature `feat` F1-F2 on it, an
+/// integration merge of the feature and trunk, and the work W1-W2 made on
+/// it under the default workspace's working copy; W1 writes `w1Files`.
+std::string integrationPicture(const std::string& w1Files = "work.txt=one") {
+    return R"(
+        origin
+        B <- root "base" README=base [main]
+        push main
+        F1 <- B "f1" feature.txt=one
+        F2 <- F1 "f2" feature.txt="one\ntwo" [feat]
+        M <- F2 B "integration"
+        W1 <- M "w1" )" +
+           w1Files + R"(
+        W2 <- W1 "w2" work.txt="one\ntwo"
+    )";
+}
 
+TEST(FeatureInsertionPlanning, EachReadOfTheRepositoryCanRefuse) {
+    TestRepo repo;
+    // Beside the integration, features that each show one fault.
+    repo.draw(integrationPicture() + R"(
+        G1 <- B "g1" g.txt=1
+        G2 <- G1 "g2" g.txt=2
+        G3 <- G2 "g3" g.txt=3 [gee]
+        BESIDE <- G1 "beside" beside.txt=1   # someone builds on the middle of gee
+        SIDE <- B "side" side.txt=1          # on no feature's path
+        P1 <- B "p1" p.txt=1
+        P2 <- P1 "p2" p.txt=2 [tagged]       # protected by a tag
+        D1 <- B "d1" d.txt=1
+        D2 <- D1 "d2" d.txt=2 [dv]
+        DX <- D2 "dx" dx.txt=1               # made divergent
+        H <- B "dropped" h.txt=1             # abandoned
+        @ <- W2
+    )");
+    repo.bookmark("mixed", repo.id("M"));  // a bookmark on a composition is no feature
+    repo.jj({"tag", "set", "protected", "-r", repo.id("P2")});
+    repo.jj({"abandon", repo.id("H")});
+    repo.makeDivergent(repo.id("DX"), "dx one way", "dx another way");
+    repo.makeConflictedBookmark("twin", repo.id("B"), repo.id("F2"), repo.id("SIDE"));
+    const JJClient client(repo.root());
+    const auto id = [&](const char* name) {
+        return repo.id(name);
+    };
+    const std::vector<std::string> work{id("W1"), id("W2")};
+    const std::string unknown(32, 'k');
+
+    struct Case {
+        std::vector<std::string> selection;
+        std::optional<std::string> after;
+        std::string bookmark;
+        std::string refusal;
+        std::vector<std::string> repairs = {};
+    };
     // Shortened or malformed identities are refused before anything runs,
     // so a pending edit is not even snapshotted.
+    const std::string partialIDs = "Select full native change identities for routing.";
+    const Case beforeSnapshot[] = {
+        {{}, id("F1"), "feat", partialIDs},
+        {{id("W2"), id("W1").substr(0, 12)}, id("F1"), "feat", partialIDs},
+        {work, id("F1").substr(0, 12), "feat", partialIDs},
+        {{repo.commitID(id("W1")).substr(0, 32)}, id("F1"), "feat", partialIDs},
+        {work, id("F1"), "feat", partialIDs, {id("M").substr(0, 31)}},
+    };
+    const std::string unresolved = "A selected change is hidden, missing, or divergent.";
+    const std::string ambiguousEnds =
+        "The destination and feature bookmark must each resolve uniquely.";
+    const std::string unresolvedRepair = "A repair composition is hidden, missing, or divergent.";
+    const Case afterSnapshot[] = {
+        {{unknown}, id("F1"), "feat", unresolved},
+        {{id("W1"), id("H")}, id("F1"), "feat", unresolved},
+        {{id("W1"), id("H")}, id("F1"), "missing", unresolved},  // before the bookmark
+        {{id("DX")}, id("D1"), "dv", unresolved},
+        {work, id("F1"), "missing", ambiguousEnds},
+        {work, unknown, "feat", ambiguousEnds},
+        {work, id("H"), "feat", ambiguousEnds},
+        {work, id("B"), "twin", ambiguousEnds},  // moved two ways at once
+        {work, id("F1"), "feat", unresolvedRepair, {id("M"), unknown}},
+        {work, id("F1"), "feat", unresolvedRepair, {id("H")}},
+        {{id("W1"), repo.changeID("@")}, id("F1"), "feat", unfinished},
+        {{id("M")}, id("F1"), "feat", unfinished},
+        {work, id("F2"), "feat", badInsertionPoint},  // the tip itself
+        {work, id("SIDE"), "feat", badInsertionPoint},
+        {work, id("G1"), "gee", badInsertionPoint},
+        {work, id("F1"), "mixed", mutableMerge},
+        {work, id("M"), "mixed", mutableMerge},
+        {{id("G1")}, id("G2"), "gee", descends},
+        {work, id("P1"), "tagged", protectedHistory},
+        {work, id("D1"), "dv", protectedHistory},
+        {work, id("F1"), "feat", "no refusal"},
+    };
+    const auto check = [&](const Case& test) {
+        EXPECT_EQ(refusal([&] {
+                      client.planFeatureRouting(test.selection, test.after, test.bookmark,
+                                                test.repairs);
+                  }),
+                  test.refusal)
+            << ::testing::PrintToString(test.selection) << " after " << test.after.value_or("tip")
+            << " into " << test.bookmark;
+    };
     repo.writeFile("pending.txt", "not snapshotted yet\n");
     const auto operation = repo.currentOperationID();
-    const auto shortened = env.w1.substr(0, 12);
-    EXPECT_EQ(refusal([&] { client.planFeatureInsertion({}, env.f1, "feat"); }), partialIDs);
-    EXPECT_EQ(refusal([&] {
-                  client.planFeatureInsertion({env.w2, shortened}, env.f1, "feat");
-              }),
-              partialIDs);
-    EXPECT_EQ(refusal([&] { client.planFeatureInsertion(work, env.f1.substr(0, 12), "feat"); }),
-              partialIDs);
-    EXPECT_EQ(refusal([&] {
-                  client.planFeatureInsertion({repo.commitID(env.w1).substr(0, 32)}, env.f1,
-                                              "feat");
-              }),
-              partialIDs);
-    EXPECT_EQ(refusal([&] {
-                  client.planFeatureRouting(work, env.f1, "feat", {env.merge.substr(0, 31)});
-              }),
-              partialIDs);
+    std::for_each(std::begin(beforeSnapshot), std::end(beforeSnapshot), check);
     EXPECT_EQ(repo.currentOperationID(), operation);
     repo.jj({"debug", "snapshot"});
-
-    const std::string unknown(32, 'k');
-    EXPECT_TRUE(refusedUntouched(repo, unresolvedSelection,
-                                 [&] { client.planFeatureInsertion({unknown}, env.f1, "feat"); }));
-    const auto dropped = childOf(repo, {env.w2}, "dropped");
-    repo.jj({"abandon", dropped});
-    EXPECT_TRUE(refusedUntouched(repo, unresolvedSelection, [&] {
-        client.planFeatureInsertion({env.w1, dropped}, env.f1, "feat");
-    }));
-    // The selection is judged before the bookmark.
-    EXPECT_TRUE(refusedUntouched(repo, unresolvedSelection, [&] {
-        client.planFeatureInsertion({env.w1, dropped}, env.f1, "missing");
-    }));
-
-    EXPECT_TRUE(refusedUntouched(repo, ambiguousEnds,
-                                 [&] { client.planFeatureInsertion(work, env.f1, "missing"); }));
-    EXPECT_TRUE(refusedUntouched(repo, ambiguousEnds,
-                                 [&] { client.planFeatureInsertion(work, unknown, "feat"); }));
-    EXPECT_TRUE(refusedUntouched(repo, ambiguousEnds,
-                                 [&] { client.planFeatureInsertion(work, dropped, "feat"); }));
-    // Moved two ways at once to commits on separate lines.
-    repo.makeConflictedBookmark("twin", env.base, env.f2, childOf(repo, {env.base}, "side"));
-    EXPECT_TRUE(refusedUntouched(repo, ambiguousEnds,
-                                 [&] { client.planFeatureInsertion(work, env.base, "twin"); }));
-
-    EXPECT_TRUE(refusedUntouched(repo, unresolvedRepair, [&] {
-        client.planFeatureRouting(work, env.f1, "feat", {env.merge, unknown});
-    }));
-    EXPECT_TRUE(refusedUntouched(repo, unresolvedRepair, [&] {
-        client.planFeatureRouting(work, env.f1, "feat", {dropped});
-    }));
+    const auto snapshotted = repo.currentOperationID();
+    std::for_each(std::begin(afterSnapshot), std::end(afterSnapshot), check);
+    // With a clean working copy even the planning snapshots recorded nothing.
+    EXPECT_EQ(repo.currentOperationID(), snapshotted);
 
     std::stop_source stop;
     stop.request_stop();
-    EXPECT_THROW(client.planFeatureInsertion(work, env.f1, "feat", stop.get_token()),
+    EXPECT_THROW(client.planFeatureInsertion(work, id("F1"), "feat", stop.get_token()),
                  CancellationError);
-
-    repo.makeDivergent(env.w1, "w1 one way", "w1 another way");
-    EXPECT_TRUE(refusedUntouched(repo, unresolvedSelection,
-                                 [&] { client.planFeatureInsertion(work, env.f1, "feat"); }));
 }
 
-TEST(FeatureInsertionRefusals, SelectionsThatAreNotOneFinishedLinearRun) {
-    Environment env;
-    const auto& repo = env.repo;
-    const auto& client = env.client;
-    const auto route = [&](const std::vector<std::string>& changeIDs) {
-        return [&client, &env, changeIDs] {
-            client.planFeatureInsertion(changeIDs, env.f1, "feat");
-        };
-    };
-
-    // The working copy with a gap below it: the working copy decides.
-    EXPECT_TRUE(refusedUntouched(repo, unfinished, route({env.w1, env.wc})));
-    EXPECT_TRUE(refusedUntouched(repo, unfinished, route({env.wc})));
-    EXPECT_TRUE(refusedUntouched(repo, unfinished, route({env.merge})));
-    EXPECT_TRUE(refusedUntouched(repo, unfinished, route({env.base})));
-    EXPECT_TRUE(refusedUntouched(repo, unfinished, route({env.w1, env.w2, env.f2})));
-    EXPECT_TRUE(refusedUntouched(repo, unfinished, route({env.f1})));
-    repo.bookmark("wip", env.w1);
-    EXPECT_TRUE(refusedUntouched(repo, unfinished, route({env.w1, env.w2})));
-    repo.jj({"bookmark", "delete", "wip"});
-
-    const auto side = childOf(repo, {env.base}, "side work");
-    EXPECT_TRUE(refusedUntouched(repo, nonlinear, route({env.w1, side})));
-    const auto fork = childOf(repo, {env.w1}, "fork");
-    EXPECT_TRUE(refusedUntouched(repo, nonlinear, route({env.w1, env.w2, fork})));
-    const auto w3 = repo.commit("w3", {{"work.txt", "one\ntwo\nthree\n"}});
-    EXPECT_TRUE(refusedUntouched(repo, nonlinear, route({env.w1, w3})));
-
-    // The same work as one run is accepted.
-    EXPECT_EQ(refusal(route({env.w1, env.w2, w3})), "no refusal");
-}
-
-TEST(FeatureInsertionRefusals, InsertionPointsOffAnExclusiveFeaturePath) {
-    Environment env;
-    const auto& repo = env.repo;
-    const auto& client = env.client;
-    const std::vector<std::string> work{env.w1, env.w2};
-
-    EXPECT_TRUE(refusedUntouched(repo, badInsertionPoint,
-                                 [&] { client.planFeatureInsertion(work, env.f2, "feat"); }));
-    const auto side = childOf(repo, {env.base}, "side");
-    EXPECT_TRUE(refusedUntouched(repo, badInsertionPoint,
-                                 [&] { client.planFeatureInsertion(work, side, "feat"); }));
-    repo.jj({"abandon", side});
-    // f1 is on the way from the destination to the tip.
-    EXPECT_TRUE(refusedUntouched(repo, badInsertionPoint,
-                                 [&] { client.planFeatureInsertion({env.f1}, env.base, "feat"); }));
-    const auto beside = childOf(repo, {env.f1}, "beside");
-    EXPECT_TRUE(refusedUntouched(repo, badInsertionPoint,
-                                 [&] { client.planFeatureInsertion(work, env.f1, "feat"); }));
-    repo.jj({"abandon", beside});
-
-    // A bookmark on the integration merge is no feature, whatever the
-    // insertion point.
-    repo.bookmark("mixed", env.merge);
-    EXPECT_TRUE(refusedUntouched(repo, mutableMerge,
-                                 [&] { client.planFeatureInsertion(work, env.merge, "mixed"); }));
-    EXPECT_TRUE(refusedUntouched(repo, mutableMerge,
-                                 [&] { client.planFeatureInsertion(work, env.f1, "mixed"); }));
-
-    // A stack g1-g2-g3 whose lowest commit is moved above g2.
-    const auto g1 = childOf(repo, {env.base}, "g1");
-    const auto g2 = childOf(repo, {g1}, "g2");
-    const auto g3 = childOf(repo, {g2}, "g3");
-    repo.bookmark("gee", g3);
-    EXPECT_TRUE(
-        refusedUntouched(repo, descends, [&] { client.planFeatureInsertion({g1}, g2, "gee"); }));
-
-    // The feature made protected by the repository's configuration.
-    writeRepoConfig(repo,
-                    "[revset-aliases]\n\"immutable_heads()\" = \"builtin_immutable_heads() | "
-                    "commit_id(" +
-                        repo.commitID(env.f2) + ")\"\n");
-    EXPECT_TRUE(refusedUntouched(repo, protectedHistory,
-                                 [&] { client.planFeatureInsertion(work, env.f1, "feat"); }));
-    writeRepoConfig(repo, "");
-    EXPECT_EQ(refusal([&] { client.planFeatureInsertion(work, env.f1, "feat"); }), "no refusal");
-
-    // A divergent commit among those the rewrite would touch.
-    const auto extra = childOf(repo, {env.f2}, "extra");
-    repo.makeDivergent(extra, "extra one way", "extra another way");
-    EXPECT_TRUE(refusedUntouched(repo, protectedHistory,
-                                 [&] { client.planFeatureInsertion(work, env.f1, "feat"); }));
-}
-
-TEST(FeatureInsertionRefusals, TheSourceEnvironmentMustKeepTheWork) {
+TEST(FeatureInsertionPlanning, TheSourceEnvironmentKeepsTheWorkOnlyThroughNamedRepairs) {
     // Work made straight on trunk, composed with another feature in the
     // default workspace: nothing there holds `feat`.
     TestRepo repo;
+    repo.draw(R"(
+        origin
+        B <- root "base" README=base [main]
+        push main
+        F1 <- B "f1" feature.txt=one
+        F2 <- F1 "f2" feature.txt="one\ntwo" [feat]
+        OTHER <- B "other feature" other.txt=1 [other]
+        W1 <- B "w1" work.txt=one
+        W2 <- W1 "w2" work.txt="one\ntwo"
+        HOLDING <- F2 W2 "holds the feature"
+        C <- W2 OTHER "composition"
+        @ <- C
+    )");
     const JJClient client(repo.root());
-    const auto base = repo.publishMain();
-    const auto f1 = repo.commit("f1", {{"feature.txt", "one\n"}});
-    const auto f2 = repo.commit("f2", {{"feature.txt", "one\ntwo\n"}});
-    repo.bookmark("feat", f2);
-    const auto other = childOf(repo, {base}, "other feature");
-    repo.bookmark("other", other);
-    repo.newChange({base});
-    const auto w1 = repo.commit("w1", {{"work.txt", "one\n"}});
-    const auto w2 = repo.commit("w2", {{"work.txt", "one\ntwo\n"}});
-    const auto composition = repo.newChange({w2, other}, "composition");
-    repo.jj({"new"});
-    const auto wc = repo.changeID("@");
-    const std::vector<std::string> work{w1, w2};
+    const std::vector<std::string> work{repo.id("W1"), repo.id("W2")};
     const auto route = [&](const std::vector<std::string>& repairs) {
-        return [&, repairs] {
-            client.planFeatureRouting(work, f1, "feat", repairs);
-        };
+        return client.planFeatureRouting(work, repo.id("F1"), "feat", repairs);
     };
 
-    EXPECT_TRUE(refusedUntouched(repo, losesWork, route({})));
-    const auto holding = childOf(repo, {f2, w2}, "holds the feature");
-    for (const auto& repair : {wc, w2, holding}) {
-        EXPECT_TRUE(refusedUntouched(repo, invalidRepair, route({repair}))) << repair;
+    const auto operation = repo.currentOperationID();
+    EXPECT_EQ(refusal([&] { route({}); }), losesWork);
+    for (const auto& repair : {repo.changeID("@"), repo.id("W2"), repo.id("HOLDING")}) {
+        EXPECT_EQ(refusal([&] { route({repair}); }), invalidRepair) << repair;
     }
 
     // Named explicitly, the composition gains the feature as its last parent.
-    const auto plan = client.planFeatureRouting(work, f1, "feat", {composition, composition});
-    const auto id = [&](const std::string& change) {
-        return repo.commitID(change);
+    const auto plan = route({repo.id("C"), repo.id("C")});
+    const auto commit = [&](const char* name) {
+        return repo.commitID(repo.id(name));
     };
-    EXPECT_EQ(plan.expectedParents.at(id(composition)),
-              (std::vector<std::string>{id(base), id(other), id(f2)}));
-    EXPECT_EQ(plan.expectedParents.at(id(holding)), (std::vector<std::string>{id(f2), id(base)}));
-    EXPECT_EQ(plan.expectedParents.at(id(wc)), std::vector<std::string>{id(composition)});
-    EXPECT_EQ(plan.expectedParents.at(id(f2)), std::vector<std::string>{id(w2)});
-    EXPECT_EQ(plan.expectedParents.at(id(w1)), std::vector<std::string>{id(f1)});
+    EXPECT_EQ(plan.expectedParents.at(commit("C")),
+              (std::vector<std::string>{commit("B"), commit("OTHER"), commit("F2")}));
+    EXPECT_EQ(plan.expectedParents.at(commit("HOLDING")),
+              (std::vector<std::string>{commit("F2"), commit("B")}));
+    EXPECT_EQ(plan.expectedParents.at(repo.commitID("@")), std::vector<std::string>{commit("C")});
+    EXPECT_EQ(plan.expectedParents.at(commit("F2")), std::vector<std::string>{commit("W2")});
+    EXPECT_EQ(plan.expectedParents.at(commit("W1")), std::vector<std::string>{commit("F1")});
     // Executing replans without repairs, which cannot give this plan again.
-    EXPECT_EQ(refusal([&] { client.executeFeatureInsertion(plan); }), scopeChanged);
-    EXPECT_TRUE(Journal(repo.root()).load().records.empty());
-
-    // A plain child of the work that no repair can reach.
-    const auto consumer = childOf(repo, {w2}, "consumer");
-    EXPECT_TRUE(refusedUntouched(repo, losesWork, route({composition})));
-    repo.jj({"abandon", consumer});
-    EXPECT_EQ(refusal(route({composition})), "no refusal");
-
-    // With no workspace on it the work has no environment to keep it.
-    repo.jj({"new", f2});
-    EXPECT_EQ(repo.changeID("@-"), f2);
-    EXPECT_TRUE(refusedUntouched(repo, losesWork, route({composition})));
+    EXPECT_EQ(refusal([&] { client.executeFeatureInsertion(plan); }),
+              "Routing scope or configuration changed. Generate a new preview.");
+    EXPECT_TRUE(OperationJournal<FeatureInsertionPlan>(repo.root()).load().records.empty());
+    EXPECT_EQ(repo.currentOperationID(), operation);
 }
 
 TEST(FeatureInsertionExecution, RoutesWorkIntoTheFeatureAndVerifiesIt) {
-    Environment env;
-    const auto& repo = env.repo;
-    const auto review = repo.addWorkspace("review", env.w1);
-    const auto reviewChange = repo.changeID("review@");
-    const auto id = [&](const std::string& change) {
+    TestRepo repo;
+    repo.draw(integrationPicture());
+    repo.addWorkspace("review", repo.id("W1"));
+    const auto workingCopy = repo.changeID("default@");
+    const auto review = repo.changeID("review@");
+    const auto commit = [&](const std::string& change) {
         return repo.commitID(change);
     };
+    const auto id = [&](const char* name) {
+        return repo.id(name);
+    };
 
-    const auto plan = env.plan();
+    const JJClient client(repo.root());
+    const auto plan = client.planFeatureInsertion({id("W2"), id("W1")}, id("F1"), "feat");
     ASSERT_EQ(plan.selected.size(), 2U);
-    EXPECT_EQ(plan.selected[0].changeID, env.w1);
-    EXPECT_EQ(plan.selected[1].changeID, env.w2);
-    EXPECT_EQ(plan.destination.changeID, env.f1);
-    EXPECT_EQ(plan.featureTip.changeID, env.f2);
+    EXPECT_EQ(plan.selected[0].changeID, id("W1"));
+    EXPECT_EQ(plan.selected[1].changeID, id("W2"));
+    EXPECT_EQ(plan.destination.changeID, id("F1"));
+    EXPECT_EQ(plan.featureTip.changeID, id("F2"));
     EXPECT_EQ(plan.bookmarkName, "feat");
     EXPECT_EQ(plan.operationID, repo.currentOperationID());
     EXPECT_EQ(plan.workspaceRoot, fs::canonical(repo.root()).string());
     const ParentGraph expected{
-        {id(env.w1), {id(env.f1)}},    {id(env.w2), {id(env.w1)}},
-        {id(env.f2), {id(env.w2)}},    {id(env.merge), {id(env.f2), id(env.base)}},
-        {id(env.wc), {id(env.merge)}}, {id(reviewChange), {id(env.merge)}},
+        {commit(id("W1")), {commit(id("F1"))}},
+        {commit(id("W2")), {commit(id("W1"))}},
+        {commit(id("F2")), {commit(id("W2"))}},
+        {commit(id("M")), {commit(id("F2")), commit(id("B"))}},
+        {commit(workingCopy), {commit(id("M"))}},
+        {commit(review), {commit(id("M"))}},
     };
     EXPECT_EQ(plan.expectedParents, expected);
     ASSERT_EQ(plan.affectedWorkspaces.size(), 2U);
     EXPECT_EQ(plan.affectedWorkspaces[0].name, "default");
     EXPECT_EQ(plan.affectedWorkspaces[1].name, "review");
-    EXPECT_EQ(plan.commandLine(), "jj rebase -r 'commit_id(" + id(env.w1) + ") | commit_id(" +
-                                      id(env.w2) + ")' --insert-after 'commit_id(" + id(env.f1) +
-                                      ")'");
+    EXPECT_EQ(plan.commandLine(), "jj rebase -r 'commit_id(" + commit(id("W1")) + ") | commit_id(" +
+                                      commit(id("W2")) + ")' --insert-after 'commit_id(" +
+                                      commit(id("F1")) + ")'");
     // Planning the same request again gives the same plan.
-    EXPECT_EQ(env.plan(), plan);
+    EXPECT_EQ(client.planFeatureInsertion({id("W1"), id("W2")}, id("F1"), "feat"), plan);
 
-    const auto receipt = env.client.executeFeatureInsertion(plan);
+    const auto receipt = client.executeFeatureInsertion(plan);
     EXPECT_EQ(receipt.beforeOperationID, plan.operationID);
     EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
     EXPECT_NE(receipt.afterOperationID, plan.operationID);
@@ -659,268 +490,38 @@ TEST(FeatureInsertionExecution, RoutesWorkIntoTheFeatureAndVerifiesIt) {
     EXPECT_EQ(receipt.conflictedChangeIDs, std::vector<std::string>{});
     EXPECT_EQ(receipt.affectedWorkspaceNames, (std::vector<std::string>{"default", "review"}));
 
-    EXPECT_EQ(parentsOf(repo, env.w1), std::vector<std::string>{env.f1});
-    EXPECT_EQ(parentsOf(repo, env.w2), std::vector<std::string>{env.w1});
-    EXPECT_EQ(parentsOf(repo, env.f2), std::vector<std::string>{env.w2});
-    EXPECT_EQ(parentsOf(repo, env.merge), (std::vector<std::string>{env.f2, env.base}));
-    EXPECT_EQ(parentsOf(repo, env.wc), std::vector<std::string>{env.merge});
-    EXPECT_EQ(parentsOf(repo, reviewChange), std::vector<std::string>{env.merge});
-    EXPECT_EQ(repo.changeID("feat"), env.f2);
-    EXPECT_EQ(repo.changeID("default@"), env.wc);
-    EXPECT_EQ(repo.changeID("review@"), reviewChange);
+    EXPECT_EQ(repo.parents("W1"), std::vector<std::string>{"F1"});
+    EXPECT_EQ(repo.parents("W2"), std::vector<std::string>{"W1"});
+    EXPECT_EQ(repo.parents("F2"), std::vector<std::string>{"W2"});
+    EXPECT_EQ(repo.parents("M"), (std::vector<std::string>{"F2", "B"}));
+    EXPECT_EQ(repo.parents(workingCopy), std::vector<std::string>{"M"});
+    EXPECT_EQ(repo.parents(review), std::vector<std::string>{"M"});
+    EXPECT_EQ(repo.bookmarkTarget("feat"), "F2");
+    EXPECT_EQ(repo.changeID("default@"), workingCopy);
+    EXPECT_EQ(repo.changeID("review@"), review);
     EXPECT_EQ(repo.jj({"file", "show", "--ignore-working-copy", "-r", "feat", "root:work.txt"}),
-              "one\ntwo\n");
-    EXPECT_TRUE(fs::exists(review));
+              "one\ntwo");
 
-    const auto loaded = Journal(repo.root()).load();
+    const auto loaded = OperationJournal<FeatureInsertionPlan>(repo.root()).load();
     EXPECT_TRUE(loaded.warnings.empty());
     ASSERT_EQ(loaded.records.size(), 1U);
-    const auto& record = loaded.records.front();
-    EXPECT_EQ(record.plan, plan);
-    EXPECT_EQ(record.receipt, receipt);
-    EXPECT_EQ(record.steps, std::nullopt);
-    EXPECT_EQ(record.recoveryGuidance(repo.currentOperationID()), verifiedSentence);
-}
-
-TEST(FeatureInsertionExecution, StalePreviewsAreRefusedWithoutRewriting) {
-    Environment env;
-    const auto& repo = env.repo;
-    const Journal journal(repo.root());
-    const auto untouched = [&] {
-        return parentsOf(repo, env.w1) == std::vector<std::string>{env.merge} &&
-               parentsOf(repo, env.f2) == std::vector<std::string>{env.f1} &&
-               journal.load().records.empty();
-    };
-
-    auto plan = env.plan();
-    repo.jj({"describe", "-r", env.w2, "-m", "w2 reworded"});
-    EXPECT_EQ(refusal([&] { env.client.executeFeatureInsertion(plan); }), expired);
-    EXPECT_TRUE(untouched());
-
-    plan = env.plan();
-    childOf(repo, {env.base}, "unrelated");
-    EXPECT_EQ(refusal([&] { env.client.executeFeatureInsertion(plan); }), expired);
-    EXPECT_TRUE(untouched());
-
-    // An edit on disk only: the execution's own snapshot records it, and
-    // that new operation expires the preview.
-    plan = env.plan();
-    repo.writeFile("work.txt", "edited after the preview\n");
-    EXPECT_EQ(refusal([&] { env.client.executeFeatureInsertion(plan); }), expired);
-    EXPECT_EQ(repo.jj({"file", "show", "--ignore-working-copy", "-r", env.wc, "root:work.txt"}),
-              "edited after the preview\n");
-    EXPECT_TRUE(untouched());
-
-    // Another workspace of the same repository, and another repository.
-    const auto review = repo.addWorkspace("review", env.base);
-    plan = env.plan();
-    EXPECT_EQ(refusal([&] { JJClient(review).executeFeatureInsertion(plan); }), foreignPlan);
-    const TestRepo elsewhere;
-    EXPECT_EQ(refusal([&] { JJClient(elsewhere.root()).executeFeatureInsertion(plan); }),
-              foreignPlan);
-    EXPECT_TRUE(untouched());
-
-    std::stop_source stop;
-    stop.request_stop();
-    EXPECT_THROW(env.client.executeFeatureInsertion(plan, stop.get_token()), CancellationError);
-    EXPECT_TRUE(untouched());
-
-    // None of that spoiled the preview itself.
-    const auto receipt = env.client.executeFeatureInsertion(plan);
-    EXPECT_EQ(receipt.verificationWarnings, std::vector<std::string>{});
-    EXPECT_EQ(parentsOf(repo, env.w1), std::vector<std::string>{env.f1});
-}
-
-TEST(FeatureInsertionExecution, ChangedConfigurationIsAChangedScope) {
-    Environment env;
-    const auto& repo = env.repo;
-    const auto f1Commit = repo.commitID(env.f1);
-    const auto refusedWithoutOperation = [&](const FeatureInsertionPlan& plan) {
-        const auto operation = repo.currentOperationID();
-        const auto before = history(repo);
-        return refusal([&] { env.client.executeFeatureInsertion(plan); }) == scopeChanged &&
-               repo.currentOperationID() == operation && history(repo) == before &&
-               Journal(repo.root()).load().records.empty();
-    };
-
-    // Another trunk(): the destination becomes immutable, and nothing
-    // records an operation for that.
-    auto plan = env.plan();
-    EXPECT_FALSE(plan.destination.immutable);
-    writeRepoConfig(repo, "[revset-aliases]\n\"trunk()\" = \"commit_id(" + f1Commit + ")\"\n");
-    EXPECT_EQ(repo.currentOperationID(), plan.operationID);
-    EXPECT_TRUE(refusedWithoutOperation(plan));
-
-    // A trunk() that protects the feature itself: the preview can no longer
-    // be made at all.
-    writeRepoConfig(repo, "");
-    plan = env.plan();
-    writeRepoConfig(
-        repo, "[revset-aliases]\n\"trunk()\" = \"commit_id(" + repo.commitID(env.f2) + ")\"\n");
-    EXPECT_TRUE(refusedWithoutOperation(plan));
-
-    // Another mine(), where the repository protects others' work.
-    const std::string protectOthers =
-        "[revset-aliases]\n\"immutable_heads()\" = "
-        "\"builtin_immutable_heads() | (commit_id(" +
-        f1Commit + ") & ~mine())\"\n";
-    writeRepoConfig(repo, protectOthers);
-    plan = env.plan();
-    EXPECT_FALSE(plan.destination.immutable);
-    writeRepoConfig(repo, protectOthers + "\"mine()\" = \"none()\"\n");
-    EXPECT_TRUE(refusedWithoutOperation(plan));
-
-    writeRepoConfig(repo, protectOthers);
-    EXPECT_EQ(env.client.executeFeatureInsertion(plan).verificationWarnings,
-              std::vector<std::string>{});
-    EXPECT_EQ(parentsOf(repo, env.f2), std::vector<std::string>{env.w2});
-}
-
-TEST(FeatureInsertionExecution, FailuresAfterTheChecksEndInTheReceipt) {
-    Environment env;
-    const auto& repo = env.repo;
-    const Journal journal(repo.root());
-
-    // No first receipt, no rebase.
-    auto plan = env.plan();
-    int saves = 0;
-    try {
-        env.client.executeFeatureInsertion(plan, [&](const OperationRecord<FeatureInsertionPlan>&) {
-            ++saves;
-            throw std::runtime_error("receipt folder is read-only");
-        });
-        ADD_FAILURE() << "the failing first save was not thrown";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "receipt folder is read-only");
-    }
-    EXPECT_EQ(saves, 1);
-    EXPECT_EQ(repo.currentOperationID(), plan.operationID);
-    EXPECT_EQ(parentsOf(repo, env.w1), std::vector<std::string>{env.merge});
-
-    // A rebase that fails ends in the receipt and changes nothing.
-    std::optional<LocalStackUpdateReceipt> failed;
-    {
-        const ScopedEnvironment path("PATH");
-        const ScopedEnvironment realJJ("VORDA_REAL_JJ");
-        const ScopedEnvironment failing("VORDA_FAIL_JJ_SUBCOMMAND");
-        realJJ.set(executableOnPath("jj"));
-        path.prependPath(toolFolder("failing-subcommand-jj"));
-        failing.set("rebase");
-        failed = env.client.executeFeatureInsertion(plan);
-    }
-    ASSERT_TRUE(failed.has_value());
-    ASSERT_TRUE(failed->commandError.has_value());
-    EXPECT_NE(failed->commandError->find("injected failure"), std::string::npos);
-    EXPECT_EQ(failed->afterOperationID, plan.operationID);
-    EXPECT_EQ(repo.currentOperationID(), plan.operationID);
-    EXPECT_EQ(parentsOf(repo, env.w1), std::vector<std::string>{env.merge});
-    EXPECT_EQ(parentsOf(repo, env.f2), std::vector<std::string>{env.f1});
-    const auto unexpected = [&](const std::string& change) {
-        return "Unexpected parents on " + change.substr(0, 12);
-    };
-    auto warnings = failed->verificationWarnings;
-    std::sort(warnings.begin(), warnings.end());
-    std::vector<std::string> stillInPlace{unexpected(env.w1), unexpected(env.f2),
-                                          unexpected(env.wc)};
-    std::sort(stillInPlace.begin(), stillInPlace.end());
-    EXPECT_EQ(warnings, stillInPlace);
-    auto loaded = journal.load();
-    ASSERT_EQ(loaded.records.size(), 1U);
-    EXPECT_EQ(loaded.records.front().receipt, failed);
-    EXPECT_EQ(loaded.records.front().recoveryGuidance(repo.currentOperationID()), inspectSentence);
-
-    // The final save fails after the rebase: the returned receipt says so,
-    // the stored record still has no outcome.
-    std::string firstID;
-    const auto receipt = env.client.executeFeatureInsertion(
-        plan, [&](const OperationRecord<FeatureInsertionPlan>& record) {
-            if (!firstID.empty()) {
-                throw std::runtime_error("the volume went away");
-            }
-            firstID = record.id;
-            journal.save(record);
-        });
-    EXPECT_EQ(receipt.commandError, std::nullopt);
-    EXPECT_EQ(receipt.verificationWarnings,
-              std::vector<std::string>{"Could not save final routing receipt: the volume went "
-                                       "away. Inspect the operation log before retrying."});
-    EXPECT_EQ(parentsOf(repo, env.w1), std::vector<std::string>{env.f1});
-    EXPECT_EQ(parentsOf(repo, env.f2), std::vector<std::string>{env.w2});
-    loaded = journal.load();
-    ASSERT_EQ(loaded.records.size(), 2U);
-    const auto stored = std::find_if(loaded.records.begin(), loaded.records.end(),
-                                     [&](const auto& record) { return record.id == firstID; });
-    ASSERT_NE(stored, loaded.records.end());
-    EXPECT_EQ(stored->receipt, std::nullopt);
-    EXPECT_EQ(stored->plan, plan);
-    EXPECT_EQ(stored->recoveryGuidance(repo.currentOperationID()), noOutcomeSentence);
-}
-
-TEST(FeatureInsertionExecution, ChangesDuringTheFirstSaveAreReportedNotRouted) {
-    Environment env;
-    const auto& repo = env.repo;
-    const auto plan = env.plan();
-    const auto shortID = [](const std::string& change) {
-        return change.substr(0, 12);
-    };
-
-    // Somebody works on the command line while the first receipt is written:
-    // the bookmark goes back, w2 is dropped, the working copy moves away.
-    const auto receipt = env.client.executeFeatureInsertion(
-        plan, [&](const OperationRecord<FeatureInsertionPlan>& record) {
-            if (record.receipt) {
-                return;
-            }
-            repo.jj({"bookmark", "set", "--allow-backwards", "-r", env.f1, "feat"});
-            repo.jj({"abandon", env.w2});
-            repo.jj({"new", env.merge});
-        });
-    EXPECT_EQ(receipt.commandError,
-              "Repository changed while saving the routing receipt; no insertion was attempted.");
-    EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
-    EXPECT_NE(receipt.afterOperationID, plan.operationID);
-    auto warnings = receipt.verificationWarnings;
-    std::sort(warnings.begin(), warnings.end());
-    std::vector<std::string> found{
-        "Missing or divergent routed change " + shortID(env.w2),
-        "Missing or divergent routed change " + shortID(env.wc),
-        "Unexpected parents on " + shortID(env.w1),
-        "Unexpected parents on " + shortID(env.f2),
-        "Bookmark feat no longer uniquely follows " + shortID(env.f2),
-        "The feature bookmark no longer uniquely follows its original tip.",
-        "Working-copy identity changed in default",
-    };
-    std::sort(found.begin(), found.end());
-    EXPECT_EQ(warnings, found);
-    // Nothing was routed.
-    EXPECT_EQ(parentsOf(repo, env.w1), std::vector<std::string>{env.merge});
-    EXPECT_EQ(parentsOf(repo, env.f2), std::vector<std::string>{env.f1});
+    EXPECT_EQ(loaded.records.front().plan, plan);
+    EXPECT_EQ(loaded.records.front().receipt, receipt);
+    EXPECT_EQ(loaded.records.front().steps, std::nullopt);
 }
 
 TEST(FeatureInsertionExecution, ConflictsAfterRoutingAreReportedNotWarned) {
-    // w1 changes a line that only f2 wrote, so below f2 it conflicts.
-    Environment env;
-    const auto& repo = env.repo;
-    repo.jj({"edit", env.w1});
-    repo.writeFile("feature.txt", "one\nTWO\n");
-    env.wc = repo.newChange({env.w2});
-    const auto plan = env.plan();
-
-    const auto receipt = env.client.executeFeatureInsertion(plan);
+    // W1 changes a line that only F2 wrote, so below F2 it conflicts.
+    TestRepo repo;
+    repo.draw(integrationPicture(R"(feature.txt="one\nTWO")"));
+    const JJClient client(repo.root());
+    const auto receipt = client.executeFeatureInsertion(
+        client.planFeatureInsertion({repo.id("W1"), repo.id("W2")}, repo.id("F1"), "feat"));
     EXPECT_EQ(receipt.commandError, std::nullopt);
     EXPECT_EQ(receipt.verificationWarnings, std::vector<std::string>{});
-    const auto conflicted = words(repo.jj({"log", "--no-graph", "--ignore-working-copy", "-r",
-                                           "conflicts()", "-T", "change_id ++ \" \""}));
-    ASSERT_FALSE(conflicted.empty());
-    EXPECT_NE(std::find(conflicted.begin(), conflicted.end(), env.w1), conflicted.end());
-    auto reported = receipt.conflictedChangeIDs;
-    std::sort(reported.begin(), reported.end());
-    auto expected = conflicted;
-    std::sort(expected.begin(), expected.end());
-    EXPECT_EQ(reported, expected);
-    EXPECT_EQ(
-        Journal(repo.root()).load().records.front().recoveryGuidance(repo.currentOperationID()),
-        verifiedSentence);
+    const auto conflicted = testing::conflictedChanges(repo, "all()");
+    EXPECT_TRUE(std::binary_search(conflicted.begin(), conflicted.end(), repo.id("W1")));
+    EXPECT_EQ(testing::sorted(receipt.conflictedChangeIDs), conflicted);
 }
 
 }  // namespace
