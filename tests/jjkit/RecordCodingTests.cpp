@@ -117,15 +117,11 @@ TEST(RecordCoding, FailuresNameTheKeyTypeAndPath) {
     EXPECT_EQ(decodeFailure("[1]").substr(0, 45), "type mismatch (expected Dictionary<String, An");
 }
 
-TEST(RecordCoding, DecodesOperationsAndWorkspacesWithOptionalRoot) {
+TEST(RecordCoding, DecodesOperations) {
     const auto op = RecordCoding<JJOp>::decode(JsonReader(nlohmann::json::parse(
         R"({"op_id":"0123456789abcdef","description":"snapshot","start_time":"2026-11-21T09:00:00Z"})")));
     EXPECT_EQ(op.shortOpID(), "0123456789ab");
     EXPECT_EQ(op.id(), "0123456789abcdef");
-
-    const auto absent = RecordCoding<JJWorkspace>::decode(JsonReader(
-        nlohmann::json::parse(R"({"name":"w","root":null,"commit_id":"c","change_id":"k"})")));
-    EXPECT_FALSE(absent.root.has_value());
 }
 
 TEST(ApexParentJSON, EveryCaseRoundTripsAndOtherShapesAreRefused) {
