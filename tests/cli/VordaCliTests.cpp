@@ -218,13 +218,16 @@ TEST(VordaCli, APlanPrintedByOneCallIsExecutedByTheNextAndItsReceiptListed) {
 
 TEST(VordaCli, AnAppendIsPlannedExecutedAndInspectedWithItsGuidance) {
     TestRepo repo;
-    const auto base = repo.publishMain();
-    repo.bookmark("feat", repo.commit("feature one", {{"feature.txt", "one\n"}}));
-    repo.newChange({base});
-    repo.bookmark("other", repo.commit("other one", {{"other.txt", "other\n"}}));
-    repo.newChange({"feat", "other"}, "wip: integration");
-    repo.jj({"new"});
-    const auto work = repo.commit("finished work", {{"work.txt", "work\n"}});
+    repo.draw(R"(
+      origin
+      T <- root "trunk" README=hello [main]
+      push main
+      F <- T "feature one" feature.txt=one [feat]
+      O <- T "other one" other.txt=other [other]
+      W <- F O "wip: integration"
+      X <- W "finished work" work.txt=work
+    )");
+    const auto& work = repo.id("X");
     const auto run = [&](std::vector<std::string> arguments) {
         arguments.insert(arguments.begin() + 1, {"--repo", repo.root()});
         return succeeded(arguments);
