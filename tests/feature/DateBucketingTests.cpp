@@ -4,6 +4,7 @@
 #include <ctime>
 #include <filesystem>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +14,11 @@
 #include "support/ScopedEnvironment.h"
 
 namespace vorda {
+
+void PrintTo(const DateBucket& bucket, std::ostream* out) {
+    *out << bucket.title << " from " << bucket.sortKey.time_since_epoch().count() << "us";
+}
+
 namespace {
 
 using namespace std::chrono_literals;
