@@ -5,6 +5,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -12,91 +13,49 @@
 
 #include "feature/session/RepoSession.h"
 #include "jjkit/settings/BookmarkSettingsStore.h"
-#include "jjkit/support/Text.h"
 #include "support/ModelPrinting.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
 namespace {
 
-using testing::TestRepo;
-using Ids = std::vector<std::string>;
+using Names = std::vector<std::string>;
 using Points = std::map<std::string, std::string>;
+using Role = BookmarkInclusionRole;
 
 RepoCommand inclusion(const std::string& workspace, const std::string& bookmark, bool include) {
-    return RepoCommand::SetWorkspaceBookmarkInclusion{
-        .workspaceName = workspace, .bookmarkName = bookmark, .include = include};
+    return RepoCommand::SetWorkspaceBookmarkInclusion{workspace, bookmark, include};
 }
 
 RepoCommand attachment(const std::string& workspace, const std::string& bookmark,
                        const std::string& commitID) {
-    return RepoCommand::SetWorkspaceBookmarkAttachment{
-        .workspaceName = workspace, .bookmarkName = bookmark, .commitID = commitID};
+    return RepoCommand::SetWorkspaceBookmarkAttachment{workspace, bookmark, commitID};
 }
 
 RepoCommand advance(const std::string& workspace) {
-    return RepoCommand::AdvanceWorkspaceOntoTrunk{.workspaceName = workspace};
+    return RepoCommand::AdvanceWorkspaceOntoTrunk{workspace};
 }
 
-// A repository with `main` published to a local origin, so trunk is
-// main@origin, and a session on its default workspace.
+// `main` published to a local origin, so trunk is main@origin, and a
+// session on the default workspace.
 class WorkspaceCommands : public ::testing::Test {
   protected:
-    void SetUp() override { base = repo.publishMain(); }
-
-    std::string id(const std::string& revision) const { return repo.commitID(revision); }
-
-    // A commit on `parent` that writes `file`; the working copy ends on top.
-    std::string commitOn(const std::string& parent, const std::string& message,
-                         const std::string& file) const {
-        repo.jj({"new", parent});
-        return repo.commit(message, {{file, message + "\n"}});
+    void SetUp() override {
+        repo.draw(R"(
+          origin
+          T <- root "base" README=base [main]
+          push main
+        )");
     }
 
-    std::string bookmarkedOn(const std::string& name, const std::string& parent,
-                             const std::string& file) const {
-        auto change = commitOn(parent, name + " " + file, file);
-        repo.bookmark(name, change);
-        return change;
-    }
-
-    // The ordered parent commit IDs of `revision`.
-    Ids parentsOf(const std::string& revision) const {
-        const auto line = repo.jj({"log", "--no-graph", "--ignore-working-copy", "-r", revision,
-                                   "-T", "parents.map(|p| p.commit_id()).join(\",\") ++ \"\\n\""});
-        Ids parents;
-        for (const auto piece : text::splitNonEmpty(text::trimWhitespace(line), ',')) {
-            parents.emplace_back(piece);
-        }
-        return parents;
-    }
-
-    std::string descriptionOf(const std::string& revision) const {
-        return repo.jj(
-            {"log", "--no-graph", "--ignore-working-copy", "-r", revision, "-T", "description"});
-    }
-
-    // The change ID a local bookmark points at; empty when there is none.
-    std::string bookmarkChange(const std::string& name) const {
-        return std::string(text::trimWhitespace(
-            repo.jj({"log", "--no-graph", "--ignore-working-copy", "-r",
-                     "bookmarks(exact:\"" + name + "\")", "-T", "change_id ++ \"\\n\""})));
-    }
-
-    // Whether `commitID` is still part of the visible history.
-    bool isVisible(const std::string& commitID) const {
-        return !text::trimWhitespace(
-                    repo.jj({"log", "--no-graph", "--ignore-working-copy", "-r",
-                             "commit_id(" + commitID + ") & ::visible_heads()", "-T", "commit_id"}))
-                    .empty();
-    }
+    std::string commitID(const std::string& name) const { return repo.commitID(repo.id(name)); }
 
     Points storedPoints() const {
         return BookmarkSettingsStore(repo.root()).compositionPointsByWorkspace();
     }
 
-    void recordPoint(const std::string& changeID, const std::string& workspace) const {
-        BookmarkSettingsStore(repo.root()).setCompositionPoint(changeID, workspace);
+    void recordPoint(const std::string& name, const std::string& workspace) const {
+        BookmarkSettingsStore(repo.root()).setCompositionPoint(repo.id(name), workspace);
     }
 
     std::string toast(const RepoCommand& command) const {
@@ -105,296 +64,289 @@ class WorkspaceCommands : public ::testing::Test {
         return text != nullptr ? *text : "<not a toast>";
     }
 
-    SnapshotRef refreshed() const {
-        auto snapshot = session->execute(RepoCommand::Refresh{}).refreshedSnapshot();
-        if (!snapshot) {
-            throw std::runtime_error("refresh gave no snapshot");
+    /// Each command answers with its toast and changes nothing.
+    void expectRefusals(const std::vector<std::pair<RepoCommand, std::string>>& refusals) const {
+        const int operations = repo.operationCount();
+        const auto points = storedPoints();
+        for (const auto& [command, expected] : refusals) {
+            EXPECT_EQ(toast(command), expected);
         }
-        return snapshot;
+        EXPECT_EQ(repo.operationCount(), operations);
+        EXPECT_EQ(storedPoints(), points);
     }
 
-    // Bookmarks ay, bee, cee on trunk, low with high above it, and ex with
-    // two commits; workspace "second" sits on its own composition point
-    // merging ay and high. The default workspace sits on trunk.
-    void buildSecondOnComposition() {
-        ay = bookmarkedOn("ay", base, "a");
-        bee = bookmarkedOn("bee", base, "b");
-        cee = bookmarkedOn("cee", base, "c");
-        low = bookmarkedOn("low", base, "l");
-        high = bookmarkedOn("high", low, "h");
-        x1 = commitOn(base, "x1", "x");
-        x2 = bookmarkedOn("ex", x1, "x");
-        repo.jj({"new", base});
-        second = repo.addWorkspace("second", base);
-        repo.jjIn(second, {"new", "-m", "wip: Vorda composition second", ay, high});
-        point = repo.changeID("second@");
-        repo.jjIn(second, {"new"});
-        recordPoint(point, "second");
+    std::map<std::string, Role> roles(const std::string& workspace) const {
+        const auto snapshot = session->execute(RepoCommand::Refresh{}).refreshedSnapshot();
+        return snapshot ? snapshot->repoState.workspaces.at(workspace).bookmarkRoles
+                        : std::map<std::string, Role>{};
     }
 
-    TestRepo repo;
-    std::string base;
+    testing::TestRepo repo;
     std::shared_ptr<RepoSession> session = RepoSession::open(repo.root());
-    std::string ay, bee, cee, low, high, x1, x2, second, point;
 };
 
-TEST_F(WorkspaceCommands, IncludingAndRemovingRewritesTheParentsOfAMaterializedComposition) {
-    buildSecondOnComposition();
-
-    // Refusals change nothing.
-    const auto before = repo.currentOperationID();
-    EXPECT_EQ(toast(inclusion("nope", "cee", true)), "Workspace nope no longer exists");
-    EXPECT_EQ(toast(inclusion("second", "nope", true)), "Bookmark nope no longer exists");
-    EXPECT_EQ(toast(inclusion("second", "low", true)), "low is already included in second");
-    EXPECT_EQ(toast(inclusion("second", "low", false)),
-              "low is inherited; rebase its containing history to remove it");
-    EXPECT_EQ(toast(inclusion("second", "main", false)),
-              "main is inherited; rebase its containing history to remove it");
-    EXPECT_EQ(toast(inclusion("second", "bee", false)), "bee is not included in second");
-    EXPECT_EQ(repo.currentOperationID(), before);
-    EXPECT_EQ(parentsOf(point), (Ids{id(ay), id(high)}));
+TEST_F(WorkspaceCommands, IncludingRemovingAndMovingRewriteTheParentsOfAMaterializedComposition) {
+    // Bookmarks ay, bee, cee on trunk, low with high above it, and ex with two
+    // commits; workspace "second" sits on its own composition point P merging
+    // ay and high. The default workspace sits on trunk.
+    repo.draw(R"(
+      AY <- T "ay a" a=a [ay]
+      BEE <- T "bee b" b=b [bee]
+      CEE <- T "cee c" c=c [cee]
+      LOW <- T "low l" l=l [low]
+      HIGH <- LOW "high h" h=h [high]
+      X1 <- T "x1" x=1
+      X2 <- X1 "ex x" x=2 [ex]
+      P <- AY HIGH "wip: Vorda composition second"
+      workspace second <- P
+      @ <- T
+    )");
+    recordPoint("P", "second");
+    const std::string inherited = " is inherited; rebase its containing history to remove it";
+    expectRefusals({
+        {inclusion("nope", "cee", true), "Workspace nope no longer exists"},
+        {inclusion("second", "nope", true), "Bookmark nope no longer exists"},
+        {inclusion("second", "low", true), "low is already included in second"},
+        {inclusion("second", "low", false), "low" + inherited},
+        {inclusion("second", "main", false), "main" + inherited},
+        {inclusion("second", "bee", false), "bee is not included in second"},
+    });
 
     EXPECT_EQ(toast(inclusion("second", "cee", true)), "Included cee in second");
-    EXPECT_EQ(parentsOf(point), (Ids{id(ay), id(high), id(cee)}));
-    EXPECT_EQ(parentsOf("second@"), Ids{id(point)});  // the working copy came along
-    EXPECT_EQ(storedPoints(), (Points{{"second", point}}));
+    EXPECT_EQ(repo.parents("P"), (Names{"AY", "HIGH", "CEE"}));
+    EXPECT_EQ(repo.parents("second@"), Names{"P"});  // the working copy came along
     EXPECT_EQ(toast(inclusion("second", "cee", true)), "cee is already included in second");
 
     EXPECT_EQ(toast(inclusion("second", "cee", false)), "Removed cee from second");
-    EXPECT_EQ(parentsOf(point), (Ids{id(ay), id(high)}));
+    EXPECT_EQ(repo.parents("P"), (Names{"AY", "HIGH"}));
     EXPECT_EQ(toast(inclusion("second", "cee", false)), "cee is not included in second");
     // A bookmark the composition had from the start goes the same way.
     EXPECT_EQ(toast(inclusion("second", "ay", false)), "Removed ay from second");
-    EXPECT_EQ(parentsOf(point), Ids{id(high)});
-    EXPECT_EQ(storedPoints(), (Points{{"second", point}}));
+    EXPECT_EQ(repo.parents("P"), Names{"HIGH"});
+    EXPECT_EQ(storedPoints(), (Points{{"second", repo.id("P")}}));
 
-    const auto& roles = refreshed()->repoState.workspaces.at("second").bookmarkRoles;
-    EXPECT_EQ(roles.at("high"), BookmarkInclusionRole::directParent());
-    EXPECT_EQ(roles.at("low"), BookmarkInclusionRole::inherited("high"));
-    EXPECT_EQ(roles.at("ay"), BookmarkInclusionRole::absent());
-    EXPECT_EQ(roles.at("cee"), BookmarkInclusionRole::absent());
-}
+    const auto after = roles("second");
+    EXPECT_EQ(after.at("high"), Role::directParent());
+    EXPECT_EQ(after.at("low"), Role::inherited("high"));
+    EXPECT_EQ(after.at("ay"), Role::absent());
+    EXPECT_EQ(after.at("cee"), Role::absent());
 
-TEST_F(WorkspaceCommands, MovingAnAttachmentPinsTheBookmarkAtAnOlderCommit) {
-    buildSecondOnComposition();
+    // Moving an attachment pins the bookmark at an older commit.
     EXPECT_EQ(toast(inclusion("second", "ex", true)), "Included ex in second");
-    EXPECT_EQ(parentsOf(point), (Ids{id(ay), id(high), id(x2)}));
+    EXPECT_EQ(repo.parents("P"), (Names{"HIGH", "X2"}));
 
-    EXPECT_EQ(toast(attachment("second", "ex", id(x1))), "Moved ex's composition point on second");
-    EXPECT_EQ(parentsOf(point), (Ids{id(ay), id(high), id(x1)}));
-    EXPECT_EQ(storedPoints(), (Points{{"second", point}}));
-    EXPECT_EQ(refreshed()->repoState.workspaces.at("second").bookmarkRoles.at("ex"),
-              BookmarkInclusionRole::partial(id(x1)));
+    EXPECT_EQ(toast(attachment("second", "ex", commitID("X1"))),
+              "Moved ex's composition point on second");
+    EXPECT_EQ(repo.parents("P"), (Names{"HIGH", "X1"}));
+    EXPECT_EQ(storedPoints(), (Points{{"second", repo.id("P")}}));
+    EXPECT_EQ(roles("second").at("ex"), Role::partial(commitID("X1")));
 
-    const auto before = repo.currentOperationID();
-    EXPECT_EQ(toast(attachment("second", "ex", id(x1))), "That revision is already included");
-    EXPECT_EQ(toast(attachment("second", "ex", id(ay))), "That commit is no longer in ex");
-    EXPECT_EQ(toast(attachment("second", "nope", id(ay))), "That commit is no longer in nope");
-    EXPECT_EQ(toast(attachment("nope", "ex", id(x1))), "Workspace nope no longer exists");
-    EXPECT_EQ(toast(attachment("second", "low", id(low))),
-              "Select a direct composition attachment to move");
-    // The default workspace has no composition point to move anything on.
-    EXPECT_EQ(toast(attachment("default", "ex", id(x1))),
-              "Select a direct composition attachment to move");
-    EXPECT_EQ(repo.currentOperationID(), before);
-    EXPECT_EQ(parentsOf(point), (Ids{id(ay), id(high), id(x1)}));
+    const std::string direct = "Select a direct composition attachment to move";
+    expectRefusals({
+        {attachment("second", "ex", commitID("X1")), "That revision is already included"},
+        {attachment("second", "ex", commitID("AY")), "That commit is no longer in ex"},
+        {attachment("second", "nope", commitID("AY")), "That commit is no longer in nope"},
+        {attachment("nope", "ex", commitID("X1")), "Workspace nope no longer exists"},
+        {attachment("second", "low", commitID("LOW")), direct},
+        // The default workspace has no composition point to move anything on.
+        {attachment("default", "ex", commitID("X1")), direct},
+    });
 
     // A partial attachment is removed by its pinned commit.
     EXPECT_EQ(toast(inclusion("second", "ex", false)), "Removed ex from second");
-    EXPECT_EQ(parentsOf(point), (Ids{id(ay), id(high)}));
+    EXPECT_EQ(repo.parents("P"), Names{"HIGH"});
 }
 
 TEST_F(WorkspaceCommands, IncludingInADirectWorkspaceCreatesItsCompositionPoint) {
-    ay = bookmarkedOn("ay", base, "a");
-    bee = bookmarkedOn("bee", base, "b");
-    repo.jj({"new", ay});
-    const auto workingCopy = id("@");
-
-    const auto before = repo.currentOperationID();
-    EXPECT_EQ(toast(inclusion("default", "ay", false)),
-              "ay is inherited; rebase its containing history to remove it");
-    EXPECT_EQ(toast(inclusion("default", "ay", true)), "ay is already included in default");
-    EXPECT_EQ(repo.currentOperationID(), before);
+    repo.draw(R"(
+      AY <- T "ay a" a=a [ay]
+      BEE <- T "bee b" b=b [bee]
+      @ <- AY
+    )");
+    const auto workingCopy = repo.changeID("@");
+    expectRefusals({
+        {inclusion("default", "ay", false),
+         "ay is inherited; rebase its containing history to remove it"},
+        {inclusion("default", "ay", true), "ay is already included in default"},
+    });
     EXPECT_TRUE(storedPoints().empty());
 
     EXPECT_EQ(toast(inclusion("default", "bee", true)), "Included bee in default");
     const auto points = storedPoints();
     ASSERT_EQ(points.size(), 1U);
-    ASSERT_TRUE(points.contains("default"));
     const auto created = points.at("default");
-    EXPECT_EQ(descriptionOf(created), "wip: Vorda composition default\n");
-    EXPECT_EQ(parentsOf(created), (Ids{workingCopy, id(bee)}));
+    EXPECT_EQ(repo.description(created), "wip: Vorda composition default");
+    EXPECT_EQ(repo.parents(created), (Names{workingCopy, "BEE"}));
     EXPECT_EQ(repo.changeID("@"), created);
 
-    const auto snapshot = refreshed();
+    const auto snapshot = session->execute(RepoCommand::Refresh{}).refreshedSnapshot();
+    ASSERT_TRUE(snapshot);
     const auto& workspace = snapshot->repoState.workspaces.at("default");
     EXPECT_EQ(workspace.composition.kind,
-              WorkspaceComposition::Kind(WorkspaceComposition::Materialized{created, id(created)}));
-    EXPECT_EQ(workspace.bookmarkRoles.at("bee"), BookmarkInclusionRole::directParent());
-    EXPECT_EQ(workspace.bookmarkRoles.at("ay"), BookmarkInclusionRole::inherited(std::nullopt));
+              WorkspaceComposition::Kind(
+                  WorkspaceComposition::Materialized{created, repo.commitID(created)}));
+    EXPECT_EQ(workspace.bookmarkRoles.at("bee"), Role::directParent());
+    EXPECT_EQ(workspace.bookmarkRoles.at("ay"), Role::inherited(std::nullopt));
 
     // Now that it is materialized, the new bookmark can go again.
     EXPECT_EQ(toast(inclusion("default", "bee", false)), "Removed bee from default");
-    EXPECT_EQ(parentsOf(created), Ids{workingCopy});
+    EXPECT_EQ(repo.parents(created), Names{workingCopy});
 }
 
 TEST_F(WorkspaceCommands, IncludingInALegacySharedCompositionGivesTheWorkspaceItsOwnPoint) {
-    const auto a1 = commitOn(base, "a1", "a");
-    bookmarkedOn("ay", a1, "a");  // ay's tip is above the commit the apex holds
-    bee = bookmarkedOn("bee", base, "b");
-    repo.jj({"new", "-m", "wip: Vorda apex commit", base, a1});
-    const auto apex = repo.changeID("@");
-    repo.jj({"new"});
-    second = repo.addWorkspace("second", apex);
-    const auto secondCopy = id("second@");
-
-    const auto shared = refreshed();
+    // ay's tip is above the commit the apex holds.
+    repo.draw(R"(
+      A1 <- T "a1" a=1
+      AY <- A1 "ay a" a=a [ay]
+      BEE <- T "bee b" b=b [bee]
+      APEX <- T A1 "wip: Vorda apex commit"
+      workspace second <- APEX
+      @ <- APEX
+    )");
+    const auto secondCopy = repo.changeID("second@");
+    const auto shared = session->execute(RepoCommand::Refresh{}).refreshedSnapshot();
+    ASSERT_TRUE(shared);
     for (const auto* name : {"default", "second"}) {
         const auto& workspace = shared->repoState.workspaces.at(name);
-        ASSERT_TRUE(
+        EXPECT_TRUE(
             std::holds_alternative<WorkspaceComposition::LegacyShared>(workspace.composition.kind))
             << name;
-        EXPECT_EQ(workspace.bookmarkRoles.at("ay"), BookmarkInclusionRole::partial(id(a1)));
+        EXPECT_EQ(workspace.bookmarkRoles.at("ay"), Role::partial(commitID("A1"))) << name;
     }
-
-    EXPECT_EQ(toast(inclusion("second", "ay", false)), "ay is inherited through shared history");
-    EXPECT_EQ(toast(inclusion("second", "ay", true)), "ay is already included in second");
-    EXPECT_EQ(parentsOf(apex), (Ids{id(base), id(a1)}));
-    EXPECT_TRUE(storedPoints().empty());
+    expectRefusals({
+        {inclusion("second", "ay", false), "ay is inherited through shared history"},
+        {inclusion("second", "ay", true), "ay is already included in second"},
+    });
 
     EXPECT_EQ(toast(inclusion("second", "bee", true)), "Included bee in second");
     const auto points = storedPoints();
-    ASSERT_TRUE(points.contains("second"));
-    EXPECT_EQ(points.size(), 1U);
+    ASSERT_EQ(points.size(), 1U);
     const auto created = points.at("second");
-    EXPECT_NE(created, apex);
-    EXPECT_EQ(descriptionOf(created), "wip: Vorda composition second\n");
-    EXPECT_EQ(parentsOf(created), (Ids{secondCopy, id(bee)}));
+    EXPECT_NE(created, repo.id("APEX"));
+    EXPECT_EQ(repo.description(created), "wip: Vorda composition second");
+    EXPECT_EQ(repo.parents(created), (Names{secondCopy, "BEE"}));
     EXPECT_EQ(repo.changeID("second@"), created);
-    EXPECT_EQ(parentsOf(apex), (Ids{id(base), id(a1)}));  // the apex is left alone
+    EXPECT_EQ(repo.parents("APEX"), (Names{"T", "A1"}));  // the apex is left alone
 
-    const auto after = refreshed();
+    const auto after = session->execute(RepoCommand::Refresh{}).refreshedSnapshot();
+    ASSERT_TRUE(after);
     const auto& mine = after->repoState.workspaces.at("second");
-    EXPECT_EQ(mine.composition.kind,
-              WorkspaceComposition::Kind(WorkspaceComposition::Materialized{created, id(created)}));
-    EXPECT_EQ(mine.bookmarkRoles.at("bee"), BookmarkInclusionRole::directParent());
+    EXPECT_EQ(mine.composition.kind, WorkspaceComposition::Kind(WorkspaceComposition::Materialized{
+                                         created, repo.commitID(created)}));
+    EXPECT_EQ(mine.bookmarkRoles.at("bee"), Role::directParent());
     const auto& other = after->repoState.workspaces.at("default");
     EXPECT_TRUE(std::holds_alternative<WorkspaceComposition::LegacyShared>(other.composition.kind));
-    EXPECT_EQ(other.bookmarkRoles.at("bee"), BookmarkInclusionRole::absent());
+    EXPECT_EQ(other.bookmarkRoles.at("bee"), Role::absent());
 }
 
 TEST_F(WorkspaceCommands, ComposingLooseCommitsMakesAnIncludedBookmarkOnTheImmutableBase) {
-    ay = bookmarkedOn("ay", base, "a");
-    bee = bookmarkedOn("bee", base, "b");
-    repo.jj({"new", "-m", "wip: Vorda composition default", ay, bee});
-    point = repo.changeID("@");
-    repo.jj({"new"});
-    recordPoint(point, "default");
-    const auto l1 = repo.commit("l1", {{"l", "1\n"}});
-    const auto l2 = repo.commit("l2", {{"l", "2\n"}});
-    const auto compose = [&](const Ids& commitIDs, const std::string& tip,
-                             const std::string& immutableBase, const std::string& workspace) {
-        return toast(RepoCommand::ComposeCommitsAsBookmark{.workspaceName = workspace,
-                                                           .commitIDs = commitIDs,
-                                                           .tipChangeID = tip,
-                                                           .immutableBaseCommitID = immutableBase});
+    repo.draw(R"(
+      AY <- T "ay a" a=a [ay]
+      BEE <- T "bee b" b=b [bee]
+      P <- AY BEE "wip: Vorda composition default"
+      L1 <- P "l1" l=1
+      L2 <- L1 "l2" l=2
+    )");
+    recordPoint("P", "default");
+    // Composes the given changes, the last one the tip, on `base`.
+    const auto compose = [&](const Names& changes, const std::string& base,
+                             const std::string& workspace) -> RepoCommand {
+        Names commitIDs;
+        for (const auto& change : changes) {
+            commitIDs.push_back(repo.commitID(change));
+        }
+        return RepoCommand::ComposeCommitsAsBookmark{workspace, commitIDs, changes.back(),
+                                                     commitID(base)};
     };
+    const Names loose = {repo.id("L1"), repo.id("L2")};
+    expectRefusals({
+        {compose(loose, "T", "nope"), "Workspace nope no longer exists"},
+        {compose(loose, "AY", "default"), "The workspace immutable base is no longer available"},
+    });
 
-    const auto before = repo.currentOperationID();
-    EXPECT_EQ(compose({id(l1), id(l2)}, l2, id(base), "nope"), "Workspace nope no longer exists");
-    EXPECT_EQ(compose({id(l1), id(l2)}, l2, id(ay), "default"),
-              "The workspace immutable base is no longer available");
-    EXPECT_EQ(repo.currentOperationID(), before);
-
-    const auto name = "wip/" + l2.substr(0, 8);
-    EXPECT_EQ(compose({id(l1), id(l2)}, l2, id(base), "default"),
-              "Composed " + name + " in default");
-    EXPECT_EQ(bookmarkChange(name), l2);
-    EXPECT_EQ(parentsOf(l2), Ids{id(l1)});
-    EXPECT_EQ(parentsOf(l1), Ids{id(base)});
-    EXPECT_EQ(parentsOf(point), (Ids{id(ay), id(bee), id(l2)}));
-    EXPECT_EQ(storedPoints(), (Points{{"default", point}}));
+    const auto name = "wip/" + repo.id("L2").substr(0, 8);
+    EXPECT_EQ(toast(compose(loose, "T", "default")), "Composed " + name + " in default");
+    EXPECT_EQ(repo.bookmarkTarget(name), "L2");
+    EXPECT_EQ(repo.parents("L2"), Names{"L1"});
+    EXPECT_EQ(repo.parents("L1"), Names{"T"});
+    EXPECT_EQ(repo.parents("P"), (Names{"AY", "BEE", "L2"}));
+    EXPECT_EQ(storedPoints(), (Points{{"default", repo.id("P")}}));
     // A fresh working copy on the composition point, apart from the new lane.
-    EXPECT_EQ(parentsOf("@"), Ids{id(point)});
-    EXPECT_NE(repo.changeID("@"), l2);
-    EXPECT_EQ(refreshed()->repoState.workspaces.at("default").bookmarkRoles.at(name),
-              BookmarkInclusionRole::directParent());
+    EXPECT_EQ(repo.parents("@"), Names{"P"});
+    EXPECT_EQ(roles("default").at(name), Role::directParent());
 
     // With the name taken, the next one gets a counter.
     const auto m1 = repo.commit("m1", {{"m", "1\n"}});
     const auto taken = "wip/" + m1.substr(0, 8);
-    repo.bookmark(taken, base);
-    EXPECT_EQ(compose({id(m1)}, m1, id(base), "default"), "Composed " + taken + "-2 in default");
-    EXPECT_EQ(bookmarkChange(taken + "-2"), m1);
-    EXPECT_EQ(bookmarkChange(taken), repo.changeID(base));
-    EXPECT_EQ(parentsOf(m1), Ids{id(base)});
-    EXPECT_EQ(parentsOf(point), (Ids{id(ay), id(bee), id(l2), id(m1)}));
-    EXPECT_EQ(parentsOf("@"), Ids{id(point)});
+    repo.bookmark(taken, repo.id("T"));
+    EXPECT_EQ(toast(compose({m1}, "T", "default")), "Composed " + taken + "-2 in default");
+    EXPECT_EQ(repo.bookmarkTarget(taken + "-2"), m1);
+    EXPECT_EQ(repo.bookmarkTarget(taken), "T");
+    EXPECT_EQ(repo.parents(m1), Names{"T"});
+    EXPECT_EQ(repo.parents("P"), (Names{"AY", "BEE", "L2", m1}));
+    EXPECT_EQ(repo.parents("@"), Names{"P"});
 }
 
 TEST_F(WorkspaceCommands, AdvancingOntoTrunkMovesOnlyTheWorkspacesOwnWork) {
-    ay = bookmarkedOn("ay", base, "a");
-    const auto feat = bookmarkedOn("feat", base, "f");
-    // "lane" edits the bookmark's commit itself: everything it stands on is a bookmark's.
-    const auto lane = repo.addWorkspace("lane", base);
-    repo.jjIn(lane, {"edit", feat});
-    second = repo.addWorkspace("second", base);
-    repo.jjIn(second, {"new", "-m", "wip: Vorda composition second", ay, feat});
-    point = repo.changeID("second@");
-    repo.jjIn(second, {"new"});
-    recordPoint(point, "second");
-    // The default workspace has unbookmarked work of its own on the old trunk.
-    const auto o1 = commitOn(base, "o1", "o");
-    const auto o2 = repo.commit("o2", {{"o", "2\n"}});
+    // "lane" edits the bookmark's commit itself: everything it stands on is a
+    // bookmark's. The default workspace has unbookmarked work of its own on
+    // the old trunk.
+    repo.draw(R"(
+      AY <- T "ay a" a=a [ay]
+      FEAT <- T "feat f" f=f [feat]
+      workspace lane <- T
+      P <- AY FEAT "wip: Vorda composition second"
+      workspace second <- P
+      O1 <- T "o1" o=1
+      O2 <- O1 "o2" o=2
+    )");
+    repo.jjIn((repo.scratch() / "lane").string(), {"edit", repo.id("FEAT")});
+    recordPoint("P", "second");
     repo.advanceOrigin("main", "upstream", {{"upstream", "1\n"}});
     repo.fetch();
-    const auto trunk = id("main@origin");
-    ASSERT_NE(trunk, id(base));
+    const auto trunk = repo.changeID("main@origin");
+    ASSERT_NE(trunk, repo.id("T"));
 
-    EXPECT_EQ(toast(advance("nope")), "Workspace nope no longer exists");
-    const auto before = repo.currentOperationID();
-    EXPECT_EQ(toast(advance("lane")),
-              "lane sits on its bookmarks — rebase those lanes onto trunk instead");
-    EXPECT_EQ(repo.currentOperationID(), before);
-    EXPECT_EQ(parentsOf(feat), Ids{id(base)});
+    expectRefusals({
+        {advance("nope"), "Workspace nope no longer exists"},
+        {advance("lane"), "lane sits on its bookmarks — rebase those lanes onto trunk instead"},
+    });
 
     EXPECT_EQ(toast(advance("default")), "Advanced default onto current trunk");
-    EXPECT_EQ(parentsOf(o1), Ids{trunk});
-    EXPECT_EQ(parentsOf(o2), Ids{id(o1)});
-    EXPECT_EQ(parentsOf("@"), Ids{id(o2)});
+    EXPECT_EQ(repo.parents("O1"), Names{trunk});
+    EXPECT_EQ(repo.parents("O2"), Names{"O1"});
+    EXPECT_EQ(repo.parents("@"), Names{"O2"});
     EXPECT_EQ(toast(advance("default")), "default is already based on current trunk");
 
     // A composition point takes trunk as its last parent; its bookmarks stay.
     EXPECT_EQ(toast(advance("second")), "Advanced second onto current trunk");
-    EXPECT_EQ(parentsOf(point), (Ids{id(ay), id(feat), trunk}));
-    EXPECT_EQ(parentsOf(ay), Ids{id(base)});
+    EXPECT_EQ(repo.parents("P"), (Names{"AY", "FEAT", trunk}));
+    EXPECT_EQ(repo.parents("AY"), Names{"T"});
     EXPECT_EQ(toast(advance("second")), "second is already based on current trunk");
 }
 
 TEST_F(WorkspaceCommands, AbandoningAnApexParentRewritesTheApexBeforeAbandoning) {
-    ay = bookmarkedOn("ay", base, "a");
-    const auto b1 = commitOn(base, "b1", "b");
-    bee = bookmarkedOn("bee", b1, "b");
-    repo.jj({"new", "-m", "wip: Vorda apex commit", base, ay, bee});
-    const auto apex = repo.changeID("@");
-    repo.jj({"new"});
-    const auto beeTip = id(bee);
-
-    const auto shared = refreshed();
-    ASSERT_TRUE(shared->repoState.apex.has_value());
+    repo.draw(R"(
+      AY <- T "ay a" a=a [ay]
+      B1 <- T "b1" b=1
+      BEE <- B1 "bee b" b=b [bee]
+      APEX <- T AY BEE "wip: Vorda apex commit"
+    )");
+    const auto shared = session->execute(RepoCommand::Refresh{}).refreshedSnapshot();
+    ASSERT_TRUE(shared && shared->repoState.apex.has_value());
     ASSERT_EQ(shared->repoState.apex->parents,
               (std::vector<ApexParent>{ApexParent::trunk(), ApexParent::bookmark("ay"),
                                        ApexParent::bookmark("bee")}));
 
-    const auto result = session->execute(RepoCommand::AbandonBookmark{.name = "bee"});
+    const auto result = session->execute(RepoCommand::AbandonBookmark{"bee"});
     ASSERT_NE(result.refreshedSnapshot(), nullptr);
     // Abandoning the tip alone would have put the apex on bee's lower commit.
-    EXPECT_EQ(parentsOf(apex), (Ids{id(base), id(ay)}));
-    EXPECT_EQ(descriptionOf(apex), "wip: Vorda apex commit\n");
-    EXPECT_EQ(parentsOf("@"), Ids{id(apex)});
-    EXPECT_FALSE(isVisible(beeTip));
-    EXPECT_EQ(bookmarkChange("bee"), "");
-    EXPECT_EQ(bookmarkChange("ay"), ay);
+    EXPECT_EQ(repo.parents("APEX"), (Names{"T", "AY"}));
+    EXPECT_EQ(repo.description("APEX"), "wip: Vorda apex commit");
+    EXPECT_EQ(repo.parents("@"), Names{"APEX"});
+    EXPECT_NE(repo.tryJJ({"log", "-r", repo.id("BEE")}).exitCode, 0) << "abandoned";
+    EXPECT_EQ(repo.bookmarkTarget("bee"), std::nullopt);
+    EXPECT_EQ(repo.bookmarkTarget("ay"), "AY");
     const auto& after = result.refreshedSnapshot()->repoState;
     EXPECT_FALSE(after.bookmarks.contains("bee"));
     ASSERT_TRUE(after.apex.has_value());
