@@ -11,72 +11,67 @@
 namespace vorda {
 namespace {
 
-using testing::TestRepo;
+using Paths = std::vector<std::string>;
 
 class PublishCommands : public ::testing::Test {
   protected:
-    void SetUp() override { base = repo.publishMain(); }
+    void SetUp() override {
+        repo.draw(R"(
+          origin
+          T <- root "base" README=base [main]
+          push main
+        )");
+    }
 
     // The commit origin's branch points at; empty when origin lacks it.
     std::string originTip(const std::string& branch) const {
-        const auto result =
-            testing::runChecked({"sh", "-c",
-                                 "git -C '" + repo.originPath() +
-                                     "' rev-parse --verify -q refs/heads/" + branch + " || true"});
-        return std::string(text::trimWhitespace(result));
+        return std::string(text::trimWhitespace(testing::runChecked(
+            {"sh", "-c", "git -C \"$0\" rev-parse --verify -q refs/heads/\"$1\" || true",
+             repo.originPath(), branch})));
     }
 
-    // Paths as jj lists them from the repository's root.
-    std::string changedIn(const std::string& revision) const {
-        return testing::runChecked(
-            {"jj", "diff", "--ignore-working-copy", "--name-only", "-r", revision}, repo.root());
-    }
+    std::string commitID(const std::string& name) const { return repo.commitID(repo.id(name)); }
 
     const Bookmark& bookmark(const std::string& name) const {
         return session->lastSnapshot()->repoState.bookmarks.at(name);
     }
 
-    // Commits on `parent` and points `name` at the commit.
-    std::string commitInto(const std::string& name, const std::string& parent,
-                           const std::string& file) const {
-        repo.jj({"new", parent});
-        const auto change = repo.commit(name + " " + file, {{file, file + "\n"}});
-        repo.bookmark(name, change);
-        return repo.commitID(change);
+    std::string toast(const RepoCommand& command) const {
+        const auto result = session->execute(command);
+        return result.toastText() != nullptr ? *result.toastText() : "<not a toast>";
     }
 
-    TestRepo repo;
-    std::string base;
+    testing::TestRepo repo;
     std::shared_ptr<RepoSession> session = RepoSession::open(repo.root());
 };
 
 TEST_F(PublishCommands, PushAsksBeforeForcingAndRecordsWhatItPushed) {
-    // Ahead: a plain push.
-    commitInto("ahead", base, "a");
-    repo.push("ahead");
-    const auto aheadTip = commitInto("ahead", "ahead", "a2");
-    // Never pushed: a first push, no remote named and no question.
-    const auto soloTip = commitInto("solo", base, "s");
-    // Diverged: origin moved on while the local bookmark did too.
-    commitInto("diverged", base, "d");
-    repo.push("diverged");
+    // ahead is ahead of origin, solo never pushed, and diverged moved on both
+    // sides.
+    repo.draw(R"(
+      A1 <- T "a" a=1 [ahead]
+      push ahead
+      A2 <- A1 "a2" a=2
+      S <- T "solo" s=1 [solo]
+      D1 <- T "d" d=1 [diverged]
+      push diverged
+    )");
     repo.advanceOrigin("diverged", "upstream side", {{"d", "upstream\n"}});
     repo.fetch();
-    const auto localDiverged = commitInto("diverged", "diverged@origin-", "d-local");
+    repo.draw(R"(D2 <- D1 "d local" d=local)");
+    repo.bookmark("ahead", repo.id("A2"));
+    repo.bookmark("diverged", repo.id("D2"));
     session->refreshSnapshot();
     ASSERT_TRUE(std::holds_alternative<RemoteSyncState::Diverged>(
         bookmark("diverged").remoteSyncState.value));
 
-    EXPECT_EQ(*session->execute(RepoCommand::Push{bookmark("main")}).toastText(),
-              "main is already up to date");
-
-    const auto ahead = session->execute(RepoCommand::Push{bookmark("ahead")});
-    ASSERT_TRUE(ahead.refreshedSnapshot());
-    EXPECT_EQ(originTip("ahead"), aheadTip);
-    EXPECT_EQ(session->settingsStore().settings("ahead")->lastPushedCommitID, aheadTip);
-
+    EXPECT_EQ(toast(RepoCommand::Push{bookmark("main")}), "main is already up to date");
+    ASSERT_TRUE(session->execute(RepoCommand::Push{bookmark("ahead")}).refreshedSnapshot());
+    EXPECT_EQ(originTip("ahead"), commitID("A2"));
+    EXPECT_EQ(session->settingsStore().settings("ahead")->lastPushedCommitID, commitID("A2"));
+    // A first push names no remote and asks nothing.
     session->execute(RepoCommand::Push{bookmark("solo")});
-    EXPECT_EQ(originTip("solo"), soloTip);
+    EXPECT_EQ(originTip("solo"), commitID("S"));
 
     const auto before = originTip("diverged");
     const auto question = session->execute(RepoCommand::Push{bookmark("diverged")});
@@ -88,54 +83,52 @@ TEST_F(PublishCommands, PushAsksBeforeForcingAndRecordsWhatItPushed) {
     EXPECT_EQ(originTip("diverged"), before) << "nothing is pushed before the user agrees";
 
     session->execute(RepoCommand::PerformPush{force->request.bookmark});
-    EXPECT_EQ(originTip("diverged"), localDiverged);
+    EXPECT_EQ(originTip("diverged"), commitID("D2"));
     EXPECT_EQ(bookmark("diverged").remoteSyncState,
               (RemoteSyncState{RemoteSyncState::UpToDate{"origin"}}));
 }
 
 TEST_F(PublishCommands, SyncPushesOnlyEnabledBookmarksThatAreAheadInNameOrder) {
-    commitInto("beta", base, "b");
-    repo.push("beta");
-    const auto betaTip = commitInto("beta", "beta", "b2");
-    commitInto("alpha", base, "a");
-    repo.push("alpha");
-    const auto alphaTip = commitInto("alpha", "alpha", "a2");
-    // Ahead but not in the working copy: left alone.
-    commitInto("aside", base, "x");
-    repo.push("aside");
-    const auto asideBefore = originTip("aside");
-    commitInto("aside", "aside", "x2");
-    // In the working copy but never pushed: sync does not publish it.
-    commitInto("fresh", base, "f");
-    repo.jj({"new", "alpha", "beta", "fresh"});
+    // aside is ahead but not in the working copy; fresh is in it but was
+    // never pushed.
+    repo.draw(R"(
+      B1 <- T "b" b=1 [beta]
+      A1 <- T "a" a=1 [alpha]
+      X1 <- T "x" x=1 [aside]
+      push beta alpha aside
+      B2 <- B1 "b2" b=2
+      A2 <- A1 "a2" a=2
+      X2 <- X1 "x2" x=2
+      F <- T "f" f=1 [fresh]
+      @ <- A2 B2 F
+    )");
+    repo.bookmark("beta", repo.id("B2"));
+    repo.bookmark("alpha", repo.id("A2"));
+    repo.bookmark("aside", repo.id("X2"));
     session->refreshSnapshot();
 
-    const auto result = session->execute(RepoCommand::Sync{});
-    EXPECT_EQ(*result.toastText(), "Pushed 2 bookmarks");
-    EXPECT_EQ(originTip("alpha"), alphaTip);
-    EXPECT_EQ(originTip("beta"), betaTip);
-    EXPECT_EQ(originTip("aside"), asideBefore);
+    EXPECT_EQ(toast(RepoCommand::Sync{}), "Pushed 2 bookmarks");
+    EXPECT_EQ(originTip("alpha"), commitID("A2"));
+    EXPECT_EQ(originTip("beta"), commitID("B2"));
+    EXPECT_EQ(originTip("aside"), commitID("X1"));
     EXPECT_EQ(originTip("fresh"), "");
     const auto log = repo.jj({"op", "log", "--no-graph", "-T", "description ++ \"\\n\""});
     // The log is newest first: beta, pushed last, comes before alpha.
     EXPECT_LT(log.find("beta"), log.find("alpha"));
 
-    EXPECT_EQ(*session->execute(RepoCommand::Sync{}).toastText(),
-              "Fetch complete · nothing to push");
+    EXPECT_EQ(toast(RepoCommand::Sync{}), "Fetch complete · nothing to push");
     // The last snapshot went out on the stream.
     EXPECT_TRUE(session->snapshots().next());
 }
 
 TEST_F(PublishCommands, AdvanceTrunkFastForwardsABehindTrunkOnly) {
     session->refreshSnapshot();
-    EXPECT_EQ(*session->execute(RepoCommand::AdvanceTrunk{}).toastText(),
-              "main already up to date");
-
+    EXPECT_EQ(toast(RepoCommand::AdvanceTrunk{}), "main already up to date");
     repo.advanceOrigin("main", "upstream", {{"README", "upstream\n"}});
     repo.fetch();
     // The fetch moved main along; putting it back leaves it behind origin.
-    repo.jj({"bookmark", "set", "main", "-r", base, "--allow-backwards"});
-    EXPECT_EQ(*session->execute(RepoCommand::AdvanceTrunk{}).toastText(), "Advanced main");
+    repo.bookmark("main", repo.id("T"));
+    EXPECT_EQ(toast(RepoCommand::AdvanceTrunk{}), "Advanced main");
     EXPECT_EQ(repo.commitID("main"), repo.commitID("main@origin"));
     EXPECT_EQ(repo.commitID("main"), originTip("main"));
 }
@@ -146,41 +139,36 @@ TEST_F(PublishCommands, CreateBookmarkFromEachStartingPoint) {
     const auto workingCopy = repo.commitID("@");
     auto create = [&](const std::string& name, BookmarkStartingPoint point,
                       std::optional<std::string> parent = std::nullopt) {
-        CreateBookmarkInput input;
-        input.name = name;
-        input.parent = std::move(parent);
-        input.startingPoint = std::move(point);
-        return session->execute(RepoCommand::CreateBookmark{input});
+        return session->execute(
+            RepoCommand::CreateBookmark{{name, std::move(parent), std::move(point), false, false}});
     };
-
-    EXPECT_TRUE(
-        create("blank", {BookmarkStartingPoint::SpecificRevision{" \n\t"}}).refreshedSnapshot());
-    EXPECT_EQ(repo.commitID("blank"), repo.commitID("@"));
-    create("typed", {BookmarkStartingPoint::SpecificRevision{"  " + base + "\n"}});
-    EXPECT_EQ(repo.commitID("typed"), repo.commitID(base));
-    create("here", {BookmarkStartingPoint::WorkingCopy{}});
-    EXPECT_EQ(repo.commitID("here"), repo.commitID("@"));
-    create("on-trunk", {BookmarkStartingPoint::TipOfParent{}});
-    EXPECT_EQ(repo.commitID("on-trunk"), repo.commitID("trunk()"));
-    create("on-typed", {BookmarkStartingPoint::TipOfParent{}}, "typed");
-    EXPECT_EQ(repo.commitID("on-typed"), repo.commitID("typed"));
+    using Point = BookmarkStartingPoint;
+    EXPECT_TRUE(create("blank", {Point::SpecificRevision{" \n\t"}}).refreshedSnapshot());
+    create("typed", {Point::SpecificRevision{"  " + repo.id("T") + "\n"}});
+    create("here", {Point::WorkingCopy{}});
+    create("on-trunk", {Point::TipOfParent{}});
+    create("on-typed", {Point::TipOfParent{}}, "typed");
+    for (const auto& [name, target] : std::map<std::string, std::string>{{"blank", "@"},
+                                                                         {"typed", "main"},
+                                                                         {"here", "@"},
+                                                                         {"on-trunk", "trunk()"},
+                                                                         {"on-typed", "main"}}) {
+        EXPECT_EQ(repo.commitID(name), repo.commitID(target)) << name;
+    }
     EXPECT_EQ(workingCopy, repo.commitID("@")) << "the working copy was not touched";
 
     // Starting work at once: a commit of its own, named after the bookmark,
-    // and the bookmark taken into the working copy's composition.
-    CreateBookmarkInput input;
-    input.name = "new work";
-    input.parent = "main";
-    input.startingPoint = {BookmarkStartingPoint::TipOfParent{}};
-    input.enableAfterCreating = true;
-    input.trackUpstream = true;  // nothing on origin yet: dropped quietly
-    const auto result = session->execute(RepoCommand::CreateBookmark{input});
+    // and the bookmark taken into the working copy's composition. Nothing is
+    // on origin to track yet: that is dropped quietly.
+    const auto result = session->execute(
+        RepoCommand::CreateBookmark{{"new work", "main", {Point::TipOfParent{}}, true, true}});
     EXPECT_EQ(*result.toastText(), "Included new work in default");
-    const auto tip = "bookmarks(exact:\"new work\")";
-    EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", tip, "-T", "description"}), "new work\n");
-    EXPECT_EQ(repo.commitID(tip + std::string("-")), repo.commitID("main"));
-    const auto state = session->lastSnapshot()->repoState;
-    EXPECT_FALSE(state.inclusionRole("new work", "default").isAbsent());
+    const auto tip = repo.bookmarkTarget("new work");
+    ASSERT_TRUE(tip);
+    EXPECT_EQ(repo.description(*tip), "new work");
+    EXPECT_EQ(repo.parents(*tip), Paths{"T"});
+    EXPECT_FALSE(
+        session->lastSnapshot()->repoState.inclusionRole("new work", "default").isAbsent());
 }
 
 TEST_F(PublishCommands, CarvingHunksMakesThemTheNewBookmarksFirstCommit) {
@@ -188,8 +176,7 @@ TEST_F(PublishCommands, CarvingHunksMakesThemTheNewBookmarksFirstCommit) {
     for (int line = 1; line <= 30; ++line) {
         lines += "line " + std::to_string(line) + "\n";
     }
-    repo.writeFile("notes.txt", lines);
-    repo.commit("notes");
+    repo.commit("notes", {{"notes.txt", lines}});
     auto changed = lines;
     changed.replace(changed.find("line 2\n"), 7, "line two\n");
     changed.replace(changed.find("line 28\n"), 8, "line twenty-eight\n");
@@ -197,28 +184,27 @@ TEST_F(PublishCommands, CarvingHunksMakesThemTheNewBookmarksFirstCommit) {
     repo.writeFile("other.txt", "other\n");
     repo.jj({"debug", "snapshot"});
 
-    CreateBookmarkInput input;
-    input.name = "carved";
-    input.startingPoint = {BookmarkStartingPoint::WorkingCopyCarveHunks{
-        {{{"notes.txt", {1}}, {"other.txt", {}}}}, VORDA_DIFF_APPLY_PATH}};
-    ASSERT_TRUE(session->execute(RepoCommand::CreateBookmark{input}).refreshedSnapshot());
-
+    const auto carve = [&](const std::string& name, DiffEditorProtocol::HunkSelection keep) {
+        return session->execute(RepoCommand::CreateBookmark{
+            {name,
+             std::nullopt,
+             {BookmarkStartingPoint::WorkingCopyCarveHunks{std::move(keep), VORDA_DIFF_APPLY_PATH}},
+             false,
+             false}});
+    };
+    ASSERT_TRUE(carve("carved", {{{"notes.txt", {1}}, {"other.txt", {}}}}).refreshedSnapshot());
     EXPECT_EQ(repo.commitID("carved"), repo.commitID("@-"));
     const auto notes = rootFilesets({"notes.txt"}).front();
     const auto carved = repo.jj({"file", "show", "-r", "carved", notes});
     EXPECT_NE(carved.find("line twenty-eight"), std::string::npos);
     EXPECT_EQ(carved.find("line two\n"), std::string::npos);
-    EXPECT_EQ(changedIn("carved"), "notes.txt\n");
+    EXPECT_EQ(repo.changedPaths("carved"), Paths{"notes.txt"});
     EXPECT_EQ(repo.jj({"file", "show", "-r", "@", notes}), changed);
-    EXPECT_EQ(changedIn("@"), "notes.txt\nother.txt\n");
+    EXPECT_EQ(repo.changedPaths("@"), (Paths{"notes.txt", "other.txt"}));
 
-    input.name = "nothing";
-    input.startingPoint = {
-        BookmarkStartingPoint::WorkingCopyCarveHunks{{{{"notes.txt", {}}}}, VORDA_DIFF_APPLY_PATH}};
-    const auto operation = repo.currentOperationID();
-    EXPECT_EQ(*session->execute(RepoCommand::CreateBookmark{input}).toastText(),
-              "No hunks selected");
-    EXPECT_EQ(repo.currentOperationID(), operation);
+    const int operations = repo.operationCount();
+    EXPECT_EQ(*carve("nothing", {{{"notes.txt", {}}}}).toastText(), "No hunks selected");
+    EXPECT_EQ(repo.operationCount(), operations);
 }
 
 }  // namespace
