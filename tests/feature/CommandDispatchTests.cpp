@@ -22,27 +22,25 @@ namespace {
 using testing::LogCapture;
 using testing::TestRepo;
 
-std::string description(const TestRepo& repo, const std::string& revision) {
-    return repo.jj(
-        {"log", "--no-graph", "--ignore-working-copy", "-r", revision, "-T", "description"});
+std::string toast(RepoSession& session, const RepoCommand& command) {
+    const auto result = session.execute(command);
+    return result.toastText() != nullptr ? *result.toastText() : "<not a toast>";
 }
 
 TEST(CommandDispatch, RowsThatRefuseOrOnlyTouchSettingsStartNoJJ) {
     TestRepo repo;
-    repo.bookmark("feature", repo.commit("one", {{"a", "1"}}));
+    repo.draw(R"(A <- root "one" a=1 [feature])");
     const auto session = RepoSession::open(repo.root());
     session->refreshSnapshot();
 
     LogCapture log;
-    EXPECT_EQ(*session->execute(RepoCommand::StageFiles{{}, "feature"}).toastText(),
-              "No files selected");
-    EXPECT_EQ(*session->execute(RepoCommand::UnstageFiles{{}, "feature"}).toastText(),
-              "No files selected");
-    EXPECT_EQ(*session->execute(RepoCommand::SplitCommit{"feature", {}}).toastText(),
-              "No files selected");
-    EXPECT_EQ(
-        *session->execute(RepoCommand::StageHunks{"a", {}, "feature", "/no/helper"}).toastText(),
-        "No hunks selected");
+    for (const auto& [command, expected] : std::vector<std::pair<RepoCommand, std::string>>{
+             {RepoCommand::StageFiles{{}, "feature"}, "No files selected"},
+             {RepoCommand::UnstageFiles{{}, "feature"}, "No files selected"},
+             {RepoCommand::SplitCommit{"feature", {}}, "No files selected"},
+             {RepoCommand::StageHunks{"a", {}, "feature", "/no/helper"}, "No hunks selected"}}) {
+        EXPECT_EQ(toast(*session, command), expected);
+    }
 
     session->execute(RepoCommand::ToggleTag{"review", "feature"});
     session->execute(RepoCommand::ToggleTag{"urgent", "feature"});
@@ -82,62 +80,57 @@ TEST(CommandDispatch, RowsThatRefuseOrOnlyTouchSettingsStartNoJJ) {
 }
 
 TEST(CommandDispatch, DirectRowsChangeTheRepositoryAndSayWhatTheyDid) {
+    // theirs is a branch only origin has; L1 and L2 are one-offs on the old trunk.
     TestRepo repo;
-    const auto base = repo.publishMain();
-    const auto one = repo.commit("one", {{"a", "1"}});
-    const auto two = repo.commit("two", {{"b", "2"}});
-    repo.bookmark("feature", two);
-    repo.bookmark("topic", one);
+    repo.draw(R"(
+      origin
+      T <- root "base" README=base [main]
+      TH <- T "their branch" theirs.txt=theirs [theirs]
+      push main theirs
+      ONE <- T "one" a=1 [topic]
+      TWO <- ONE "two" b=2 [feature]
+      L1 <- T "loose 1" l1=1
+      L2 <- T "loose 2" l2=1
+    )");
+    repo.jj({"bookmark", "untrack", "theirs@origin"});
+    repo.jj({"bookmark", "delete", "theirs"});
     const auto session = RepoSession::open(repo.root());
     session->refreshSnapshot();
 
-    auto result =
-        session->execute(RepoCommand::AbsorbBookmark{"topic", "feature", repo.commitID(two)});
-    EXPECT_EQ(*result.toastText(), "Absorbed topic into feature");
-    EXPECT_NE(repo.tryJJ({"log", "-r", "topic"}).exitCode, 0);
+    EXPECT_EQ(toast(*session,
+                    RepoCommand::AbsorbBookmark{"topic", "feature", repo.commitID(repo.id("TWO"))}),
+              "Absorbed topic into feature");
+    EXPECT_EQ(repo.bookmarkTarget("topic"), std::nullopt);
 
-    // A branch only origin has, tracked and pinned.
-    const std::string clone = (repo.scratch() / "their-clone").string();
-    testing::runChecked({"git", "clone", "--quiet", repo.originPath(), clone});
-    testing::runChecked({"git", "-C", clone, "checkout", "--quiet", "-b", "theirs"});
-    repo.writeFileIn(clone, "theirs.txt", "theirs\n");
-    testing::runChecked({"git", "-C", clone, "add", "-A"});
-    testing::runChecked({"git", "-C", clone, "commit", "--quiet", "-m", "their branch"});
-    testing::runChecked({"git", "-C", clone, "push", "--quiet", "origin", "theirs"});
-    repo.fetch();
-    result = session->execute(
-        RepoCommand::TrackRemoteBookmark{"theirs", "origin", repo.commitID("theirs@origin"), true});
-    EXPECT_EQ(*result.toastText(), "Tracking theirs");
-    EXPECT_EQ(repo.commitID("theirs"), repo.commitID("theirs@origin"));
+    EXPECT_EQ(
+        toast(*session, RepoCommand::TrackRemoteBookmark{"theirs", "origin",
+                                                         repo.commitID("theirs@origin"), true}),
+        "Tracking theirs");
+    EXPECT_EQ(repo.bookmarkTarget("theirs"), "TH");
     EXPECT_TRUE(session->settingsStore().settings("theirs")->pinned);
     EXPECT_TRUE(session->lastSnapshot()->repoState.bookmarks.contains("theirs"));
 
-    session->execute(RepoCommand::DescribeCommit{one, "one, \"quoted\"\nand a second line", false});
-    EXPECT_EQ(description(repo, one), "one, \"quoted\"\nand a second line\n");
+    session->execute(
+        RepoCommand::DescribeCommit{repo.id("ONE"), "one, \"quoted\"\nand a second line", false});
+    EXPECT_EQ(repo.description("ONE"), "one, \"quoted\"\nand a second line");
 
-    // One-offs on an old base, advanced onto trunk.
-    repo.jj({"new", base});
-    const auto loose1 = repo.commit("loose 1", {{"l1", "1"}});
-    repo.jj({"new", base});
-    const auto loose2 = repo.commit("loose 2", {{"l2", "1"}});
     repo.advanceOrigin("main", "upstream", {{"up", "1"}});
     repo.fetch();
-    result = session->execute(RepoCommand::AdvanceAllOneOffs{{repo.commitID(loose1)}});
-    EXPECT_EQ(*result.toastText(), "Advanced 1 one-off onto trunk");
-    EXPECT_EQ(repo.commitID(loose1 + "-"), repo.commitID("trunk()"));
-    result = session->execute(
-        RepoCommand::AdvanceAllOneOffs{{repo.commitID(loose2), repo.commitID(two)}});
-    EXPECT_EQ(*result.toastText(), "Advanced 2 one-offs onto trunk");
-    EXPECT_EQ(repo.commitID(loose2 + "-"), repo.commitID("trunk()"));
+    const auto trunk = repo.changeID("trunk()");
+    EXPECT_EQ(toast(*session, RepoCommand::AdvanceAllOneOffs{{repo.commitID(repo.id("L1"))}}),
+              "Advanced 1 one-off onto trunk");
+    EXPECT_EQ(repo.parents("L1"), std::vector{trunk});
+    EXPECT_EQ(toast(*session, RepoCommand::AdvanceAllOneOffs{{repo.commitID(repo.id("L2")),
+                                                              repo.commitID(repo.id("TWO"))}}),
+              "Advanced 2 one-offs onto trunk");
+    EXPECT_EQ(repo.parents("L2"), std::vector{trunk});
 
-    result = session->execute(RepoCommand::Undo{});
-    EXPECT_EQ(*result.toastText(), "Undid last operation");
-    EXPECT_EQ(repo.commitID(loose2 + "-"), repo.commitID(base));
-
+    EXPECT_EQ(toast(*session, RepoCommand::Undo{}), "Undid last operation");
+    EXPECT_EQ(repo.parents("L2"), std::vector<std::string>{"T"});
     const auto ops = session->loadRecentOps(3);
     ASSERT_FALSE(ops.empty());
-    result = session->execute(RepoCommand::RestoreToOp{ops.back(), repo.currentOperationID()});
-    EXPECT_EQ(*result.toastText(), "Restored to " + ops.back().shortOpID());
+    EXPECT_EQ(toast(*session, RepoCommand::RestoreToOp{ops.back(), repo.currentOperationID()}),
+              "Restored to " + ops.back().shortOpID());
 
     // A failing jj call leaves execute as it is, with nothing yielded.
     const auto generation = session->snapshotReadGeneration();
@@ -147,15 +140,17 @@ TEST(CommandDispatch, DirectRowsChangeTheRepositoryAndSayWhatTheyDid) {
 
 TEST(CommandDispatch, TwoWorkspacesOfOneRepositoryTakeTurnsInArrivalOrder) {
     TestRepo repo;
-    const auto change = repo.commit("shared", {{"a", "1"}});
-    const auto second = repo.addWorkspace("second");
+    repo.draw(R"(
+      A <- root "shared" a=1
+      workspace second <- A
+    )");
     const auto first = RepoSession::open(repo.root());
-    const auto other = RepoSession::open(second);
+    const auto other = RepoSession::open((repo.scratch() / "second").string());
 
     // Hold the gate, queue one command from each workspace, then let go.
     auto& gate = RepositoryCommandGate::shared();
     const auto key = JJRepoDetector::sharedRepositoryPath(repo.root());
-    ASSERT_EQ(key, JJRepoDetector::sharedRepositoryPath(second));
+    ASSERT_EQ(key, JJRepoDetector::sharedRepositoryPath((repo.scratch() / "second").string()));
     gate.acquire(key, {});
     auto waitForWaiters = [&](std::size_t count) {
         while (gate.waiterCount(key) < count) {
@@ -163,35 +158,38 @@ TEST(CommandDispatch, TwoWorkspacesOfOneRepositoryTakeTurnsInArrivalOrder) {
         }
     };
     auto fromFirst = std::async(std::launch::async, [&] {
-        return first->execute(RepoCommand::DescribeCommit{change, "from the first", false});
+        return first->execute(RepoCommand::DescribeCommit{repo.id("A"), "from the first", false});
     });
     waitForWaiters(1);
     auto fromSecond = std::async(std::launch::async, [&] {
-        return other->execute(RepoCommand::DescribeCommit{change, "from the second", false});
+        return other->execute(RepoCommand::DescribeCommit{repo.id("A"), "from the second", false});
     });
     waitForWaiters(2);
-    EXPECT_EQ(description(repo, change), "shared\n") << "nothing ran while the gate was held";
+    EXPECT_EQ(repo.description("A"), "shared") << "nothing ran while the gate was held";
     gate.release(key);
     fromFirst.get();
     fromSecond.get();
-    EXPECT_EQ(description(repo, change), "from the second\n");
+    EXPECT_EQ(repo.description("A"), "from the second");
     EXPECT_FALSE(gate.isHeld(key));
 }
 
 TEST(CommandDispatch, PullRequestsAreAskedOfGhAndShownOnTheRefreshedSnapshot) {
     testing::ScriptedGh gh;
     TestRepo repo;
-    repo.publishMain();
-    repo.bookmark("feature", repo.commit("feature work", {{"f", "1"}}));
-    repo.push("feature");
+    repo.draw(R"(
+      origin
+      T <- root "base" README=base [main]
+      F <- T "feature work" f=1 [feature]
+      push main feature
+    )");
     gh.answer("feature", R"([{"number":7,"url":"https://github.com/o/r/pull/7","state":"OPEN",)"
                          R"("title":"Feature","isDraft":false,"reviewDecision":"APPROVED",)"
                          R"("comments":[]}])");
     const auto session = RepoSession::open(repo.root());
 
-    const auto result =
-        session->execute(RepoCommand::RefreshPullRequestStatuses{true, {}, {"feature"}});
-    const auto snapshot = result.refreshedSnapshot();
+    const auto snapshot =
+        session->execute(RepoCommand::RefreshPullRequestStatuses{true, {}, {"feature"}})
+            .refreshedSnapshot();
     ASSERT_TRUE(snapshot);
     ASSERT_TRUE(snapshot->prsByBookmark.contains("feature"));
     EXPECT_EQ(snapshot->prsByBookmark.at("feature").number, 7);
