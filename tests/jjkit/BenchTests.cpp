@@ -1,7 +1,6 @@
 #include "jjkit/trace/Bench.h"
 
 #include <chrono>
-#include <cstdint>
 #include <regex>
 #include <stdexcept>
 #include <string>
@@ -28,10 +27,6 @@ void sleepPastThreshold() {
 
 bool matches(const std::string& text, const std::string& pattern) {
     return std::regex_match(text, std::regex(pattern));
-}
-
-std::uint64_t countFor(const std::string& name) {
-    return Bench::bodyCounts()[name];
 }
 
 TEST(BenchSlowLine, WrittenInWholeMillisecondsOnlyAtOrAboveTheThreshold) {
@@ -94,23 +89,6 @@ TEST(BenchMeasure, PassesTheBlockValueThroughAndReportsOnlySlowBlocks) {
     ASSERT_TRUE(std::regex_match(text, match, std::regex("\\[bench\\] a block (\\d+)ms\n")))
         << text;
     EXPECT_GE(std::stoll(match[1].str()), static_cast<long long>(trace::slowThresholdMs()));
-}
-
-TEST(BenchBodies, TicksAreCountedByNameAndInTotalWhileTracing) {
-    const std::uint64_t totalBefore = Bench::bodyCount();
-    const std::uint64_t rowsBefore = countFor("BenchRowView");
-    const std::uint64_t headerBefore = countFor("BenchHeaderView");
-    Bench::tickBody("BenchRowView");
-    Bench::tickBody("BenchRowView");
-    Bench::tickBody(std::string("BenchRowView"));
-    Bench::tickBody("BenchHeaderView");
-
-    // Counting is part of tracing: off means nothing moves.
-    const std::uint64_t on = Perf::isEnabled() ? 1 : 0;
-    EXPECT_EQ(Bench::bodyCount(), totalBefore + 4 * on);
-    EXPECT_EQ(countFor("BenchRowView"), rowsBefore + 3 * on);
-    EXPECT_EQ(countFor("BenchHeaderView"), headerBefore + on);
-    EXPECT_EQ(countFor("BenchNeverTicked"), 0U);
 }
 
 TEST(BenchUIUpdate, LineFollowsTheUIFlushAndCountsTheBodiesMeanwhile) {
