@@ -42,13 +42,14 @@ QString uniqueInstanceName() {
 
 class VordaApplicationTest : public ::testing::Test {
   protected:
-    std::unique_ptr<VordaApplication> make(const RecordingFactory& factory,
+    std::unique_ptr<VordaApplication> make(RepoWindowRegistry::WindowFactory factory,
                                            VordaApplication::MenuInstaller installer = {}) {
         VordaApplication::Options options;
         options.settingsFile = qpath(folder_.path() / "settings.ini");
         options.instanceName = instanceName_;
         options.handleSigint = false;
-        return std::make_unique<VordaApplication>(factory.factory(), std::move(installer), options);
+        return std::make_unique<VordaApplication>(std::move(factory), std::move(installer),
+                                                  options);
     }
 
     QString makeFolder(const std::string& name) const {
@@ -63,7 +64,7 @@ class VordaApplicationTest : public ::testing::Test {
 
 TEST_F(VordaApplicationTest, StartWithAPathOpensItsWindowAndTheLauncherComesBackAfterIt) {
     const QString repo = makeFolder("repo");
-    auto app = make(factory_);
+    auto app = make(factory_.factory());
     const LogCapture log;
     app->start({QStringLiteral("vorda"), repo});
 
@@ -94,7 +95,7 @@ TEST_F(VordaApplicationTest, StartWithAPathOpensItsWindowAndTheLauncherComesBack
 }
 
 TEST_F(VordaApplicationTest, StartWithoutAPathReopensTheLastRepositoryElseShowsTheLauncher) {
-    auto first = make(factory_);
+    auto first = make(factory_.factory());
     first->start({QStringLiteral("vorda")});
     EXPECT_TRUE(factory_.requests->empty());
     EXPECT_TRUE(first->launcherController().isVisible());
@@ -103,7 +104,7 @@ TEST_F(VordaApplicationTest, StartWithoutAPathReopensTheLastRepositoryElseShowsT
     first->recentRepos().record(repo);
     first.reset();
 
-    auto app = make(factory_);
+    auto app = make(factory_.factory());
     app->start({QStringLiteral("vorda")});
     EXPECT_EQ(*factory_.requests, std::vector<QString>{repo});
     EXPECT_FALSE(app->launcher().isVisible());
@@ -111,19 +112,14 @@ TEST_F(VordaApplicationTest, StartWithoutAPathReopensTheLastRepositoryElseShowsT
 
 TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheMenus) {
     std::vector<QWidget*> installedOn;
-    VordaApplication::Options options;
-    options.settingsFile = qpath(folder_.path() / "settings.ini");
-    options.instanceName = instanceName_;
-    options.handleSigint = false;
-    VordaApplication app([](const QString&) { return new QMainWindow; },
-                         [&installedOn](QMenuBar* bar) {
-                             installedOn.push_back(bar->window());
-                             bar->addMenu(QStringLiteral("Repo"));
-                         },
-                         options);
+    const auto app = make([](const QString&) { return new QMainWindow; },
+                          [&installedOn](QMenuBar* bar) {
+                              installedOn.push_back(bar->window());
+                              bar->addMenu(QStringLiteral("Repo"));
+                          });
     ASSERT_EQ(installedOn.size(), 1U);
-    EXPECT_EQ(installedOn.front(), &app.launcher());
-    const auto* fileMenu = app.launcher().menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu"));
+    EXPECT_EQ(installedOn.front(), &app->launcher());
+    const auto* fileMenu = app->launcher().menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu"));
     ASSERT_NE(fileMenu, nullptr);
     QStringList entries;
     for (const QAction* action : fileMenu->actions()) {
@@ -132,7 +128,7 @@ TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheMenus) {
     EXPECT_EQ(entries, (QStringList{QStringLiteral("Open Repo\u2026"), "Open Recent", "---",
                                     "Close Window", "Quit"}));
 
-    QWidget* window = app.registry().openWindow(makeFolder("repo"));
+    QWidget* window = app->registry().openWindow(makeFolder("repo"));
     ASSERT_EQ(installedOn.size(), 2U);
     EXPECT_EQ(installedOn.back(), window);
 }
@@ -140,14 +136,14 @@ TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheMenus) {
 TEST_F(VordaApplicationTest, ASecondLaunchForwardsItsPathsToTheRunningInstance) {
     const QString repo = makeFolder("repo");
     const QString other = makeFolder("other");
-    auto running = make(factory_);
+    auto running = make(factory_.factory());
     EXPECT_FALSE(running->forwardToRunningInstance({QStringLiteral("vorda")}));
     EXPECT_TRUE(running->isInstanceServer());
     running->start({QStringLiteral("vorda")});
     running->launcherController().hide();
 
     RecordingFactory secondFactory;
-    auto second = make(secondFactory);
+    auto second = make(secondFactory.factory());
     // Without paths it brings the running instance forward.
     EXPECT_TRUE(second->forwardToRunningInstance({QStringLiteral("vorda")}));
     settleEvents();
@@ -189,12 +185,12 @@ TEST_F(VordaApplicationTest, AStaleSocketIsReplacedAndALiveInstanceIsNotDisplace
         QFile stale(QDir::tempPath() + QLatin1Char('/') + instanceName_);
         ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
     }
-    auto app = make(factory_);
+    auto app = make(factory_.factory());
     EXPECT_FALSE(app->forwardToRunningInstance({QStringLiteral("vorda")}));
     EXPECT_TRUE(app->isInstanceServer());
 
     RecordingFactory secondFactory;
-    EXPECT_TRUE(make(secondFactory)->forwardToRunningInstance({QStringLiteral("vorda")}));
+    EXPECT_TRUE(make(secondFactory.factory())->forwardToRunningInstance({QStringLiteral("vorda")}));
     InstanceServer intruder;
     EXPECT_FALSE(intruder.listen(instanceName_));
     EXPECT_TRUE(app->isInstanceServer());

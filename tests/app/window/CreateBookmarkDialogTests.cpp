@@ -57,7 +57,7 @@ TEST(CreateBookmarkDialog, BuildsTheInputFromItsFields) {
     EXPECT_FALSE(input.parent.has_value());
 }
 
-TEST(CreateBookmarkDialog, RefusesEmptyAndExistingNames) {
+TEST(CreateBookmarkDialog, RefusesEmptyAndExistingNamesAndOffersStartingPointsAndParents) {
     const auto snapshot = windowtest::boardSnapshot();
     const auto* state = &snapshot->repoState;
     EXPECT_FALSE(CreateBookmarkDialog::canCreate("", state));
@@ -89,12 +89,6 @@ TEST(CreateBookmarkDialog, RefusesEmptyAndExistingNames) {
     dialog.nameField()->setText(QStringLiteral("feat"));
     dialog.accept();
     EXPECT_EQ(dialog.result(), QDialog::Rejected);
-}
-
-TEST(CreateBookmarkDialog, StartingPointsAndParents) {
-    RepoViewModel viewModel;
-    viewModel.applySnapshot(windowtest::boardSnapshot());
-    CreateBookmarkDialog dialog(&viewModel);
 
     QStringList parents;
     for (int index = 0; index < dialog.parentField()->count(); ++index) {
