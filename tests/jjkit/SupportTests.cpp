@@ -35,7 +35,7 @@ std::string printable(std::string_view text) {
     return ::testing::PrintToString(std::string(text));
 }
 
-TEST(SupportUtf8, AcceptsWellFormedTextUpToTheBoundaries) {
+TEST(SupportUtf8, AcceptsWellFormedTextUpToTheBoundariesAndNothingElse) {
     // Around the smallest and largest two-, three- and four-byte forms, either
     // side of the surrogates, and the last code point U+10FFFF.
     EXPECT_TRUE(utf8::isValid(std::string_view("nul\0in", 6)));
@@ -46,9 +46,6 @@ TEST(SupportUtf8, AcceptsWellFormedTextUpToTheBoundaries) {
         EXPECT_TRUE(utf8::isValid(text)) << printable(text);
         EXPECT_EQ(utf8::decodeOrEmpty(text), std::string(text));
     }
-}
-
-TEST(SupportUtf8, RejectsOverlongSurrogatesOutOfRangeAndTruncated) {
     const auto rejects = [](std::initializer_list<std::string_view> texts) {
         for (const auto text : texts) {
             EXPECT_FALSE(utf8::isValid(text)) << printable(text);
@@ -117,7 +114,7 @@ TEST(SupportText, TrimsSplitsJoinsAndComparesPrefixes) {
     EXPECT_FALSE(text::startsWith("abc", "b"));
 }
 
-TEST(SupportInternetDateTime, ParsesZuluAndOffsetsToTheSameInstant) {
+TEST(SupportInternetDateTime, ParsesZuluAndOffsetsAndRejectsEverythingElse) {
     const sys_seconds instant = sys_days{2026y / 11 / 21} + 8h + 30min;
     for (const char* text :
          {"2026-11-21T09:30:00+01:00", "2026-11-21T08:30:00Z", "2026-11-21T08:30:00+00:00",
@@ -133,9 +130,6 @@ TEST(SupportInternetDateTime, ParsesZuluAndOffsetsToTheSameInstant) {
               sys_seconds{sys_days{2025y / 12 / 31} + 23h + 15min});
     EXPECT_EQ(parseInternetDateTime("2024-02-29T12:00:00Z"),
               sys_seconds{sys_days{2024y / 2 / 29} + 12h});
-}
-
-TEST(SupportInternetDateTime, RejectsFractionsImpossibleDatesAndGarbage) {
     const auto rejects = [](std::initializer_list<std::string_view> texts) {
         for (const auto text : texts) {
             EXPECT_FALSE(parseInternetDateTime(text).has_value()) << '"' << text << '"';
