@@ -187,20 +187,7 @@ TEST_F(GitHubClientTest, FailuresCarryGhsStderrOrSayWhatWasMissing) {
     EXPECT_EQ(gh.calls().size(), 6U);
 }
 
-TEST_F(GitHubClientTest, AvailabilityIsAskedOnceForTheClientsLife) {
-    EXPECT_TRUE(client.isAvailable());
-    EXPECT_TRUE(client.isAvailable());
-    EXPECT_EQ(gh.calls(), Calls{"[--version]"});
-    // Another client asks for itself; a gh that fails its version is unavailable.
-    gh.failVersion();
-    const GitHubClient other(workingDirectory.string());
-    EXPECT_FALSE(other.isAvailable());
-    EXPECT_FALSE(other.isAvailable());
-    EXPECT_TRUE(client.isAvailable());
-    EXPECT_EQ(gh.calls(), (Calls{"[--version]", "[--version]"}));
-}
-
-TEST_F(GitHubClientTest, ConcurrentFirstAvailabilityChecksShareOneRun) {
+TEST_F(GitHubClientTest, AvailabilityIsAskedOnceForTheClientsLifeEvenByConcurrentCallers) {
     std::vector<char> answers(8, 0);
     {
         std::vector<std::jthread> threads;
@@ -210,6 +197,13 @@ TEST_F(GitHubClientTest, ConcurrentFirstAvailabilityChecksShareOneRun) {
     }
     EXPECT_EQ(answers, std::vector<char>(8, 1));
     EXPECT_EQ(gh.calls(), Calls{"[--version]"});
+    // Another client asks for itself; a gh that fails its version is unavailable.
+    gh.failVersion();
+    const GitHubClient other(workingDirectory.string());
+    EXPECT_FALSE(other.isAvailable());
+    EXPECT_FALSE(other.isAvailable());
+    EXPECT_TRUE(client.isAvailable());
+    EXPECT_EQ(gh.calls(), (Calls{"[--version]", "[--version]"}));
 }
 
 TEST_F(GitHubClientTest, ConcurrentQuestionsEachGetTheirOwnAnswer) {
