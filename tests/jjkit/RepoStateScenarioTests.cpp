@@ -2,7 +2,7 @@
 // about bookmarks, remotes, conflicts, one-offs and workspaces.
 
 #include <algorithm>
-#include <fstream>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 
@@ -15,41 +15,44 @@ namespace {
 
 using testing::TestRepo;
 
-RepoState load(const TestRepo& repo, const std::map<std::string, std::string>& compositions = {},
-               const std::string& path = "") {
-    return JJClient(path.empty() ? repo.root() : path)
-        .repoState(JJClient::defaultRevset, std::nullopt, compositions);
-}
+// `main` pushed to a local origin, so that trunk() is main@origin.
+const std::string published = R"(
+  origin
+  T <- root "base" README=hello [main]
+  push main
+)";
 
-std::string describedAs(const std::string& message) {
-    return "description(exact:\"" + message + "\\n\")";
-}
-
-// A repository with `main` pushed to a local origin, so trunk is main@origin.
-class PublishedRepo : public ::testing::Test {
+class RepoStateLoad : public ::testing::Test {
   protected:
-    void SetUp() override { base = repo.publishMain(); }
-    std::string id(const std::string& change) const { return repo.commitID(change); }
+    RepoState load(const std::map<std::string, std::string>& compositions = {},
+                   const std::string& path = "") const {
+        return JJClient(path.empty() ? repo.root() : path)
+            .repoState(JJClient::defaultRevset, std::nullopt, compositions);
+    }
+    /// The commit ID of a commit named in the picture.
+    std::string id(const std::string& name) const { return repo.commitID(repo.id(name)); }
+    static bool hasOrphan(const RepoState& state, const std::string& changeID) {
+        return std::any_of(state.orphanWIPs.begin(), state.orphanWIPs.end(),
+                           [&](const OrphanWIP& wip) { return wip.changeID == changeID; });
+    }
 
     TestRepo repo;
-    std::string base;
 };
 
-TEST_F(PublishedRepo, StackedBookmarksOwnTheirCommitsAndStackOnEachOther) {
-    const auto b1 = repo.commit("b1", {{"b", "1"}});
-    const auto b2 = repo.commit("b2 \"quoted\" ä", {{"b", "2"}});
-    repo.bookmark("bee", b2);
-    const auto a1 = repo.commit("a1", {{"a", "1"}});
-    repo.bookmark("ay", a1);
-
-    const RepoState state = load(repo);
+TEST_F(RepoStateLoad, StackedBookmarksOwnTheirCommitsAndStackOnEachOther) {
+    repo.draw(published + R"(
+      B1 <- T "b1" b=1
+      B2 <- B1 "b2 \"quoted\" ä" b=2 [bee]
+      A1 <- B2 "a1" a=1 [ay]
+    )");
+    const RepoState state = load();
     const Bookmark& bee = state.bookmarks.at("bee");
     const Bookmark& ay = state.bookmarks.at("ay");
-    EXPECT_EQ(bee.commitIDs, (std::vector<std::string>{id(b2), id(b1)}));
+    EXPECT_EQ(bee.commitIDs, (std::vector<std::string>{id("B2"), id("B1")}));
     EXPECT_TRUE(bee.parentBookmarks.empty());  // trunk is never a parent lane
-    EXPECT_EQ(ay.commitIDs, std::vector<std::string>{id(a1)});
+    EXPECT_EQ(ay.commitIDs, std::vector<std::string>{id("A1")});
     EXPECT_EQ(ay.parentBookmarks, std::vector<std::string>{"bee"});
-    EXPECT_EQ(ay.changeIDs, std::vector<std::string>{a1});
+    EXPECT_EQ(ay.changeIDs, std::vector<std::string>{repo.id("A1")});
     EXPECT_EQ(bee.origin, BookmarkOrigin::local());
     EXPECT_EQ(bee.remoteSyncState, RemoteSyncState{RemoteSyncState::Untracked{}});
     EXPECT_EQ(state.bookmarks.at("main").origin, BookmarkOrigin::upstream("origin"));
@@ -60,7 +63,7 @@ TEST_F(PublishedRepo, StackedBookmarksOwnTheirCommitsAndStackOnEachOther) {
     EXPECT_EQ(state.dependents("bee"), std::vector<std::string>{"ay"});
     const auto beeBase = state.baseAnchors("bee");
     ASSERT_EQ(beeBase.size(), 1U);
-    EXPECT_EQ(beeBase[0].commitID, id(base));
+    EXPECT_EQ(beeBase[0].commitID, id("T"));
     EXPECT_TRUE(beeBase[0].isTrunk);
     EXPECT_NE(
         std::find(beeBase[0].bookmarkNames.begin(), beeBase[0].bookmarkNames.end(), "main@origin"),
@@ -80,105 +83,93 @@ TEST_F(PublishedRepo, StackedBookmarksOwnTheirCommitsAndStackOnEachOther) {
     for (const auto& orphan : state.orphanWIPs) {
         EXPECT_TRUE(orphan.ownerBookmark.has_value()) << orphan.description;
     }
-    EXPECT_EQ(state.orphanWIPs.front().changeID, a1);  // newest first
+    EXPECT_EQ(state.orphanWIPs.front().changeID, repo.id("A1"));  // newest first
     EXPECT_TRUE(state.oneOffLanes().empty());
     EXPECT_TRUE(state.behindTrunkCommitIDs.empty());
-    for (const auto& mine : {a1, b1, b2}) {
-        EXPECT_TRUE(state.mineChangeIDs.contains(mine));
+    for (const auto& mine : {"A1", "B1", "B2"}) {
+        EXPECT_TRUE(state.mineChangeIDs.contains(repo.id(mine)));
     }
     EXPECT_EQ(JJClient(repo.root()).upstreamCommitCount(), 0);
 
     // The repository path need not be spelled exactly as jj spells the root.
-    EXPECT_EQ(load(repo, {}, repo.root() + "/").selectedWorkspaceName, state.selectedWorkspaceName);
-    EXPECT_EQ(load(repo, {}, repo.root() + "/.").selectedWorkspaceName,
-              state.selectedWorkspaceName);
+    EXPECT_EQ(load({}, repo.root() + "/").selectedWorkspaceName, state.selectedWorkspaceName);
+    EXPECT_EQ(load({}, repo.root() + "/.").selectedWorkspaceName, state.selectedWorkspaceName);
 }
 
-TEST_F(PublishedRepo, ConflictedBookmarksAndConflictsBetweenBookmarks) {
-    const auto c1 = repo.commit("c1", {{"c", "1"}});
-    const auto c2 = repo.commit("c2", {{"c", "2"}});
-    const auto c3 = repo.commit("c3", {{"c", "3"}});
-    repo.makeConflictedBookmark("dual", c2, c3, c1);
+TEST_F(RepoStateLoad, ConflictedBookmarksAndConflictsBetweenBookmarks) {
+    // A second conflicted commit on the merge repeats the same pair.
+    repo.draw(published + R"(
+      C1 <- T "c1" c=1
+      C2 <- C1 "c2" c=2
+      C3 <- C2 "c3" c=3
+      L <- T "left side" shared.txt=left [left]
+      R <- T "right side" shared.txt=right [right]
+      M <- L R "conflicted merge"
+      S <- M "still conflicted"
+    )");
+    repo.makeConflictedBookmark("dual", repo.id("C2"), repo.id("C3"), repo.id("C1"));
 
-    const auto merged = repo.makeConflict(base, "shared.txt");
-    repo.bookmark("left", repo.changeID(describedAs("left side")));
-    repo.bookmark("right", repo.changeID(describedAs("right side")));
-    // A second conflicted commit on top repeats the same pair.
-    repo.jj({"new", merged, "-m", "still conflicted"});
-    repo.jj({"new"});
-
-    const RepoState state = load(repo);
+    const RepoState state = load();
     const Bookmark& dual = state.bookmarks.at("dual");
     EXPECT_TRUE(dual.isDivergent);
     EXPECT_EQ(dual.changeIDs.size(), 2U);
     EXPECT_EQ(dual.remoteSyncState, RemoteSyncState{RemoteSyncState::Untracked{}});
     EXPECT_EQ(state.conflicts, (std::vector<BookmarkConflict>{{"left", "right"}}));
-    EXPECT_TRUE(state.commits.at(repo.commitID(merged))->conflict);
+    EXPECT_TRUE(state.commits.at(id("M"))->conflict);
     EXPECT_TRUE(state.workingCopy->hasConflict);
 }
 
-TEST_F(PublishedRepo, ALandedBookmarkMarksTheLanesAboveIt) {
-    const auto f1 = repo.commit("feature work", {{"f", "1"}});
-    repo.bookmark("feature", f1);
-    const auto g1 = repo.commit("on top of feature", {{"g", "1"}});
-    repo.bookmark("gee", g1);
-    repo.jj({"new", f1});
-    const auto m1 = repo.commit("trunk moves on", {{"m", "1"}});
-    repo.bookmark("main", m1);
+TEST_F(RepoStateLoad, ALandedBookmarkMarksTheLanesAboveIt) {
+    repo.draw(published + R"(
+      F <- T "feature work" f=1 [feature]
+      G <- F "on top of feature" g=1 [gee]
+      M <- F "trunk moves on" m=1
+    )");
+    repo.bookmark("main", repo.id("M"));
     repo.push("main");
 
-    const RepoState state = load(repo);
+    const RepoState state = load();
     const Bookmark& feature = state.bookmarks.at("feature");
-    EXPECT_TRUE(state.commits.at(id(f1))->immutable);
+    EXPECT_TRUE(state.commits.at(id("F"))->immutable);
     ASSERT_FALSE(feature.commitIDs.empty());
-    EXPECT_EQ(feature.commitIDs.front(), id(f1));  // a merged bookmark keeps its history
-    EXPECT_NE(std::find(feature.commitIDs.begin(), feature.commitIDs.end(), id(base)),
+    EXPECT_EQ(feature.commitIDs.front(), id("F"));  // a merged bookmark keeps its history
+    EXPECT_NE(std::find(feature.commitIDs.begin(), feature.commitIDs.end(), id("T")),
               feature.commitIDs.end());
     const Bookmark& gee = state.bookmarks.at("gee");
-    EXPECT_EQ(gee.commitIDs, std::vector<std::string>{id(g1)});
+    EXPECT_EQ(gee.commitIDs, std::vector<std::string>{id("G")});
     EXPECT_EQ(gee.landedUpstreamParents, std::vector<std::string>{"feature"});
     EXPECT_EQ(gee.parentBookmarks, std::vector<std::string>{"feature"});
     // gee was started on a trunk commit that trunk has moved past.
-    EXPECT_TRUE(state.behindTrunkCommitIDs.contains(id(g1)));
+    EXPECT_TRUE(state.behindTrunkCommitIDs.contains(id("G")));
 }
 
-TEST_F(PublishedRepo, RemoteSyncStatesAgainstOrigin) {
-    const auto a1 = repo.commit("ahead 1", {{"a", "1"}});
-    repo.bookmark("ahead", a1);
-    repo.push("ahead");
-    repo.bookmark("ahead", repo.commit("ahead 2", {{"a", "2"}}));
-
-    repo.jj({"new", base});
-    const auto b1 = repo.commit("behind 1", {{"b", "1"}});
-    repo.bookmark("behind", b1);
-    repo.push("behind");
+TEST_F(RepoStateLoad, RemoteSyncStatesAgainstOrigin) {
+    repo.draw(published + R"(
+      A1 <- T "ahead 1" a=1 [ahead]
+      B1 <- T "behind 1" b=1 [behind]
+      D1 <- T "diverged 1" d=1 [diverged]
+      push ahead behind diverged
+      A2 <- A1 "ahead 2" a=2
+      S <- T "solo" s=1 [solo]
+    )");
+    repo.bookmark("ahead", repo.id("A2"));
     repo.advanceOrigin("behind", "upstream work", {{"b", "upstream"}});
-
-    repo.jj({"new", base});
-    const auto d1 = repo.commit("diverged 1", {{"d", "1"}});
-    repo.bookmark("diverged", d1);
-    repo.push("diverged");
     repo.advanceOrigin("diverged", "upstream side", {{"d", "upstream"}});
-
     // A branch that only origin has: it stays an untracked remote bookmark.
-    const std::string clone = (repo.scratch() / "their-clone").string();
-    testing::runChecked({"git", "clone", "--quiet", repo.originPath(), clone});
-    testing::runChecked({"git", "-C", clone, "checkout", "--quiet", "-b", "theirs"});
-    std::ofstream(clone + "/theirs.txt") << "theirs\n";
-    testing::runChecked({"git", "-C", clone, "add", "-A"});
-    testing::runChecked({"git", "-C", clone, "commit", "--quiet", "-m", "their branch"});
-    testing::runChecked({"git", "-C", clone, "push", "--quiet", "origin", "theirs"});
+    testing::runChecked({"git", "--git-dir", repo.originPath(), "branch", "theirs", "main"});
+    repo.advanceOrigin("theirs", "their branch", {{"theirs.txt", "theirs\n"}});
     repo.fetch();
+    // The fetch fast-forwards the tracked bookmarks that did not move:
+    // moving one back leaves it behind its remote, a new local commit on the
+    // other makes it diverge.
+    repo.bookmark("behind", repo.id("B1"));
+    repo.draw(R"(
+      DL <- D1 "diverged local" d=local
+      @ <- T
+    )");
+    repo.bookmark("diverged", repo.id("DL"));
 
-    // A fetch fast-forwards a tracked bookmark that did not move; moving it
-    // back leaves it behind its remote.
-    repo.bookmark("behind", b1);
-    repo.jj({"new", d1});
-    repo.bookmark("diverged", repo.commit("diverged local", {{"d", "local"}}));
-    repo.jj({"new", base});
-    repo.bookmark("solo", repo.commit("solo", {{"s", "1"}}));
-
-    const RepoState state = load(repo);
+    const RepoState state = load();
     EXPECT_EQ(state.bookmarks.at("ahead").remoteSyncState,
               (RemoteSyncState{RemoteSyncState::Ahead{"origin", 1}}));
     EXPECT_EQ(state.bookmarks.at("behind").remoteSyncState,
@@ -201,81 +192,78 @@ TEST_F(PublishedRepo, RemoteSyncStatesAgainstOrigin) {
         [](const OrphanWIP& orphan) { return orphan.description == "their branch\n"; }));
 }
 
-TEST_F(PublishedRepo, OneOffStacksAreMineAndOthersCommitsAreNot) {
-    const auto f1 = repo.commit("feature", {{"f", "1"}});
-    repo.bookmark("feat", f1);
-    repo.jj({"new", f1});
-    const auto o1 = repo.commit("one-off on feat", {{"o", "1"}});
-    const auto o2 = repo.commit("second one-off", {{"o", "2"}});
-    repo.jj({"new", base});
-    const auto t1 = repo.commit("one-off on trunk", {{"t", "1"}});
-    const auto theirs =
-        repo.commitAs("Other Person", "other@example.org", "theirs", {{"x", "1"}}, f1);
-    // Loaded as the parent of one's own work on top of it.
-    const auto o3 = repo.commit("mine on theirs", {{"o", "3"}});
-    repo.jj({"new", base});
-
-    const RepoState state = load(repo);
-    for (const auto& mine : {o1, o2, t1, o3}) {
-        EXPECT_TRUE(state.mineChangeIDs.contains(mine)) << mine;
+TEST_F(RepoStateLoad, OneOffStacksAreMineAndOthersCommitsAreNot) {
+    // O3 is loaded as the parent of one's own work on top of it.
+    repo.draw(published + R"(
+      F <- T "feature" f=1 [feat]
+      O1 <- F "one-off on feat" o=1
+      O2 <- O1 "second one-off" o=2
+      T1 <- T "one-off on trunk" t=1
+      X <- F "theirs" x=1 {Other Person <other@example.org>}
+      O3 <- X "mine on theirs" o=3
+      @ <- T
+    )");
+    const RepoState state = load();
+    for (const auto& mine : {"O1", "O2", "T1", "O3"}) {
+        EXPECT_TRUE(state.mineChangeIDs.contains(repo.id(mine))) << mine;
     }
-    EXPECT_FALSE(state.mineChangeIDs.contains(theirs));
-    const auto orphan = std::find_if(state.orphanWIPs.begin(), state.orphanWIPs.end(),
-                                     [&](const OrphanWIP& wip) { return wip.changeID == theirs; });
+    EXPECT_FALSE(state.mineChangeIDs.contains(repo.id("X")));
+    const auto orphan =
+        std::find_if(state.orphanWIPs.begin(), state.orphanWIPs.end(),
+                     [&](const OrphanWIP& wip) { return wip.changeID == repo.id("X"); });
     ASSERT_NE(orphan, state.orphanWIPs.end());
     EXPECT_FALSE(orphan->isMine);
-    // o1, o2, o3, t1 and theirs have no owner; f1 is mine and owned by feat.
+    // O1, O2, O3, T1 and X have no owner; F is mine and owned by feat.
     EXPECT_EQ(state.orphanWIPs.size(), 6U);
 
     const auto lanes = state.oneOffLanes();
-    ASSERT_EQ(lanes.size(), 3U);  // theirs is in no lane, so o3 stands alone
-    const auto onTheirs = std::find_if(lanes.begin(), lanes.end(),
-                                       [&](const OneOffLane& lane) { return lane.id() == o3; });
-    ASSERT_NE(onTheirs, lanes.end());
-    EXPECT_EQ(onTheirs->commits.size(), 1U);
-    EXPECT_TRUE(onTheirs->parentBookmarkNames.empty());
-    const auto onFeat = std::find_if(lanes.begin(), lanes.end(),
-                                     [&](const OneOffLane& lane) { return lane.id() == o2; });
-    ASSERT_NE(onFeat, lanes.end());
-    ASSERT_EQ(onFeat->commits.size(), 2U);
-    EXPECT_EQ(onFeat->commits[1].changeID, o1);
-    EXPECT_EQ(onFeat->parentBookmarkNames, std::vector<std::string>{"feat"});
-    EXPECT_EQ(onFeat->parentBookmarkAttachments.at("feat"), std::vector<std::string>{o1});
-    EXPECT_EQ(onFeat->displayName(), "one-off/" + o2.substr(0, 8));
-    EXPECT_EQ(onFeat->bookmark().commitIDs, (std::vector<std::string>{id(o2), id(o1)}));
+    ASSERT_EQ(lanes.size(), 3U);  // X is in no lane, so O3 stands alone
+    const auto lane = [&](const std::string& name) {
+        const auto found = std::find_if(lanes.begin(), lanes.end(), [&](const OneOffLane& each) {
+            return each.id() == repo.id(name);
+        });
+        EXPECT_NE(found, lanes.end()) << name;
+        return found == lanes.end() ? OneOffLane{} : *found;
+    };
+    EXPECT_EQ(lane("O3").commits.size(), 1U);
+    EXPECT_TRUE(lane("O3").parentBookmarkNames.empty());
+    const OneOffLane onFeat = lane("O2");
+    ASSERT_EQ(onFeat.commits.size(), 2U);
+    EXPECT_EQ(onFeat.commits[1].changeID, repo.id("O1"));
+    EXPECT_EQ(onFeat.parentBookmarkNames, std::vector<std::string>{"feat"});
+    EXPECT_EQ(onFeat.parentBookmarkAttachments.at("feat"), std::vector<std::string>{repo.id("O1")});
+    EXPECT_EQ(onFeat.displayName(), "one-off/" + repo.id("O2").substr(0, 8));
+    EXPECT_EQ(onFeat.bookmark().commitIDs, (std::vector<std::string>{id("O2"), id("O1")}));
 
     const auto stacked = state.stackedOneOffLanesByBookmark();
     ASSERT_EQ(stacked.size(), 1U);  // the lane on trunk stands on its own
-    EXPECT_EQ(stacked.at("feat").id(), o2);
+    EXPECT_EQ(stacked.at("feat").id(), repo.id("O2"));
 }
 
-TEST_F(PublishedRepo, WorkspaceOnACompositionPointWithAPartialAttachment) {
-    const auto x1 = repo.commit("x1", {{"x", "1"}});
-    repo.bookmark("ex", repo.commit("x2", {{"x", "2"}}));
-    repo.jj({"new", base});
-    const auto y1 = repo.commit("y1", {{"y", "1"}});
-    repo.bookmark("why", y1);
-    repo.jj({"new", "-m", "wip: Vorda composition default", x1, y1});
-    const auto composition = repo.changeID("@");
-    repo.jj({"new"});
-    repo.addWorkspace("second", base);
-
-    const RepoState state = load(repo, {{"default", composition}});
+TEST_F(RepoStateLoad, WorkspaceOnACompositionPointWithAPartialAttachment) {
+    repo.draw(published + R"(
+      X1 <- T "x1" x=1
+      X2 <- X1 "x2" x=2 [ex]
+      Y1 <- T "y1" y=1 [why]
+      C <- X1 Y1 "wip: Vorda composition default"
+      workspace second <- T
+      @ <- C
+    )");
+    const std::string composition = repo.id("C");
+    const RepoState state = load({{"default", composition}});
     const WorkspaceState& mine = state.workspaces.at("default");
-    EXPECT_EQ(mine.composition.kind, WorkspaceComposition::Kind(WorkspaceComposition::Materialized{
-                                         composition, id(composition)}));
+    EXPECT_EQ(mine.composition.kind,
+              WorkspaceComposition::Kind(WorkspaceComposition::Materialized{composition, id("C")}));
     EXPECT_EQ(mine.composition.directParentBookmarks, std::set<std::string>{"why"});
     ASSERT_EQ(mine.composition.attachments.size(), 2U);
-    EXPECT_EQ(mine.composition.attachments[0].commitID, id(x1));
+    EXPECT_EQ(mine.composition.attachments[0].commitID, id("X1"));
     EXPECT_EQ(mine.composition.attachments[0].role, CompositionAttachment::Role::mutableStack);
     EXPECT_EQ(mine.composition.attachments[1].bookmarkNames, std::vector<std::string>{"why"});
-    EXPECT_EQ(mine.bookmarkRoles.at("ex"), BookmarkInclusionRole::partial(id(x1)));
+    EXPECT_EQ(mine.bookmarkRoles.at("ex"), BookmarkInclusionRole::partial(id("X1")));
     EXPECT_EQ(mine.bookmarkRoles.at("why"), BookmarkInclusionRole::directParent());
     EXPECT_EQ(mine.bookmarkRoles.at("main"), BookmarkInclusionRole::inherited(std::nullopt));
     EXPECT_EQ(state.boardEnabledBookmarkNames(), (std::set<std::string>{"ex", "main", "why"}));
-    // The composition point is no one-off.
-    EXPECT_TRUE(std::none_of(state.orphanWIPs.begin(), state.orphanWIPs.end(),
-                             [&](const OrphanWIP& wip) { return wip.changeID == composition; }));
+    EXPECT_FALSE(hasOrphan(state, composition));
 
     const WorkspaceState& second = state.workspaces.at("second");
     EXPECT_TRUE(second.composition.isDirect());
@@ -288,23 +276,23 @@ TEST_F(PublishedRepo, WorkspaceOnACompositionPointWithAPartialAttachment) {
     EXPECT_TRUE(second.baseAnchors[0].isTrunk);
 
     // Without the remembered composition point the workspace is direct.
-    EXPECT_TRUE(load(repo).workspaces.at("default").composition.isDirect());
+    EXPECT_TRUE(load().workspaces.at("default").composition.isDirect());
 }
 
-TEST_F(PublishedRepo, LegacyApexSharedByTwoWorkspaces) {
-    const auto a1 = repo.commit("a1", {{"a", "1"}});
-    repo.bookmark("ay", a1);
-    repo.jj({"new", "-m", "wip: Vorda apex commit", base, a1});
-    const auto apex = repo.changeID("@");
-    repo.jj({"new"});
-    repo.addWorkspace("second", apex);
-
-    const RepoState state = load(repo);
+TEST_F(RepoStateLoad, LegacyApexSharedByTwoWorkspaces) {
+    repo.draw(published + R"(
+      A1 <- T "a1" a=1 [ay]
+      AP <- T A1 "wip: Vorda apex commit"
+      workspace second <- AP
+      @ <- AP
+    )");
+    const std::string apex = repo.id("AP");
+    const RepoState state = load();
     ASSERT_TRUE(state.apex.has_value());
     EXPECT_EQ(state.apex->changeID, apex);
     EXPECT_EQ(state.apex->parents,
               (std::vector<ApexParent>{ApexParent::trunk(), ApexParent::bookmark("ay")}));
-    EXPECT_EQ(state.apex->immutableParentCommitIDs, std::vector<std::string>{id(base)});
+    EXPECT_EQ(state.apex->immutableParentCommitIDs, std::vector<std::string>{id("T")});
     EXPECT_TRUE(state.workingCopyIsAttachedToApex());
     for (const auto& name : {"default", "second"}) {
         const WorkspaceState& workspace = state.workspaces.at(name);
@@ -315,43 +303,38 @@ TEST_F(PublishedRepo, LegacyApexSharedByTwoWorkspaces) {
         EXPECT_EQ(workspace.bookmarkRoles.at("ay"), BookmarkInclusionRole::inherited(std::nullopt));
     }
     EXPECT_EQ(state.boardEnabledBookmarkNames(), (std::set<std::string>{"ay", "main"}));
-    EXPECT_TRUE(std::none_of(state.orphanWIPs.begin(), state.orphanWIPs.end(),
-                             [&](const OrphanWIP& wip) { return wip.changeID == apex; }));
+    EXPECT_FALSE(hasOrphan(state, apex));
     EXPECT_EQ(JJClient(repo.root()).findApexChangeID(), std::optional<std::string>(apex));
 }
 
-TEST(RepoStateLoad, ARepositoryWithoutTrunkStillLoadsAndMissingParentsAreFetched) {
-    TestRepo repo;
+TEST_F(RepoStateLoad, OddRepositoriesStillLoadAndMissingParentsAreFetched) {
+    // No trunk, a divergent change and a workspace whose folder is gone.
     repo.jj({"config", "set", "--repo", "revset-aliases.\"trunk()\"", "none()"});
-    const auto c1 = repo.commit("c1", {{"a", "1"}});
-    const auto c2 = repo.commit("c2", {{"a", "2"}});
-    repo.bookmark("feat", c2);
+    repo.draw(R"(
+      D <- root "original" d=1
+      C1 <- root "c1" a=1
+      C2 <- C1 "c2" a=2 [feat]
+      workspace second <- C2
+    )");
+    repo.makeDivergent(repo.id("D"), "first rewrite", "second rewrite");
+    std::filesystem::remove_all(repo.scratch() / "second");
+
     const JJClient client(repo.root());
     const RepoState state = client.repoState();
     EXPECT_EQ(state.bookmarks.at("feat").commitIDs.size(), 2U);
     EXPECT_EQ(client.upstreamCommitCount(), 0);
-
-    // A narrow revset: the parents it misses come from the second query, once.
-    const RepoState narrow = client.repoState(repo.commitID(c2));
-    EXPECT_TRUE(narrow.commits.contains(repo.commitID(c2)));
-    EXPECT_TRUE(narrow.commits.contains(repo.commitID(c1)));
-    EXPECT_EQ(narrow.commits.size(), 2U);
-}
-
-TEST(RepoStateLoad, DivergentChangesAndDeletedWorkspacesDoNotBreakTheLoad) {
-    TestRepo repo;
-    const auto change = repo.commit("original", {{"a", "1"}});
-    repo.makeDivergent(change, "first rewrite", "second rewrite");
-    const auto second = repo.addWorkspace("second");
-    std::filesystem::remove_all(second);
-    const RepoState state = JJClient(repo.root()).repoState();
-    std::size_t versions = 0;
-    for (const auto& [id, commit] : state.commits) {
-        versions += commit->changeID == change ? 1 : 0;
-    }
-    EXPECT_EQ(versions, 2U);
+    EXPECT_EQ(
+        std::count_if(state.commits.begin(), state.commits.end(),
+                      [&](const auto& entry) { return entry.second->changeID == repo.id("D"); }),
+        2);
     EXPECT_EQ(state.workspaces.size(), 2U);
     EXPECT_EQ(state.selectedWorkspaceName, std::optional<std::string>("default"));
+
+    // A narrow revset: the parents it misses come from the second query, once.
+    const RepoState narrow = client.repoState(id("C2"));
+    EXPECT_TRUE(narrow.commits.contains(id("C2")));
+    EXPECT_TRUE(narrow.commits.contains(id("C1")));
+    EXPECT_EQ(narrow.commits.size(), 2U);
 }
 
 }  // namespace
