@@ -15,158 +15,133 @@ namespace {
 using testing::LogCapture;
 using testing::refusal;
 using testing::TestRepo;
+using Names = std::vector<std::string>;
 
 const std::string oneTip =
     "Rebase requires one mutable bookmark tip and one unambiguous destination.";
 const std::string crosses =
     "This bookmark crosses another stack or a merge. Update its base stack separately; a "
     "coordinated rebase is required.";
-const std::string sibling =
-    "Rebase would rewrite a sibling stack or protected descendant. Use a coordinated update "
-    "instead.";
-const std::string inside = "The destination is inside the stack being moved.";
-const std::string lostBase =
-    "Rebase would remove a base dependency. Choose a destination that includes the existing "
-    "base.";
 
 class BookmarkOperations : public ::testing::Test {
   protected:
-    void SetUp() override { base = repo.publishMain(); }
-
-    // Every visible commit with its parents, as one text: a refusal must leave
-    // all of it as it was.
-    std::string graph() const {
-        static const std::string templ =
-            std::string(R"T(commit_id ++ " " ++ parents.map(|p| p.commit_id()) ++ " " ++ )T") +
-            R"T(local_bookmarks ++ "\n")T";
-        return repo.jj({"log", "--ignore-working-copy", "--no-graph", "-r", "all()", "-T", templ});
+    void SetUp() override {
+        repo.draw(R"(
+          origin
+          T <- root "base" README=hello [main]
+          push main
+        )");
     }
 
-    // Refuses with `message` and changes nothing.
+    // Refuses with `message` and runs no operation at all.
     void expectRefused(const std::string& bookmark, const std::string& destination,
                        const std::string& message) {
         repo.jj({"debug", "snapshot"});
-        const auto before = graph();
+        const auto operations = repo.operationCount();
         EXPECT_EQ(refusal([&] { client.rebaseBookmark(bookmark, destination); }), message)
             << bookmark << " onto " << destination;
-        EXPECT_EQ(graph(), before);
+        EXPECT_EQ(repo.operationCount(), operations);
+    }
+
+    /// Origin's main moves on and is fetched; returns the new trunk's change ID.
+    std::string advanceTrunk() {
+        repo.advanceOrigin("main", "upstream work", {{"u", "1"}});
+        repo.fetch();
+        return repo.changeID("trunk()");
     }
 
     TestRepo repo;
     JJClient client{repo.root()};
-    std::string base;
 };
 
 TEST_F(BookmarkOperations, RebaseRefusesEachTopologyItCannotDescribe) {
-    // Two tips: a conflicted bookmark.
-    const auto left = repo.commit("left", {{"l", "1"}});
-    repo.newChange({base});
-    const auto right = repo.commit("right", {{"r", "1"}});
-    repo.makeConflictedBookmark("twotips", base, left, right);
+    repo.draw(R"(
+      L <- T "left" l=1
+      R <- T "right" r=1
+      A1 <- T "a1" a=1
+      A2 <- A1 "a2" a=2 [stack]
+    )");
+    // Two tips (a conflicted bookmark), an immutable tip, a destination that
+    // names two commits, no bookmark at all.
+    repo.makeConflictedBookmark("twotips", repo.id("T"), repo.id("L"), repo.id("R"));
     expectRefused("twotips", "trunk()", oneTip);
-    // An immutable tip, and a destination that names two commits.
-    expectRefused("main", base, oneTip);
-    repo.newChange({base});
-    const auto a1 = repo.commit("a1", {{"a", "1"}});
-    const auto a2 = repo.commit("a2", {{"a", "2"}});
-    repo.bookmark("stack", a2);
-    expectRefused("stack", left + " | " + right, oneTip);
+    expectRefused("main", repo.id("T"), oneTip);
+    expectRefused("stack", repo.id("L") + " | " + repo.id("R"), oneTip);
     expectRefused("nosuchbookmark", "trunk()", oneTip);
 
-    // The destination inside the stack being moved.
-    expectRefused("stack", a1, inside);
+    expectRefused("stack", repo.id("A1"), "The destination is inside the stack being moved.");
 
-    // A merge inside the stack.
-    repo.newChange({a2, left});
-    const auto merge = repo.commit("merge", {{"m", "1"}});
-    repo.bookmark("merged", merge);
+    // A merge inside the stack; another bookmark in the middle of it.
+    repo.draw("M <- A2 L \"merge\" m=1 [merged]");
     expectRefused("merged", "trunk()", crosses);
-
-    // Another bookmark in the middle of the stack.
-    repo.bookmark("lower", a1);
+    repo.bookmark("lower", repo.id("A1"));
     expectRefused("stack", "trunk()", crosses);
     repo.jj({"bookmark", "delete", "lower", "merged"});
-    repo.jj({"abandon", merge});
+    repo.jj({"abandon", repo.id("M")});
 
     // Another stack branching off in the middle.
-    repo.newChange({a1});
-    repo.commit("side", {{"s", "1"}});
-    expectRefused("stack", "trunk()", sibling);
-}
+    repo.draw("S <- A1 \"side\" s=1");
+    expectRefused("stack", "trunk()",
+                  "Rebase would rewrite a sibling stack or protected descendant. Use a "
+                  "coordinated update instead.");
 
-TEST_F(BookmarkOperations, RebaseRefusesToDropABaseTheDestinationLacks) {
-    // Trunk moves on to t2; the stack sits on t2; the destination branches
-    // off below t2, so the stack would lose t2 from its history.
-    repo.newChange({base});
-    const auto t2 = repo.commit("t2", {{"README", "t2\n"}});
-    repo.bookmark("main", t2);
+    // Trunk moves on to T2 under the stack; a destination that branches off
+    // below T2 would drop it from the stack's history.
+    repo.draw(R"(
+      T2 <- T "t2" README=t2
+      F1 <- T2 "f1" f=1 [feat]
+      E <- T "elsewhere" e=1
+    )");
+    repo.bookmark("main", repo.id("T2"));
     repo.push("main");
-    repo.newChange({t2});
-    repo.bookmark("feat", repo.commit("f1", {{"f", "1"}}));
-    repo.newChange({base});
-    const auto elsewhere = repo.commit("elsewhere", {{"e", "1"}});
-    expectRefused("feat", elsewhere, lostBase);
+    expectRefused("feat", repo.id("E"),
+                  "Rebase would remove a base dependency. Choose a destination that includes "
+                  "the existing base.");
 }
 
-TEST_F(BookmarkOperations, RebasePassesForAStackOnAnOldTrunkAndMovesItOntoTheNewOne) {
-    repo.newChange({base});
-    const auto a1 = repo.commit("a1", {{"a", "1"}});
-    const auto a2 = repo.commit("a2", {{"a", "2"}});
-    repo.bookmark("feat", a2);
-    repo.advanceOrigin("main", "upstream work", {{"u", "1"}});
-    repo.fetch();
-    const auto newTrunk = repo.commitID("trunk()");
-    ASSERT_NE(newTrunk, repo.commitID(base));
+TEST_F(BookmarkOperations, RebaseAndSyncMoveStacksOntoTheNewTrunk) {
+    repo.draw(R"(
+      A1 <- T "a1" a=1
+      A2 <- A1 "a2" a=2 [feat]
+      R1 <- T "r1" r=1 [rebased]
+      B1 <- T "b1" b=1 [merged]
+      @ <- A2
+    )");
+    const auto trunk = advanceTrunk();
 
     LogCapture log;
     client.rebaseBookmark("feat", "trunk()");
     EXPECT_TRUE(log.contains("rebaseBookmark src=feat dst=trunk()"));
-
-    EXPECT_EQ(repo.commitID(a1 + "-"), newTrunk);
-    EXPECT_EQ(repo.commitID(a2 + "-"), repo.commitID(a1));
-    EXPECT_EQ(repo.commitID("feat"), repo.commitID(a2));
-    EXPECT_EQ(repo.jj({"file", "show", "-r", "feat", "root:a"}), "2");
+    EXPECT_EQ(repo.parents("A1"), Names{trunk});
+    EXPECT_EQ(repo.parents("A2"), Names{"A1"});
+    EXPECT_EQ(repo.bookmarkTarget("feat"), "A2");
     // The working copy on top of the stack went along with it.
-    EXPECT_EQ(repo.commitID("@-"), repo.commitID(a2));
-}
-
-TEST_F(BookmarkOperations, SyncByRebaseAndByMerge) {
-    repo.newChange({base});
-    const auto a1 = repo.commit("a1", {{"a", "1"}});
-    repo.bookmark("rebased", a1);
-    repo.newChange({base});
-    const auto b1 = repo.commit("b1", {{"b", "1"}});
-    repo.bookmark("merged", b1);
-    repo.newChange({base});
-    const auto elsewhere = repo.commitID("@");
-    repo.advanceOrigin("main", "upstream work", {{"u", "1"}});
-    repo.fetch();
-    const auto trunk = repo.commitID("trunk()");
+    EXPECT_EQ(repo.parents("@"), Names{"A2"});
+    const auto workingCopy = repo.commitID("@");
 
     client.syncBookmarkRebase("rebased");
-    EXPECT_EQ(repo.commitID("rebased-"), trunk);
-
+    EXPECT_EQ(repo.parents("rebased"), Names{trunk});
     client.syncBookmarkMerge("merged");
-    const auto mergeParents =
-        repo.jj({"log", "--no-graph", "-r", "merged", "-T", "parents.map(|p| p.commit_id())"});
-    EXPECT_EQ(mergeParents, repo.commitID(b1) + " " + trunk);
-    EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", "merged", "-T", "description"}),
-              "Merge trunk into merged\n");
+    EXPECT_EQ(repo.parents("merged"), (Names{"B1", trunk}));
+    EXPECT_EQ(repo.description("merged"), "Merge trunk into merged");
     // The working copy is back where it was.
-    EXPECT_EQ(repo.commitID("@"), elsewhere);
+    EXPECT_EQ(repo.commitID("@"), workingCopy);
 }
 
 TEST_F(BookmarkOperations, CreateRenameMoveTrackSquashAndAbandon) {
-    repo.newChange({base});
-    const auto a1 = repo.commit("a1", {{"a", "1"}});
-    const auto a2 = repo.commit("a2", {{"a", "2"}});
-    const auto divergent = repo.makeDivergent(a2, "first", "second");
+    repo.draw(R"(
+      A1 <- T "a1" a=1
+      A2 <- A1 "a2" a=2
+      S1 <- T "s1" s=1
+      S2 <- S1 "s2" t=2
+      G <- T "g1" g=1 [gone]
+    )");
+    repo.makeDivergent(repo.id("A2"), "first", "second");
 
     LogCapture log;
     // A divergent change resolves to its newest commit: one bookmark, no error.
-    client.createBookmark("from-divergent", divergent);
-    EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", "from-divergent", "-T", "description"}),
-              "second\n");
+    client.createBookmark("from-divergent", repo.id("A2"));
+    EXPECT_EQ(repo.description("from-divergent"), "second");
     // "@" is passed as it is: no resolve step.
     client.createBookmark("at-working-copy", "@");
     EXPECT_EQ(repo.commitID("at-working-copy"), repo.commitID("@"));
@@ -174,41 +149,36 @@ TEST_F(BookmarkOperations, CreateRenameMoveTrackSquashAndAbandon) {
 
     client.renameBookmark("at-working-copy", "renamed \"quoted\" é");
     EXPECT_TRUE(log.contains("renameBookmark at-working-copy→renamed \"quoted\" é"));
-    EXPECT_EQ(repo.commitID(R"(bookmarks(exact:"renamed \"quoted\" é"))"), repo.commitID("@"));
+    EXPECT_EQ(repo.bookmarkTarget("renamed \"quoted\" é"), repo.changeID("@"));
+    EXPECT_EQ(repo.bookmarkTarget("at-working-copy"), std::nullopt);
 
     // Backwards only when asked.
-    client.createBookmark("mover", a1);
-    const auto a1ID = repo.commitID(a1);
-    EXPECT_THROW(client.moveBookmark("mover", repo.commitID(base), false), JJError);
-    EXPECT_EQ(repo.commitID("mover"), a1ID);
-    client.moveBookmark("mover", repo.commitID(base), true);
-    EXPECT_EQ(repo.commitID("mover"), repo.commitID(base));
+    client.createBookmark("mover", repo.id("A1"));
+    EXPECT_THROW(client.moveBookmark("mover", repo.commitID(repo.id("T")), false), JJError);
+    EXPECT_EQ(repo.bookmarkTarget("mover"), "A1");
+    client.moveBookmark("mover", repo.commitID(repo.id("T")), true);
+    EXPECT_EQ(repo.bookmarkTarget("mover"), "T");
 
-    // A bookmark that two operations moved to two commits of one line: the
+    // A bookmark that two operations moved from elsewhere to two commits of
+    // one line (from an ancestor, jj would resolve the moves by itself): the
     // older target is squashed into the newer, which keeps both changes.
-    repo.newChange({base});
-    const auto s1 = repo.commit("s1", {{"s", "1"}});
-    const auto s2 = repo.commit("s2", {{"t", "2"}});
-    repo.makeConflictedBookmark("squashme", base, s1, s2);
+    repo.makeConflictedBookmark("squashme", repo.id("G"), repo.id("S1"), repo.id("S2"));
+    ASSERT_THROW(repo.bookmarkTarget("squashme"), std::runtime_error) << "not conflicted";
     client.squashBookmarkToSingle("squashme");
-    EXPECT_EQ(repo.jj({"file", "show", "-r", s2, "root:t"}), "2");
-    EXPECT_EQ(repo.jj({"file", "show", "-r", s2, "root:s"}), "1");
+    EXPECT_EQ(repo.changedPaths("S2"), (Names{"s", "t"}));
 
     // Abandon: commit and bookmark gone. When the abandon fails (trunk is
     // immutable) the delete never runs.
-    repo.newChange({base});
-    repo.bookmark("gone", repo.commit("g1", {{"g", "1"}}));
     client.abandonBookmark("gone");
-    EXPECT_EQ(repo.jj({"bookmark", "list", "gone"}), "");
-    EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", "description(exact:'g1\n')", "-T", "change_id"}),
-              "");
+    EXPECT_EQ(repo.bookmarkTarget("gone"), std::nullopt);
+    EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", "description(exact:'g1\n')", "-T", "'x'"}), "");
     const LogCapture failure;
     EXPECT_THROW(client.abandonBookmark("main"), JJError);
     EXPECT_FALSE(failure.contains("deleteBookmark name=main"));
-    EXPECT_EQ(repo.commitID("main"), repo.commitID(base));
+    EXPECT_EQ(repo.bookmarkTarget("main"), "T");
 
     // Track a remote bookmark and fast-forward to it.
-    repo.jj({"bookmark", "create", "shared", "-r", a1});
+    repo.bookmark("shared", repo.id("A1"));
     repo.push("shared");
     repo.jj({"bookmark", "untrack", "shared@origin"});
     client.trackBookmark("shared", "origin");
