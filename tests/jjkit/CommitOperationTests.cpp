@@ -13,10 +13,10 @@ namespace {
 
 using testing::LogCapture;
 using testing::TestRepo;
+using Names = std::vector<std::string>;
 
-std::vector<std::string> descriptions(const std::vector<JJCommit>& commits) {
-    std::vector<std::string> texts;
-    texts.reserve(commits.size());
+Names summaries(const std::vector<JJCommit>& commits) {
+    Names texts;
     for (const auto& commit : commits) {
         texts.push_back(commit.summary());
     }
@@ -25,147 +25,124 @@ std::vector<std::string> descriptions(const std::vector<JJCommit>& commits) {
 
 class CommitOperations : public ::testing::Test {
   protected:
-    void SetUp() override { base = repo.publishMain(); }
-
-    std::string show(const std::string& revision, const std::string& path) const {
-        return repo.jj({"file", "show", "-r", revision, rootFilesets({path}).front()});
+    void SetUp() override {
+        repo.draw(R"(
+          origin
+          T <- root "base" README=hello [main]
+          push main
+        )");
     }
-    std::string filesOf(const std::string& revision) const {
-        return repo.jj({"diff", "--summary", "-r", revision});
-    }
+    std::string commitID(const std::string& name) const { return repo.commitID(repo.id(name)); }
 
     TestRepo repo;
     JJClient client{repo.root()};
-    std::string base;
 };
 
 TEST_F(CommitOperations, DivergentChangesResolveToTheirNewestCommit) {
-    repo.newChange({base});
-    const auto change = repo.makeDivergent("@", "first", "second");
-    const auto newest = repo.commitID("latest(change_id(" + change + "))");
-    EXPECT_EQ(client.resolveCommitID(change), newest);
-    EXPECT_EQ(client.resolveCommitID(base), repo.commitID(base));
+    repo.draw("D <- T \"divergent\" d=1");
+    const auto change = repo.makeDivergent(repo.id("D"), "first", "second");
+    EXPECT_EQ(client.resolveCommitID(change), repo.commitID("latest(change_id(" + change + "))"));
+    EXPECT_EQ(client.resolveCommitID(repo.id("T")), commitID("T"));
+    EXPECT_THROW(client.resolveCommitID("nosuchrevision"), JJError);
 
     client.describe(change, "described \"newest\"\nwith a second line é");
     const auto texts = repo.jj(
         {"log", "--no-graph", "-r", "change_id(" + change + ")", "-T", "description ++ \"|\""});
     EXPECT_NE(texts.find("described \"newest\"\nwith a second line é\n|"), std::string::npos);
     EXPECT_NE(texts.find("first\n|"), std::string::npos);  // the older commit is untouched
-
-    EXPECT_THROW(client.resolveCommitID("nosuchrevision"), JJError);
 }
 
 TEST_F(CommitOperations, FilesMoveBetweenCommitsWhateverTheirNames) {
     const std::string awkward = "dir with blank/quote \"é\".txt";
-    repo.newChange({base});
-    const auto target = repo.commit("target", {{"t", "1"}});
+    repo.draw("G <- T \"target\" t=1");
     repo.writeFile(awkward, "awkward\n");
     repo.writeFile("plain.txt", "plain\n");
     repo.writeFile("stays.txt", "stays\n");
 
-    client.moveFiles({awkward, "plain.txt"}, target);
-    EXPECT_EQ(show(target, awkward), "awkward\n");
-    EXPECT_EQ(show(target, "plain.txt"), "plain\n");
-    EXPECT_EQ(filesOf("@").find("plain.txt"), std::string::npos);
-    EXPECT_NE(filesOf("@").find("stays.txt"), std::string::npos);
+    client.moveFiles({awkward, "plain.txt"}, repo.id("G"));
+    EXPECT_EQ(repo.changedPaths("G"), (Names{awkward, "plain.txt", "t"}));
+    EXPECT_EQ(repo.jj({"file", "show", "-r", repo.id("G"), rootFilesets({awkward}).at(0)}),
+              "awkward\n");
+    EXPECT_EQ(repo.changedPaths("@"), Names{"stays.txt"});
 
-    client.pullFiles({"plain.txt"}, target);
-    EXPECT_NE(filesOf("@").find("plain.txt"), std::string::npos);
-    EXPECT_EQ(repo.tryJJ({"file", "show", "-r", target, "root:plain.txt"}).exitCode, 1);
+    client.pullFiles({"plain.txt"}, repo.id("G"));
+    EXPECT_EQ(repo.changedPaths("G"), (Names{awkward, "t"}));
+    EXPECT_EQ(repo.changedPaths("@"), (Names{"plain.txt", "stays.txt"}));
 
     // Split the awkward path off: it stays in the change, the rest moves to
     // a new commit on top.
-    client.splitByFiles(target, {awkward});
-    EXPECT_EQ(show(target, awkward), "awkward\n");
-    EXPECT_EQ(repo.tryJJ({"file", "show", "-r", target, "root:t"}).exitCode, 1);
-    EXPECT_EQ(show("children(" + target + ") ~ @", "t"), "1");
-    EXPECT_EQ(repo.commitID(target + "-"), repo.commitID(base));
+    client.splitByFiles(repo.id("G"), {awkward});
+    EXPECT_EQ(repo.changedPaths("G"), Names{awkward});
+    EXPECT_EQ(repo.parents("G"), Names{"T"});
+    EXPECT_EQ(repo.changedPaths("children(" + repo.id("G") + ") ~ @"), Names{"t"});
 }
 
-TEST_F(CommitOperations, RebasesAndDuplicatesWithEmptyListsRunNothing) {
-    repo.newChange({base});
-    const auto a1 = repo.commit("a1", {{"a", "1"}});
-    const auto a2 = repo.commit("a2", {{"a", "2"}});
-    repo.newChange({base});
-    const auto b1 = repo.commit("b1", {{"b", "1"}});
+TEST_F(CommitOperations, RebasesDuplicatesAndRebasesIntoABookmark) {
+    repo.draw(R"(
+      A1 <- T "a1" a=1 [feat]
+      A2 <- A1 "a2" a=2
+      B1 <- T "b1" b=1
+      L <- T "loose" l=1
+      W <- T "low" w=1
+    )");
+    const auto operations = repo.operationCount();
+    client.rebaseRevsOnto({}, repo.id("B1"));
+    client.rebaseSubtreesOnto({}, repo.id("B1"));
+    client.duplicate({}, repo.id("B1"));
+    client.rebaseRevsIntoBookmark({}, repo.id("A2"), repo.id("B1"), "nothing");
+    EXPECT_EQ(repo.operationCount(), operations) << "empty lists run nothing";
 
-    const auto operation = repo.currentOperationID();
-    client.rebaseRevsOnto({}, b1);
-    client.rebaseSubtreesOnto({}, b1);
-    client.duplicate({}, b1);
-    client.rebaseRevsIntoBookmark({}, a2, b1, "nothing");
-    EXPECT_EQ(repo.currentOperationID(), operation);
+    // roots(A1|A2) is A1: the stack moves whole.
+    client.rebaseSubtreesOnto({repo.id("A1"), repo.id("A2")}, repo.id("B1"));
+    EXPECT_EQ(repo.parents("A1"), Names{"B1"});
+    EXPECT_EQ(repo.parents("A2"), Names{"A1"});
+    client.duplicate({repo.id("A2")}, repo.id("T"));
+    EXPECT_EQ(repo.jj({"log", "--no-graph", "-T", "'x'", "-r",
+                       "children(" + repo.id("T") + ") & description(exact:'a2\n')"}),
+              "x");
+    client.rebaseRevOnto(repo.id("A1"), repo.id("T"));
+    EXPECT_EQ(repo.parents("A1"), Names{"T"});
 
-    client.rebaseSubtreesOnto({a1, a2}, b1);  // roots(a1|a2) is a1: the stack moves whole
-    EXPECT_EQ(repo.commitID(a1 + "-"), repo.commitID(b1));
-    EXPECT_EQ(repo.commitID(a2 + "-"), repo.commitID(a1));
-
-    client.duplicate({a2}, base);
-    EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", "children(" + repo.commitID(base) + ")", "-T",
-                       "description.first_line() ++ \"\\n\""})
-                      .find("a2\n") != std::string::npos,
-              true);
-
-    client.rebaseRevOnto(a1, base);
-    EXPECT_EQ(repo.commitID(a1 + "-"), repo.commitID(base));
-}
-
-TEST_F(CommitOperations, RebaseIntoBookmarkMovesItForwardButNeverBackwards) {
-    repo.newChange({base});
-    const auto a1 = repo.commit("a1", {{"a", "1"}});
-    repo.bookmark("feat", a1);
-    repo.newChange({base});
-    const auto loose = repo.commit("loose", {{"l", "1"}});
-
-    client.rebaseRevsIntoBookmark({loose}, loose, a1, "feat");
-    EXPECT_EQ(repo.commitID(loose + "-"), repo.commitID(a1));
-    EXPECT_EQ(repo.commitID("feat"), repo.commitID(loose));
-
-    // Moving onto a commit below the bookmark would take it backwards: the
-    // rebase is done, the move fails.
-    repo.newChange({base});
-    const auto low = repo.commit("low", {{"x", "1"}});
-    EXPECT_THROW(client.rebaseRevsIntoBookmark({low}, low, base, "feat"), JJError);
-    EXPECT_EQ(repo.commitID(low + "-"), repo.commitID(base));
-    EXPECT_EQ(repo.commitID("feat"), repo.commitID(loose));
+    // Into a bookmark: it moves forward onto what was rebased ...
+    client.rebaseRevsIntoBookmark({repo.id("L")}, repo.id("L"), repo.id("A1"), "feat");
+    EXPECT_EQ(repo.parents("L"), Names{"A1"});
+    EXPECT_EQ(repo.bookmarkTarget("feat"), "L");
+    // ... but never backwards: the rebase is done, the move fails.
+    EXPECT_THROW(client.rebaseRevsIntoBookmark({repo.id("W")}, repo.id("W"), repo.id("B1"), "feat"),
+                 JJError);
+    EXPECT_EQ(repo.parents("W"), Names{"B1"});
+    EXPECT_EQ(repo.bookmarkTarget("feat"), "L");
 }
 
 TEST_F(CommitOperations, QueriesAnswerForRealHistory) {
-    repo.newChange({base});
-    const auto a1 = repo.commit("a1", {{"a", "1"}});
-    const auto a2 = repo.commit("a2", {{"a", "2"}, {"b", "bee"}});
-    const auto a3 = repo.commit("a3", {{"a", "3"}});
-    repo.bookmark("feat", a3);
-    repo.bookmark("other", a1);
-
+    repo.draw(R"(
+      A1 <- T "a1" a=1 [other]
+      A2 <- A1 "a2" a=2 b=bee
+      A3 <- A2 "a3" a=3 [feat]
+    )");
+    const auto& a2 = repo.id("A2");
     EXPECT_EQ(client.ancestorCount("root()"), 0);
-    EXPECT_EQ(client.ancestorCount(a3), 4);  // a2, a1, base and the root
-    EXPECT_TRUE(client.isRevMutable(a1));
-    EXPECT_FALSE(client.isRevMutable(base));
+    EXPECT_EQ(client.ancestorCount(repo.id("A3")), 4);  // A2, A1, T and the root
+    EXPECT_TRUE(client.isRevMutable(repo.id("A1")));
+    EXPECT_FALSE(client.isRevMutable(repo.id("T")));
     EXPECT_EQ(client.bookmarkNames("::" + a2), (std::set<std::string>{"main", "other"}));
 
     const auto changed = client.changedFiles(a2);
     ASSERT_EQ(changed.size(), 2U);
-    EXPECT_EQ(changed[0].path, "a");
-    EXPECT_EQ(changed[0].status, "M");
-    EXPECT_EQ(changed[1].path, "b");
-    EXPECT_EQ(changed[1].status, "A");
+    EXPECT_EQ(changed[0].path + changed[0].status + changed[1].path + changed[1].status, "aMbA");
     EXPECT_TRUE(client.changedFiles("none()").empty());
-
     EXPECT_NE(client.diff(a2).find("+++ b/b"), std::string::npos);
     const auto combined = client.combinedDiff();
     EXPECT_NE(combined.find("+++ b/a"), std::string::npos);
     EXPECT_NE(combined.find("+++ b/b"), std::string::npos);
 
     // Pages are bands of depth below the tip, which is never in them.
-    EXPECT_EQ(descriptions(client.loadAncestors(a3, 1, 0)), std::vector<std::string>{"a2"});
-    EXPECT_EQ(descriptions(client.loadAncestors(a3, 2, 1)),
-              (std::vector<std::string>{"a1", "base"}));
+    EXPECT_EQ(summaries(client.loadAncestors(repo.id("A3"), 1, 0)), Names{"a2"});
+    EXPECT_EQ(summaries(client.loadAncestors(repo.id("A3"), 2, 1)), (Names{"a1", "base"}));
     // History between trunk and the tip: the fork point included, the tip not.
-    EXPECT_EQ(descriptions(client.loadBranchHistory(a3)),
-              (std::vector<std::string>{"a2", "a1", "base"}));
-    EXPECT_EQ(descriptions(client.loadBranchHistory(a3, {a1, a2})),
-              std::vector<std::string>{"base"});
+    EXPECT_EQ(summaries(client.loadBranchHistory(repo.id("A3"))), (Names{"a2", "a1", "base"}));
+    EXPECT_EQ(summaries(client.loadBranchHistory(repo.id("A3"), {repo.id("A1"), a2})),
+              Names{"base"});
 }
 
 TEST_F(CommitOperations, ConflictedFilesAndResolve) {
@@ -173,8 +150,12 @@ TEST_F(CommitOperations, ConflictedFilesAndResolve) {
     EXPECT_TRUE(client.conflictedFiles().empty());  // exit status 2: no conflicts, no error
     EXPECT_FALSE(log.contains("[jj:error]"));
 
-    const auto conflicted = repo.makeConflict(base, "clash.txt");
-    repo.jj({"edit", conflicted});
+    repo.draw(R"(
+      L <- T "left" clash.txt=left
+      R <- T "right" clash.txt=right
+      M <- L R "merge"
+    )");
+    repo.jj({"edit", repo.id("M")});
     const auto files = client.conflictedFiles();
     ASSERT_EQ(files.size(), 1U);
     // jj prints the path as seen from the current folder, columns behind it.
