@@ -12,29 +12,24 @@ namespace {
 
 using testing::refusal;
 using testing::TestRepo;
-
-std::vector<std::string> parentsOf(const JJClient& client, const std::string& change) {
-    return client.log(change).at(0).parents;
-}
+using Names = std::vector<std::string>;
 
 class CompositionRepo : public ::testing::Test {
   protected:
     void SetUp() override {
-        base = repo.publishMain();
-        ay = repo.commit("a1", {{"a", "1"}});
-        repo.bookmark("ay", ay);
-        repo.jj({"new", base});
-        bee = repo.commit("b1", {{"b", "1"}});
-        repo.bookmark("bee", bee);
-        repo.jj({"new", base});
+        repo.draw(R"(
+          origin
+          T <- root "base" README=hello [main]
+          push main
+          A <- T "a1" a=1 [ay]
+          B <- T "b1" b=1 [bee]
+          @ <- T
+        )");
     }
-    std::string id(const std::string& change) const { return repo.commitID(change); }
+    std::string id(const std::string& name) const { return repo.commitID(repo.id(name)); }
 
     TestRepo repo;
     JJClient client{repo.root()};
-    std::string base;
-    std::string ay;
-    std::string bee;
 };
 
 TEST_F(CompositionRepo, ApexCommitsAreCreatedFoundNewestFirstAndPrunedToOne) {
@@ -42,67 +37,63 @@ TEST_F(CompositionRepo, ApexCommitsAreCreatedFoundNewestFirstAndPrunedToOne) {
     const auto first = client.createApexCommit();
     const auto second = client.createApexCommit();
     EXPECT_NE(first, second);
-    EXPECT_EQ(client.findAllApexChangeIDs(), (std::vector<std::string>{second, first}));
+    EXPECT_EQ(client.findAllApexChangeIDs(), (Names{second, first}));
     EXPECT_EQ(client.findApexChangeID(), std::optional<std::string>(second));
-    EXPECT_EQ(parentsOf(client, second), std::vector<std::string>{id(base)});
+    EXPECT_EQ(repo.parents(second), Names{"T"});
     // --no-edit: the working copy stayed where it was.
-    EXPECT_NE(repo.changeID("@-"), second);
+    EXPECT_EQ(repo.parents("@"), Names{"T"});
 
     client.abandonStrayApexCommits(second);
-    EXPECT_EQ(client.findAllApexChangeIDs(), std::vector<std::string>{second});
+    EXPECT_EQ(client.findAllApexChangeIDs(), Names{second});
 }
 
 TEST_F(CompositionRepo, CompositionPointMergesTheWorkingCopyWithABookmark) {
     const std::string workspace = "we\"ird ä";
-    const auto point = client.createCompositionPoint(workspace, "ay");
-    const auto commit = client.log(point).at(0);
-    EXPECT_EQ(commit.description, "wip: Vorda composition " + workspace + "\n");
-    EXPECT_EQ(commit.parents.size(), 2U);
-    EXPECT_EQ(commit.parents[1], id(ay));
+    const auto point = repo.changeID(client.createCompositionPoint(workspace, "ay"));
+    EXPECT_EQ(repo.description(point), "wip: Vorda composition " + workspace);
+    EXPECT_EQ(repo.parents(point).size(), 2U);
+    EXPECT_EQ(repo.parents(point).at(1), "A");
     // No --no-edit here: the working copy moved onto the new merge.
-    EXPECT_EQ(repo.changeID("@"), repo.changeID(point));
+    EXPECT_EQ(repo.changeID("@"), point);
 }
 
 TEST_F(CompositionRepo, RewritingParentsIsGuardedAgainstWhatTheCallerSaw) {
     const auto point = repo.changeID(client.createCompositionPoint("default", "ay"));
-    const auto current = parentsOf(client, point);
-    const std::string commit = id(point);
+    const auto current = client.log(point).at(0).parents;
+    const std::string commit = repo.commitID(point);
+    const Names swapped{current[1], current[0]};
 
-    EXPECT_EQ(refusal([&] { client.rewriteCompositionParents(commit, current, {}); }),
-              "Composition parents must be nonempty and distinct.");
-    const auto before = repo.currentOperationID();
+    const auto operations = repo.operationCount();
+    const std::string invalid = "Composition parents must be nonempty and distinct.";
+    EXPECT_EQ(refusal([&] { client.rewriteCompositionParents(commit, current, {}); }), invalid);
     EXPECT_EQ(refusal([&] {
-                  client.rewriteCompositionParents(commit, current, {id(ay), id(ay)});
+                  client.rewriteCompositionParents(commit, current, {id("A"), id("A")});
               }),
-              "Composition parents must be nonempty and distinct.");
-    EXPECT_EQ(repo.currentOperationID(), before);  // refused before any command
+              invalid);
+    EXPECT_EQ(repo.operationCount(), operations);  // refused before any command
 
     const std::string changed =
         "Composition changed or is protected. Refresh before editing its attachments.";
-    EXPECT_EQ(refusal([&] {
-                  client.rewriteCompositionParents(commit, {current[1], current[0]}, current);
-              }),
+    EXPECT_EQ(refusal([&] { client.rewriteCompositionParents(commit, swapped, current); }),
               changed);
-    EXPECT_EQ(refusal([&] { client.rewriteCompositionParents(id(base), {}, {id(ay)}); }),
+    EXPECT_EQ(refusal([&] { client.rewriteCompositionParents(id("T"), {}, {id("A")}); }),
               changed);  // immutable
 
     // The same parents in the same order: nothing is rebased.
     client.rewriteCompositionParents(commit, current, current);
-    EXPECT_EQ(id(point), commit);
-
+    EXPECT_EQ(repo.commitID(point), commit);
     // A new order is a change.
-    client.rewriteCompositionParents(commit, current, {current[1], current[0]});
-    EXPECT_EQ(parentsOf(client, point), (std::vector<std::string>{current[1], current[0]}));
+    client.rewriteCompositionParents(commit, current, swapped);
+    EXPECT_EQ(client.log(point).at(0).parents, swapped);
 
     // Adding trunk: once, then it is already there.
-    EXPECT_TRUE(client.includeTrunkInComposition(id(point), id(base)));
-    EXPECT_EQ(parentsOf(client, point).back(), id(base));
-    EXPECT_FALSE(client.includeTrunkInComposition(id(point), id(base)));
+    EXPECT_TRUE(client.includeTrunkInComposition(repo.commitID(point), id("T")));
+    EXPECT_EQ(repo.parents(point).back(), "T");
+    EXPECT_FALSE(client.includeTrunkInComposition(repo.commitID(point), id("T")));
 }
 
 TEST_F(CompositionRepo, ApexParentsResolveAsOfTheLastRead) {
-    repo.jj({"new", "-m", "wip: Vorda apex commit", base, ay});
-    repo.jj({"new"});
+    repo.draw("AP <- T A \"wip: Vorda apex commit\"");
     const Apex apex = client.repoState().apex.value();
     EXPECT_EQ(refusal([&] { client.rewriteApexParents(apex, {}); }),
               "Cannot remove the last apex parent. Choose an explicit replacement base.");
@@ -113,13 +104,11 @@ TEST_F(CompositionRepo, ApexParentsResolveAsOfTheLastRead) {
         "New apex parent is missing or ambiguous. Select one exact commit.");
 
     // ay moves on after the read: the apex keeps the commit it had.
-    repo.jj({"new", ay});
-    const auto ay2 = repo.commit("a2", {{"a", "2"}});
-    repo.bookmark("ay", ay2);
+    repo.draw("A2 <- A \"a2\" a=2");
+    repo.bookmark("ay", repo.id("A2"));
     client.rewriteApexParents(
         apex, {ApexParent::trunk(), ApexParent::bookmark("ay"), ApexParent::bookmark("bee")});
-    EXPECT_EQ(parentsOf(client, apex.changeID),
-              (std::vector<std::string>{id(base), id(ay), id(bee)}));
+    EXPECT_EQ(repo.parents("AP"), (Names{"T", "A", "B"}));
 
     // Pinning refuses incomplete data.
     Apex broken = apex;
@@ -130,17 +119,16 @@ TEST_F(CompositionRepo, ApexParentsResolveAsOfTheLastRead) {
 
 TEST_F(CompositionRepo, WorkingCopiesAndEmptyCommits) {
     client.newWorkingCopy({"ay", "bee"});
-    EXPECT_EQ(parentsOf(client, "@"), (std::vector<std::string>{id(ay), id(bee)}));
+    EXPECT_EQ(repo.parents("@"), (Names{"A", "B"}));
     client.newWorkingCopy({});
-    EXPECT_EQ(parentsOf(client, "@"), std::vector<std::string>{id(base)});
-    client.createWorkingCopyCommit(id(ay));
-    EXPECT_EQ(parentsOf(client, "@"), std::vector<std::string>{id(ay)});
+    EXPECT_EQ(repo.parents("@"), Names{"T"});
+    client.createWorkingCopyCommit(id("A"));
+    EXPECT_EQ(repo.parents("@"), Names{"A"});
 
     const auto working = repo.changeID("@");
-    const auto empty = client.createEmptyCommit(id(bee), "placeholder \"x\"");
-    const auto made = client.log(empty).at(0);
+    const auto made = client.log(client.createEmptyCommit(id("B"), "placeholder \"x\"")).at(0);
     EXPECT_TRUE(made.empty);
-    EXPECT_EQ(made.parents, std::vector<std::string>{id(bee)});
+    EXPECT_EQ(made.parents, Names{id("B")});
     EXPECT_EQ(repo.changeID("@"), working);  // --no-edit
 }
 
