@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "jjkit/client/JJClient.h"
+#include "jjkit/support/Text.h"
 #include "support/LogCapture.h"
 #include "support/Refusal.h"
 #include "support/TestRepo.h"
@@ -16,13 +17,24 @@ using testing::LogCapture;
 using testing::refusal;
 using testing::TestRepo;
 
-TEST(RemoteOperations, FetchStreamsItsLinesAndPushSendsOneBookmark) {
-    TestRepo repo;
-    const auto base = repo.publishMain();
-    JJClient client(repo.root());
-    repo.advanceOrigin("main", "upstream work", {{"u", "1"}});
+class RemoteOperations : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        repo.draw(R"(
+          origin
+          T <- root "base" README=hello [main]
+          push main
+        )");
+        // Origin moves on behind our back.
+        repo.advanceOrigin("main", "upstream work", {{"u", "1"}});
+    }
 
+    TestRepo repo;
+    JJClient client{repo.root()};
     LogCapture log;
+};
+
+TEST_F(RemoteOperations, FetchStreamsItsLinesAndPushSendsOneBookmark) {
     std::mutex mutex;
     std::vector<std::string> lines;
     client.gitFetch(std::nullopt, [&](const std::string& line) {
@@ -31,47 +43,34 @@ TEST(RemoteOperations, FetchStreamsItsLinesAndPushSendsOneBookmark) {
     });
     EXPECT_TRUE(log.contains("gitFetch remote=default"));
     EXPECT_EQ(log.text().find("--remote"), std::string::npos);
-    {
+    const std::string joined = [&] {
         const std::scoped_lock lock(mutex);
-        ASSERT_FALSE(lines.empty());
-        bool mentionsMain = false;
-        for (const auto& line : lines) {
-            EXPECT_EQ(line.find('\n'), std::string::npos);
-            mentionsMain = mentionsMain || line.find("main@origin") != std::string::npos;
-        }
-        EXPECT_TRUE(mentionsMain);
-    }
-    EXPECT_NE(repo.commitID("main@origin"), repo.commitID(base));
-
+        return text::join(lines, "\n");
+    }();
+    EXPECT_NE(joined.find("main@origin"), std::string::npos) << joined;
+    EXPECT_EQ(std::count(joined.begin(), joined.end(), '\n') + 1, std::ssize(lines))
+        << "one line each";
+    EXPECT_NE(repo.commitID("main@origin"), repo.commitID(repo.id("T")));
     client.gitFetch("origin");
     EXPECT_TRUE(log.contains("gitFetch remote=origin"));
 
     // Push one new bookmark; the other stays local.
-    repo.newChange({"main"});
-    const auto feature = repo.commit("feature", {{"f", "1"}});
-    repo.bookmark("feature", feature);
-    repo.bookmark("local-only", feature);
+    repo.draw("F <- main \"feature\" f=1 [feature local-only]");
     repo.jj({"bookmark", "track", "feature@origin"});
     client.gitPush("feature", "origin");
     EXPECT_TRUE(log.contains("gitPush bookmark=feature remote=origin"));
-    EXPECT_EQ(testing::runChecked(
-                  {"git", "--git-dir", repo.originPath(), "rev-parse", "refs/heads/feature"}),
-              repo.commitID(feature) + "\n");
-    EXPECT_EQ(testing::runChecked({"git", "--git-dir", repo.originPath(), "branch", "--list"})
-                  .find("local-only"),
-              std::string::npos);
+    const std::string origin = repo.originPath();
+    EXPECT_EQ(testing::runChecked({"git", "--git-dir", origin, "rev-parse", "refs/heads/feature"}),
+              repo.commitID(repo.id("F")) + "\n");
+    EXPECT_EQ(
+        testing::runChecked({"git", "--git-dir", origin, "branch", "--list"}).find("local-only"),
+        std::string::npos);
 }
 
-TEST(RemoteOperations, ARejectedPushIsACommandFailureWithJJsMessage) {
-    TestRepo repo;
-    repo.publishMain();
-    JJClient client(repo.root());
-    // Origin moves on behind our back; our own main moves elsewhere.
-    repo.advanceOrigin("main", "upstream work", {{"u", "1"}});
-    repo.newChange({"main"});
-    repo.bookmark("main", repo.commit("local work", {{"l", "1"}}));
-
-    const LogCapture log;
+TEST_F(RemoteOperations, ARejectedPushIsACommandFailureWithJJsMessage) {
+    // Our own main moves elsewhere.
+    repo.draw("L <- main \"local work\" l=1");
+    repo.bookmark("main", repo.id("L"));
     try {
         client.gitPush("main");
         FAIL() << "the push went through";
@@ -88,7 +87,7 @@ TEST(RemoteOperations, ARejectedPushIsACommandFailureWithJJsMessage) {
 
 TEST(OperationLog, ReadsRestoresGuardedAndUndoes) {
     TestRepo repo;
-    repo.commit("one", {{"a", "1"}});
+    repo.draw("A <- root \"one\" a=1");
     JJClient client(repo.root());
 
     const auto newest = client.opLog(1);
@@ -103,20 +102,19 @@ TEST(OperationLog, ReadsRestoresGuardedAndUndoes) {
     // snapshot that noticed it is the one operation more.
     const auto reviewed = client.currentOperationID();
     repo.writeFile("unrecorded.txt", "edit\n");
-    const auto countBefore = client.opLog(1000).size();
+    const auto countBefore = repo.operationCount();
     EXPECT_EQ(refusal([&] { client.opRestore(earlier, reviewed); }),
               "Repository or working copy changed since the operation log was reviewed. "
               "Refresh and confirm recovery again.");
-    EXPECT_EQ(client.opLog(1000).size(), countBefore + 1);
+    EXPECT_EQ(repo.operationCount(), countBefore + 1);
 
     // Confirmed against the present state, it restores.
-    const auto present = client.currentOperationID();
-    client.opRestore(earlier, present);
+    client.opRestore(earlier, client.currentOperationID());
     EXPECT_EQ(repo.tryJJ({"file", "show", "-r", "@", "root:unrecorded.txt"}).exitCode, 1);
 
-    const auto beforeUndo = repo.jj({"log", "--no-graph", "-r", "@", "-T", "commit_id"});
+    const auto beforeUndo = repo.commitID("@");
     client.undoLastOp();
-    EXPECT_NE(repo.jj({"log", "--no-graph", "-r", "@", "-T", "commit_id"}), beforeUndo);
+    EXPECT_NE(repo.commitID("@"), beforeUndo);
 }
 
 }  // namespace
