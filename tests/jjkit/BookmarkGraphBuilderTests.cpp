@@ -6,6 +6,7 @@
 #include "jjkit/graph/BookmarkGraphBuilder.h"
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -111,7 +112,8 @@ TEST(BookmarkGraphBuilder, TheApexBelongsToNoLane) {
 }
 
 TEST(BookmarkGraphBuilder, GivesOrphansNewestFirstAndUnreadableTimesLastInListOrder) {
-    const std::vector<std::pair<std::string, std::string>> times{
+    // In list order, which is also the order of the IDs.
+    const std::map<std::string, std::string> times{
         {"a", "2026-11-21T10:00:00+01:00"},  // 09:00Z
         {"b", "garbage"},
         {"c", "2026-11-21T09:30:00Z"},
@@ -126,13 +128,10 @@ TEST(BookmarkGraphBuilder, GivesOrphansNewestFirstAndUnreadableTimesLastInListOr
         commits.back().committer.timestamp = time;
     }
     commits.push_back(commit("root", {}, {}, true));
-    const RepoState state = BookmarkGraphBuilder::build(input(std::move(commits)));
     std::vector<std::string> order;
-    for (const auto& orphan : state.orphanWIPs) {
+    for (const auto& orphan : BookmarkGraphBuilder::build(input(std::move(commits))).orphanWIPs) {
         order.push_back(orphan.commitID);
-        EXPECT_EQ(orphan.timestamp, std::find_if(times.begin(), times.end(), [&](const auto& each) {
-                                        return each.first == orphan.commitID;
-                                    })->second);
+        EXPECT_EQ(orphan.timestamp, times.at(orphan.commitID));
     }
     EXPECT_EQ(order, (std::vector<std::string>{"f", "c", "a", "d", "g", "b", "e"}));
 }
