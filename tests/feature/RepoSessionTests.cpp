@@ -15,6 +15,7 @@
 #include "support/ManualSessionClock.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TestRepo.h"
+#include "support/TestTools.h"
 
 namespace vorda {
 namespace {
@@ -39,10 +40,9 @@ RepoSession::Collaborators collaboratorsFor(const std::string& root,
 class HeldJJ {
   public:
     HeldJJ() {
-        const auto real = testing::runChecked({"sh", "-c", "command -v jj"});
-        realJJ_.set(std::string(real.substr(0, real.find('\n'))));
+        realJJ_.set(testing::realJJ());
         holdDir_.set(dir_.path().string());
-        path_.prependPath(std::string(VORDA_TEST_TOOLS_DIR) + "/held-jj");
+        path_.prependPath(testing::toolFolder("held-jj"));
     }
     void touch(const std::string& name) const { std::ofstream(dir_.path() / name) << ""; }
     bool exists(const std::string& name) const {
