@@ -75,10 +75,27 @@ class WorkspaceCommands : public ::testing::Test {
         EXPECT_EQ(storedPoints(), points);
     }
 
-    std::map<std::string, Role> roles(const std::string& workspace) const {
+    /// The workspace as a fresh read shows it.
+    WorkspaceState workspace(const std::string& name) const {
         const auto snapshot = session->execute(RepoCommand::Refresh{}).refreshedSnapshot();
-        return snapshot ? snapshot->repoState.workspaces.at(workspace).bookmarkRoles
-                        : std::map<std::string, Role>{};
+        return snapshot ? snapshot->repoState.workspaces.at(name) : WorkspaceState{};
+    }
+
+    /// After bee's inclusion: the workspace's own new composition point, on
+    /// its former working copy and bee, is recorded and is its working copy.
+    std::string expectNewPointWithBee(const std::string& name, const std::string& formerCopy) {
+        const auto points = storedPoints();
+        EXPECT_EQ(points.size(), 1U);
+        const auto created = points.contains(name) ? points.at(name) : "none";
+        EXPECT_EQ(repo.description(created), "wip: Vorda composition " + name);
+        EXPECT_EQ(repo.parents(created), (Names{formerCopy, "BEE"}));
+        EXPECT_EQ(repo.changeID(name + "@"), created);
+        const auto state = workspace(name);
+        EXPECT_EQ(state.composition.kind,
+                  WorkspaceComposition::Kind(
+                      WorkspaceComposition::Materialized{created, repo.commitID(created)}));
+        EXPECT_EQ(state.bookmarkRoles.at("bee"), Role::directParent());
+        return created;
     }
 
     testing::TestRepo repo;
@@ -125,7 +142,7 @@ TEST_F(WorkspaceCommands, IncludingRemovingAndMovingRewriteTheParentsOfAMaterial
     EXPECT_EQ(repo.parents("P"), Names{"HIGH"});
     EXPECT_EQ(storedPoints(), (Points{{"second", repo.id("P")}}));
 
-    const auto after = roles("second");
+    const auto after = workspace("second").bookmarkRoles;
     EXPECT_EQ(after.at("high"), Role::directParent());
     EXPECT_EQ(after.at("low"), Role::inherited("high"));
     EXPECT_EQ(after.at("ay"), Role::absent());
@@ -139,7 +156,7 @@ TEST_F(WorkspaceCommands, IncludingRemovingAndMovingRewriteTheParentsOfAMaterial
               "Moved ex's composition point on second");
     EXPECT_EQ(repo.parents("P"), (Names{"HIGH", "X1"}));
     EXPECT_EQ(storedPoints(), (Points{{"second", repo.id("P")}}));
-    EXPECT_EQ(roles("second").at("ex"), Role::partial(commitID("X1")));
+    EXPECT_EQ(workspace("second").bookmarkRoles.at("ex"), Role::partial(commitID("X1")));
 
     const std::string direct = "Select a direct composition attachment to move";
     expectRefusals({
@@ -172,21 +189,8 @@ TEST_F(WorkspaceCommands, IncludingInADirectWorkspaceCreatesItsCompositionPoint)
     EXPECT_TRUE(storedPoints().empty());
 
     EXPECT_EQ(toast(inclusion("default", "bee", true)), "Included bee in default");
-    const auto points = storedPoints();
-    ASSERT_EQ(points.size(), 1U);
-    const auto created = points.at("default");
-    EXPECT_EQ(repo.description(created), "wip: Vorda composition default");
-    EXPECT_EQ(repo.parents(created), (Names{workingCopy, "BEE"}));
-    EXPECT_EQ(repo.changeID("@"), created);
-
-    const auto snapshot = session->execute(RepoCommand::Refresh{}).refreshedSnapshot();
-    ASSERT_TRUE(snapshot);
-    const auto& workspace = snapshot->repoState.workspaces.at("default");
-    EXPECT_EQ(workspace.composition.kind,
-              WorkspaceComposition::Kind(
-                  WorkspaceComposition::Materialized{created, repo.commitID(created)}));
-    EXPECT_EQ(workspace.bookmarkRoles.at("bee"), Role::directParent());
-    EXPECT_EQ(workspace.bookmarkRoles.at("ay"), Role::inherited(std::nullopt));
+    const auto created = expectNewPointWithBee("default", workingCopy);
+    EXPECT_EQ(workspace("default").bookmarkRoles.at("ay"), Role::inherited(std::nullopt));
 
     // Now that it is materialized, the new bookmark can go again.
     EXPECT_EQ(toast(inclusion("default", "bee", false)), "Removed bee from default");
@@ -204,14 +208,12 @@ TEST_F(WorkspaceCommands, IncludingInALegacySharedCompositionGivesTheWorkspaceIt
       @ <- APEX
     )");
     const auto secondCopy = repo.changeID("second@");
-    const auto shared = session->execute(RepoCommand::Refresh{}).refreshedSnapshot();
-    ASSERT_TRUE(shared);
     for (const auto* name : {"default", "second"}) {
-        const auto& workspace = shared->repoState.workspaces.at(name);
+        const auto state = workspace(name);
         EXPECT_TRUE(
-            std::holds_alternative<WorkspaceComposition::LegacyShared>(workspace.composition.kind))
+            std::holds_alternative<WorkspaceComposition::LegacyShared>(state.composition.kind))
             << name;
-        EXPECT_EQ(workspace.bookmarkRoles.at("ay"), Role::partial(commitID("A1"))) << name;
+        EXPECT_EQ(state.bookmarkRoles.at("ay"), Role::partial(commitID("A1"))) << name;
     }
     expectRefusals({
         {inclusion("second", "ay", false), "ay is inherited through shared history"},
@@ -219,22 +221,10 @@ TEST_F(WorkspaceCommands, IncludingInALegacySharedCompositionGivesTheWorkspaceIt
     });
 
     EXPECT_EQ(toast(inclusion("second", "bee", true)), "Included bee in second");
-    const auto points = storedPoints();
-    ASSERT_EQ(points.size(), 1U);
-    const auto created = points.at("second");
-    EXPECT_NE(created, repo.id("APEX"));
-    EXPECT_EQ(repo.description(created), "wip: Vorda composition second");
-    EXPECT_EQ(repo.parents(created), (Names{secondCopy, "BEE"}));
-    EXPECT_EQ(repo.changeID("second@"), created);
+    EXPECT_NE(expectNewPointWithBee("second", secondCopy), repo.id("APEX"));
     EXPECT_EQ(repo.parents("APEX"), (Names{"T", "A1"}));  // the apex is left alone
 
-    const auto after = session->execute(RepoCommand::Refresh{}).refreshedSnapshot();
-    ASSERT_TRUE(after);
-    const auto& mine = after->repoState.workspaces.at("second");
-    EXPECT_EQ(mine.composition.kind, WorkspaceComposition::Kind(WorkspaceComposition::Materialized{
-                                         created, repo.commitID(created)}));
-    EXPECT_EQ(mine.bookmarkRoles.at("bee"), Role::directParent());
-    const auto& other = after->repoState.workspaces.at("default");
+    const auto other = workspace("default");
     EXPECT_TRUE(std::holds_alternative<WorkspaceComposition::LegacyShared>(other.composition.kind));
     EXPECT_EQ(other.bookmarkRoles.at("bee"), Role::absent());
 }
@@ -273,7 +263,7 @@ TEST_F(WorkspaceCommands, ComposingLooseCommitsMakesAnIncludedBookmarkOnTheImmut
     EXPECT_EQ(storedPoints(), (Points{{"default", repo.id("P")}}));
     // A fresh working copy on the composition point, apart from the new lane.
     EXPECT_EQ(repo.parents("@"), Names{"P"});
-    EXPECT_EQ(roles("default").at(name), Role::directParent());
+    EXPECT_EQ(workspace("default").bookmarkRoles.at(name), Role::directParent());
 
     // With the name taken, the next one gets a counter.
     const auto m1 = repo.commit("m1", {{"m", "1\n"}});
