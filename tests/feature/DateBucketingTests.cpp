@@ -47,7 +47,7 @@ class ScopedTimeZone {
 };
 
 TEST(DateBucketingParse, ReadsInternetDateTimesAndTheFixedFormOnly) {
-    const std::vector<std::pair<std::string, std::optional<Date>>> cases{
+    const std::vector<std::pair<std::string, Date>> cases{
         {"2024-03-20T12:00:00Z", utc(2024, 3, 20, 12)},
         {"2024-03-20T12:00:00+01:00", utc(2024, 3, 20, 11)},
         {"2024-03-20T12:00:00.123+01:00", utc(2024, 3, 20, 11) + 123ms},
@@ -60,29 +60,22 @@ TEST(DateBucketingParse, ReadsInternetDateTimesAndTheFixedFormOnly) {
         // The fixed form takes offsets with seconds.
         {"2024-03-20T12:00:00+01:00:30", utc(2024, 3, 20, 10, 59) + 30s},
         {"2024-03-20T12:00:00-00:00:30", utc(2024, 3, 20, 12) + 30s},
-        // Neither form has both a fraction and offset seconds.
-        {"2024-03-20T12:00:00.5+01:00:30", std::nullopt},
-        {"", std::nullopt},
-        {"yesterday", std::nullopt},
-        {"2024-03-20", std::nullopt},
-        {"2024-03-20T12:00:00", std::nullopt},   // no zone
-        {"2024-03-20 12:00:00Z", std::nullopt},  // blank for T
-        {"2024-03-20 12:00:00.000 +01:00", std::nullopt},
-        {"2024-03-20T12:00Z", std::nullopt},          // no seconds
-        {"2024-03-20T12:00:00.Z", std::nullopt},      // dot with no digits
-        {"2024-03-20T12:00:00+0100", std::nullopt},   // offset without colon
-        {"2024-03-20T12:00:00+01", std::nullopt},     // offset without minutes
-        {"2024-03-20T12:00:00Zjunk", std::nullopt},   // trailing text
-        {" 2024-03-20T12:00:00Z", std::nullopt},      // leading blank
-        {"2024-13-01T00:00:00Z", std::nullopt},       // month 13
-        {"2023-02-29T00:00:00Z", std::nullopt},       // not a leap year
-        {"2024-03-20T24:00:00Z", std::nullopt},       // hour 24
-        {"2024-03-20T12:60:00Z", std::nullopt},       // minute 60
-        {"2024-03-20T12:00:00+24:00", std::nullopt},  // offset hours
-        {"2024-3-20T12:00:00Z", std::nullopt},        // one-digit month
     };
     for (const auto& [text, expected] : cases) {
         EXPECT_EQ(DateBucketing::parseTimestamp(text), expected) << text;
+    }
+    // No zone, a blank for T, no seconds, a dot without digits, offsets
+    // without colon or minutes or beyond 23 hours, trailing or leading text,
+    // impossible dates and times, one-digit fields, and a fraction together
+    // with offset seconds.
+    for (const auto* text :
+         {"", "yesterday", "2024-03-20", "2024-03-20T12:00:00", "2024-03-20 12:00:00Z",
+          "2024-03-20 12:00:00.000 +01:00", "2024-03-20T12:00Z", "2024-03-20T12:00:00.Z",
+          "2024-03-20T12:00:00+0100", "2024-03-20T12:00:00+01", "2024-03-20T12:00:00+24:00",
+          "2024-03-20T12:00:00Zjunk", " 2024-03-20T12:00:00Z", "2024-13-01T00:00:00Z",
+          "2023-02-29T00:00:00Z", "2024-03-20T24:00:00Z", "2024-03-20T12:60:00Z",
+          "2024-3-20T12:00:00Z", "2024-03-20T12:00:00.5+01:00:30"}) {
+        EXPECT_EQ(DateBucketing::parseTimestamp(text), std::nullopt) << text;
     }
 }
 
