@@ -137,10 +137,7 @@ TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFileUnderAwkwardNamesAndC
     EXPECT_EQ(reopened.compositionPointsByWorkspace(),
               (Points{{name, name}, {"default", "zzzzyyyyxxxxwwwwvvvvuuuuttttssss"}}));
 
-    // Absent optionals are left out of the file rather than written as null.
     const auto json = fileJSON();
-    EXPECT_FALSE(json["bookmarks"]["local-only"].contains("lastPushedCommitID"));
-    EXPECT_FALSE(json["bookmarks"]["local-only"].contains("cachedPRNumber"));
     EXPECT_EQ(json["bookmarks"]["feature"]["updateStrategy"], "mergeIn");
     EXPECT_FALSE(json["savedConfigs"][3].contains("baseStrategy"));
     // Pretty-printed, with the keys in sorted order.
@@ -245,21 +242,6 @@ TEST_F(BookmarkSettingsStoreTest, ALegacyFileIsReadUntilTheFirstWriteCreatesTheN
     EXPECT_EQ(reopened.savedConfigs(), (std::vector<SavedConfig>{config("n", {"a"})}));
 }
 
-TEST(BookmarkSettingsStoreLocation, WithoutARepoFolderTheLegacyPlaceIsWritten) {
-    const TempDir repo("vorda-settings");
-    fs::create_directories(repo.path() / ".jj");
-    BookmarkSettingsStore store(repo.path());
-    EXPECT_EQ(store.fileURL(), store.legacyFileURL());
-    store.setCompositionPoint("abc", "default");
-    EXPECT_FALSE(fs::exists(repo.path() / ".jj" / "repo"));
-    // Every part is written, the empty ones too.
-    EXPECT_EQ(nlohmann::json::parse(readFile(store.legacyFileURL())),
-              (nlohmann::json{{"bookmarks", nlohmann::json::object()},
-                              {"compositionPointsByWorkspace", {{"default", "abc"}}},
-                              {"routingRules", nlohmann::json::array()},
-                              {"savedConfigs", nlohmann::json::array()}}));
-}
-
 TEST(BookmarkSettingsStoreLocation, EveryWorkspaceOfARepositoryUsesTheSharedStoresFile) {
     testing::TestRepo repo;
     repo.commit("one", {{"a", "1"}});
@@ -274,22 +256,38 @@ TEST(BookmarkSettingsStoreLocation, EveryWorkspaceOfARepositoryUsesTheSharedStor
               (Points{{"second", "change-of-second"}}));
 }
 
-TEST(BookmarkSettingsStoreLocation, AFailedWriteKeepsTheOldValuesAndTheFile) {
+TEST(BookmarkSettingsStoreLocation, WithoutARepoFolderTheLegacyPlaceIsWrittenUntilOneAppears) {
+    const TempDir repo("vorda-settings");
+    fs::create_directories(repo.path() / ".jj");
+    BookmarkSettingsStore store(repo.path());
+    EXPECT_EQ(store.fileURL(), store.legacyFileURL());
+    store.set(BookmarkSettings{}, "old");
+    EXPECT_FALSE(fs::exists(repo.path() / ".jj" / "repo"));
+    // Every part is written, the empty ones too; absent optionals are left out
+    // rather than written as null.
+    const std::string legacyText = readFile(store.legacyFileURL());
+    EXPECT_EQ(nlohmann::json::parse(legacyText),
+              (nlohmann::json{{"bookmarks",
+                               {{"old",
+                                 {{"columnVisible", false},
+                                  {"pinned", false},
+                                  {"tags", nlohmann::json::array()},
+                                  {"updateStrategy", "rebase"}}}}},
+                              {"compositionPointsByWorkspace", nlohmann::json::object()},
+                              {"routingRules", nlohmann::json::array()},
+                              {"savedConfigs", nlohmann::json::array()}}));
+
     // `.jj/repo` as a plain file: the store targets `.jj/repo/…`, reads the
     // legacy file meanwhile, and cannot create the folder it must write in.
-    // This fails for root too, unlike a read-only folder.
-    const TempDir repo("vorda-settings");
-    const fs::path legacy = repo.path() / ".jj" / "Vorda-settings.json";
-    const std::string legacyText = R"({"bookmarks": {"old": {"updateStrategy": "rebase"}}})";
-    writeFile(legacy, legacyText);
+    // A failed write keeps the old values and the files (for root too,
+    // unlike a read-only folder).
     writeFile(repo.path() / ".jj" / "repo", "not a folder");
-
-    BookmarkSettingsStore store(repo.path());
-    EXPECT_EQ(store.fileURL(), repo.path() / ".jj" / "repo" / "Vorda-settings.json");
-    EXPECT_THROW(store.set(fullSettings(), "new"), fs::filesystem_error);
-    EXPECT_THROW(store.remove("old"), fs::filesystem_error);
-    EXPECT_EQ(store.all(), (std::map<std::string, BookmarkSettings>{{"old", {}}}));
-    EXPECT_EQ(readFile(legacy), legacyText);
+    BookmarkSettingsStore blocked(repo.path());
+    EXPECT_EQ(blocked.fileURL(), repo.path() / ".jj" / "repo" / "Vorda-settings.json");
+    EXPECT_THROW(blocked.set(fullSettings(), "new"), fs::filesystem_error);
+    EXPECT_THROW(blocked.remove("old"), fs::filesystem_error);
+    EXPECT_EQ(blocked.all(), (std::map<std::string, BookmarkSettings>{{"old", {}}}));
+    EXPECT_EQ(readFile(store.legacyFileURL()), legacyText);
     EXPECT_EQ(readFile(repo.path() / ".jj" / "repo"), "not a folder");
 }
 
