@@ -31,10 +31,6 @@ class RepoStateLoad : public ::testing::Test {
     }
     /// The commit ID of a commit named in the picture.
     std::string id(const std::string& name) const { return repo.commitID(repo.id(name)); }
-    static bool hasOrphan(const RepoState& state, const std::string& changeID) {
-        return std::any_of(state.orphanWIPs.begin(), state.orphanWIPs.end(),
-                           [&](const OrphanWIP& wip) { return wip.changeID == changeID; });
-    }
 
     TestRepo repo;
 };
@@ -53,8 +49,6 @@ TEST_F(RepoStateLoad, StackedBookmarksOwnTheirCommitsAndStackOnEachOther) {
     EXPECT_EQ(ay.commitIDs, std::vector<std::string>{id("A1")});
     EXPECT_EQ(ay.parentBookmarks, std::vector<std::string>{"bee"});
     EXPECT_EQ(ay.changeIDs, std::vector<std::string>{repo.id("A1")});
-    EXPECT_EQ(bee.origin, BookmarkOrigin::local());
-    EXPECT_EQ(bee.remoteSyncState, RemoteSyncState{RemoteSyncState::Untracked{}});
     EXPECT_EQ(state.bookmarks.at("main").origin, BookmarkOrigin::upstream("origin"));
     EXPECT_EQ(state.bookmarks.at("main").remoteSyncState,
               RemoteSyncState{RemoteSyncState::UpToDate{"origin"}});
@@ -72,7 +66,6 @@ TEST_F(RepoStateLoad, StackedBookmarksOwnTheirCommitsAndStackOnEachOther) {
     ASSERT_EQ(ayBase.size(), 1U);
     EXPECT_EQ(ayBase[0].bookmarkNames, std::vector<std::string>{"bee"});
     EXPECT_FALSE(ayBase[0].isTrunk);
-    EXPECT_TRUE(state.baseAnchors("no-such-bookmark").empty());
 
     ASSERT_TRUE(state.workingCopy.has_value());
     EXPECT_EQ(state.workingCopy->enabledBookmarks, (std::vector<std::string>{"ay", "bee"}));
@@ -86,10 +79,6 @@ TEST_F(RepoStateLoad, StackedBookmarksOwnTheirCommitsAndStackOnEachOther) {
     EXPECT_EQ(state.orphanWIPs.front().changeID, repo.id("A1"));  // newest first
     EXPECT_TRUE(state.oneOffLanes().empty());
     EXPECT_TRUE(state.behindTrunkCommitIDs.empty());
-    for (const auto& mine : {"A1", "B1", "B2"}) {
-        EXPECT_TRUE(state.mineChangeIDs.contains(repo.id(mine)));
-    }
-    EXPECT_EQ(JJClient(repo.root()).upstreamCommitCount(), 0);
 
     // The repository path need not be spelled exactly as jj spells the root.
     EXPECT_EQ(load({}, repo.root() + "/").selectedWorkspaceName, state.selectedWorkspaceName);
@@ -261,13 +250,10 @@ TEST_F(RepoStateLoad, WorkspaceOnACompositionPointWithAPartialAttachment) {
     EXPECT_EQ(mine.composition.attachments[1].bookmarkNames, std::vector<std::string>{"why"});
     EXPECT_EQ(mine.bookmarkRoles.at("ex"), BookmarkInclusionRole::partial(id("X1")));
     EXPECT_EQ(mine.bookmarkRoles.at("why"), BookmarkInclusionRole::directParent());
-    EXPECT_EQ(mine.bookmarkRoles.at("main"), BookmarkInclusionRole::inherited(std::nullopt));
     EXPECT_EQ(state.boardEnabledBookmarkNames(), (std::set<std::string>{"ex", "main", "why"}));
-    EXPECT_FALSE(hasOrphan(state, composition));
 
     const WorkspaceState& second = state.workspaces.at("second");
     EXPECT_TRUE(second.composition.isDirect());
-    EXPECT_EQ(second.bookmarkRoles.at("ex"), BookmarkInclusionRole::absent());
     EXPECT_EQ(state.inclusionRole("why", "second"), BookmarkInclusionRole::absent());
     EXPECT_EQ(state.inclusionRole("main", "second"),
               BookmarkInclusionRole::inherited(std::nullopt));
@@ -303,7 +289,6 @@ TEST_F(RepoStateLoad, LegacyApexSharedByTwoWorkspaces) {
         EXPECT_EQ(workspace.bookmarkRoles.at("ay"), BookmarkInclusionRole::inherited(std::nullopt));
     }
     EXPECT_EQ(state.boardEnabledBookmarkNames(), (std::set<std::string>{"ay", "main"}));
-    EXPECT_FALSE(hasOrphan(state, apex));
     EXPECT_EQ(JJClient(repo.root()).findApexChangeID(), std::optional<std::string>(apex));
 }
 
