@@ -31,7 +31,11 @@ TEST(CommandDispatch, RowsThatRefuseOrOnlyTouchSettingsStartNoJJ) {
     TestRepo repo;
     repo.draw(R"(A <- root "one" a=1 [feature])");
     const auto session = RepoSession::open(repo.root());
-    session->refreshSnapshot();
+    // Before any read there is nothing to reuse: the first settings row reads.
+    const auto first = session->execute(RepoCommand::ToggleTag{"review", "feature"});
+    EXPECT_EQ(first.refreshedSnapshot()->lanesByBookmark.at("feature").tags,
+              std::vector<std::string>{"review"});
+    EXPECT_EQ(session->snapshotReadGeneration(), 1U);
 
     LogCapture log;
     for (const auto& [command, expected] : std::vector<std::pair<RepoCommand, std::string>>{
@@ -42,7 +46,6 @@ TEST(CommandDispatch, RowsThatRefuseOrOnlyTouchSettingsStartNoJJ) {
         EXPECT_EQ(toast(*session, command), expected);
     }
 
-    session->execute(RepoCommand::ToggleTag{"review", "feature"});
     session->execute(RepoCommand::ToggleTag{"urgent", "feature"});
     session->execute(RepoCommand::ToggleTag{"review", "feature"});
     session->execute(RepoCommand::TogglePinned{"feature"});
@@ -75,8 +78,12 @@ TEST(CommandDispatch, RowsThatRefuseOrOnlyTouchSettingsStartNoJJ) {
     EXPECT_EQ(result.refreshedSnapshot()->lanesByBookmark.at("feature").routingRules,
               std::vector<FileRoutingRule>{tests});
 
+    // The cached state served every row, and the last snapshot went out.
     EXPECT_FALSE(log.contains("START")) << log.text();
     EXPECT_EQ(session->snapshotReadGeneration(), 1U);
+    EXPECT_EQ(result.refreshedSnapshot()->repoState, first.refreshedSnapshot()->repoState);
+    EXPECT_EQ(session->lastSnapshot(), result.refreshedSnapshot());
+    EXPECT_EQ(session->snapshots().next(), result.refreshedSnapshot());
 }
 
 TEST(CommandDispatch, DirectRowsChangeTheRepositoryAndSayWhatTheyDid) {

@@ -1,6 +1,7 @@
 // The session's rules on real repositories: which read wins the cache, the
-// debounce, degraded secondary facts, the keep-newest stream, the cached
-// path for settings-only changes, and the weak hold of its threads.
+// debounce, degraded secondary facts, the keep-newest stream, and the weak
+// hold of its threads. The cached path of settings-only changes is checked
+// through the dispatch.
 
 #include "feature/session/RepoSession.h"
 
@@ -11,7 +12,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/LogCapture.h"
 #include "support/ManualSessionClock.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TestRepo.h"
@@ -20,7 +20,6 @@
 namespace vorda {
 namespace {
 
-using testing::LogCapture;
 using testing::ManualSessionClock;
 using testing::ScopedEnvironment;
 using testing::TestRepo;
@@ -146,35 +145,6 @@ TEST(RepoSession, ALaggingConsumerSeesOnlyTheNewestSnapshot) {
     stream.finish();
     stream.yield(a);  // ignored once finished
     EXPECT_FALSE(stream.next().has_value());
-}
-
-TEST(RepoSession, SettingsOnlyChangesUseTheCachedStateWithoutAnyProcess) {
-    TestRepo repo;
-    repo.bookmark("feature", repo.commit("one", {{"a", "1"}}));
-    const auto session = RepoSession::make(repo.root(), collaboratorsFor(repo.root()));
-
-    // Before any read there is nothing to reuse: a full read.
-    const auto first = session->producingFromCachedState([&] {
-        BookmarkSettings settings;
-        settings.tags = {"first"};
-        session->settingsStore().set(settings, "feature");
-    });
-    EXPECT_EQ(session->snapshotReadGeneration(), 1U);
-    EXPECT_EQ(first->lanesByBookmark.at("feature").tags, std::vector<std::string>{"first"});
-
-    LogCapture log;
-    const auto cached = session->producingFromCachedState([&] {
-        auto settings = session->settingsStore().settings("feature").value();
-        settings.pinned = true;
-        session->settingsStore().set(settings, "feature");
-    });
-    EXPECT_FALSE(log.contains("START"));
-    EXPECT_EQ(session->snapshotReadGeneration(), 1U);
-    EXPECT_TRUE(cached->lanesByBookmark.at("feature").isPinned);
-    EXPECT_TRUE(cached->settingsByName.at("feature").pinned);
-    EXPECT_EQ(cached->repoState.commits.size(), first->repoState.commits.size());
-    EXPECT_EQ(session->lastSnapshot(), cached);
-    EXPECT_EQ(session->snapshots().next(), cached);
 }
 
 TEST(RepoSession, WatchingRefreshesAfterAChangeFromTheCommandLineAndLetsTheSessionGo) {
