@@ -141,10 +141,7 @@ TEST_F(PRCacheStoreTest, UndecodablePullRequestDataReadsAsAbsent) {
 
 TEST_F(PRCacheStoreTest, WhatCannotBeADatabaseThrowsAClearError) {
     fs::create_directories(cacheFile().parent_path());
-    std::string garbage;
-    for (int index = 0; index < 4096; ++index) {
-        garbage.push_back(static_cast<char>((index * 7919 + 13) % 256));
-    }
+    const std::string garbage(4096, '\xA5');
     std::ofstream(cacheFile(), std::ios::binary) << garbage;
     try {
         PRCacheStore store(root());
