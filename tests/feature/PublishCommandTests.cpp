@@ -88,7 +88,7 @@ TEST_F(PublishCommands, PushAsksBeforeForcingAndRecordsWhatItPushed) {
               (RemoteSyncState{RemoteSyncState::UpToDate{"origin"}}));
 }
 
-TEST_F(PublishCommands, SyncPushesOnlyEnabledBookmarksThatAreAheadInNameOrder) {
+TEST_F(PublishCommands, SyncPushesOnlyEnabledBookmarksThatAreAheadAndAdvanceTrunkOnlyABehindOne) {
     // aside is ahead but not in the working copy; fresh is in it but was
     // never pushed.
     repo.draw(R"(
@@ -119,10 +119,8 @@ TEST_F(PublishCommands, SyncPushesOnlyEnabledBookmarksThatAreAheadInNameOrder) {
     EXPECT_EQ(toast(RepoCommand::Sync{}), "Fetch complete · nothing to push");
     // The last snapshot went out on the stream.
     EXPECT_TRUE(session->snapshots().next());
-}
 
-TEST_F(PublishCommands, AdvanceTrunkFastForwardsABehindTrunkOnly) {
-    session->refreshSnapshot();
+    // Advancing trunk fast-forwards a trunk that is behind, and only then.
     EXPECT_EQ(toast(RepoCommand::AdvanceTrunk{}), "main already up to date");
     repo.advanceOrigin("main", "upstream", {{"README", "upstream\n"}});
     repo.fetch();
