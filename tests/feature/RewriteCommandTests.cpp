@@ -17,17 +17,6 @@ namespace {
 
 using testing::TestRepo;
 
-/// A bookmark `feat` with one commit on a trunk that has since moved on.
-void drawStackBehindTrunk(TestRepo& repo) {
-    repo.draw(R"(
-        origin
-        B <- root "base" README=base
-        T <- B "upstream work" upstream.txt=up [main]
-        push main
-        F <- B "feature work" feature.txt=feature [feat]
-    )");
-}
-
 template <typename Case>
 const Case& resultCase(const RepoCommandResult& result) {
     const auto* found = std::get_if<Case>(&result.value);
@@ -38,8 +27,16 @@ const Case& resultCase(const RepoCommandResult& result) {
 }
 
 TEST(RewriteCommands, APlanSentAsTextIsExecutedByALaterCommandAndLeavesItsReceipt) {
+    // Two bookmarks with one commit each on a trunk that has since moved on.
     TestRepo repo;
-    drawStackBehindTrunk(repo);
+    repo.draw(R"(
+        origin
+        B <- root "base" README=base
+        T <- B "upstream work" upstream.txt=up [main]
+        push main
+        F <- B "feature work" feature.txt=feature [feat]
+        G <- B "other work" other.txt=other [other]
+    )");
     const auto session = RepoSession::open(repo.root());
     session->refreshSnapshot();
     const auto readsBefore = session->snapshotReadGeneration();
@@ -77,27 +74,27 @@ TEST(RewriteCommands, APlanSentAsTextIsExecutedByALaterCommandAndLeavesItsReceip
     // A stale plan is refused as a thrown error: nothing has been saved.
     EXPECT_THROW(session->execute(RepoCommand::ExecuteLocalStackUpdate{plan}), JJError);
     EXPECT_EQ(session->loadUpdateReceipts().records.size(), 1U);
-}
 
-TEST(RewriteCommands, AFailedReadAfterACompletedRewriteStillReportsTheReceipt) {
-    TestRepo repo;
-    drawStackBehindTrunk(repo);
-    const auto session = RepoSession::open(repo.root());
-    const auto planned = session->execute(RepoCommand::PlanLocalStackUpdate{{"feat"}, {}});
-    const auto plan = resultCase<RepoCommandResult::LocalStackUpdatePlan>(planned).plan;
-    const auto readsBefore = session->snapshotReadGeneration();
-
-    // Every read pinned to an operation works; the session's own refresh,
-    // which lists the workspaces as they are now, fails.
+    // Every read pinned to an operation works; the session's own refresh
+    // after the rewrite, which lists the workspaces as they are now, fails.
+    // The completed rewrite is reported all the same.
+    const auto other = resultCase<RepoCommandResult::LocalStackUpdatePlan>(
+                           session->execute(RepoCommand::PlanLocalStackUpdate{{"other"}, {}}))
+                           .plan;
+    const auto readsBeforeFailure = session->snapshotReadGeneration();
+    const auto otherBefore = repo.commitID("other");
     const testing::FailingJJScope failing("workspace", /*unpinnedOnly=*/true);
-    RepoCommandResult executed = RepoCommandResult::toast("not run");
-    ASSERT_NO_THROW(executed = session->execute(RepoCommand::ExecuteLocalStackUpdate{plan}));
-    const auto& receipt =
-        resultCase<RepoCommandResult::LocalStackUpdateCompleted>(executed).receipt;
-    EXPECT_TRUE(receipt.succeeded()) << encodeResult(executed).dump();
-    EXPECT_EQ(repo.parents("F"), std::vector<std::string>{"T"});
-    // The read started and failed; nothing replaced the cached snapshot.
-    EXPECT_EQ(session->snapshotReadGeneration(), readsBefore + 1);
+    RepoCommandResult completed = RepoCommandResult::toast("not run");
+    ASSERT_NO_THROW(completed = session->execute(RepoCommand::ExecuteLocalStackUpdate{other}));
+    EXPECT_TRUE(
+        resultCase<RepoCommandResult::LocalStackUpdateCompleted>(completed).receipt.succeeded())
+        << encodeResult(completed).dump();
+    EXPECT_EQ(repo.parents("G"), std::vector<std::string>{"T"});
+    // The read started and failed; nothing replaced the cached snapshot,
+    // which still has the bookmark where it was.
+    EXPECT_EQ(session->snapshotReadGeneration(), readsBeforeFailure + 1);
+    EXPECT_EQ(session->lastSnapshot()->repoState.bookmarks.at("other").commitIDs,
+              std::vector<std::string>{otherBefore});
 }
 
 TEST(RewriteCommands, AnAppendThroughTheSessionIsInspectedFromItsRecord) {
