@@ -25,3 +25,17 @@ if grep -rlE '#\s*include\s*"feature/' src/jjkit >/dev/null 2>&1; then
   exit 1
 fi
 echo "check: layering ok"
+
+# Test volume, counted as the house counts it (non-blank, non-comment lines):
+# tests against code should stay about a quarter to a third.
+count_lines() {
+  git ls-files -- "$@" | grep -E '\.(cpp|cc|h|hpp|py|sh|ts|tsx|js|mjs|css|html)$' |
+    grep -vE '(^|/)(node_modules|dist|vendor|third_party|generated)/' |
+    while IFS= read -r f; do [[ -f $f ]] && cat -- "$f"; done |
+    grep -cvE '^\s*$|^\s*(//|/\*|\*|#)'
+}
+test_lines=$(count_lines tests)
+code_lines=$(count_lines src web)
+echo "check: tests $test_lines lines against code $code_lines lines:" \
+  "$(awk -v t="$test_lines" -v c="$code_lines" 'BEGIN { printf "%.2f", t / c }')" \
+  "(the house rule: about 0.25 to 0.33)"
