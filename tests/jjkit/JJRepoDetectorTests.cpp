@@ -74,8 +74,8 @@ TEST(JJRepoDetector, PointersAreReadRelativeToTheirFolderAndUnknownStoresRefused
             writeText(workspace / ".jj" / "repo", *pointer);
         }
         std::string found;
-        const std::string refused =
-            testing::refusal([&] { found = JJRepoDetector::sharedRepositoryPath(workspace.string()); });
+        const std::string refused = testing::refusal(
+            [&] { found = JJRepoDetector::sharedRepositoryPath(workspace.string()); });
         EXPECT_EQ(refused == "no refusal" ? found : refused, expected) << index;
     }
     // A store folder without jj's layout is not trusted either.
