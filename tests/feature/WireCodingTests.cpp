@@ -495,13 +495,6 @@ TEST(WireModel, EveryValueOfAPlainEnumerationAndEveryRecordComesBackAsItself) {
 }
 
 TEST(WireModel, CommandsResultsAndRecordsHaveTheirExactJSON) {
-    JJCommit commit;
-    commit.commitID = "c";
-    commit.changeID = "k";
-    commit.workingCopy = true;
-    commit.localBookmarks = {{"feature", std::nullopt, {"c"}, std::nullopt}};
-    commit.remoteBookmarks = {{"feature", "origin", {"c"}, std::vector<std::string>{}}};
-    commit.changedFiles = {{"a.txt", "M", 3, std::nullopt}};
     using C = RepoCommand;
     using R = RepoCommandResult;
     const std::vector<std::pair<json, std::string>> cases = {
@@ -557,13 +550,11 @@ TEST(WireModel, CommandsResultsAndRecordsHaveTheirExactJSON) {
         {wireEncode(std::vector<WorkspaceComposition::Kind>{
              WorkspaceComposition::Direct{}, WorkspaceComposition::LegacyShared{"k", "c"}}),
          R"([{"direct":{}},{"legacyShared":{"changeID":"k","commitID":"c"}}])"},
-        {wireEncode(commit), R"({"commitID":"c","changeID":"k","parents":[],"description":"",
-             "author":{"name":"","email":"","timestamp":""},
-             "committer":{"name":"","email":"","timestamp":""},"conflict":false,"empty":false,
-             "immutable":false,"localBookmarks":[{"name":"feature","target":["c"]}],
-             "remoteBookmarks":[{"name":"feature","remote":"origin","target":["c"],
-             "trackingTarget":[]}],"workingCopy":true,
-             "changedFiles":[{"path":"a.txt","status":"M","linesAdded":3}]})"},
+        // An absent optional is left out; a present empty one is kept.
+        {wireEncode(std::vector<JJCommitRef>{{"f", std::nullopt, {"c"}, std::nullopt},
+                                             {"f", "origin", {"c"}, std::vector<std::string>{}}}),
+         R"([{"name":"f","target":["c"]},
+             {"name":"f","remote":"origin","target":["c"],"trackingTarget":[]}])"},
     };
     for (const auto& [encoded, expected] : cases) {
         EXPECT_EQ(encoded, json::parse(expected));
