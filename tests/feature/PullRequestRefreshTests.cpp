@@ -89,7 +89,7 @@ TEST_F(PullRequestRefreshTest, WithoutCacheEveryTrackedBookmarkOrOnlyTheNamedOne
               (PRs{{"gamma", pr(3, "Gamma")}}));
     EXPECT_EQ(gh.askedBranches(), (Names{"alpha", "beta", "gamma", "gamma", "main"}));
     // The numbers were stored by the first refresh; the second changed none.
-    EXPECT_EQ(settings.settings("gamma")->cachedPRNumber, 3);
+    EXPECT_EQ(settings.settings("gamma").value_or(BookmarkSettings{}).cachedPRNumber, 3);
 }
 
 TEST_F(PullRequestRefreshTest, CachedAnswersForTheSameTipStandAndOnlyMovedTipsAreAsked) {
