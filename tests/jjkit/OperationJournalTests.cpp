@@ -247,10 +247,16 @@ JJClient::PersistRecord<Plan> saving(const Save& save) {
     };
 }
 
+/// A plan: its execution, and the command that it runs first.
+struct Planned {
+    Execution run;
+    std::vector<std::string> command;
+};
+
 struct Flow {
     std::string name;
     /// Plans the flow's request with `client`.
-    std::function<Execution(const JJClient&, const TestRepo&)> plan;
+    std::function<Planned(const JJClient&, const TestRepo&)> plan;
     std::string foreign, expired, scopeChanged, changedWhileSaving, finalSaveFailed;
     /// Commits that, made trunk(), change the plan without moving the
     /// operation: one the plan comes out different with, one it is refused with.
@@ -272,11 +278,14 @@ std::string shortID(const TestRepo& repo, const std::string& name) {
 const Flow flows[] = {
     {
         "LocalStackUpdate",
-        [](const JJClient& client, const TestRepo&) -> Execution {
-            return [plan = client.planLocalStackUpdate({"feat"}, {})](
-                       const JJClient& by, const Save& save, const std::stop_token& stop) {
-                return by.executeLocalStackUpdate(plan, saving<LocalStackUpdatePlan>(save), stop);
-            };
+        [](const JJClient& client, const TestRepo&) {
+            const auto plan = client.planLocalStackUpdate({"feat"}, {});
+            return Planned{
+                [plan](const JJClient& by, const Save& save, const std::stop_token& stop) {
+                    return by.executeLocalStackUpdate(plan, saving<LocalStackUpdatePlan>(save),
+                                                      stop);
+                },
+                plan.commandArguments()};
         },
         "This preview belongs to another repository or workspace.",
         "Preview expired because the repository or working copy changed. Generate a fresh "
@@ -296,12 +305,15 @@ const Flow flows[] = {
     },
     {
         "FeatureInsertion",
-        [](const JJClient& client, const TestRepo& repo) -> Execution {
-            return [plan = client.planFeatureInsertion({repo.id("W1"), repo.id("W2")},
-                                                       repo.id("F1"), "feat")](
-                       const JJClient& by, const Save& save, const std::stop_token& stop) {
-                return by.executeFeatureInsertion(plan, saving<FeatureInsertionPlan>(save), stop);
-            };
+        [](const JJClient& client, const TestRepo& repo) {
+            const auto plan =
+                client.planFeatureInsertion({repo.id("W1"), repo.id("W2")}, repo.id("F1"), "feat");
+            return Planned{
+                [plan](const JJClient& by, const Save& save, const std::stop_token& stop) {
+                    return by.executeFeatureInsertion(plan, saving<FeatureInsertionPlan>(save),
+                                                      stop);
+                },
+                plan.commandArguments()};
         },
         "This routing preview belongs to another repository or workspace.",
         "Routing preview expired. Refresh and preview again before moving work.",
@@ -323,14 +335,16 @@ const Flow flows[] = {
     },
     {
         "FeatureAppend",
-        [](const JJClient& client, const TestRepo& repo) -> Execution {
-            return [plan = client.planFeatureAppend({repo.id("W2"), repo.id("W1")}, "feat")](
-                       const JJClient& by, const Save& save, const std::stop_token& stop) {
-                return by
-                    .executeFeatureAppend(
-                        plan, saving<FeatureAppendPlan>(save), [] {}, stop)
-                    .receipt.value();
-            };
+        [](const JJClient& client, const TestRepo& repo) {
+            const auto plan = client.planFeatureAppend({repo.id("W2"), repo.id("W1")}, "feat");
+            return Planned{
+                [plan](const JJClient& by, const Save& save, const std::stop_token& stop) {
+                    return by
+                        .executeFeatureAppend(
+                            plan, saving<FeatureAppendPlan>(save), [] {}, stop)
+                        .receipt.value();
+                },
+                plan.topology.commandArguments()};
         },
         "This append preview belongs to another repository or workspace.",
         "Append preview expired. Generate a fresh preview.",
@@ -387,13 +401,13 @@ TEST_P(PlannedFlowShape, StaleForeignAndCancelledPreviewsRunNothingAndSaveNothin
         [&] { repo.writeFile("edited.txt", "edited after the preview\n"); },
     };
     for (const auto& change : changes) {
-        const auto run = flow.plan(client, repo);
+        const auto run = flow.plan(client, repo).run;
         change();
         refused(run, flow.expired, client);
     }
 
     // Another workspace of the same repository, and another repository.
-    auto run = flow.plan(client, repo);
+    auto run = flow.plan(client, repo).run;
     refused(run, flow.foreign, JJClient(repo.addWorkspace("second", repo.id("B"))));
     const TestRepo elsewhere;
     refused(run, flow.foreign, JJClient(elsewhere.root()));
@@ -401,7 +415,7 @@ TEST_P(PlannedFlowShape, StaleForeignAndCancelledPreviewsRunNothingAndSaveNothin
     // Another trunk() moves no operation; planning again sees it.
     for (const auto& trunk : flow.otherTrunks) {
         SCOPED_TRACE("trunk() is " + trunk);
-        run = flow.plan(client, repo);
+        run = flow.plan(client, repo).run;
         const auto operations = repo.operationCount();
         const std::string alias = "revset-aliases.\"trunk()\"";
         repo.jj(
@@ -411,7 +425,7 @@ TEST_P(PlannedFlowShape, StaleForeignAndCancelledPreviewsRunNothingAndSaveNothin
         repo.jj({"config", "unset", "--repo", alias});
     }
 
-    run = flow.plan(client, repo);
+    run = flow.plan(client, repo).run;
     std::stop_source stop;
     stop.request_stop();
     EXPECT_THROW(run(client, counted, stop.get_token()), CancellationError);
@@ -456,19 +470,19 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
     };
 
     // jj's rebase fails: its description is the command error, nothing moved.
-    auto run = flow.plan(client, repo);
-    const auto planned = repo.currentOperationID();
+    const auto planned = flow.plan(client, repo);
+    const auto operation = repo.currentOperationID();
     LocalStackUpdateReceipt receipt;
     {
         const testing::FailingJJScope failing("rebase");
-        receipt = run(client, recorded, {});
+        receipt = planned.run(client, recorded, {});
     }
-    ASSERT_TRUE(receipt.commandError.has_value());
-    EXPECT_EQ(receipt.commandError->rfind("jj rebase ", 0), 0U) << *receipt.commandError;
-    EXPECT_NE(receipt.commandError->find("injected failure"), std::string::npos);
-    EXPECT_EQ(receipt.beforeOperationID, planned);
-    EXPECT_EQ(receipt.afterOperationID, planned);
-    EXPECT_EQ(repo.currentOperationID(), planned);
+    EXPECT_EQ(receipt.commandError,
+              JJError(JJError::CommandFailed{planned.command, 1, "injected failure\n"})
+                  .errorDescription());
+    EXPECT_EQ(receipt.beforeOperationID, operation);
+    EXPECT_EQ(receipt.afterOperationID, operation);
+    EXPECT_EQ(repo.currentOperationID(), operation);
     EXPECT_EQ(shape(), original);
     ASSERT_GE(saved.size(), 2U);
     EXPECT_FALSE(saved.front());
@@ -476,7 +490,7 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
 
     // Somebody works on the command line while the first receipt is written:
     // the bookmark goes back, W2 is dropped, the working copy moves away.
-    run = flow.plan(client, repo);
+    const auto run = flow.plan(client, repo).run;
     const auto oldWorkingCopy = repo.changeID("@");
     saved.clear();
     receipt =
