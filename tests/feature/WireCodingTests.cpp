@@ -467,22 +467,42 @@ TEST(WireCommands, EveryCaseRoundTripsWithEveryMemberAndNoJSONValueMakesDecoding
 }
 
 TEST(WireModel, EveryValueOfAPlainEnumerationAndEveryRecordComesBackAsItself) {
+    // Each value has its case name on the wire and comes back as itself.
+    const auto exactly = [](const auto& cases) {
+        for (const auto& [value, name] : cases) {
+            using T = std::remove_cvref_t<decltype(value)>;
+            EXPECT_EQ(wireEncode(value), json(name));
+            EXPECT_EQ(wireDecode<T>(JsonReader(wireEncode(value))), value);
+        }
+    };
+    using Role = CompositionAttachment::Role;
+    using State = GitHubPR::State;
+    using Decision = GitHubPR::ReviewDecision;
+    exactly(std::vector<std::pair<Role, std::string>>{
+        {Role::currentTrunk, "currentTrunk"},
+        {Role::mutableStack, "mutableStack"},
+        {Role::protectedDependency, "protectedDependency"},
+        {Role::unresolved, "unresolved"}});
+    exactly(std::vector<std::pair<State, std::string>>{{State::open, "open"},
+                                                       {State::closed, "closed"},
+                                                       {State::merged, "merged"},
+                                                       {State::unknown, "unknown"}});
+    exactly(std::vector<std::pair<Decision, std::string>>{
+        {Decision::approved, "approved"},
+        {Decision::changesRequested, "changesRequested"},
+        {Decision::reviewRequired, "reviewRequired"}});
+    exactly(
+        std::vector<std::pair<DiffLine::Kind, std::string>>{{DiffLine::Kind::context, "context"},
+                                                            {DiffLine::Kind::added, "added"},
+                                                            {DiffLine::Kind::removed, "removed"}});
+    exactly(std::vector<std::pair<UpdateStrategy, std::string>>{
+        {UpdateStrategy::rebase, "rebase"}, {UpdateStrategy::mergeIn, "mergeIn"}});
     const auto roundTrip = [](const auto& values) {
         for (const auto& value : values) {
             using T = std::remove_cvref_t<decltype(value)>;
             EXPECT_EQ(wireDecode<T>(JsonReader(wireEncode(value))), value);
         }
     };
-    using Role = CompositionAttachment::Role;
-    roundTrip(std::vector{Role::currentTrunk, Role::mutableStack, Role::protectedDependency,
-                          Role::unresolved});
-    roundTrip(std::vector{GitHubPR::State::open, GitHubPR::State::closed, GitHubPR::State::merged,
-                          GitHubPR::State::unknown});
-    roundTrip(std::vector{GitHubPR::ReviewDecision::approved,
-                          GitHubPR::ReviewDecision::changesRequested,
-                          GitHubPR::ReviewDecision::reviewRequired});
-    roundTrip(std::vector{DiffLine::Kind::context, DiffLine::Kind::added, DiffLine::Kind::removed});
-    roundTrip(std::vector{UpdateStrategy::rebase, UpdateStrategy::mergeIn});
     roundTrip(std::vector{sampleApex()});
 
     RebaseConflictReview review;
@@ -559,6 +579,19 @@ TEST(WireModel, CommandsResultsAndRecordsHaveTheirExactJSON) {
     for (const auto& [encoded, expected] : cases) {
         EXPECT_EQ(encoded, json::parse(expected));
     }
+    // A commit's and an operation's field names.
+    JJCommit commit;
+    commit.commitID = "c";
+    commit.changeID = "k";
+    commit.workingCopy = true;
+    commit.changedFiles = {{"a.txt", "M", 3, std::nullopt}};
+    EXPECT_EQ(wireEncode(commit), json::parse(R"({"commitID":"c","changeID":"k","parents":[],
+        "description":"","author":{"name":"","email":"","timestamp":""},
+        "committer":{"name":"","email":"","timestamp":""},"conflict":false,"empty":false,
+        "immutable":false,"localBookmarks":[],"remoteBookmarks":[],
+        "workingCopy":true,"changedFiles":[{"path":"a.txt","status":"M","linesAdded":3}]})"));
+    EXPECT_EQ(wireEncode(JJOp{"op", "describe", "now"}),
+              json::parse(R"({"opID":"op","description":"describe","startTime":"now"})"));
     // Apex parents keep their stored form on the wire.
     for (const ApexParent& parent : sampleApex().parents) {
         EXPECT_EQ(wireEncode(parent), parent.toJSON());
