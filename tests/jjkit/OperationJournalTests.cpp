@@ -18,7 +18,6 @@
 #include "jjkit/support/Cancellation.h"
 #include "jjkit/support/Uuid.h"
 #include "support/Refusal.h"
-#include "support/RewriteTestData.h"
 #include "support/TestRepo.h"
 #include "support/TestTools.h"
 
@@ -251,7 +250,16 @@ JJClient::PersistRecord<Plan> saving(const Save& save) {
 struct Planned {
     Execution run;
     std::vector<std::string> command;
+    std::vector<std::string> affected;  // change IDs, in plan order
 };
+
+std::vector<std::string> changeIDs(const std::vector<JJCommit>& commits) {
+    std::vector<std::string> ids;
+    for (const auto& commit : commits) {
+        ids.push_back(commit.changeID);
+    }
+    return ids;
+}
 
 struct Flow {
     std::string name;
@@ -262,17 +270,16 @@ struct Flow {
     /// operation: one the plan comes out different with, one it is refused with.
     std::vector<std::string> otherTrunks;
     /// The verification findings after the repository was changed during
-    /// the first save; `oldWorkingCopy` is the change the default workspace left.
-    std::function<std::vector<std::string>(const TestRepo&, const std::string& oldWorkingCopy)>
+    /// the first save, in order; `affected` are the plan's affected changes,
+    /// `oldWorkingCopy` the change the default workspace left.
+    std::function<std::vector<std::string>(const TestRepo&,
+                                           const std::vector<std::string>& affected,
+                                           const std::string& oldWorkingCopy)>
         findingsAfterInterference;
 };
 
 void PrintTo(const Flow& flow, std::ostream* out) {
     *out << flow.name;
-}
-
-std::string shortID(const TestRepo& repo, const std::string& name) {
-    return repo.id(name).substr(0, 12);
 }
 
 const Flow flows[] = {
@@ -285,7 +292,7 @@ const Flow flows[] = {
                     return by.executeLocalStackUpdate(plan, saving<LocalStackUpdatePlan>(save),
                                                       stop);
                 },
-                plan.commandArguments()};
+                plan.commandArguments(), changeIDs(plan.affectedCommits)};
         },
         "This preview belongs to another repository or workspace.",
         "Preview expired because the repository or working copy changed. Generate a fresh "
@@ -294,13 +301,22 @@ const Flow flows[] = {
         "Repository changed while saving the receipt; no rebase was attempted.",
         "Could not save final receipt: disk full. Inspect the operation log before retrying.",
         {"B", "F2"},
-        [](const TestRepo& repo, const std::string& oldWorkingCopy) {
-            return std::vector<std::string>{
-                "Unexpected parents on " + shortID(repo, "F1"),
-                "A bookmark no longer follows " + shortID(repo, "F2"),
-                "Missing or divergent rewritten change " + shortID(repo, "W2"),
-                "Missing or divergent rewritten change " + oldWorkingCopy.substr(0, 12),
-                "Working-copy identity changed in default"};
+        // Each affected change in plan order, then the workspaces.
+        [](const TestRepo& repo, const std::vector<std::string>& affected,
+           const std::string& oldWorkingCopy) {
+            std::vector<std::string> findings;
+            for (const auto& change : affected) {
+                const auto shortened = change.substr(0, 12);
+                if (change == repo.id("W2") || change == oldWorkingCopy) {
+                    findings.push_back("Missing or divergent rewritten change " + shortened);
+                } else if (change == repo.id("F1")) {
+                    findings.push_back("Unexpected parents on " + shortened);
+                } else if (change == repo.id("F2")) {
+                    findings.push_back("A bookmark no longer follows " + shortened);
+                }
+            }
+            findings.emplace_back("Working-copy identity changed in default");
+            return findings;
         },
     },
     {
@@ -313,7 +329,7 @@ const Flow flows[] = {
                     return by.executeFeatureInsertion(plan, saving<FeatureInsertionPlan>(save),
                                                       stop);
                 },
-                plan.commandArguments()};
+                plan.commandArguments(), changeIDs(plan.affected)};
         },
         "This routing preview belongs to another repository or workspace.",
         "Routing preview expired. Refresh and preview again before moving work.",
@@ -322,15 +338,28 @@ const Flow flows[] = {
         "Could not save final routing receipt: disk full. Inspect the operation log before "
         "retrying.",
         {"F1", "F2"},
-        [](const TestRepo& repo, const std::string& oldWorkingCopy) {
-            return std::vector<std::string>{
-                "Unexpected parents on " + shortID(repo, "W1"),
-                "Missing or divergent routed change " + shortID(repo, "W2"),
-                "Missing or divergent routed change " + oldWorkingCopy.substr(0, 12),
-                "Unexpected parents on " + shortID(repo, "F2"),
-                "Bookmark feat no longer uniquely follows " + shortID(repo, "F2"),
-                "The feature bookmark no longer uniquely follows its original tip.",
-                "Working-copy identity changed in default"};
+        // The missing changes in plan order, then parents and bookmarks in
+        // plan order, then the feature bookmark and the workspaces.
+        [](const TestRepo& repo, const std::vector<std::string>& affected,
+           const std::string& oldWorkingCopy) {
+            std::vector<std::string> missing;
+            std::vector<std::string> moved;
+            for (const auto& change : affected) {
+                const auto shortened = change.substr(0, 12);
+                if (change == repo.id("W2") || change == oldWorkingCopy) {
+                    missing.push_back("Missing or divergent routed change " + shortened);
+                } else if (change == repo.id("W1") || change == repo.id("F2")) {
+                    moved.push_back("Unexpected parents on " + shortened);
+                }
+                if (change == repo.id("F2")) {
+                    moved.push_back("Bookmark feat no longer uniquely follows " + shortened);
+                }
+            }
+            missing.insert(missing.end(), moved.begin(), moved.end());
+            missing.emplace_back(
+                "The feature bookmark no longer uniquely follows its original tip.");
+            missing.emplace_back("Working-copy identity changed in default");
+            return missing;
         },
     },
     {
@@ -344,7 +373,7 @@ const Flow flows[] = {
                             plan, saving<FeatureAppendPlan>(save), [] {}, stop)
                         .receipt.value();
                 },
-                plan.topology.commandArguments()};
+                plan.topology.commandArguments(), changeIDs(plan.topology.affected)};
         },
         "This append preview belongs to another repository or workspace.",
         "Append preview expired. Generate a fresh preview.",
@@ -353,7 +382,7 @@ const Flow flows[] = {
         "Could not save final append receipt: disk full. Inspect the operation log before "
         "retrying.",
         {"F2", "W1"},
-        [](const TestRepo&, const std::string&) {
+        [](const TestRepo&, const std::vector<std::string>&, const std::string&) {
             return std::vector<std::string>{
                 "Repository changed after the last recorded step; inspect intervening "
                 "operations."};
@@ -490,24 +519,24 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
 
     // Somebody works on the command line while the first receipt is written:
     // the bookmark goes back, W2 is dropped, the working copy moves away.
-    const auto run = flow.plan(client, repo).run;
+    const auto interfered = flow.plan(client, repo);
     const auto oldWorkingCopy = repo.changeID("@");
     saved.clear();
-    receipt =
-        run(client,
-            [&](bool final) {
-                if (saved.empty()) {
-                    repo.jj({"bookmark", "set", "--allow-backwards", "-r", repo.id("F1"), "feat"});
-                    repo.jj({"abandon", repo.id("W2")});
-                    repo.jj({"new", repo.id("M")});
-                }
-                saved.push_back(final);
-            },
-            {});
+    receipt = interfered.run(
+        client,
+        [&](bool final) {
+            if (saved.empty()) {
+                repo.jj({"bookmark", "set", "--allow-backwards", "-r", repo.id("F1"), "feat"});
+                repo.jj({"abandon", repo.id("W2")});
+                repo.jj({"new", repo.id("M")});
+            }
+            saved.push_back(final);
+        },
+        {});
     EXPECT_EQ(receipt.commandError, flow.changedWhileSaving);
     EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
-    EXPECT_EQ(testing::sorted(receipt.verificationWarnings),
-              testing::sorted(flow.findingsAfterInterference(repo, oldWorkingCopy)));
+    EXPECT_EQ(receipt.verificationWarnings,
+              flow.findingsAfterInterference(repo, interfered.affected, oldWorkingCopy));
     EXPECT_EQ(shape(), "B M F1");
     EXPECT_TRUE(saved.back());
 }
