@@ -233,8 +233,9 @@ constexpr const char* flowPicture = R"(
     W2 <- W1 "w2" w2.txt=two
 )";
 
-/// Called at every save of a record, with whether it holds the final receipt.
-using Save = std::function<void(bool final)>;
+/// Called at every save of a record with its receipt, absent until the end.
+using Saved = std::optional<LocalStackUpdateReceipt>;
+using Save = std::function<void(const Saved&)>;
 /// A planned flow, executed through a client: its receipt.
 using Execution =
     std::function<LocalStackUpdateReceipt(const JJClient&, const Save&, const std::stop_token&)>;
@@ -242,7 +243,7 @@ using Execution =
 template <typename Plan>
 JJClient::PersistRecord<Plan> saving(const Save& save) {
     return [&save](const OperationRecord<Plan>& record) {
-        save(record.receipt.has_value());
+        save(record.receipt);
     };
 }
 
@@ -276,6 +277,10 @@ struct Flow {
                                            const std::vector<std::string>& affected,
                                            const std::string& oldWorkingCopy)>
         findingsAfterInterference;
+    /// The verification findings when the rebase failed and nothing moved.
+    std::function<std::vector<std::string>(const TestRepo&,
+                                           const std::vector<std::string>& affected)>
+        findingsAfterFailedCommand;
 };
 
 void PrintTo(const Flow& flow, std::ostream* out) {
@@ -317,6 +322,9 @@ const Flow flows[] = {
             }
             findings.emplace_back("Working-copy identity changed in default");
             return findings;
+        },
+        [](const TestRepo& repo, const std::vector<std::string>&) {
+            return std::vector<std::string>{"Unexpected parents on " + repo.id("F1").substr(0, 12)};
         },
     },
     {
@@ -361,6 +369,18 @@ const Flow flows[] = {
             missing.emplace_back("Working-copy identity changed in default");
             return missing;
         },
+        // The lowest selected change, the tip and the working copy above the
+        // selection are not where the plan puts them.
+        [](const TestRepo& repo, const std::vector<std::string>& affected) {
+            std::vector<std::string> findings;
+            for (const auto& change : affected) {
+                if (change == repo.id("W1") || change == repo.id("F2") ||
+                    change == repo.changeID("@")) {
+                    findings.push_back("Unexpected parents on " + change.substr(0, 12));
+                }
+            }
+            return findings;
+        },
     },
     {
         "FeatureAppend",
@@ -387,6 +407,8 @@ const Flow flows[] = {
                 "Repository changed after the last recorded step; inspect intervening "
                 "operations."};
         },
+        // Nothing moved, so nothing was verified.
+        [](const TestRepo&, const std::vector<std::string>&) { return std::vector<std::string>{}; },
     },
 };
 
@@ -410,7 +432,7 @@ TEST_P(PlannedFlowShape, StaleForeignAndCancelledPreviewsRunNothingAndSaveNothin
     const auto& flow = GetParam();
     ASSERT_EQ(shape(), original);
     int saves = 0;
-    const Save counted = [&](bool) {
+    const Save counted = [&](const Saved&) {
         ++saves;
     };
     const auto refused = [&](const Execution& run, const std::string& words, const JJClient& by) {
@@ -462,22 +484,26 @@ TEST_P(PlannedFlowShape, StaleForeignAndCancelledPreviewsRunNothingAndSaveNothin
 
     // Without the first receipt nothing runs: its failing save is thrown.
     const auto operations = repo.operationCount();
-    EXPECT_THROW(run(client,
-                     [&](bool) {
-                         ++saves;
-                         throw std::runtime_error("disk full");
-                     },
-                     {}),
-                 std::runtime_error);
+    try {
+        run(client,
+            [&](const Saved&) {
+                ++saves;
+                throw std::runtime_error("disk full");
+            },
+            {});
+        ADD_FAILURE() << "the failing first save was not thrown";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "disk full");
+    }
     EXPECT_EQ(saves, 1);
     EXPECT_EQ(repo.operationCount(), operations);
     EXPECT_EQ(shape(), original);
 
     // None of that spoiled the preview. Only the final save fails now: the
     // rewrite stands, the receipt says so and the stored record has none.
-    std::vector<bool> saved;
+    std::vector<Saved> saved;
     const auto receipt = run(client,
-                             [&](bool final) {
+                             [&](const Saved& final) {
                                  if (final) {
                                      throw std::runtime_error("disk full");
                                  }
@@ -493,8 +519,8 @@ TEST_P(PlannedFlowShape, StaleForeignAndCancelledPreviewsRunNothingAndSaveNothin
 
 TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
     const auto& flow = GetParam();
-    std::vector<bool> saved;
-    const Save recorded = [&](bool final) {
+    std::vector<Saved> saved;
+    const Save recorded = [&](const Saved& final) {
         saved.push_back(final);
     };
 
@@ -512,10 +538,12 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
     EXPECT_EQ(receipt.beforeOperationID, operation);
     EXPECT_EQ(receipt.afterOperationID, operation);
     EXPECT_EQ(repo.currentOperationID(), operation);
+    EXPECT_EQ(receipt.verificationWarnings,
+              flow.findingsAfterFailedCommand(repo, planned.affected));
     EXPECT_EQ(shape(), original);
     ASSERT_GE(saved.size(), 2U);
-    EXPECT_FALSE(saved.front());
-    EXPECT_TRUE(saved.back());
+    EXPECT_EQ(saved.front(), std::nullopt);
+    EXPECT_EQ(saved.back(), receipt);
 
     // Somebody works on the command line while the first receipt is written:
     // the bookmark goes back, W2 is dropped, the working copy moves away.
@@ -524,7 +552,7 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
     saved.clear();
     receipt = interfered.run(
         client,
-        [&](bool final) {
+        [&](const Saved& final) {
             if (saved.empty()) {
                 repo.jj({"bookmark", "set", "--allow-backwards", "-r", repo.id("F1"), "feat"});
                 repo.jj({"abandon", repo.id("W2")});
@@ -538,7 +566,7 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
     EXPECT_EQ(receipt.verificationWarnings,
               flow.findingsAfterInterference(repo, interfered.affected, oldWorkingCopy));
     EXPECT_EQ(shape(), "B M F1");
-    EXPECT_TRUE(saved.back());
+    EXPECT_EQ(saved.back(), receipt);
 }
 
 INSTANTIATE_TEST_SUITE_P(Flows, PlannedFlowShape, ::testing::ValuesIn(flows),
