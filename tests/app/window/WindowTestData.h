@@ -1,13 +1,11 @@
 #pragma once
 
-#include <QAction>
-#include <QMenu>
-#include <QString>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "MenuText.h"
 #include "TestIDs.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "app/window/RepoCommandTarget.h"
@@ -134,28 +132,7 @@ struct FakeWindow {
     }
 };
 
-/// The texts of a menu's entries, separators as "-".
-inline std::vector<std::string> entryTitles(const QMenu& menu) {
-    std::vector<std::string> titles;
-    for (const auto* action : menu.actions()) {
-        titles.push_back(action->isSeparator() ? "-" : action->text().toStdString());
-    }
-    return titles;
-}
-
-/// The entry titled `title` (at any depth), or null.
-inline QAction* findEntry(const QMenu& menu, const QString& title) {
-    for (auto* action : menu.actions()) {
-        if (action->text() == title) {
-            return action;
-        }
-        if (auto* submenu = action->menu()) {
-            if (auto* found = findEntry(*submenu, title)) {
-                return found;
-            }
-        }
-    }
-    return nullptr;
-}
+using apptest::findEntry;
+using apptest::menuLines;
 
 }  // namespace vorda::windowtest
