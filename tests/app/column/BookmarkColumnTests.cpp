@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "ColumnTestData.h"
+#include "MenuText.h"
 #include "app/column/ColumnText.h"
 #include "app/column/CommitCardChips.h"
 #include "app/column/CommitCardDelegate.h"
@@ -28,6 +29,7 @@
 namespace vorda {
 namespace {
 
+using apptest::findEntry;
 using columntest::bookmarkLane;
 using columntest::makeCommit;
 using columntest::makeCommits;
@@ -45,6 +47,20 @@ bool shows(const BookmarkColumn& column, const char* name) {
     const auto* widget = column.findChild<QWidget*>(QString::fromLatin1(name));
     return widget != nullptr && widget->isVisibleTo(&column);
 }
+
+// The column's optional parts that show, in a fixed order.
+std::vector<std::string> parts(const BookmarkColumn& column) {
+    std::vector<std::string> shown;
+    for (const char* name :
+         {"columnHeader", "trunkPinnedBox", "fetchedLabel", "mergedBanner", "unpinButton",
+          "prBadge", "rebaseLocalStackButton", "conflictBanner"}) {
+        if (shows(column, name)) {
+            shown.emplace_back(name);
+        }
+    }
+    return shown;
+}
+using Parts = std::vector<std::string>;
 
 std::string text(const BookmarkColumn& column, const char* name) {
     return child<QLabel>(column, name)->text().toStdString();
@@ -204,55 +220,46 @@ TEST(BookmarkColumn, WorkingCopiesMenuListsPlacementsWithChecksAndHelp) {
     EXPECT_TRUE(button->isVisibleTo(&column));
     EXPECT_EQ(button->toolTip().toStdString(), columntext::workspacesMenuTitle("feature"));
 
-    std::vector<QAction*> entries;
-    for (QAction* action : button->menu()->actions()) {
-        if (action->isCheckable()) {
-            entries.push_back(action);
-        }
-    }
-    const std::vector<WorkspaceBookmarkPlacement> sorted = {
-        input.workspacePlacements[1], input.workspacePlacements[2], input.workspacePlacements[0]};
-    ASSERT_EQ(entries.size(), sorted.size());
-    for (std::size_t index = 0; index < sorted.size(); ++index) {
-        const auto help = columntext::workspacePlacementHelp(sorted[index], "feature");
-        EXPECT_EQ(entries[index]->text().toStdString(), sorted[index].workspaceName);
-        EXPECT_EQ(entries[index]->isChecked(), sorted[index].role != Role::absent());
-        EXPECT_EQ(entries[index]->isEnabled(), help.isToggleEnabled);
-        EXPECT_EQ(entries[index]->toolTip().toStdString(), help.tooltip);
+    // Sorted by name, checked where the bookmark is in, inherited ones fixed.
+    const QMenu& menu = *button->menu();
+    EXPECT_EQ(apptest::menuLines(menu),
+              (std::vector<std::string>{columntext::workspacesMenuTitle("feature") + " (off)", "-",
+                                        "[ ] alpha", "[x] dev", "[x] zeta (off)"}));
+    for (const auto& placement : input.workspacePlacements) {
+        const QAction* entry = findEntry(menu, QString::fromStdString(placement.workspaceName));
+        EXPECT_EQ(entry->toolTip().toStdString(),
+                  columntext::workspacePlacementHelp(placement, "feature").tooltip);
     }
 
     QSignalSpy requests(&column, &BookmarkColumn::workspaceInclusionRequested);
-    entries[0]->trigger();
-    entries[1]->trigger();
+    QAction* alpha = findEntry(menu, QStringLiteral("alpha"));
+    QAction* dev = findEntry(menu, QStringLiteral("dev"));
+    alpha->trigger();
+    dev->trigger();
     ASSERT_EQ(requests.count(), 2);
     EXPECT_EQ(requests[0][0].value<std::string>(), "alpha");
     EXPECT_TRUE(requests[0][1].toBool());
     EXPECT_EQ(requests[1][0].value<std::string>(), "dev");
     EXPECT_FALSE(requests[1][1].toBool());
     // The checks wait for the workspace to change.
-    EXPECT_FALSE(entries[0]->isChecked());
-    EXPECT_TRUE(entries[1]->isChecked());
+    EXPECT_FALSE(alpha->isChecked());
+    EXPECT_TRUE(dev->isChecked());
 }
 
 TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 1));
     BookmarkColumn column;
     column.setInput(input);
-    for (const char* name :
-         {"mergedBanner", "conflictBanner", "prBadge", "rebaseLocalStackButton"}) {
-        EXPECT_FALSE(shows(column, name)) << name;
-    }
+    EXPECT_EQ(parts(column), Parts{"columnHeader"});
     QSignalSpy actions(&column, &BookmarkColumn::bookmarkAction);
 
     // Merged into trunk while pinned: the banner offers to unpin.
     input.isMergedIntoTrunk = true;
     input.isPinned = true;
     column.setInput(input);
-    ASSERT_TRUE(shows(column, "mergedBanner"));
+    EXPECT_EQ(parts(column), (Parts{"columnHeader", "mergedBanner", "unpinButton"}));
     EXPECT_EQ(text(column, "mergedBannerTitle"), columntext::mergedBannerTitle(false));
-    auto* unpin = child<QPushButton>(column, "unpinButton");
-    ASSERT_TRUE(shows(column, "unpinButton"));
-    unpin->click();
+    child<QPushButton>(column, "unpinButton")->click();
     ASSERT_EQ(actions.count(), 1);
     EXPECT_TRUE(std::holds_alternative<BookmarkAction::TogglePinned>(actionAt(actions, 0).value));
 
@@ -264,9 +271,8 @@ TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     pr.state = GitHubPR::State::merged;
     input.pr = pr;
     column.setInput(input);
-    ASSERT_TRUE(shows(column, "mergedBanner"));
+    EXPECT_EQ(parts(column), (Parts{"columnHeader", "mergedBanner"}));
     EXPECT_EQ(text(column, "mergedBannerTitle"), columntext::mergedBannerTitle(true));
-    EXPECT_FALSE(unpin->isVisibleTo(&column));
 
     // An open pull request with gh at hand, behind trunk: badge and rebase.
     pr.state = GitHubPR::State::open;
@@ -275,15 +281,13 @@ TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     input.githubAvailable = true;
     input.isBehindTrunk = true;
     column.setInput(input);
-    EXPECT_FALSE(shows(column, "mergedBanner"));
-    ASSERT_TRUE(shows(column, "prBadge"));
+    ASSERT_EQ(parts(column), (Parts{"columnHeader", "prBadge", "rebaseLocalStackButton"}));
     auto* badge = child<QToolButton>(column, "prBadge");
     EXPECT_EQ(badge->text().toStdString(), columntext::prBadgeText(pr));
     EXPECT_EQ(badge->toolTip().toStdString(), columntext::badgeTooltip(pr));
     badge->click();
     ASSERT_EQ(actions.count(), 2);
     EXPECT_TRUE(std::holds_alternative<BookmarkAction::ViewPR>(actionAt(actions, 1).value));
-    ASSERT_TRUE(shows(column, "rebaseLocalStackButton"));
     auto* rebase = child<QPushButton>(column, "rebaseLocalStackButton");
     EXPECT_EQ(rebase->toolTip().toStdString(), columntext::openReviewRebaseHelp(pr));
     rebase->click();
@@ -299,6 +303,7 @@ TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     input.workspaceName = "dev";
     input.pr.reset();
     column.setInput(input);
+    EXPECT_EQ(parts(column), (Parts{"columnHeader", "rebaseLocalStackButton"}));
     QSignalSpy stacks(&column, &BookmarkColumn::rebaseLocalStacksRequested);
     EXPECT_EQ(rebase->text().toStdString(), columntext::rebaseLocalStacksLabel);
     EXPECT_TRUE(rebase->toolTip().isEmpty());
@@ -309,7 +314,7 @@ TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     input.kind = LaneKind::bookmark;
     input.conflictPartners = {"api", "docs"};
     column.setInput(input);
-    ASSERT_TRUE(shows(column, "conflictBanner"));
+    ASSERT_EQ(parts(column), (Parts{"columnHeader", "rebaseLocalStackButton", "conflictBanner"}));
     EXPECT_EQ(text(column, "conflictCount"), "2");
     EXPECT_EQ(text(column, "conflictText"), columntext::conflictBannerText({"api", "docs"}));
     QSignalSpy resolves(&column, &BookmarkColumn::resolveConflictRequested);
@@ -327,10 +332,7 @@ TEST(BookmarkColumn, TrunkColumnShowsThePinnedBoxInsteadOfTheLane) {
     BookmarkColumn column;
     column.setInput(input);
 
-    EXPECT_TRUE(shows(column, "trunkPinnedBox"));
-    for (const char* name : {"columnHeader", "mergedBanner", "fetchedLabel"}) {
-        EXPECT_FALSE(shows(column, name)) << name;
-    }
+    EXPECT_EQ(parts(column), Parts{"trunkPinnedBox"});
     EXPECT_EQ(column.commitModel()->rowCount(), 0);
     EXPECT_EQ(text(column, "pinnedRemoteSummary"), "origin/main@a1b2c3d4e5f6");
 
@@ -350,7 +352,7 @@ TEST(BookmarkColumn, TrunkColumnShowsThePinnedBoxInsteadOfTheLane) {
     column.setInput(input);
     EXPECT_EQ(history->text().toStdString(), columntext::hideTrunkHistoryLabel);
     EXPECT_EQ(column.commitModel()->rowCount(), 5);  // tip, three ancestors, "Load more"
-    ASSERT_TRUE(shows(column, "fetchedLabel"));
+    EXPECT_EQ(parts(column), (Parts{"trunkPinnedBox", "fetchedLabel"}));
     EXPECT_EQ(text(column, "fetchedLabel"), columntext::fetchedText("5 min ago"));
 }
 

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "MenuText.h"
 #include "app/launcher/LauncherWindowController.h"
 #include "app/launcher/OpenRecentMenu.h"
 #include "app/launcher/OpenRepoCommand.h"
@@ -20,26 +21,13 @@
 namespace vorda {
 namespace {
 
+using apptest::findEntry;
+using apptest::menuLines;
 using testing::LogCapture;
 using testing::RecordingFactory;
 using testing::StartEnvironment;
 
-QStringList actionTexts(const QMenu& menu) {
-    QStringList texts;
-    for (const QAction* action : menu.actions()) {
-        texts.append(action->isSeparator() ? QStringLiteral("---") : action->text());
-    }
-    return texts;
-}
-
-QAction* actionNamed(const QMenu& menu, const QString& text) {
-    for (QAction* action : menu.actions()) {
-        if (action->text() == text) {
-            return action;
-        }
-    }
-    return nullptr;
-}
+using Lines = std::vector<std::string>;
 
 TEST(LauncherWindowController, ShowsAndHidesItsWindowWheneverItComes) {
     const LogCapture log;
@@ -147,14 +135,14 @@ TEST_F(LauncherTest, TheContextMenuOpensOrRemoves) {
     const auto [a, b] = recordTwo();
     window_.reloadRecents();
     std::unique_ptr<QMenu> menu(window_.makeContextMenu(b, nullptr));
-    EXPECT_EQ(actionTexts(*menu), (QStringList{"Open", "Remove from Recent"}));
-    actionNamed(*menu, QStringLiteral("Remove from Recent"))->trigger();
+    EXPECT_EQ(menuLines(*menu), (Lines{"Open", "Remove from Recent"}));
+    findEntry(*menu, QStringLiteral("Remove from Recent"))->trigger();
     EXPECT_EQ(env_.recents.all().size(), 1);
     ASSERT_EQ(window_.recentList()->count(), 1);
     EXPECT_EQ(window_.recentList()->item(0)->text(), a);
 
     std::unique_ptr<QMenu> other(window_.makeContextMenu(a, nullptr));
-    actionNamed(*other, QStringLiteral("Open"))->trigger();
+    findEntry(*other, QStringLiteral("Open"))->trigger();
     EXPECT_EQ(*factory_.requests, std::vector<QString>{a});
 }
 
@@ -195,27 +183,24 @@ TEST_F(LauncherTest, ClosingTheLauncherOnlyHidesIt) {
 TEST_F(LauncherTest, OpenRecentMenuListsOpensAndClears) {
     OpenRecentMenu menu(registry_);
     EXPECT_EQ(menu.title(), QStringLiteral("Open Recent"));
-    const auto expectEmpty = [&] {
-        emit menu.aboutToShow();
-        ASSERT_EQ(actionTexts(menu), QStringList{"No Recent Repos"});
-        EXPECT_FALSE(menu.actions().front()->isEnabled());
-    };
-    expectEmpty();
+    emit menu.aboutToShow();
+    EXPECT_EQ(menuLines(menu), Lines{"No Recent Repos (off)"});
 
     const QString a = env_.makeFolder("a");
     const QString b = env_.makeFolder("b&c");
     env_.recents.record(a);
     env_.recents.record(b);
     emit menu.aboutToShow();
-    EXPECT_EQ(actionTexts(menu),
-              (QStringList{QString(b).replace("&", "&&"), a, "---", "Clear Menu"}));
+    EXPECT_EQ(menuLines(menu), (Lines{QString(b).replace("&", "&&").toStdString(), a.toStdString(),
+                                      "-", "Clear Menu"}));
     menu.actions().at(1)->trigger();
     EXPECT_EQ(*factory_.requests, std::vector<QString>{a});
     EXPECT_EQ(env_.recents.all().front().path, a);
 
-    actionNamed(menu, QStringLiteral("Clear Menu"))->trigger();
+    findEntry(menu, QStringLiteral("Clear Menu"))->trigger();
     EXPECT_TRUE(env_.recents.all().isEmpty());
-    expectEmpty();
+    emit menu.aboutToShow();
+    EXPECT_EQ(menuLines(menu), Lines{"No Recent Repos (off)"});
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "MenuText.h"
 #include "app/launcher/LauncherWindow.h"
 #include "app/launcher/LauncherWindowController.h"
 #include "app/start/PendingRepoOpens.h"
@@ -121,12 +122,10 @@ TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheMenus) {
     EXPECT_EQ(installedOn.front(), &app->launcher());
     const auto* fileMenu = app->launcher().menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu"));
     ASSERT_NE(fileMenu, nullptr);
-    QStringList entries;
-    for (const QAction* action : fileMenu->actions()) {
-        entries.append(action->isSeparator() ? QStringLiteral("---") : action->text());
-    }
-    EXPECT_EQ(entries, (QStringList{QStringLiteral("Open Repo\u2026"), "Open Recent", "---",
-                                    "Close Window", "Quit"}));
+    EXPECT_EQ(apptest::menuLines(*fileMenu),
+              (std::vector<std::string>{"Open Repo\u2026 <Ctrl+O>", "Open Recent",
+                                        "Open Recent > No Recent Repos (off)", "-",
+                                        "Close Window <Ctrl+F4>", "Quit"}));
 
     QWidget* window = app->registry().openWindow(makeFolder("repo"));
     ASSERT_EQ(installedOn.size(), 2U);
