@@ -259,12 +259,12 @@ TEST(RepoViewModelRules, LoadWithoutRepositoryLeavesNoSession) {
 }
 
 TEST(DiffCacheRules, KeepsThirtyTwoFixedRevsetsFirstInFirstOut) {
-    EXPECT_TRUE(DiffCache::isCacheable("0123abcd"));
-    EXPECT_TRUE(DiffCache::isCacheable("0123-..abcd"));
-    EXPECT_FALSE(DiffCache::isCacheable("trunk()"));
-    EXPECT_FALSE(DiffCache::isCacheable("ABCD"));
-    EXPECT_FALSE(DiffCache::isCacheable("abc-.."));
-    EXPECT_FALSE(DiffCache::isCacheable(""));
+    const std::pair<const char*, bool> revsets[] = {{"0123abcd", true}, {"0123-..abcd", true},
+                                                    {"trunk()", false}, {"ABCD", false},
+                                                    {"abc-..", false},  {"", false}};
+    for (const auto& [revset, cacheable] : revsets) {
+        EXPECT_EQ(DiffCache::isCacheable(revset), cacheable) << revset;
+    }
 
     DiffCache cache;
     cache.store("trunk()", "never");

@@ -81,36 +81,6 @@ TEST(ActivityStatus, TheFirstCaseThatHoldsWins) {
     EXPECT_EQ(activityStatusContent(viewModel, epoch + 60s).text, "Fetching… 67s");
 }
 
-TEST(ActivityStatus, AttentionAndIdleReadTheRepository) {
-    RepoViewModel viewModel;
-    viewModel.applySnapshot(
-        windowtest::boardSnapshot(BoardShape{.workspaceBehindTrunk = true, .conflictedFiles = {}}));
-    auto content = contentOf(viewModel);
-    EXPECT_EQ(content.kind, Kind::attention);
-    EXPECT_EQ(content.text, "Local stacks have an older base");
-    EXPECT_EQ(content.button, "Rebase Local Stacks…");
-    EXPECT_EQ(content.buttonTooltip,
-              "Preview rebasing local stacks onto current trunk. Immutable dependencies stay in "
-              "place; no new composition parents are added.");
-    // Anything running still comes first.
-    viewModel.setToastMessage("Fetched");
-    EXPECT_EQ(contentOf(viewModel).kind, Kind::toast);
-    viewModel.setToastMessage(std::nullopt);
-
-    viewModel.applySnapshot(
-        windowtest::boardSnapshot(BoardShape{.conflictedFiles = {"a.txt", "b.txt"}}));
-    content = contentOf(viewModel);
-    EXPECT_EQ(content.kind, Kind::idle);
-    EXPECT_EQ(content.text, "jj ok");
-    EXPECT_EQ(content.detail, "@ " + windowtest::changeIDFor(5).substr(0, 12));
-    EXPECT_EQ(content.button, "2 conflicts");
-    EXPECT_EQ(content.buttonTooltip, "The working copy has conflicts — click to resolve");
-
-    viewModel.applySnapshot(windowtest::boardSnapshot());
-    EXPECT_EQ(contentOf(viewModel).kind, Kind::idle);
-    EXPECT_FALSE(contentOf(viewModel).button.has_value());
-}
-
 class ActivityStatusView : public ::testing::Test {
   protected:
     // The view shows what the content says.
@@ -142,22 +112,44 @@ TEST_F(ActivityStatusView, DismissClearsExactlyTheErrorShown) {
     EXPECT_TRUE(view_.button()->isHidden());
 }
 
-TEST_F(ActivityStatusView, ButtonsActOnTheViewModel) {
+TEST_F(ActivityStatusView, AttentionAndConflictsReadTheRepositoryAndTheirButtonsAct) {
     QSignalSpy conflictRequests(&view_, &RepoActivityStatusView::conflictSheetRequested);
     viewModel_.applySnapshot(
         windowtest::boardSnapshot(BoardShape{.workspaceBehindTrunk = true, .conflictedFiles = {}}));
+    auto content = contentOf(viewModel_);
+    EXPECT_EQ(content.kind, Kind::attention);
+    EXPECT_EQ(content.text, "Local stacks have an older base");
+    EXPECT_EQ(content.button, "Rebase Local Stacks…");
+    EXPECT_EQ(content.buttonTooltip,
+              "Preview rebasing local stacks onto current trunk. Immutable dependencies stay in "
+              "place; no new composition parents are added.");
     expectShown();
     view_.button()->click();
     EXPECT_TRUE(viewModel_.showLocalStackUpdateSheet());
     EXPECT_FALSE(viewModel_.localStackUpdateSeedBookmarks().has_value());
     EXPECT_FALSE(viewModel_.localStackUpdateSeedChangeID().has_value());
     EXPECT_EQ(conflictRequests.count(), 0);
+    // Anything running still comes first.
+    viewModel_.setToastMessage("Fetched");
+    EXPECT_EQ(contentOf(viewModel_).kind, Kind::toast);
+    viewModel_.setToastMessage(std::nullopt);
 
-    viewModel_.applySnapshot(windowtest::boardSnapshot(BoardShape{.conflictedFiles = {"a.txt"}}));
+    viewModel_.applySnapshot(
+        windowtest::boardSnapshot(BoardShape{.conflictedFiles = {"a.txt", "b.txt"}}));
+    content = contentOf(viewModel_);
+    EXPECT_EQ(content.kind, Kind::idle);
+    EXPECT_EQ(content.text, "jj ok");
+    EXPECT_EQ(content.detail, "@ " + windowtest::changeIDFor(5).substr(0, 12));
+    EXPECT_EQ(content.button, "2 conflicts");
+    EXPECT_EQ(content.buttonTooltip, "The working copy has conflicts — click to resolve");
     expectShown();
-    EXPECT_EQ(view_.button()->text(), QStringLiteral("1 conflicts"));
     view_.button()->click();
     EXPECT_EQ(conflictRequests.count(), 1);
+
+    viewModel_.applySnapshot(windowtest::boardSnapshot());
+    EXPECT_EQ(contentOf(viewModel_).kind, Kind::idle);
+    EXPECT_FALSE(contentOf(viewModel_).button.has_value());
+    expectShown();
 }
 
 TEST_F(ActivityStatusView, FollowsFetchAndClearsTheToastAfterItsTime) {
