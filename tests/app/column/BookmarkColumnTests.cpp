@@ -125,7 +125,7 @@ TEST(BookmarkColumn, CommitsRenderThroughTheModelWithCardTooltips) {
               delegate->sizeHint(option, model->index(2)).height());
 }
 
-TEST(BookmarkColumn, PressingCardsAndLoadMoreReportsTheGesture) {
+TEST(BookmarkColumn, PressingCardsLoadMoreAndMenusReportsTheGesture) {
     BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
     input.isExpanded = true;
     input.ancestorCommits = makeCommits(20, 2);
@@ -158,6 +158,21 @@ TEST(BookmarkColumn, PressingCardsAndLoadMoreReportsTheGesture) {
     EXPECT_EQ(columns.count(), 1);
     EXPECT_EQ(loadMore.count(), 1);
 
+    // A context menu names the commit under the pointer, if any.
+    QSignalSpy menus(&column, &BookmarkColumn::contextMenuRequested);
+    const auto openMenu = [](QWidget* widget, QPoint at) {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, at, widget->mapToGlobal(at));
+        QCoreApplication::sendEvent(widget, &event);
+    };
+    openMenu(viewport, rowCenter(column, 1));
+    auto* header = child(column, "columnHeader");
+    openMenu(header, header->rect().center());
+    ASSERT_EQ(menus.count(), 2);
+    EXPECT_EQ(menus[0][0].toPoint(), viewport->mapToGlobal(rowCenter(column, 1)));
+    EXPECT_EQ(menus[0][1].value<std::optional<std::string>>(),
+              std::optional<std::string>(columntest::changeIDFor(2)));
+    EXPECT_EQ(menus[1][1].value<std::optional<std::string>>(), std::nullopt);
+
     // With every ancestor loaded the row goes away.
     input.ancestorCommits = makeCommits(20, 3);
     column.setInput(input);
@@ -167,7 +182,7 @@ TEST(BookmarkColumn, PressingCardsAndLoadMoreReportsTheGesture) {
     EXPECT_EQ(commits.count(), 3);
 }
 
-TEST(BookmarkColumn, InclusionToggleShowsTheRoleAndReportsWithoutChangingItself) {
+TEST(BookmarkColumn, InclusionControlsShowTheRolesAndReportWithoutChangingThemselves) {
     BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 1));
     BookmarkColumn column;
     column.setInput(input);
@@ -203,14 +218,11 @@ TEST(BookmarkColumn, InclusionToggleShowsTheRoleAndReportsWithoutChangingItself)
     input.kind = LaneKind::workingCopyStack;
     column.setInput(input);
     EXPECT_FALSE(toggle->isVisibleTo(&column));
-}
 
-TEST(BookmarkColumn, WorkingCopiesMenuListsPlacementsWithChecksAndHelp) {
-    BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 1));
-    BookmarkColumn column;
+    // The working copies menu: one entry for each placement.
+    input.kind = LaneKind::bookmark;
     column.setInput(input);
     EXPECT_FALSE(shows(column, "workingCopiesButton"));
-
     input.workspacePlacements = {{"zeta", Role::inherited("platform")},
                                  {"alpha", Role::absent()},
                                  {"dev", Role::directParent()}};
@@ -354,27 +366,6 @@ TEST(BookmarkColumn, TrunkColumnShowsThePinnedBoxInsteadOfTheLane) {
     EXPECT_EQ(column.commitModel()->rowCount(), 5);  // tip, three ancestors, "Load more"
     EXPECT_EQ(parts(column), (Parts{"trunkPinnedBox", "fetchedLabel"}));
     EXPECT_EQ(text(column, "fetchedLabel"), columntext::fetchedText("5 min ago"));
-}
-
-TEST(BookmarkColumn, ContextMenuNamesTheCommitUnderThePointer) {
-    BookmarkColumn column;
-    column.setInput(bookmarkLane("feature", makeCommits(1, 2)));
-    showColumn(column);
-    QSignalSpy menus(&column, &BookmarkColumn::contextMenuRequested);
-    const auto openMenu = [](QWidget* widget, QPoint at) {
-        QContextMenuEvent event(QContextMenuEvent::Mouse, at, widget->mapToGlobal(at));
-        QCoreApplication::sendEvent(widget, &event);
-    };
-
-    QWidget* viewport = column.commitList()->viewport();
-    openMenu(viewport, rowCenter(column, 1));
-    auto* header = child(column, "columnHeader");
-    openMenu(header, header->rect().center());
-    ASSERT_EQ(menus.count(), 2);
-    EXPECT_EQ(menus[0][0].toPoint(), viewport->mapToGlobal(rowCenter(column, 1)));
-    EXPECT_EQ(menus[0][1].value<std::optional<std::string>>(),
-              std::optional<std::string>(columntest::changeIDFor(2)));
-    EXPECT_EQ(menus[1][1].value<std::optional<std::string>>(), std::nullopt);
 }
 
 TEST(BookmarkColumn, LaneOfFiveThousandCommitsBuildsAndPaints) {

@@ -82,7 +82,7 @@ class LauncherTest : public ::testing::Test {
     LauncherWindow window_{registry_};
 };
 
-TEST_F(LauncherTest, ItShowsTheIdentityAndTheEmptyList) {
+TEST_F(LauncherTest, ItShowsTheIdentityAndTheEmptyListAndClosingOnlyHidesIt) {
     EXPECT_EQ(window_.windowTitle(), QStringLiteral("Vorda"));
     const std::pair<const char*, QString> labels[] = {
         {"launcherName", "Vorda"},
@@ -102,6 +102,13 @@ TEST_F(LauncherTest, ItShowsTheIdentityAndTheEmptyList) {
     ASSERT_NE(icon, nullptr);
     EXPECT_FALSE(icon->pixmap().isNull());
     EXPECT_TRUE(window_.isShowingEmptyState());
+
+    const QSignalSpy closed(&window_, &LauncherWindow::closeRequested);
+    env_.launcher.show();
+    window_.close();
+    EXPECT_EQ(closed.count(), 1);
+    EXPECT_FALSE(window_.isVisible());
+    EXPECT_FALSE(window_.testAttribute(Qt::WA_DeleteOnClose));
 }
 
 TEST_F(LauncherTest, RowsAreReadWhenShownMarkMissingPathsAndOpenWhenActivated) {
@@ -169,15 +176,6 @@ TEST_F(LauncherTest, TheButtonAndTheCommandPickRecordAndOpenThePathAsItStands) {
     EXPECT_EQ(*factory_.requests, (std::vector<QString>{chosen, sub}));
     EXPECT_EQ(env_.recents.all().size(), 2);
     EXPECT_EQ(env_.recents.all().front().path, sub);
-}
-
-TEST_F(LauncherTest, ClosingTheLauncherOnlyHidesIt) {
-    const QSignalSpy closed(&window_, &LauncherWindow::closeRequested);
-    env_.launcher.show();
-    window_.close();
-    EXPECT_EQ(closed.count(), 1);
-    EXPECT_FALSE(window_.isVisible());
-    EXPECT_FALSE(window_.testAttribute(Qt::WA_DeleteOnClose));
 }
 
 TEST_F(LauncherTest, OpenRecentMenuListsOpensAndClears) {
