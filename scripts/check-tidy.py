@@ -104,9 +104,14 @@ def main():
         text = preprocessed(entry)
         key = None
         if text is not None:
+            # Keys name no folder, so another checkout of the same sources
+            # on this machine finds them too.
+            def local(data):
+                return data.replace(build.encode(), b"@BUILD@").replace(root.encode(), b"@ROOT@")
+            command = json.dumps(entry.get("arguments") or entry["command"]).encode()
             digest = hashlib.sha256()
-            for part in (version, configs, " ".join(checks).encode(), path.encode(),
-                         json.dumps(entry.get("arguments") or entry["command"]).encode(), text):
+            for part in (version, configs, " ".join(checks).encode(), local(path.encode()),
+                         local(command), local(text)):
                 digest.update(hashlib.sha256(part).digest())
             key = os.path.join(cache, digest.hexdigest())
             if os.path.exists(key):
