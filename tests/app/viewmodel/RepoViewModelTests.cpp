@@ -49,26 +49,25 @@ TEST(RepoViewModelRules, BoardListsFollowFilterTagsAndInclusion) {
         (std::vector<std::string>{"fresh", "feature-login", "stale", "upstream-only", "main"}));
     ASSERT_EQ(model.trunkBookmarkName(), "main");
 
-    // No filter: exactly the included and board bookmarks; trunk in neither.
-    EXPECT_EQ(names(model.filteredBookmarks()), (std::vector<std::string>{"fresh", "stale"}));
-    EXPECT_EQ(names(model.hiddenBookmarks()),
-              (std::vector<std::string>{"feature-login", "upstream-only"}));
-
-    // A filter surfaces a hidden match on the board while it stays hidden.
-    model.setFilterText("  LOGIN\n");
-    EXPECT_EQ(names(model.filteredBookmarks()), (std::vector<std::string>{"feature-login"}));
-    EXPECT_EQ(names(model.hiddenBookmarks()),
-              (std::vector<std::string>{"feature-login", "upstream-only"}));
-
-    // Tags: every selected tag must be present.
-    model.setFilterText("");
-    model.setSelectedTagFilters({"ui"});
-    EXPECT_EQ(names(model.filteredBookmarks()),
-              (std::vector<std::string>{"feature-login", "stale"}));
-    model.setSelectedTagFilters({"ui", "urgent"});
-    EXPECT_EQ(names(model.filteredBookmarks()), (std::vector<std::string>{"stale"}));
-    model.setFilterText("main");
-    EXPECT_TRUE(model.filteredBookmarks().empty());
+    // No filter: exactly the included and board bookmarks, trunk in neither. A
+    // filter surfaces a hidden match on the board while it stays hidden; every
+    // selected tag must be present.
+    const struct {
+        const char* text;
+        StringSet tags;
+        std::vector<std::string> shown;
+    } filters[] = {{"", {}, {"fresh", "stale"}},
+                   {"  LOGIN\n", {}, {"feature-login"}},
+                   {"", {"ui"}, {"feature-login", "stale"}},
+                   {"", {"ui", "urgent"}, {"stale"}},
+                   {"main", {"ui", "urgent"}, {}}};
+    for (const auto& filter : filters) {
+        model.setFilterText(filter.text);
+        model.setSelectedTagFilters(filter.tags);
+        EXPECT_EQ(names(model.filteredBookmarks()), filter.shown) << filter.text;
+        EXPECT_EQ(names(model.hiddenBookmarks()),
+                  (std::vector<std::string>{"feature-login", "upstream-only"}));
+    }
     EXPECT_EQ(model.allTagsInUse(), (std::vector<std::string>{"ui", "urgent"}));
 
     // New settings drop the cached lists: pinning makes a bookmark a board one.
