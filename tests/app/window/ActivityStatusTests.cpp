@@ -98,20 +98,6 @@ class ActivityStatusView : public ::testing::Test {
     RepoActivityStatusView view_{&viewModel_};
 };
 
-TEST_F(ActivityStatusView, DismissClearsExactlyTheErrorShown) {
-    viewModel_.setFetchError("fetch failed");
-    viewModel_.setPushError("push failed");
-    viewModel_.setMutationError("mutation failed");
-    for (const auto* shown : {"mutation failed", "fetch failed", "push failed"}) {
-        expectShown();
-        EXPECT_EQ(view_.textLabel()->text().toStdString(), shown);
-        view_.button()->click();
-    }
-    EXPECT_FALSE(viewModel_.mutationError() || viewModel_.fetchError() || viewModel_.pushError());
-    expectShown();
-    EXPECT_TRUE(view_.button()->isHidden());
-}
-
 TEST_F(ActivityStatusView, AttentionAndConflictsReadTheRepositoryAndTheirButtonsAct) {
     QSignalSpy conflictRequests(&view_, &RepoActivityStatusView::conflictSheetRequested);
     viewModel_.applySnapshot(
@@ -152,7 +138,20 @@ TEST_F(ActivityStatusView, AttentionAndConflictsReadTheRepositoryAndTheirButtons
     expectShown();
 }
 
-TEST_F(ActivityStatusView, FollowsFetchAndClearsTheToastAfterItsTime) {
+TEST_F(ActivityStatusView, DismissesErrorsFollowsFetchAndClearsTheToastAfterItsTime) {
+    // Dismiss clears exactly the error shown.
+    viewModel_.setFetchError("fetch failed");
+    viewModel_.setPushError("push failed");
+    viewModel_.setMutationError("mutation failed");
+    for (const auto* shown : {"mutation failed", "fetch failed", "push failed"}) {
+        expectShown();
+        EXPECT_EQ(view_.textLabel()->text().toStdString(), shown);
+        view_.button()->click();
+    }
+    EXPECT_FALSE(viewModel_.mutationError() || viewModel_.fetchError() || viewModel_.pushError());
+    expectShown();
+    EXPECT_TRUE(view_.button()->isHidden());
+
     viewModel_.setInFlight(RepoCommand::Fetch{}, true);
     EXPECT_TRUE(view_.textLabel()->text().startsWith(QStringLiteral("Fetching…")));
     EXPECT_EQ(view_.textLabel()->toolTip(), QStringLiteral("jj git fetch running"));
