@@ -50,17 +50,17 @@ TEST_F(RepoStateLoad, StackedBookmarksOwnTheirCommitsAndStackOnEachOther) {
     // Trunk is never a parent lane; one's own commits stay one-off entries
     // even when a bookmark owns them, but they form no one-off lane.
     EXPECT_EQ(text(state, {"T", "B1", "B2", "A1"}), lines(R"(
-      bookmark ay: A1 | local | untracked | on bee | base B2 [bee]
-      bookmark bee: B2 B1 | local | untracked | landed main | base T trunk [main main@git main@origin]
-      bookmark main: T root | from origin | up to date origin
+      bookmark ay: A1 | local untracked | on bee | base B2 [bee]
+      bookmark bee: B2 B1 | local untracked | landed main | base T trunk [main main@git main@origin]
+      bookmark main: T root | upstream(origin) upToDate(origin)
       working copy @: ay bee
-      workspace default: direct | ay inherited | bee inherited via ay | main inherited | base T trunk [main main@git main@origin]
-      selected default
+      workspace default*: direct | ay inherited(-) | bee inherited(ay) | main inherited(-) | base T trunk [main main@git main@origin]
       one-off A1 on B2 | owner ay
-      one-off B2 on B1 | owner bee
       one-off B1 on T | owner bee
-      immutable: T root
+      one-off B2 on B1 | owner bee
+      immutable T root | conflicted | behind trunk
     )"));
+    EXPECT_EQ(state.orphanWIPs.front().changeID, repo.id("A1"));  // newest first
     EXPECT_EQ(state.transitiveDependencies("ay"), std::set<std::string>{"bee"});
     EXPECT_EQ(state.dependents("bee"), std::vector<std::string>{"ay"});
     // The repository path need not be spelled exactly as jj spells the root.
@@ -81,21 +81,19 @@ TEST_F(RepoStateLoad, ConflictedBookmarksAndConflictsBetweenBookmarks) {
     )");
     repo.makeConflictedBookmark("dual", repo.id("C2"), repo.id("C3"), repo.id("C1"));
     EXPECT_EQ(text(load(), {"T", "C1", "C2", "C3", "L", "R", "M", "S"}), lines(R"(
-      bookmark dual: C3 C1 C2 | tips C3 C1 | local | untracked | landed main | divergent | base T trunk [main main@git main@origin]
-      bookmark left: L | local | untracked | landed main | base T trunk [main main@git main@origin]
-      bookmark main: T root | from origin | up to date origin
-      bookmark right: R | local | untracked | landed main | base T trunk [main main@git main@origin]
+      bookmark dual: C3 C1 C2 | tips C3 C1 | local untracked | landed main | divergent | base T trunk [main main@git main@origin]
+      bookmark left: L | local untracked | landed main | base T trunk [main main@git main@origin]
+      bookmark main: T root | upstream(origin) upToDate(origin)
+      bookmark right: R | local untracked | landed main | base T trunk [main main@git main@origin]
       conflict left right
       working copy @: left right | conflict
-      workspace default: direct | dual absent | left inherited | main inherited | right inherited | base T trunk [main main@git main@origin] | conflict
-      selected default
-      one-off R on T | owner right
-      one-off L on T | owner left
-      one-off C3 on C2 | owner dual
-      one-off C2 on C1 | owner dual
+      workspace default*: direct | dual absent | left inherited(-) | main inherited(-) | right inherited(-) | base T trunk [main main@git main@origin] | conflict
       one-off C1 on T | owner dual
-      immutable: T root
-      conflicted: @ M S
+      one-off C2 on C1 | owner dual
+      one-off C3 on C2 | owner dual
+      one-off L on T | owner left
+      one-off R on T | owner right
+      immutable T root | conflicted @ M S | behind trunk
     )"));
 }
 
@@ -110,15 +108,13 @@ TEST_F(RepoStateLoad, ALandedBookmarkMarksTheLanesAboveIt) {
     // A merged bookmark keeps its history; gee was started on a trunk commit
     // that trunk has moved past.
     EXPECT_EQ(text(load(), {"T", "F", "G", "M"}), lines(R"(
-      bookmark feature: F T | local | untracked
-      bookmark gee: G | local | untracked | on feature | landed feature | base F [feature feature@git]
-      bookmark main: M F T | from origin | up to date origin | on feature | landed feature
+      bookmark feature: F T | local untracked
+      bookmark gee: G | local untracked | on feature | landed feature | base F [feature feature@git]
+      bookmark main: M F T | upstream(origin) upToDate(origin) | on feature | landed feature
       working copy @:
-      workspace default: direct | feature inherited via main | gee absent | main inherited | base M trunk [main main@git main@origin]
-      selected default
+      workspace default*: direct | feature inherited(main) | gee absent | main inherited(-) | base M trunk [main main@git main@origin]
       one-off G on F | owner gee
-      immutable: F M T
-      behind trunk: G
+      immutable F M T | conflicted | behind trunk G
     )"));
 }
 
@@ -156,22 +152,21 @@ TEST_F(RepoStateLoad, RemoteSyncStatesAgainstOrigin) {
     }
     // The colocated repository's "git" remote carries solo too; it never counts.
     EXPECT_EQ(testing::stateText(load(), names), lines(R"(
-      bookmark ahead: A2 A1 | from origin | ahead origin 1 | landed main | base T trunk [main main@git main@origin]
-      bookmark behind: B1 | from origin | behind origin 1 | landed main | base T trunk [main main@git main@origin]
-      bookmark diverged: DL D1 | from origin | diverged origin 1 1 | landed main | base T trunk [main main@git main@origin]
-      bookmark main: T root | from origin | up to date origin
-      bookmark solo: S | local | untracked | landed main | base T trunk [main main@git main@origin]
+      bookmark ahead: A2 A1 | upstream(origin) ahead(origin, 1) | landed main | base T trunk [main main@git main@origin]
+      bookmark behind: B1 | upstream(origin) behind(origin, 1) | landed main | base T trunk [main main@git main@origin]
+      bookmark diverged: DL D1 | upstream(origin) diverged(origin, 1, 1) | landed main | base T trunk [main main@git main@origin]
+      bookmark main: T root | upstream(origin) upToDate(origin)
+      bookmark solo: S | local untracked | landed main | base T trunk [main main@git main@origin]
       working copy @:
-      workspace default: direct | ahead absent | behind absent | diverged absent | main inherited | solo absent | base T trunk [main main@git main@origin]
-      selected default
+      workspace default*: direct | ahead absent | behind absent | diverged absent | main inherited(-) | solo absent | base T trunk [main main@git main@origin]
+      one-off A1 on T | owner ahead
+      one-off A2 on A1 | owner ahead
+      one-off B1 on T | owner behind
+      one-off D1 on T | owner diverged
       one-off DL on D1 | owner diverged
       one-off S on T | owner solo
-      one-off A2 on A1 | owner ahead
-      one-off D1 on T | owner diverged
-      one-off B1 on T | owner behind
-      one-off A1 on T | owner ahead
-      remote bookmark theirs: TH | from origin | untracked
-      immutable: T TH root
+      remote bookmark theirs: TH | upstream(origin) untracked
+      immutable T TH root | conflicted | behind trunk
     )"));
 }
 
@@ -189,21 +184,20 @@ TEST_F(RepoStateLoad, OneOffStacksAreMineAndOthersCommitsAreNot) {
     const RepoState state = load();
     // X is in no lane, so O3 stands alone.
     EXPECT_EQ(text(state, {"T", "F", "O1", "O2", "T1", "X", "O3"}), lines(R"(
-      bookmark feat: F | local | untracked | landed main | base T trunk [main main@git main@origin]
-      bookmark main: T root | from origin | up to date origin
+      bookmark feat: F | local untracked | landed main | base T trunk [main main@git main@origin]
+      bookmark main: T root | upstream(origin) upToDate(origin)
       working copy @:
-      workspace default: direct | feat absent | main inherited | base T trunk [main main@git main@origin]
-      selected default
-      one-off O3 on X
-      one-off X on F | theirs
-      one-off T1 on T
-      one-off O2 on O1
-      one-off O1 on F
-      one-off F on T | owner feat
+      workspace default*: direct | feat absent | main inherited(-) | base T trunk [main main@git main@origin]
+      lane O2: O2 O1 | on feat | feat at O1
       lane O3: O3
       lane T1: T1 | on main | main at T1
-      lane O2: O2 O1 | on feat | feat at O1
-      immutable: T root
+      one-off F on T | owner feat
+      one-off O1 on F
+      one-off O2 on O1
+      one-off O3 on X
+      one-off T1 on T
+      one-off X on F | theirs
+      immutable T root | conflicted | behind trunk
     )"));
     for (const auto& mine : {"O1", "O2", "T1", "O3"}) {
         EXPECT_TRUE(state.mineChangeIDs.contains(repo.id(mine))) << mine;
@@ -229,17 +223,16 @@ TEST_F(RepoStateLoad, WorkspaceOnACompositionPointWithAPartialAttachment) {
     )");
     const RepoState state = load({{"default", repo.id("C")}});
     EXPECT_EQ(text(state, {"T", "X1", "X2", "Y1", "C"}), lines(R"(
-      bookmark ex: X2 X1 | local | untracked | landed main | base T trunk [main main@git main@origin]
-      bookmark main: T root | from origin | up to date origin
-      bookmark why: Y1 | local | untracked | landed main | base T trunk [main main@git main@origin]
+      bookmark ex: X2 X1 | local untracked | landed main | base T trunk [main main@git main@origin]
+      bookmark main: T root | upstream(origin) upToDate(origin)
+      bookmark why: Y1 | local untracked | landed main | base T trunk [main main@git main@origin]
       working copy @: ex why
-      workspace default: composed C/C | parents why | attached X1 mutable | attached Y1 mutable why | ex partial X1 | main inherited | why direct | base T trunk [main main@git main@origin]
-      workspace second: direct | ex absent | main inherited | why absent | base T trunk [main main@git main@origin]
-      selected default
-      one-off Y1 on T | owner why
-      one-off X2 on X1 | owner ex
+      workspace default*: composed C/C | parents why | attached X1 mutable | attached Y1 mutable why | ex partial(X1) | main inherited(-) | why directParent | base T trunk [main main@git main@origin]
+      workspace second: direct | ex absent | main inherited(-) | why absent | base T trunk [main main@git main@origin]
       one-off X1 on T | owner ex
-      immutable: T root
+      one-off X2 on X1 | owner ex
+      one-off Y1 on T | owner why
+      immutable T root | conflicted | behind trunk
     )"));
     EXPECT_EQ(state.boardEnabledBookmarkNames(), (std::set<std::string>{"ex", "main", "why"}));
     EXPECT_EQ(state.inclusionRole("why", "no-such-workspace"), BookmarkInclusionRole::absent());
@@ -256,15 +249,14 @@ TEST_F(RepoStateLoad, LegacyApexSharedByTwoWorkspaces) {
     )");
     const RepoState state = load();
     EXPECT_EQ(text(state, {"T", "A1", "AP"}), lines(R"(
-      bookmark ay: A1 | local | untracked | landed main | base T trunk [main main@git main@origin]
-      bookmark main: T root | from origin | up to date origin
+      bookmark ay: A1 | local untracked | landed main | base T trunk [main main@git main@origin]
+      bookmark main: T root | upstream(origin) upToDate(origin)
       working copy @: ay
-      workspace default: legacy AP/AP | attached T trunk main | attached A1 mutable ay | ay inherited | main inherited | base T trunk [main main@git main@origin]
-      workspace second: legacy AP/AP | attached T trunk main | attached A1 mutable ay | ay inherited | main inherited | base T trunk [main main@git main@origin]
-      selected default
+      workspace default*: legacy AP/AP | attached T trunk main | attached A1 mutable ay | ay inherited(-) | main inherited(-) | base T trunk [main main@git main@origin]
+      workspace second: legacy AP/AP | attached T trunk main | attached A1 mutable ay | ay inherited(-) | main inherited(-) | base T trunk [main main@git main@origin]
       apex AP: trunk ay | immutable T
       one-off A1 on T | owner ay
-      immutable: T root
+      immutable T root | conflicted | behind trunk
     )"));
     EXPECT_TRUE(state.workingCopyIsAttachedToApex());
     EXPECT_EQ(state.boardEnabledBookmarkNames(), (std::set<std::string>{"ay", "main"}));

@@ -1,8 +1,10 @@
 #include "support/StateText.h"
 
-#include <algorithm>
+#include <regex>
+#include <set>
 #include <sstream>
 
+#include "support/ModelPrinting.h"
 #include "support/TestRepo.h"
 
 namespace vorda::testing {
@@ -18,214 +20,159 @@ IDNames idNames(const TestRepo& repo, const std::vector<std::string>& names) {
 
 namespace {
 
-class Renderer {
-  public:
-    Renderer(const RepoState& state, const IDNames& names) : state_(state), names_(names) {
-        if (state.workingCopy) {
-            names_.try_emplace(state.workingCopy->commitID, "@");
-            names_.try_emplace(state.workingCopy->changeID, "@");
-        }
-        names_.try_emplace(std::string(40, '0'), "root");
+template <typename Range>
+std::string join(const Range& words, const std::string& before = " ") {
+    std::string text;
+    for (const auto& word : words) {
+        text += before + word;
     }
+    return text;
+}
 
-    std::string render() {
-        for (const auto& [name, bookmark] : state_.bookmarks) {
-            out_ << "bookmark " << name << ":";
-            bookmarkFacts(bookmark);
-            for (const auto& anchor : state_.baseAnchors(name)) {
-                out_ << " | base " << this->anchor(anchor);
-            }
-            out_ << "\n";
-        }
-        for (const auto& conflict : state_.conflicts) {
-            out_ << "conflict " << conflict.bookmarkA << " " << conflict.bookmarkB << "\n";
-        }
-        if (const auto& copy = state_.workingCopy) {
-            out_ << "working copy " << name(copy->commitID) << ":" << list(copy->enabledBookmarks)
-                 << (copy->hasConflict ? " | conflict" : "") << "\n";
-        }
-        for (const auto& [name, workspace] : state_.workspaces) {
-            workspaceLine(name, workspace);
-        }
-        if (state_.selectedWorkspaceName) {
-            out_ << "selected " << *state_.selectedWorkspaceName << "\n";
-        }
-        if (const auto& apex = state_.apex) {
-            out_ << "apex " << this->name(apex->changeID) << ":";
-            for (const auto& parent : apex->parents) {
-                const auto* bookmark = std::get_if<ApexParent::Bookmark>(&parent.value);
-                out_ << " " << (bookmark ? bookmark->name : "trunk");
-            }
-            out_ << " | immutable" << names(apex->immutableParentCommitIDs) << "\n";
-        }
-        for (const auto& orphan : state_.orphanWIPs) {
-            out_ << "one-off " << name(orphan.changeID) << " on" << names(orphan.parentChangeIDs)
-                 << (orphan.ownerBookmark ? " | owner " + *orphan.ownerBookmark : "")
-                 << (orphan.isMine ? "" : " | theirs") << (orphan.hasConflict ? " | conflict" : "")
-                 << "\n";
-        }
-        for (const auto& lane : state_.oneOffLanes()) {
-            out_ << "lane " << name(lane.id()) << ":";
-            for (const auto& commit : lane.commits) {
-                out_ << " " << name(commit.commitID);
-            }
-            if (!lane.parentBookmarkNames.empty()) {
-                out_ << " | on" << list(lane.parentBookmarkNames);
-            }
-            for (const auto& [bookmark, attached] : lane.parentBookmarkAttachments) {
-                out_ << " | " << bookmark << " at" << names(attached);
-            }
-            out_ << "\n";
-        }
-        for (const auto& remote : state_.untrackedRemoteBookmarks()) {
-            out_ << "remote bookmark " << remote.name << ":";
-            bookmarkFacts(remote);
-            out_ << "\n";
-        }
-        commitSet("immutable", [](const JJCommit& commit) { return commit.immutable; });
-        commitSet("conflicted", [](const JJCommit& commit) { return commit.conflict; });
-        std::vector<std::string> behind(state_.behindTrunkCommitIDs.begin(),
-                                        state_.behindTrunkCommitIDs.end());
-        if (!behind.empty()) {
-            out_ << "behind trunk:" << names(behind) << "\n";
-        }
-        return out_.str();
-    }
+template <typename Value>
+std::string printed(const Value& value) {
+    std::ostringstream out;
+    PrintTo(value, &out);
+    return out.str();
+}
 
-  private:
-    std::string name(const std::string& id) const {
-        const auto found = names_.find(id);
-        return found != names_.end() ? found->second : "?" + id.substr(0, 8);
+std::string anchors(const std::vector<BaseAnchor>& anchors) {
+    std::string text;
+    for (const auto& anchor : anchors) {
+        text += " | base " + anchor.commitID + (anchor.isTrunk ? " trunk [" : " [") +
+                join(anchor.bookmarkNames).substr(anchor.bookmarkNames.empty() ? 0 : 1) + "]";
     }
-    std::string names(const std::vector<std::string>& ids) const {
-        std::string text;
-        for (const auto& id : ids) {
-            text += " " + name(id);
-        }
-        return text;
-    }
-    static std::string list(const std::vector<std::string>& words) {
-        std::string text;
-        for (const auto& word : words) {
-            text += " " + word;
-        }
-        return text;
-    }
-    std::string anchor(const BaseAnchor& anchor) const {
-        return name(anchor.commitID) + (anchor.isTrunk ? " trunk" : "") + " [" +
-               list(anchor.bookmarkNames).substr(anchor.bookmarkNames.empty() ? 0 : 1) + "]";
-    }
+    return text;
+}
 
-    static std::string sync(const RemoteSyncState& state) {
-        return std::visit(
-            [](const auto& value) -> std::string {
-                using T = std::decay_t<decltype(value)>;
-                if constexpr (std::is_same_v<T, RemoteSyncState::UpToDate>) {
-                    return "up to date " + value.remote;
-                } else if constexpr (std::is_same_v<T, RemoteSyncState::Ahead>) {
-                    return "ahead " + value.remote + " " + std::to_string(value.commits);
-                } else if constexpr (std::is_same_v<T, RemoteSyncState::Behind>) {
-                    return "behind " + value.remote + " " + std::to_string(value.commits);
-                } else if constexpr (std::is_same_v<T, RemoteSyncState::Diverged>) {
-                    return "diverged " + value.remote + " " + std::to_string(value.ahead) + " " +
-                           std::to_string(value.behind);
-                } else {
-                    return "untracked";
-                }
-            },
-            state.value);
-    }
+std::string facts(const Bookmark& bookmark) {
+    const bool plainTip =
+        bookmark.changeIDs.size() == 1 && !bookmark.commitIDs.empty();  // tip shown first
+    return join(bookmark.commitIDs) + (plainTip ? "" : " | tips" + join(bookmark.changeIDs)) +
+           " | " + printed(bookmark.origin) + " " + printed(bookmark.remoteSyncState) +
+           (bookmark.parentBookmarks.empty() ? "" : " | on" + join(bookmark.parentBookmarks)) +
+           (bookmark.landedUpstreamParents.empty()
+                ? ""
+                : " | landed" + join(bookmark.landedUpstreamParents)) +
+           (bookmark.isDivergent ? " | divergent" : "") +
+           (bookmark.hasConflict ? " | conflict" : "");
+}
 
-    void bookmarkFacts(const Bookmark& bookmark) {
-        out_ << names(bookmark.commitIDs);
-        // The tips, where they are not simply the first commit shown.
-        if (bookmark.changeIDs.size() != 1 || bookmark.commitIDs.empty() ||
-            name(bookmark.changeIDs[0]) != name(bookmark.commitIDs[0])) {
-            out_ << " | tips" << names(bookmark.changeIDs);
-        }
-        const auto* upstream = std::get_if<BookmarkOrigin::Upstream>(&bookmark.origin.value);
-        out_ << " | " << (upstream ? "from " + upstream->remote : "local") << " | "
-             << sync(bookmark.remoteSyncState);
-        if (!bookmark.parentBookmarks.empty()) {
-            out_ << " | on" << list(bookmark.parentBookmarks);
-        }
-        if (!bookmark.landedUpstreamParents.empty()) {
-            out_ << " | landed" << list(bookmark.landedUpstreamParents);
-        }
-        out_ << (bookmark.isDivergent ? " | divergent" : "")
-             << (bookmark.hasConflict ? " | conflict" : "");
+std::string workspaceLine(const std::string& name, const WorkspaceState& workspace) {
+    const auto& composition = workspace.composition;
+    std::string text = "workspace " + name + ": ";
+    if (const auto* made = std::get_if<WorkspaceComposition::Materialized>(&composition.kind)) {
+        text += "composed " + made->changeID + "/" + made->commitID;
+    } else if (const auto* shared =
+                   std::get_if<WorkspaceComposition::LegacyShared>(&composition.kind)) {
+        text += "legacy " + shared->changeID + "/" + shared->commitID;
+    } else {
+        text += "direct";
     }
-
-    std::string role(const BookmarkInclusionRole& role) const {
-        return std::visit(
-            [&](const auto& value) -> std::string {
-                using T = std::decay_t<decltype(value)>;
-                if constexpr (std::is_same_v<T, BookmarkInclusionRole::Partial>) {
-                    return "partial " + name(value.commitID);
-                } else if constexpr (std::is_same_v<T, BookmarkInclusionRole::Inherited>) {
-                    return value.via ? "inherited via " + *value.via : "inherited";
-                } else if constexpr (std::is_same_v<T, BookmarkInclusionRole::DirectParent>) {
-                    return "direct";
-                } else {
-                    return "absent";
-                }
-            },
-            role.value);
+    if (!composition.directParentBookmarks.empty()) {
+        text += " | parents" + join(composition.directParentBookmarks);
     }
-
-    void workspaceLine(const std::string& workspaceName, const WorkspaceState& workspace) {
-        out_ << "workspace " << workspaceName << ": ";
-        const auto& composition = workspace.composition;
-        if (const auto* made = std::get_if<WorkspaceComposition::Materialized>(&composition.kind)) {
-            out_ << "composed " << name(made->changeID) << "/" << name(made->commitID);
-        } else if (const auto* shared =
-                       std::get_if<WorkspaceComposition::LegacyShared>(&composition.kind)) {
-            out_ << "legacy " << name(shared->changeID) << "/" << name(shared->commitID);
-        } else {
-            out_ << "direct";
-        }
-        if (!composition.directParentBookmarks.empty()) {
-            out_ << " | parents"
-                 << list({composition.directParentBookmarks.begin(),
-                          composition.directParentBookmarks.end()});
-        }
-        static constexpr const char* roles[] = {"trunk", "mutable", "protected", "unresolved"};
-        for (const auto& attachment : composition.attachments) {
-            out_ << " | attached " << name(attachment.commitID) << " "
-                 << roles[static_cast<int>(attachment.role)] << list(attachment.bookmarkNames);
-        }
-        for (const auto& [bookmark, role] : workspace.bookmarkRoles) {
-            out_ << " | " << bookmark << " " << this->role(role);
-        }
-        for (const auto& anchor : workspace.baseAnchors) {
-            out_ << " | base " << this->anchor(anchor);
-        }
-        out_ << (workspace.hasConflict ? " | conflict" : "") << "\n";
+    static constexpr const char* roles[] = {"trunk", "mutable", "protected", "unresolved"};
+    for (const auto& attachment : composition.attachments) {
+        text += " | attached " + attachment.commitID + " " +
+                roles[static_cast<int>(attachment.role)] + join(attachment.bookmarkNames);
     }
-
-    template <typename Test>
-    void commitSet(const char* label, Test test) {
-        std::vector<std::string> shown;
-        for (const auto& [id, commit] : state_.commits) {
-            if (test(*commit)) {
-                shown.push_back(name(id));
-            }
-        }
-        std::sort(shown.begin(), shown.end());
-        if (!shown.empty()) {
-            out_ << label << ":" << list(shown) << "\n";
-        }
+    for (const auto& [bookmark, role] : workspace.bookmarkRoles) {
+        text += " | " + bookmark + " " + printed(role);
     }
-
-    const RepoState& state_;
-    IDNames names_;
-    std::ostringstream out_;
-};
+    return text + anchors(workspace.baseAnchors) + (workspace.hasConflict ? " | conflict" : "");
+}
 
 }  // namespace
 
 std::string stateText(const RepoState& state, const IDNames& names) {
-    return Renderer(state, names).render();
+    IDNames all = names;
+    if (state.workingCopy) {
+        all.try_emplace(state.workingCopy->commitID, "@");
+        all.try_emplace(state.workingCopy->changeID, "@");
+    }
+    all.try_emplace(std::string(40, '0'), "root");
+    const auto nameOf = [&](const std::string& id) {
+        const auto found = all.find(id);
+        return found != all.end() ? found->second : "?" + id.substr(0, 8);
+    };
+    static const std::regex idPattern("[0-9a-f]{40}|[k-z]{32}");
+    const auto rename = [&](const std::string& raw) {
+        std::string text;
+        auto last = raw.cbegin();
+        for (std::sregex_iterator match(raw.begin(), raw.end(), idPattern), end; match != end;
+             ++match) {
+            text.append(last, (*match)[0].first);
+            text += nameOf(match->str());
+            last = (*match)[0].second;
+        }
+        return text.append(last, raw.cend());
+    };
+    std::ostringstream out;
+    for (const auto& [name, bookmark] : state.bookmarks) {
+        out << "bookmark " << name << ":" << facts(bookmark) << anchors(state.baseAnchors(name))
+            << "\n";
+    }
+    for (const auto& conflict : state.conflicts) {
+        out << "conflict " << conflict.bookmarkA << " " << conflict.bookmarkB << "\n";
+    }
+    if (const auto& copy = state.workingCopy) {
+        out << "working copy @:" << join(copy->enabledBookmarks)
+            << (copy->hasConflict ? " | conflict" : "") << "\n";
+    }
+    for (const auto& [name, workspace] : state.workspaces) {
+        out << workspaceLine(name == state.selectedWorkspaceName ? name + "*" : name, workspace)
+            << "\n";
+    }
+    if (const auto& apex = state.apex) {
+        out << "apex " << apex->changeID << ":";
+        for (const auto& parent : apex->parents) {
+            const auto* bookmark = std::get_if<ApexParent::Bookmark>(&parent.value);
+            out << " " << (bookmark ? bookmark->name : "trunk");
+        }
+        out << " | immutable" << join(apex->immutableParentCommitIDs) << "\n";
+    }
+    std::set<std::string> oneOffs;
+    for (const auto& orphan : state.orphanWIPs) {
+        oneOffs.insert(rename("one-off " + orphan.changeID + " on" + join(orphan.parentChangeIDs) +
+                              (orphan.ownerBookmark ? " | owner " + *orphan.ownerBookmark : "") +
+                              (orphan.isMine ? "" : " | theirs") +
+                              (orphan.hasConflict ? " | conflict" : "")));
+    }
+    for (const auto& lane : state.oneOffLanes()) {
+        std::string line = "lane " + lane.id() + ":";
+        for (const auto& commit : lane.commits) {
+            line += " " + commit.commitID;
+        }
+        line += lane.parentBookmarkNames.empty() ? "" : " | on" + join(lane.parentBookmarkNames);
+        for (const auto& [bookmark, attached] : lane.parentBookmarkAttachments) {
+            line += " | " + bookmark + " at" + join(attached);
+        }
+        oneOffs.insert(rename(line));
+    }
+    for (const auto& line : oneOffs) {
+        out << line << "\n";
+    }
+    for (const auto& remote : state.untrackedRemoteBookmarks()) {
+        out << "remote bookmark " << remote.name << ":" << facts(remote) << "\n";
+    }
+
+    std::set<std::string> immutable, conflicted, behind;
+    for (const auto& [id, commit] : state.commits) {
+        if (commit->immutable) {
+            immutable.insert(nameOf(id));
+        }
+        if (commit->conflict) {
+            conflicted.insert(nameOf(id));
+        }
+    }
+    for (const auto& id : state.behindTrunkCommitIDs) {
+        behind.insert(nameOf(id));
+    }
+    out << "immutable" << join(immutable) << " | conflicted" << join(conflicted)
+        << " | behind trunk" << join(behind) << "\n";
+
+    return rename(out.str());
 }
 
 std::string lines(std::string_view text) {

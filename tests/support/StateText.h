@@ -17,14 +17,15 @@ using IDNames = std::map<std::string, std::string>;
 /// Both IDs of each named picture commit, as of now.
 IDNames idNames(const TestRepo& repo, const std::vector<std::string>& names);
 
-/// A RepoState as text, one line per fact, in a fixed order: each bookmark
-/// (commits tip first, origin, remote state, what it stacks on, landed parents,
-/// its base, divergence), each conflict between bookmarks, the working copy,
-/// each workspace (composition, attachments, roles, base), the apex, each
-/// one-off entry newest first, each one-off lane, each remote bookmark with no
-/// local one, the immutable, conflicted and behind-trunk commits. IDs show as
-/// their names; the working copy as "@", the root commit as "root", anything
-/// else as "?" and its first 8 characters.
+/// A RepoState as text, one line per fact: each bookmark (commits tip first,
+/// origin and remote state, what it stacks on, landed parents, its base), each
+/// conflict between bookmarks, the working copy, each workspace (the selected
+/// one starred), the apex, the one-off entries and lanes, the remote bookmarks
+/// with no local one, and the immutable, conflicted and behind-trunk commits.
+/// IDs show as their names (the working copy's as "@", the root's as "root",
+/// others as "?" and 8 characters). Lists without an order of their own and
+/// the one-off entries, which commits made within one clock tick leave in no
+/// fixed order, are sorted.
 std::string stateText(const RepoState& state, const IDNames& names);
 
 /// `text` with each line trimmed and blank lines dropped, so that an expected
