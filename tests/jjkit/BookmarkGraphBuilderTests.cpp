@@ -13,6 +13,7 @@
 
 #include "jjkit/graph/CommitGraph.h"
 #include "jjkit/graph/StringTable.h"
+#include "support/StateText.h"
 
 namespace vorda {
 namespace {
@@ -34,6 +35,16 @@ JJCommit commit(const std::string& id, std::vector<std::string> parents,
     return made;
 }
 
+/// The state's rendering, each change shown by its commit's ID.
+std::string show(const RepoState& state) {
+    testing::IDNames names;
+    for (const auto& [id, commit] : state.commits) {
+        names[commit->changeID] = id;
+    }
+    return testing::stateText(state, names);
+}
+using testing::lines;
+
 BookmarkGraphBuilder::Input input(std::vector<JJCommit> commits) {
     BookmarkGraphBuilder::Input in;
     for (const auto& each : commits) {
@@ -49,20 +60,21 @@ TEST(BookmarkGraphBuilder, CyclesDuplicatesAndMissingParentsStillBuild) {
         commit("a", {"elsewhere"}),  // a duplicate: the first one stands
         commit("c", {"not-loaded", "b"}, {"sea"}), commit("d", {"d"}),  // its own parent
     }));
-    ASSERT_EQ(state.bookmarks.size(), 3U);
-    EXPECT_EQ(state.bookmarks.at("ay").parentBookmarks, std::vector<std::string>{"bee"});
-    EXPECT_EQ(state.bookmarks.at("bee").parentBookmarks, std::vector<std::string>{"ay"});
-    EXPECT_EQ(state.bookmarks.at("sea").parentBookmarks, std::vector<std::string>{"bee"});
+    // The derived members walk the same damaged graph. Each commit is one-off
+    // work once; "d" sits on itself, so it heads no lane.
+    EXPECT_EQ(show(state), lines(R"(
+      bookmark ay: a | local untracked | on bee | base b [bee]
+      bookmark bee: b | local untracked | on ay | base a [ay]
+      bookmark sea: c | local untracked | on bee | base b [bee]
+      one-off a on b | owner ay
+      one-off b on a | owner bee
+      one-off c on b | owner sea
+      one-off d on d
+      immutable | conflicted | behind trunk
+    )"));
     EXPECT_EQ(state.commits.size(), 4U);
     EXPECT_EQ(state.commits.at("a")->parents, std::vector<std::string>{"b"});
-    // The derived members walk the same damaged graph.
     EXPECT_EQ(state.transitiveDependencies("ay"), (std::set<std::string>{"ay", "bee"}));
-    const auto anchors = state.baseAnchors("sea");
-    ASSERT_EQ(anchors.size(), 1U);
-    EXPECT_EQ(anchors[0].bookmarkNames, std::vector<std::string>{"bee"});
-    // Each commit is one-off work once; "d" sits on itself, so it heads no lane.
-    EXPECT_EQ(state.orphanWIPs.size(), 4U);
-    EXPECT_TRUE(state.oneOffLanes().empty());
 }
 
 TEST(BookmarkGraphBuilder, EqualInputGivesEqualOutput) {
@@ -84,12 +96,13 @@ TEST(BookmarkGraphBuilder, NoBookmarksMakesEveryOwnMutableCommitOneOff) {
     in.commits[0].committer.timestamp = "2026-11-21T10:00:00+01:00";
     in.commits[1].committer.timestamp = "2026-11-21T09:30:00Z";  // later, though it reads earlier
     const RepoState state = BookmarkGraphBuilder::build(std::move(in));
-    EXPECT_TRUE(state.bookmarks.empty());
-    EXPECT_TRUE(state.conflicts.empty());
-    ASSERT_EQ(state.orphanWIPs.size(), 2U);
+    ASSERT_EQ(show(state), lines(R"(
+      lane b: b a
+      one-off a on root
+      one-off b on a
+      immutable root | conflicted | behind trunk
+    )"));
     EXPECT_EQ(state.orphanWIPs[0].commitID, "a");  // newest first by instant, not by text
-    EXPECT_EQ(state.orphanWIPs[1].parentChangeIDs, std::vector<std::string>{"change-a"});
-    EXPECT_FALSE(state.workingCopy.has_value());
 }
 
 TEST(BookmarkGraphBuilder, TheApexBelongsToNoLane) {
@@ -99,15 +112,15 @@ TEST(BookmarkGraphBuilder, TheApexBelongsToNoLane) {
     in.commits[1].description = "wip: Vorda apex commit\n";
     in.trunkCommitID = "root";
     const RepoState state = BookmarkGraphBuilder::build(std::move(in));
-    ASSERT_TRUE(state.apex.has_value());
-    EXPECT_EQ(state.apex->parents,
-              (std::vector<ApexParent>{ApexParent::bookmark("feat"), ApexParent::trunk()}));
-    EXPECT_EQ(state.bookmarks.at("feat").commitIDs, std::vector<std::string>{"f"});
-    EXPECT_EQ(state.workingCopy->enabledBookmarks, std::vector<std::string>{"feat"});
     // Only "f" is left as one-off work of mine, and feat owns it.
-    ASSERT_EQ(state.orphanWIPs.size(), 1U);
-    EXPECT_EQ(state.orphanWIPs[0].ownerBookmark, std::optional<std::string>("feat"));
-    EXPECT_TRUE(state.oneOffLanes().empty());
+    EXPECT_EQ(show(state), lines(R"(
+      bookmark feat: f | local untracked | base root trunk [main]
+      bookmark main: root | local untracked
+      working copy @: feat
+      apex apex: feat trunk | immutable root
+      one-off f on root | owner feat
+      immutable root | conflicted | behind trunk
+    )"));
     EXPECT_TRUE(state.workingCopyIsAttachedToApex());
 }
 
@@ -162,22 +175,20 @@ TEST(BookmarkGraphBuilder, GivesEachBookmarkItsRoleInAComposedWorkspace) {
     in.workspaces.push_back({"default", "/work", "w", "change-w"});
     in.compositionChangeIDs["default"] = "change-comp";
     const RepoState state = BookmarkGraphBuilder::build(std::move(in));
-    const WorkspaceState& workspace = state.workspaces.at("default");
-    EXPECT_EQ(
-        workspace.composition.kind,
-        WorkspaceComposition::Kind(WorkspaceComposition::Materialized{"change-comp", "comp"}));
-    EXPECT_EQ(workspace.composition.directParentBookmarks, std::set<std::string>{"other"});
-    EXPECT_EQ(workspace.bookmarkRoles, (std::map<std::string, BookmarkInclusionRole>{
-                                           {"feat", BookmarkInclusionRole::partial("f1")},
-                                           {"main", BookmarkInclusionRole::inherited(std::nullopt)},
-                                           {"other", BookmarkInclusionRole::directParent()},
-                                           {"under", BookmarkInclusionRole::inherited("other")},
-                                       }));
     // Neither the composition point nor the working copy is one-off work.
-    for (const auto& orphan : state.orphanWIPs) {
-        EXPECT_NE(orphan.commitID, "comp");
-        EXPECT_NE(orphan.commitID, "w");
-    }
+    EXPECT_EQ(show(state), lines(R"(
+      bookmark feat: f2 f1 | local untracked | base root trunk [main]
+      bookmark main: root | local untracked
+      bookmark other: o1 | local untracked | on under | base u1 [under]
+      bookmark under: u1 | local untracked | base root trunk [main]
+      working copy @: feat other under
+      workspace default: composed comp/comp | parents other | attached f1 mutable | attached o1 mutable other | attached root protected main | feat partial(f1) | main inherited(-) | other directParent | under inherited(other) | base root trunk [main]
+      one-off f1 on root | owner feat
+      one-off f2 on f1 | owner feat
+      one-off o1 on u1 | owner other
+      one-off u1 on root | owner under
+      immutable root | conflicted | behind trunk
+    )"));
 }
 
 TEST(CommitGraph, KeepsTheFirstOfRepeatedCommitsAndOnlyLoadedParents) {

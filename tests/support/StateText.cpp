@@ -45,9 +45,12 @@ std::string anchors(const std::vector<BaseAnchor>& anchors) {
     return text;
 }
 
-std::string facts(const Bookmark& bookmark) {
-    const bool plainTip =
-        bookmark.changeIDs.size() == 1 && !bookmark.commitIDs.empty();  // tip shown first
+std::string facts(const Bookmark& bookmark, const CommitIndex& commits) {
+    // The tips are shown only where they are not simply the first commit.
+    const auto first =
+        bookmark.commitIDs.empty() ? commits.end() : commits.find(bookmark.commitIDs[0]);
+    const bool plainTip = bookmark.changeIDs.size() == 1 && first != commits.end() &&
+                          first->second->changeID == bookmark.changeIDs[0];
     return join(bookmark.commitIDs) + (plainTip ? "" : " | tips" + join(bookmark.changeIDs)) +
            " | " + printed(bookmark.origin) + " " + printed(bookmark.remoteSyncState) +
            (bookmark.parentBookmarks.empty() ? "" : " | on" + join(bookmark.parentBookmarks)) +
@@ -92,26 +95,27 @@ std::string stateText(const RepoState& state, const IDNames& names) {
         all.try_emplace(state.workingCopy->changeID, "@");
     }
     all.try_emplace(std::string(40, '0'), "root");
-    const auto nameOf = [&](const std::string& id) {
-        const auto found = all.find(id);
-        return found != all.end() ? found->second : "?" + id.substr(0, 8);
+    // A word that is a known ID becomes its name, an unknown ID a short mark.
+    static const std::regex word(R"([^\s|\[\]()/,:*]+)"), id("[0-9a-f]{40}|[k-z]{32}");
+    const auto nameOf = [&](const std::string& text) {
+        const auto found = all.find(text);
+        return found != all.end()           ? found->second
+               : std::regex_match(text, id) ? "?" + text.substr(0, 8)
+                                            : text;
     };
-    static const std::regex idPattern("[0-9a-f]{40}|[k-z]{32}");
     const auto rename = [&](const std::string& raw) {
         std::string text;
         auto last = raw.cbegin();
-        for (std::sregex_iterator match(raw.begin(), raw.end(), idPattern), end; match != end;
-             ++match) {
-            text.append(last, (*match)[0].first);
-            text += nameOf(match->str());
+        for (std::sregex_iterator match(raw.begin(), raw.end(), word), end; match != end; ++match) {
+            text.append(last, (*match)[0].first) += nameOf(match->str());
             last = (*match)[0].second;
         }
         return text.append(last, raw.cend());
     };
     std::ostringstream out;
     for (const auto& [name, bookmark] : state.bookmarks) {
-        out << "bookmark " << name << ":" << facts(bookmark) << anchors(state.baseAnchors(name))
-            << "\n";
+        out << "bookmark " << name << ":" << facts(bookmark, state.commits)
+            << anchors(state.baseAnchors(name)) << "\n";
     }
     for (const auto& conflict : state.conflicts) {
         out << "conflict " << conflict.bookmarkA << " " << conflict.bookmarkB << "\n";
@@ -154,20 +158,20 @@ std::string stateText(const RepoState& state, const IDNames& names) {
         out << line << "\n";
     }
     for (const auto& remote : state.untrackedRemoteBookmarks()) {
-        out << "remote bookmark " << remote.name << ":" << facts(remote) << "\n";
+        out << "remote bookmark " << remote.name << ":" << facts(remote, state.commits) << "\n";
     }
 
     std::set<std::string> immutable, conflicted, behind;
-    for (const auto& [id, commit] : state.commits) {
+    for (const auto& [commitID, commit] : state.commits) {
         if (commit->immutable) {
-            immutable.insert(nameOf(id));
+            immutable.insert(nameOf(commitID));
         }
         if (commit->conflict) {
-            conflicted.insert(nameOf(id));
+            conflicted.insert(nameOf(commitID));
         }
     }
-    for (const auto& id : state.behindTrunkCommitIDs) {
-        behind.insert(nameOf(id));
+    for (const auto& each : state.behindTrunkCommitIDs) {
+        behind.insert(nameOf(each));
     }
     out << "immutable" << join(immutable) << " | conflicted" << join(conflicted)
         << " | behind trunk" << join(behind) << "\n";
