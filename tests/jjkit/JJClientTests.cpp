@@ -36,13 +36,6 @@ Case expectJJError(Call&& call) {
     return {};
 }
 
-const JJCommit* findByChange(const std::vector<JJCommit>& commits, const std::string& change) {
-    const auto found = std::find_if(commits.begin(), commits.end(), [&](const JJCommit& commit) {
-        return commit.changeID == change;
-    });
-    return found == commits.end() ? nullptr : &*found;
-}
-
 TEST(JJClientVersion, GateAcceptsTheInstalledJJAndRefusesBadOnes) {
     const JJClient client("/nonexistent/vorda");  // version needs no repository
     EXPECT_TRUE(client.version().isSupported());
@@ -85,30 +78,29 @@ TEST(JJClientLog, DecodesARealRepositoryWithLocalAndRemoteBookmarksAndAwkwardNam
 
     const JJClient client(repo.root());
     const auto commits = client.log("all()");
-    const JJCommit* base = findByChange(commits, repo.id("T"));
-    const JJCommit* feature = findByChange(commits, repo.id("F"));
-    const JJCommit* ahead = findByChange(commits, repo.id("A"));
-    ASSERT_TRUE(base && feature && ahead);
+    const auto base = client.log(repo.id("T")).at(0);
+    const auto feature = client.log(repo.id("F")).at(0);
+    const auto ahead = client.log(repo.id("A")).at(0);
 
-    EXPECT_EQ(feature->description, "Feature \"quoted\" \\ back\nsecond line ä\n");
-    EXPECT_EQ(feature->summary(), "Feature \"quoted\" \\ back");
-    EXPECT_EQ(feature->parents, std::vector<std::string>{base->commitID});
-    EXPECT_EQ(feature->author.name, "Vorda Test");
-    EXPECT_TRUE(feature->author.date().has_value());
-    EXPECT_TRUE(base->immutable);  // main@origin is trunk, hence immutable
-    EXPECT_FALSE(ahead->immutable);
+    EXPECT_EQ(feature.description, "Feature \"quoted\" \\ back\nsecond line ä\n");
+    EXPECT_EQ(feature.summary(), "Feature \"quoted\" \\ back");
+    EXPECT_EQ(feature.parents, std::vector<std::string>{base.commitID});
+    EXPECT_EQ(feature.author.name, "Vorda Test");
+    EXPECT_TRUE(feature.author.date().has_value());
+    EXPECT_TRUE(base.immutable);  // main@origin is trunk, hence immutable
+    EXPECT_FALSE(ahead.immutable);
 
     // feature moved on locally; its remote stays on the pushed commit.
-    ASSERT_EQ(ahead->localBookmarks.size(), 1U);
-    EXPECT_EQ(ahead->localBookmarks[0].name, "feature");
-    EXPECT_EQ(ahead->localBookmarks[0].target, std::vector<std::string>{ahead->commitID});
+    ASSERT_EQ(ahead.localBookmarks.size(), 1U);
+    EXPECT_EQ(ahead.localBookmarks[0].name, "feature");
+    EXPECT_EQ(ahead.localBookmarks[0].target, std::vector<std::string>{ahead.commitID});
     const auto remote = std::find_if(
-        feature->remoteBookmarks.begin(), feature->remoteBookmarks.end(),
+        feature.remoteBookmarks.begin(), feature.remoteBookmarks.end(),
         [](const JJCommitRef& ref) { return ref.name == "feature" && ref.remote == "origin"; });
-    ASSERT_NE(remote, feature->remoteBookmarks.end());
-    EXPECT_EQ(remote->trackingTarget, std::optional(std::vector<std::string>{ahead->commitID}));
-    EXPECT_EQ(feature->bookmarkLabels(), (std::vector<std::string>{"feature@origin", awkwardName}));
-    EXPECT_EQ(base->bookmarkLabels(), std::vector<std::string>{"main"});
+    ASSERT_NE(remote, feature.remoteBookmarks.end());
+    EXPECT_EQ(remote->trackingTarget, std::optional(std::vector<std::string>{ahead.commitID}));
+    EXPECT_EQ(feature.bookmarkLabels(), (std::vector<std::string>{"feature@origin", awkwardName}));
+    EXPECT_EQ(base.bookmarkLabels(), std::vector<std::string>{"main"});
     // The awkward name comes back intact and finds its commit.
     const auto named = client.log(bookmarkSetRevset(awkwardName));
     ASSERT_EQ(named.size(), 1U);
@@ -122,13 +114,13 @@ TEST(JJClientLog, DecodesARealRepositoryWithLocalAndRemoteBookmarksAndAwkwardNam
     ASSERT_EQ(workingCopy->changedFiles.size(), 1U);
     EXPECT_EQ(workingCopy->changedFiles[0].path, awkwardPath);
     EXPECT_EQ(workingCopy->changedFiles[0].status, "A");
-    EXPECT_TRUE(ahead->changedFiles.empty());
+    EXPECT_TRUE(ahead.changedFiles.empty());
     // jj prints the path relative to the current folder, which a client never sets.
     const auto listed =
         client.run({"diff", "--name-only", "-r", "@", rootFilesets({awkwardPath}).at(0)}, "test");
     EXPECT_TRUE(listed.stdout.ends_with("/repo/" + awkwardPath + "\n")) << listed.stdout;
 
-    EXPECT_EQ(client.trunkCommitID(), base->commitID);
+    EXPECT_EQ(client.trunkCommitID(), base.commitID);
 }
 
 TEST(JJClientLog, ReadsAtAnEarlierOperationAndFindsMissingParents) {
