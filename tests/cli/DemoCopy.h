@@ -21,7 +21,7 @@ inline std::string copyDemo(const std::filesystem::path& destination) {
     static_cast<void>(built);
     // -a keeps the files' times, so jj finds the working copies unchanged.
     runChecked({"cp", "-a", cache.string(), destination.string()});
-    const std::string repo = demoRepositoryPath(destination.string());
+    std::string repo = demoRepositoryPath(destination.string());
     runChecked({"jj", "--ignore-working-copy", "-R", repo, "git", "remote", "set-url", "origin",
                 (destination / "origin.git").string()});
     return repo;
