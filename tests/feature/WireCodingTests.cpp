@@ -706,7 +706,8 @@ RepoState sampleState(const std::vector<std::string>& commitOrder) {
     for (const auto& id : commitOrder) {
         JJCommit& commit =
             id == "trunk" ? builder.immutableCommit(id) : builder.commit(id, {"trunk"});
-        commit.description = "describe " + id + "\n" + tricky;
+        commit.description = "describe ";
+        commit.description.append(id).append("\n").append(tricky);
         commit.author = {"Ada", "ada@example.com", "2024-03-20T12:00:00Z"};
         if (id == "feature-tip") {
             testing::addLocalBookmark(commit, "feature");

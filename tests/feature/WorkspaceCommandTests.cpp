@@ -86,7 +86,7 @@ class WorkspaceCommands : public ::testing::Test {
     std::string expectNewPointWithBee(const std::string& name, const std::string& formerCopy) {
         const auto points = storedPoints();
         EXPECT_EQ(points.size(), 1U);
-        const auto created = points.contains(name) ? points.at(name) : "none";
+        std::string created = points.contains(name) ? points.at(name) : "none";
         EXPECT_EQ(repo.description(created), "wip: Vorda composition " + name);
         EXPECT_EQ(repo.parents(created), (Names{formerCopy, "BEE"}));
         EXPECT_EQ(repo.changeID(name + "@"), created);
