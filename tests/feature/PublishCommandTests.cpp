@@ -6,6 +6,7 @@
 #include "feature/session/RepoSession.h"
 #include "jjkit/support/Text.h"
 #include "jjkit/templates/RevsetQuoting.h"
+#include "support/RepoPicture.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
@@ -15,13 +16,7 @@ using Paths = std::vector<std::string>;
 
 class PublishCommands : public ::testing::Test {
   protected:
-    void SetUp() override {
-        repo.draw(R"(
-          origin
-          T <- root "base" README=base [main]
-          push main
-        )");
-    }
+    void SetUp() override { repo.draw(testing::publishedTrunk); }
 
     // The commit origin's branch points at; empty when origin lacks it.
     std::string originTip(const std::string& branch) const {

@@ -14,6 +14,7 @@
 #include "feature/session/RepoSession.h"
 #include "jjkit/settings/BookmarkSettingsStore.h"
 #include "support/ModelPrinting.h"
+#include "support/RepoPicture.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
@@ -40,13 +41,7 @@ RepoCommand advance(const std::string& workspace) {
 // session on the default workspace.
 class WorkspaceCommands : public ::testing::Test {
   protected:
-    void SetUp() override {
-        repo.draw(R"(
-          origin
-          T <- root "base" README=base [main]
-          push main
-        )");
-    }
+    void SetUp() override { repo.draw(testing::publishedTrunk); }
 
     std::string commitID(const std::string& name) const { return repo.commitID(repo.id(name)); }
 

@@ -7,6 +7,7 @@
 #include "jjkit/client/JJClient.h"
 #include "support/LogCapture.h"
 #include "support/Refusal.h"
+#include "support/RepoPicture.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
@@ -25,13 +26,7 @@ const std::string crosses =
 
 class BookmarkOperations : public ::testing::Test {
   protected:
-    void SetUp() override {
-        repo.draw(R"(
-          origin
-          T <- root "base" README=hello [main]
-          push main
-        )");
-    }
+    void SetUp() override { repo.draw(testing::publishedTrunk); }
 
     // Refuses with `message` and runs no operation at all.
     void expectRefused(const std::string& bookmark, const std::string& destination,

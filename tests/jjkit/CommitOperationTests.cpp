@@ -6,6 +6,7 @@
 #include "jjkit/client/JJClient.h"
 #include "jjkit/templates/RevsetQuoting.h"
 #include "support/LogCapture.h"
+#include "support/RepoPicture.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
@@ -25,13 +26,7 @@ Names summaries(const std::vector<JJCommit>& commits) {
 
 class CommitOperations : public ::testing::Test {
   protected:
-    void SetUp() override {
-        repo.draw(R"(
-          origin
-          T <- root "base" README=hello [main]
-          push main
-        )");
-    }
+    void SetUp() override { repo.draw(testing::publishedTrunk); }
     std::string commitID(const std::string& name) const { return repo.commitID(repo.id(name)); }
 
     TestRepo repo;

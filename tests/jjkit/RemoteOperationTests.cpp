@@ -8,6 +8,7 @@
 #include "jjkit/support/Text.h"
 #include "support/LogCapture.h"
 #include "support/Refusal.h"
+#include "support/RepoPicture.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
@@ -20,11 +21,7 @@ using testing::TestRepo;
 class RemoteOperations : public ::testing::Test {
   protected:
     void SetUp() override {
-        repo.draw(R"(
-          origin
-          T <- root "base" README=hello [main]
-          push main
-        )");
+        repo.draw(testing::publishedTrunk);
         // Origin moves on behind our back.
         repo.advanceOrigin("main", "upstream work", {{"u", "1"}});
     }

@@ -53,4 +53,11 @@ using Item = std::variant<Commit, WorkingCopy, Workspace, Origin, Push>;
 std::vector<Item> parse(std::string_view text);
 
 }  // namespace picture
+
+/// The most common start: trunk `T` as `main`, published to a bare origin.
+inline constexpr std::string_view publishedTrunk = R"(
+  origin
+  T <- root "base" README=base [main]
+  push main
+)";
 }  // namespace vorda::testing
