@@ -240,7 +240,7 @@ TEST(FeatureAppendPlanValues, InspectionTellsOriginalRoutedBothAndChangedStates)
                             Topology topology, BookmarkState bookmark,
                             const std::vector<std::string>& warnings, const std::string& guidance) {
         SCOPED_TRACE(name);
-        const auto inspection = Inspection::build(stored, operation, visible, bookmarks, tip, seen);
+        auto inspection = Inspection::build(stored, operation, visible, bookmarks, tip, seen);
         EXPECT_EQ(inspection.recordID, record.id);
         EXPECT_EQ(inspection.operationID, operation);
         EXPECT_EQ(inspection.topology, topology);
@@ -385,7 +385,8 @@ TEST(FeatureAppendFlow, AppendsTheWorkOntoTheTipAndAdvancesTheBookmark) {
          "Select finished, mutable, unbookmarked commits—not a merge or workspace working copy."},
         {repo.id("F1"), "The insertion destination descends from the selected work."},
     };
-    for (const auto& [selection, words] : refusals) {
+    for (const auto& [selected, words] : refusals) {
+        const std::string& selection = selected;
         EXPECT_EQ(refusal([&] { env.client.planFeatureAppend({selection}, "feat"); }), words);
     }
 

@@ -78,7 +78,8 @@ TEST(GitHubPRCoding, MalformedOutputThrowsADecodingError) {
          "missing key `title` at Index 0"},
         {R"([{"number":"1","url":"u","state":"OPEN","isDraft":false,"title":"t","comments":[]}])",
          "expected Int) at Index 0.number"}};
-    for (const auto& [text, part] : malformed) {
+    for (const auto& [input, part] : malformed) {
+        const std::string& text = input;
         const std::string error = failure([&] { GitHubClient::parseFirstPR(text); });
         EXPECT_TRUE(error.starts_with("decoding: ") && error.find(part) != std::string::npos)
             << error;
@@ -191,6 +192,7 @@ TEST_F(GitHubClientTest, AvailabilityIsAskedOnceForTheClientsLifeEvenByConcurren
     std::vector<char> answers(8, 0);
     {
         std::vector<std::jthread> threads;
+        threads.reserve(answers.size());
         for (char& answer : answers) {
             threads.emplace_back([this, slot = &answer] { *slot = client.isAvailable() ? 1 : 0; });
         }

@@ -52,6 +52,7 @@ std::vector<std::string> numbersOf(const std::vector<LineHunk>& hunks) {
         return static_cast<std::int64_t>(end > begin ? begin + 1 : begin);
     };
     std::vector<std::string> all;
+    all.reserve(hunks.size());
     for (const auto& hunk : hunks) {
         all.push_back(numbers(start(hunk.leftBegin, hunk.leftEnd),
                               static_cast<std::int64_t>(hunk.leftEnd - hunk.leftBegin),

@@ -206,6 +206,7 @@ TEST(JJClientRun, ProcessesRunAtOnceAndOutputThatIsNotUtf8BreaksNothing) {
     std::vector<std::size_t> counts(4);
     {
         std::vector<std::jthread> threads;
+        threads.reserve(counts.size());
         for (auto& count : counts) {
             threads.emplace_back([&] { count = client.log("all()").size(); });
         }

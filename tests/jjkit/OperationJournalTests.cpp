@@ -256,6 +256,7 @@ struct Planned {
 
 std::vector<std::string> changeIDs(const std::vector<JJCommit>& commits) {
     std::vector<std::string> ids;
+    ids.reserve(commits.size());
     for (const auto& commit : commits) {
         ids.push_back(commit.changeID);
     }

@@ -166,6 +166,7 @@ TEST_F(PRCacheStoreTest, ConcurrentWritersAllLand) {
     PRCacheStore store(root());
     {
         std::vector<std::jthread> threads;
+        threads.reserve(4);
         for (int thread = 0; thread < 4; ++thread) {
             threads.emplace_back([&store, thread] {
                 for (int index = 0; index < 25; ++index) {

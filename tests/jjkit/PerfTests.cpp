@@ -271,6 +271,7 @@ TEST(PerfLive, ConcurrentThreadsInOneActionAreAllReported) {
     const std::uint64_t action = Perf::beginAction("live concurrent");
     {
         std::vector<std::jthread> threads;
+        threads.reserve(threadCount);
         for (int thread = 0; thread < threadCount; ++thread) {
             threads.emplace_back([thread, &nameOf] {
                 for (int index = 0; index < eventsPerThread; ++index) {
@@ -289,9 +290,9 @@ TEST(PerfLive, ConcurrentThreadsInOneActionAreAllReported) {
     const std::string total = std::to_string(threadCount * eventsPerThread);
     EXPECT_NE(headLine(lines, "live concurrent").find(" · subprocesses: " + total + "× totaling "),
               std::string::npos);
-    EXPECT_EQ(Perf::subprocessCount(), subprocessesBefore + threadCount * eventsPerThread);
-    EXPECT_EQ(Bench::bodyCounts()["live concurrent body"],
-              bodiesBefore + threadCount * eventsPerThread);
+    const auto events = static_cast<std::size_t>(threadCount) * eventsPerThread;
+    EXPECT_EQ(Perf::subprocessCount(), subprocessesBefore + events);
+    EXPECT_EQ(Bench::bodyCounts()["live concurrent body"], bodiesBefore + events);
     for (int thread = 0; thread < threadCount; ++thread) {
         for (int index = 0; index < eventsPerThread; ++index) {
             const std::string name = nameOf(thread, index);

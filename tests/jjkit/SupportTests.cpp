@@ -284,6 +284,7 @@ TEST(SupportDiagnosticLog, SinkReceivesWholeWritesAndCanBeRestored) {
     constexpr int linesPerThread = 200;
     {
         std::vector<std::jthread> threads;
+        threads.reserve(threadCount);
         for (int thread = 0; thread < threadCount; ++thread) {
             threads.emplace_back([thread] {
                 for (int index = 0; index < linesPerThread; ++index) {

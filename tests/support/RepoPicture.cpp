@@ -53,7 +53,7 @@ std::vector<Word> wordsOf(std::string_view line) {
             word.text = quoted();
         }
         while (at < line.size() && line[at] != ' ' && line[at] != '\t') {
-            word.kind = word.kind == '"' ? 0 : word.kind;
+            word.kind = word.kind == '"' ? '\0' : word.kind;
             word.text += line[at] == '"' ? quoted() : std::string(1, line[at++]);
         }
         words.push_back(std::move(word));

@@ -98,6 +98,7 @@ void TestRepo::draw(std::string_view text) {
     std::vector<std::string> workingCopyParents;
     auto revisions = [&](const std::vector<std::string>& parents) {
         std::vector<std::string> resolved;
+        resolved.reserve(parents.size());
         for (const auto& parent : parents) {
             resolved.push_back(revisionOf(parent));
         }
