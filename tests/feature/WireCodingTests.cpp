@@ -683,7 +683,8 @@ TEST(WireCommands, AbsentOptionalsUnknownKeysAndKeysRepeatedInOtherObjectsAreAcc
                              R"({"createBookmark":{"_0":{"name":"x","parent":null,
                                  "startingPoint":{"tipOfParent":{}},"enableAfterCreating":true,
                                  "trackUpstream":false}}})"}) {
-        const auto& input = std::get<RepoCommand::CreateBookmark>(parseCommand(text).value).input;
+        const auto command = parseCommand(text);
+        const auto& input = std::get<RepoCommand::CreateBookmark>(command.value).input;
         EXPECT_EQ(input.name, "x");
         EXPECT_FALSE(input.parent.has_value());
         EXPECT_TRUE(
