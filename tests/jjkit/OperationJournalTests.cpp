@@ -15,6 +15,7 @@
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/LocalStackUpdatePlan.h"
+#include "jjkit/rewrites/PlannedFlow.h"
 #include "jjkit/support/Cancellation.h"
 #include "jjkit/support/Uuid.h"
 #include "support/Refusal.h"
@@ -254,15 +255,6 @@ struct Planned {
     std::vector<std::string> affected;  // change IDs, in plan order
 };
 
-std::vector<std::string> changeIDs(const std::vector<JJCommit>& commits) {
-    std::vector<std::string> ids;
-    ids.reserve(commits.size());
-    for (const auto& commit : commits) {
-        ids.push_back(commit.changeID);
-    }
-    return ids;
-}
-
 struct Flow {
     std::string name;
     /// Plans the flow's request with `client`.
@@ -298,7 +290,7 @@ const Flow flows[] = {
                     return by.executeLocalStackUpdate(plan, saving<LocalStackUpdatePlan>(save),
                                                       stop);
                 },
-                plan.commandArguments(), changeIDs(plan.affectedCommits)};
+                plan.commandArguments(), flow::changeIDsOf(plan.affectedCommits)};
         },
         "This preview belongs to another repository or workspace.",
         "Preview expired because the repository or working copy changed. Generate a fresh "
@@ -338,7 +330,7 @@ const Flow flows[] = {
                     return by.executeFeatureInsertion(plan, saving<FeatureInsertionPlan>(save),
                                                       stop);
                 },
-                plan.commandArguments(), changeIDs(plan.affected)};
+                plan.commandArguments(), flow::changeIDsOf(plan.affected)};
         },
         "This routing preview belongs to another repository or workspace.",
         "Routing preview expired. Refresh and preview again before moving work.",
@@ -394,7 +386,7 @@ const Flow flows[] = {
                             plan, saving<FeatureAppendPlan>(save), [] {}, stop)
                         .receipt.value();
                 },
-                plan.topology.commandArguments(), changeIDs(plan.topology.affected)};
+                plan.topology.commandArguments(), flow::changeIDsOf(plan.topology.affected)};
         },
         "This append preview belongs to another repository or workspace.",
         "Append preview expired. Generate a fresh preview.",

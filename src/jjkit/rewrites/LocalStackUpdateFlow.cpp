@@ -19,15 +19,6 @@ const flow::FlowWords& words = flow::localStackUpdateWords;
     throw JJError::unsafeOperation(std::move(message));
 }
 
-std::vector<std::string> changeIDs(const std::vector<JJCommit>& commits) {
-    std::vector<std::string> ids;
-    ids.reserve(commits.size());
-    for (const auto& commit : commits) {
-        ids.push_back(commit.changeID);
-    }
-    return ids;
-}
-
 bool carriesLocalBookmark(const JJCommit& commit, const std::string& name) {
     return std::any_of(commit.localBookmarks.begin(), commit.localBookmarks.end(),
                        [&](const JJCommitRef& ref) { return ref.name == name; });
@@ -189,8 +180,8 @@ LocalStackUpdateReceipt JJClient::executeLocalStackUpdate(
                 // A selection that can no longer be planned at all has
                 // changed scope as much as one that plans differently.
                 try {
-                    const auto fresh =
-                        planLocalStackUpdate(plan.bookmarkNames, changeIDs(plan.oneOffTips), stop);
+                    const auto fresh = planLocalStackUpdate(
+                        plan.bookmarkNames, flow::changeIDsOf(plan.oneOffTips), stop);
                     return sameScope(fresh, plan);
                 } catch (const JJError& error) {
                     if (error.as<JJError::UnsafeOperation>() != nullptr) {
