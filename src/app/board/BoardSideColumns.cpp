@@ -6,7 +6,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "app/viewmodel/RepoViewModel.h"
+#include "app/viewmodel/BoardModel.h"
+#include "app/viewmodel/DiffModel.h"
 
 namespace vorda {
 
@@ -22,9 +23,9 @@ QString qText(const std::string& text) {
 
 }  // namespace
 
-DiffColumn::DiffColumn(RepoViewModel* viewModel, QWidget* parent)
+DiffColumn::DiffColumn(DiffModel* diff, QWidget* parent)
     : QFrame(parent),
-      viewModel_(viewModel),
+      diff_(diff),
       status_(new QLabel(this)),
       text_(new QPlainTextEdit(this)) {
     setObjectName(QStringLiteral("diff"));
@@ -38,21 +39,20 @@ DiffColumn::DiffColumn(RepoViewModel* viewModel, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(status_);
     layout->addWidget(text_, 1);
-    connect(viewModel_, &RepoViewModel::diffTextChanged, this, &DiffColumn::refresh);
-    connect(viewModel_, &RepoViewModel::isDiffLoadingChanged, this, &DiffColumn::refresh);
+    connect(diff_, &DiffModel::changed, this, &DiffColumn::refresh);
     refresh();
 }
 
 void DiffColumn::refresh() {
-    status_->setText(viewModel_->isDiffLoading() ? tr("Loading diff…") : tr("Diff"));
-    const QString text = qText(viewModel_->diffText().value_or(""));
+    status_->setText(diff_->isDiffLoading() ? tr("Loading diff…") : tr("Diff"));
+    const QString text = qText(diff_->diffText().value_or(""));
     if (text_->toPlainText() != text) {
         text_->setPlainText(text);
     }
 }
 
-HiddenColumn::HiddenColumn(RepoViewModel* viewModel, QWidget* parent)
-    : QFrame(parent), viewModel_(viewModel), list_(new QListWidget(this)) {
+HiddenColumn::HiddenColumn(BoardModel* board, QWidget* parent)
+    : QFrame(parent), board_(board), list_(new QListWidget(this)) {
     setObjectName(QStringLiteral("hidden"));
     setFrameShape(QFrame::StyledPanel);
     setFixedWidth(sideColumnWidth);
@@ -62,7 +62,7 @@ HiddenColumn::HiddenColumn(RepoViewModel* viewModel, QWidget* parent)
     connect(list_, &QListWidget::itemActivated, this, [this](QListWidgetItem* item) {
         const QString changeID = item->data(oneOffRole).toString();
         if (!changeID.isEmpty()) {
-            viewModel_->toggleOneOffLaneExpanded(changeID.toStdString());
+            board_->toggleOneOffLaneExpanded(changeID.toStdString());
         }
     });
     refresh();
@@ -70,14 +70,14 @@ HiddenColumn::HiddenColumn(RepoViewModel* viewModel, QWidget* parent)
 
 void HiddenColumn::refresh() {
     list_->clear();
-    for (const auto& bookmark : viewModel_->hiddenBookmarks()) {
+    for (const auto& bookmark : board_->hiddenBookmarks()) {
         list_->addItem(qText(bookmark.name));
     }
-    for (const auto& lane : viewModel_->hiddenOneOffLanes()) {
+    for (const auto& lane : board_->hiddenOneOffLanes()) {
         auto* item = new QListWidgetItem(qText(lane.displayName()), list_);
         item->setData(oneOffRole, qText(lane.id()));
     }
-    for (const auto& bookmark : viewModel_->untrackedRemoteBookmarks()) {
+    for (const auto& bookmark : board_->untrackedRemoteBookmarks()) {
         list_->addItem(qText(bookmark.name + " (remote)"));
     }
 }

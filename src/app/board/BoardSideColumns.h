@@ -8,7 +8,8 @@ class QPlainTextEdit;
 
 namespace vorda {
 
-class RepoViewModel;
+class BoardModel;
+class DiffModel;
 
 /// The diff column: the text of the selection's diff, standing right behind
 /// the selected column.
@@ -16,12 +17,12 @@ class DiffColumn : public QFrame {
     Q_OBJECT
 
   public:
-    DiffColumn(RepoViewModel* viewModel, QWidget* parent = nullptr);
+    DiffColumn(DiffModel* diff, QWidget* parent = nullptr);
 
   private:
     void refresh();
 
-    RepoViewModel* viewModel_;
+    DiffModel* diff_;
     QLabel* status_;
     QPlainTextEdit* text_;
 };
@@ -33,11 +34,11 @@ class HiddenColumn : public QFrame {
     Q_OBJECT
 
   public:
-    HiddenColumn(RepoViewModel* viewModel, QWidget* parent = nullptr);
+    HiddenColumn(BoardModel* board, QWidget* parent = nullptr);
     void refresh();
 
   private:
-    RepoViewModel* viewModel_;
+    BoardModel* board_;
     QListWidget* list_;
 };
 

@@ -2,7 +2,6 @@
 
 #include <QDesktopServices>
 #include <QHBoxLayout>
-#include <QInputDialog>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -22,6 +21,8 @@
 #include "app/board/SelectionStore.h"
 #include "app/column/BookmarkColumn.h"
 #include "app/column/ColumnRules.h"
+#include "app/sheets/BookmarkSheets.h"
+#include "app/sheets/ForcePushWarningSheet.h"
 #include "app/viewmodel/CommandPresentation.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "app/window/BookmarkActionMenuItems.h"
@@ -66,14 +67,14 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
     tags_->setText(tr("Tags"));
     tags_->setPopupMode(QToolButton::InstantPopup);
     tags_->setMenu(new QMenu(tags_));
-    auto* diffToggle = new QPushButton(tr("Show Diff"), this);
-    diffToggle->setObjectName(QStringLiteral("diff-toggle"));
-    diffToggle->setToolTip(tr("Show diff in a column beside this one"));
+    diffToggle_ = new QPushButton(tr("Show Diff"), this);
+    diffToggle_->setObjectName(QStringLiteral("diff-toggle"));
+    diffToggle_->setToolTip(tr("Show diff in a column beside this one"));
 
     auto* filterBar = new QHBoxLayout;
     filterBar->addWidget(filter_, 1);
     filterBar->addWidget(tags_);
-    filterBar->addWidget(diffToggle);
+    filterBar->addWidget(diffToggle_);
 
     message_->setAlignment(Qt::AlignCenter);
     message_->setWordWrap(true);
@@ -93,39 +94,25 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
     layout->addLayout(filterBar);
     layout->addWidget(stack_, 1);
 
+    auto& board = viewModel_->board();
     connect(filter_, &QLineEdit::textChanged, this,
-            [this](const QString& text) { viewModel_->setFilterText(text.toStdString()); });
+            [&board](const QString& text) { board.setFilterText(text.toStdString()); });
     connect(tags_->menu(), &QMenu::aboutToShow, this, &ContentView::rebuildTagMenu);
-    connect(diffToggle, &QPushButton::clicked, this, [this, diffToggle] {
-        selection_->setDiffVisible(!selection_->isDiffVisible());
-        diffToggle->setText(selection_->isDiffVisible() ? tr("Hide Diff") : tr("Show Diff"));
-        diffToggle->setToolTip(selection_->isDiffVisible()
-                                   ? tr("Hide diff")
-                                   : tr("Show diff in a column beside this one"));
+    connect(diffToggle_, &QPushButton::clicked, this, [this] {
+        // The button says what it does to the diff column on the board now.
+        selection_->setDiffVisible(!isDiffShown());
         showDiffForSelection();
     });
 
-    for (const auto signal :
-         {&RepoViewModel::repoStateChanged, &RepoViewModel::isLoadingChanged,
-          &RepoViewModel::errorMessageChanged, &RepoViewModel::settingsByNameChanged,
-          &RepoViewModel::filterTextChanged, &RepoViewModel::selectedTagFiltersChanged,
-          &RepoViewModel::selectedWorkspaceNameChanged, &RepoViewModel::lanesByBookmarkChanged,
-          &RepoViewModel::expandedLanesChanged, &RepoViewModel::expandedOneOffLaneIDsChanged,
-          &RepoViewModel::laneAncestorsChanged, &RepoViewModel::laneAncestorTotalsChanged,
-          &RepoViewModel::prStatusesChanged, &RepoViewModel::githubAvailableChanged,
-          &RepoViewModel::advancingCommitIDsChanged, &RepoViewModel::trunkCommitIDChanged,
-          &RepoViewModel::lastFetchAtChanged}) {
-        connect(viewModel_, signal, this, &ContentView::scheduleRender);
-    }
-    connect(viewModel_, &RepoViewModel::filterTextChanged, this, [this] {
-        const QString text = qText(viewModel_->filterText());
+    connect(&board, &BoardModel::changed, this, &ContentView::scheduleRender);
+    connect(&board, &BoardModel::changed, this, [this] {
+        const QString text = qText(viewModel_->board().filterText());
         if (filter_->text() != text) {
             filter_->setText(text);
         }
     });
     connect(selection_, &SelectionStore::changed, this, &ContentView::scheduleRender);
-    connect(viewModel_, &RepoViewModel::confirmationRequestChanged, this,
-            &ContentView::showConfirmation);
+    connect(&viewModel_->sheets(), &SheetRequests::changed, this, &ContentView::showRequestedSheets);
     connect(viewModel_, &RepoViewModel::openURLRequested, this,
             [](const std::string& url) { QDesktopServices::openUrl(QUrl(qText(url))); });
 
@@ -139,14 +126,6 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
     auto* undo = new QShortcut(QKeySequence::Undo, this);
     undo->setContext(Qt::WidgetWithChildrenShortcut);
     connect(undo, &QShortcut::activated, this, [this] { viewModel_->send(RepoCommand::Undo{}); });
-    auto* opLog = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), this);
-    opLog->setContext(Qt::WidgetWithChildrenShortcut);
-    connect(opLog, &QShortcut::activated, this, [this] {
-        if (!viewModel_->showOpLogInspector()) {
-            viewModel_->setShowOpLogInspector(true);
-        }
-        viewModel_->loadRecentOps();
-    });
     render();
 }
 
@@ -193,19 +172,19 @@ void ContentView::scheduleRender() {
 
 void ContentView::render() {
     Bench::measure("mainContent", [&] {
-        const auto* state = viewModel_->repoState();
+        const auto* state = viewModel_->board().repoState();
         if (state == nullptr) {
-            const auto& error = viewModel_->errorMessage();
+            const auto& error = viewModel_->board().errorMessage();
             message_->setText(error ? qText(*error) : tr("Loading..."));
             stack_->setCurrentIndex(messagePage);
             return;
         }
-        if (const auto& error = viewModel_->errorMessage()) {
+        if (const auto& error = viewModel_->board().errorMessage()) {
             message_->setText(qText(*error));
             stack_->setCurrentIndex(messagePage);
             return;
         }
-        if (state->bookmarks.empty() && viewModel_->availableOneOffLanes().empty()) {
+        if (state->bookmarks.empty() && viewModel_->board().availableOneOffLanes().empty()) {
             message_->setText(tr("No bookmarks or one-offs"));
             stack_->setCurrentIndex(messagePage);
             return;
@@ -217,26 +196,26 @@ void ContentView::render() {
 }
 
 void ContentView::renderRow() {
-    const auto* state = viewModel_->repoState();
+    const auto* state = viewModel_->board().repoState();
     BoardSlotInputs inputs;
     for (const auto& [name, workspace] : state->workspaces) {
         inputs.workspaceNames.push_back(name);
     }
-    const bool filterActive = !boardlists::filterNeedle(viewModel_->filterText()).empty() ||
-                              !viewModel_->selectedTagFilters().empty();
+    const bool filterActive = !boardlists::filterNeedle(viewModel_->board().filterText()).empty() ||
+                              !viewModel_->board().selectedTagFilters().empty();
     inputs.oneOffLanes =
-        filterActive ? viewModel_->filteredOneOffLanes() : viewModel_->expandedOneOffLanes();
-    inputs.filteredBookmarks = viewModel_->filteredBookmarks();
-    inputs.includedBookmarkNames = viewModel_->allWorkspaceIncludedBookmarkNames();
-    inputs.settingsByName = viewModel_->settingsByName();
-    inputs.hasHidden = !viewModel_->hiddenBookmarks().empty() ||
-                       !viewModel_->hiddenOneOffLanes().empty() ||
-                       !viewModel_->untrackedRemoteBookmarks().empty();
+        filterActive ? viewModel_->board().filteredOneOffLanes() : viewModel_->board().expandedOneOffLanes();
+    inputs.filteredBookmarks = viewModel_->board().filteredBookmarks();
+    inputs.includedBookmarkNames = viewModel_->board().allWorkspaceIncludedBookmarkNames();
+    inputs.settingsByName = viewModel_->board().settingsByName();
+    inputs.hasHidden = !viewModel_->board().hiddenBookmarks().empty() ||
+                       !viewModel_->board().hiddenOneOffLanes().empty() ||
+                       !viewModel_->board().untrackedRemoteBookmarks().empty();
     inputs.isDiffVisible = selection_->isDiffVisible();
     inputs.selectionColumn = selection_->selectionColumn();
     slots_ = boardSlots(inputs);
 
-    const LaneInputs lanes(*viewModel_, *selection_);
+    const LaneInputs lanes(viewModel_->board(), *selection_);
     while (rowLayout_->count() > 0) {
         delete rowLayout_->takeAt(0);
     }
@@ -259,6 +238,7 @@ void ContentView::renderRow() {
         rowLayout_->addWidget(widget);
     }
     rowLayout_->addStretch(1);
+    updateDiffToggle();
     for (const auto& [identity, widget] : columns_) {
         if (!kept.contains(identity)) {
             widget->deleteLater();
@@ -292,11 +272,11 @@ QWidget* ContentView::columnFor(const BoardSlot& slot, const LaneInputs& lanes) 
                 return column;
             },
             [&](const BoardSlot::Diff&) -> QWidget* {
-                return widget != nullptr ? widget : new DiffColumn(viewModel_, row_);
+                return widget != nullptr ? widget : new DiffColumn(&viewModel_->diff(), row_);
             },
             [&](const BoardSlot::Hidden&) -> QWidget* {
                 auto* hidden = widget != nullptr ? qobject_cast<HiddenColumn*>(widget)
-                                                 : new HiddenColumn(viewModel_, row_);
+                                                 : new HiddenColumn(&viewModel_->board(), row_);
                 hidden->refresh();
                 return hidden;
             },
@@ -339,7 +319,7 @@ void ContentView::wireLaneColumn(BookmarkColumn* column) {
         const auto& input = column->input();
         if (input.isSyntheticOneOff()) {
             if (const auto* id = std::get_if<ColumnID::OneOff>(&input.selectionColumnID.value)) {
-                viewModel_->toggleOneOffLaneExpanded(id->changeID);
+                viewModel_->board().toggleOneOffLaneExpanded(id->changeID);
             }
             return;
         }
@@ -351,10 +331,6 @@ void ContentView::wireLaneColumn(BookmarkColumn* column) {
             [this, column](const BookmarkAction& action) {
                 handleBookmarkAction(action, column->input().bookmark);
             });
-    connect(column, &BookmarkColumn::advanceTrunkRequested, this,
-            [this] { viewModel_->presentLocalStackRebase(std::nullopt, std::nullopt); });
-    connect(column, &BookmarkColumn::rebaseLocalStacksRequested, this,
-            [this] { viewModel_->presentLocalStackRebase(std::nullopt, std::nullopt); });
     connect(column, &BookmarkColumn::contextMenuRequested, this,
             [this, column](const QPoint& position, const std::optional<std::string>&) {
                 const auto& input = column->input();
@@ -374,7 +350,7 @@ void ContentView::wireLaneColumn(BookmarkColumn* column) {
 void ContentView::rebuildTagMenu() {
     QMenu* menu = tags_->menu();
     menu->clear();
-    const auto& tags = viewModel_->allTagsInUse();
+    const auto& tags = viewModel_->board().allTagsInUse();
     if (tags.empty()) {
         menu->addAction(tr("No tags"))->setEnabled(false);
         return;
@@ -382,15 +358,15 @@ void ContentView::rebuildTagMenu() {
     for (const auto& tag : tags) {
         QAction* entry = menu->addAction(qText(tag));
         entry->setCheckable(true);
-        entry->setChecked(viewModel_->selectedTagFilters().contains(tag));
+        entry->setChecked(viewModel_->board().selectedTagFilters().contains(tag));
         connect(entry, &QAction::toggled, this, [this, tag](bool on) {
-            StringSet selected = viewModel_->selectedTagFilters();
+            StringSet selected = viewModel_->board().selectedTagFilters();
             if (on) {
                 selected.insert(tag);
             } else {
                 selected.erase(tag);
             }
-            viewModel_->setSelectedTagFilters(std::move(selected));
+            viewModel_->board().setSelectedTagFilters(std::move(selected));
         });
     }
 }
@@ -432,7 +408,7 @@ void ContentView::showDiffForSelection() {
     if (!selection_->selectedCommitIDs().empty()) {
         viewModel_->loadDiffForSelectedChangeIDs(selection_->selectedCommitIDs());
     } else if (const auto& name = selection_->selectedBookmarkName()) {
-        if (const auto* state = viewModel_->repoState()) {
+        if (const auto* state = viewModel_->board().repoState()) {
             if (const auto found = state->bookmarks.find(*name); found != state->bookmarks.end()) {
                 viewModel_->loadDiffForBookmark(found->second);
             }
@@ -448,14 +424,14 @@ void ContentView::clearSelectionIfHidden() {
         return;
     }
     if (const auto* oneOff = std::get_if<ColumnID::OneOff>(&column->value)) {
-        const auto lanes = viewModel_->expandedOneOffLanes();
+        const auto lanes = viewModel_->board().expandedOneOffLanes();
         if (std::none_of(lanes.begin(), lanes.end(),
                          [&](const OneOffLane& lane) { return lane.id() == oneOff->changeID; })) {
             selection_->clear();
         }
     } else if (const auto* bookmark = std::get_if<ColumnID::BookmarkColumn>(&column->value)) {
-        const auto& filtered = viewModel_->filteredBookmarks();
-        const bool isTrunk = viewModel_->trunkBookmarkName() == bookmark->name;
+        const auto& filtered = viewModel_->board().filteredBookmarks();
+        const bool isTrunk = viewModel_->board().trunkBookmarkName() == bookmark->name;
         if (!isTrunk && std::none_of(filtered.begin(), filtered.end(),
                                      [&](const Bookmark& b) { return b.name == bookmark->name; })) {
             selection_->clear();
@@ -467,31 +443,22 @@ void ContentView::clearSelectionIfHidden() {
 
 void ContentView::handleBookmarkAction(const BookmarkAction& action, const Bookmark& bookmark) {
     const std::string& name = bookmark.name;
-    auto ask = [this](const QString& title, const QString& label, const QString& initial) {
-        bool ok = false;
-        const QString text =
-            QInputDialog::getText(this, title, label, QLineEdit::Normal, initial, &ok).trimmed();
-        return ok && !text.isEmpty() ? std::optional(text.toStdString()) : std::nullopt;
-    };
-    auto confirm = [this](std::string title, std::string message, const RepoCommand& command) {
+    auto confirm = [this](std::string title, std::string message, RepoCommand command) {
         static std::uint64_t next = 0;
-        const QPointer<RepoViewModel> weak(viewModel_);
-        viewModel_->setConfirmationRequest(ConfirmationRequest{"bookmark-" + std::to_string(++next),
-                                                               std::move(title), std::move(message),
-                                                               [weak, command] {
-                                                                   if (weak) {
-                                                                       weak->send(command);
-                                                                   }
-                                                               }});
+        viewModel_->sheets().setConfirmationRequest(
+            ConfirmationRequest{"bookmark-" + std::to_string(++next), std::move(title),
+                                std::move(message), std::move(command)});
     };
+    auto open = [](SheetDialog* sheet) {
+        sheet->open();
+    };
+    const auto& board = viewModel_->board();
     std::visit(
         Overloaded{
-            [&](const BookmarkAction::ReparentToTrunk&) {
-                viewModel_->presentLocalStackRebase(StringList{name}, std::nullopt);
-            },
-            [&](const BookmarkAction::Sync&) {
-                viewModel_->presentLocalStackRebase(StringList{name}, std::nullopt);
-            },
+            // The local stack rebase has no sheet of its own yet; nothing
+            // offers these two.
+            [&](const BookmarkAction::ReparentToTrunk&) {},
+            [&](const BookmarkAction::Sync&) {},
             [&](const BookmarkAction::SetStrategy& a) {
                 viewModel_->send(RepoCommand::SetUpdateStrategy{a.strategy, name});
             },
@@ -499,15 +466,10 @@ void ContentView::handleBookmarkAction(const BookmarkAction& action, const Bookm
                 viewModel_->send(RepoCommand::ToggleTag{a.tag, name});
             },
             [&](const BookmarkAction::Rename&) {
-                if (const auto next = ask(tr("Rename Bookmark"), tr("New name"), qText(name));
-                    next && *next != name) {
-                    viewModel_->send(RepoCommand::RenameBookmark{name, *next});
-                }
+                open(new RenameBookmarkSheet(*viewModel_, name, this));
             },
             [&](const BookmarkAction::Rebase&) {
-                if (const auto destination = ask(tr("Rebase Onto…"), tr("Destination"), {})) {
-                    viewModel_->send(RepoCommand::RebaseBookmark{name, *destination});
-                }
+                open(new RebaseBookmarkSheet(*viewModel_, bookmark, this));
             },
             [&](const BookmarkAction::Delete&) {
                 viewModel_->send(RepoCommand::DeleteBookmark{name});
@@ -529,35 +491,22 @@ void ContentView::handleBookmarkAction(const BookmarkAction& action, const Bookm
             },
             [&](const BookmarkAction::Push&) { viewModel_->send(RepoCommand::Push{bookmark}); },
             [&](const BookmarkAction::ViewPR&) {
-                if (const auto pr = viewModel_->prStatuses().find(name);
-                    pr != viewModel_->prStatuses().end()) {
+                if (const auto pr = board.prStatuses().find(name); pr != board.prStatuses().end()) {
                     Q_EMIT viewModel_->openURLRequested(pr->second.url);
                 }
             },
             [&](const BookmarkAction::CreatePR&) {
-                const auto* first = bookmark.commitIDs.empty() || viewModel_->repoState() == nullptr
-                                        ? nullptr
-                                        : &viewModel_->repoState()->commits;
-                std::string title = name;
-                if (first != nullptr) {
-                    if (const auto tip = first->find(bookmark.commitIDs.front());
-                        tip != first->end() &&
-                        !boardlists::summaryLine(tip->second->description).empty()) {
-                        title = boardlists::summaryLine(tip->second->description);
-                    }
-                }
-                if (const auto chosen =
-                        ask(tr("Create Pull Request…"), tr("Title"), qText(title))) {
-                    viewModel_->send(RepoCommand::CreatePullRequest{
-                        bookmark, *chosen, "", viewModel_->trunkBookmarkName().value_or("main"),
-                        false});
-                }
+                open(new CreatePRSheet(*viewModel_, bookmark, this));
             },
             [&](const BookmarkAction::RefreshPR&) { viewModel_->refreshPRStatuses(false, {name}); },
             [&](const BookmarkAction::AddTag&) {
-                if (const auto tag = ask(tr("Add Tag"), tr("Tag"), {})) {
-                    viewModel_->send(RepoCommand::ToggleTag{*tag, name});
-                }
+                const auto settings = board.settingsByName().find(name);
+                const std::vector<std::string> tags =
+                    settings == board.settingsByName().end()
+                        ? std::vector<std::string>{}
+                        : std::vector<std::string>(settings->second.tags.begin(),
+                                                   settings->second.tags.end());
+                open(new AddTagSheet(*viewModel_, name, tags, this));
             },
             [&](const BookmarkAction::TogglePinned&) {
                 viewModel_->send(RepoCommand::TogglePinned{name});
@@ -572,29 +521,62 @@ void ContentView::handleBookmarkAction(const BookmarkAction& action, const Bookm
         action.value);
 }
 
-void ContentView::showConfirmation() {
-    const auto& request = viewModel_->confirmationRequest();
-    if (!request) {
-        return;
+void ContentView::showRequestedSheets() {
+    auto& sheets = viewModel_->sheets();
+    if (const auto& request = sheets.confirmationRequest();
+        request && request->id != shownConfirmationID_) {
+        shownConfirmationID_ = request->id;
+        showConfirmation(*request);
     }
-    auto* box = new QMessageBox(QMessageBox::Question, qText(request->title),
-                                qText(request->message), QMessageBox::Cancel, this);
+    if (const auto& request = sheets.forcePushConfirmation();
+        request && request->id != shownForcePushID_) {
+        shownForcePushID_ = request->id;
+        const auto& prs = viewModel_->board().prStatuses();
+        const auto pr = prs.find(request->bookmark.name);
+        auto* sheet = new ForcePushWarningSheet(
+            *viewModel_, *request,
+            pr == prs.end() ? std::nullopt : std::optional<GitHubPR>(pr->second), this);
+        connect(sheet, &QDialog::finished, this, [this, id = request->id] {
+            const auto& current = viewModel_->sheets().forcePushConfirmation();
+            if (current && current->id == id) {
+                viewModel_->sheets().setForcePushConfirmation(std::nullopt);
+            }
+        });
+        sheet->open();
+    }
+}
+
+void ContentView::showConfirmation(const ConfirmationRequest& request) {
+    auto* box = new QMessageBox(QMessageBox::Question, qText(request.title), qText(request.message),
+                                QMessageBox::Cancel, this);
     box->setObjectName(QStringLiteral("confirmation"));
     QPushButton* yes = box->addButton(tr("Confirm"), QMessageBox::AcceptRole);
     box->setDefaultButton(QMessageBox::Cancel);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    const std::string id = request->id;
-    connect(box, &QMessageBox::finished, this, [this, box, yes, id] {
-        const auto current = viewModel_->confirmationRequest();
+    connect(box, &QMessageBox::finished, this, [this, box, yes, id = request.id] {
+        const auto current = viewModel_->sheets().confirmationRequest();
         if (!current || current->id != id) {
             return;
         }
-        viewModel_->setConfirmationRequest(std::nullopt);
-        if (box->clickedButton() == yes && current->action) {
-            current->action();
+        viewModel_->sheets().setConfirmationRequest(std::nullopt);
+        if (box->clickedButton() == yes) {
+            viewModel_->send(current->followup);
         }
     });
     box->open();
+}
+
+bool ContentView::isDiffShown() const {
+    return std::any_of(slots_.begin(), slots_.end(), [](const BoardSlot& slot) {
+        return std::holds_alternative<BoardSlot::Diff>(slot.value);
+    });
+}
+
+void ContentView::updateDiffToggle() {
+    const bool shown = isDiffShown();
+    diffToggle_->setText(shown ? tr("Hide Diff") : tr("Show Diff"));
+    diffToggle_->setToolTip(shown ? tr("Hide diff") : tr("Show diff in a column beside this one"));
+    diffToggle_->setEnabled(shown || selection_->selectionColumn().has_value());
 }
 
 }  // namespace vorda

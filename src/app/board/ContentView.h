@@ -6,10 +6,12 @@
 
 #include "app/board/BoardSlot.h"
 #include "app/board/BookmarkAction.h"
+#include "app/viewmodel/ViewModelTypes.h"
 
 class QHBoxLayout;
 class QLabel;
 class QLineEdit;
+class QPushButton;
 class QScrollArea;
 class QStackedWidget;
 class QToolButton;
@@ -64,7 +66,12 @@ class ContentView : public QWidget {
     BookmarkColumn* makeLaneColumn(const std::string& identity);
     void wireLaneColumn(BookmarkColumn* column);
     void rebuildTagMenu();
-    void showConfirmation();
+    /// Opens the dialogs the repository asks for, each request once.
+    void showRequestedSheets();
+    void showConfirmation(const ConfirmationRequest& request);
+    /// Whether the diff column stands on the board now.
+    bool isDiffShown() const;
+    void updateDiffToggle();
     void selectColumnOf(BookmarkColumn* column);
     void selectCommitIn(BookmarkColumn* column, const std::string& changeID);
     void showDiffForSelection();
@@ -74,6 +81,7 @@ class ContentView : public QWidget {
     QString repoPath_;
     QLineEdit* filter_;
     QToolButton* tags_;
+    QPushButton* diffToggle_ = nullptr;
     QStackedWidget* stack_;
     QLabel* message_;
     QScrollArea* scroll_;
@@ -85,6 +93,8 @@ class ContentView : public QWidget {
     std::map<std::string, QWidget*> columns_;
     std::vector<BoardSlot> slots_;
     bool renderScheduled_ = false;
+    std::string shownConfirmationID_;
+    std::string shownForcePushID_;
 };
 
 }  // namespace vorda

@@ -5,7 +5,7 @@
 
 #include "app/board/SelectionStore.h"
 #include "app/column/RelativeTime.h"
-#include "app/viewmodel/RepoViewModel.h"
+#include "app/viewmodel/BoardModel.h"
 #include "feature/lanes/WorkspaceLaneProjection.h"
 
 namespace vorda {
@@ -33,8 +33,8 @@ std::vector<SharedCommit> lookup(const RepoState& state, const std::vector<std::
 
 }  // namespace
 
-LaneInputs::LaneInputs(const RepoViewModel& viewModel, const SelectionStore& selection)
-    : viewModel_(viewModel), selection_(selection), tips_(buildTips()) {}
+LaneInputs::LaneInputs(const BoardModel& board, const SelectionStore& selection)
+    : viewModel_(board), selection_(selection), tips_(buildTips()) {}
 
 std::map<std::string, std::vector<InlineBookmarkTip>> LaneInputs::buildTips() const {
     std::map<std::string, std::vector<InlineBookmarkTip>> tips;

@@ -10,14 +10,14 @@
 
 namespace vorda {
 
-class RepoViewModel;
+class BoardModel;
 class SelectionStore;
 
 /// Builds what each lane column shows from the view model and the
 /// selection; the board calls these once per render. Reads only.
 class LaneInputs {
   public:
-    LaneInputs(const RepoViewModel& viewModel, const SelectionStore& selection);
+    LaneInputs(const BoardModel& board, const SelectionStore& selection);
 
     BookmarkColumnInput bookmarkLane(const Bookmark& bookmark) const;
     BookmarkColumnInput workingCopyLane(const std::optional<std::string>& workspaceName) const;
@@ -35,7 +35,7 @@ class LaneInputs {
     void markSelection(BookmarkColumnInput& input) const;
     std::map<std::string, std::vector<InlineBookmarkTip>> buildTips() const;
 
-    const RepoViewModel& viewModel_;
+    const BoardModel& viewModel_;
     const SelectionStore& selection_;
     std::map<std::string, std::vector<InlineBookmarkTip>> tips_;
 };

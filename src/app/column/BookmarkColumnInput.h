@@ -105,6 +105,9 @@ struct BookmarkColumnInput {
     /// Whether `gh` is usable; no pull request badge without it.
     bool githubAvailable = false;
     bool isBehindTrunk = false;
+    /// Whether the lane offers "Rebase Local Stack(s)…"; off while the board
+    /// has no local stack rebase to open.
+    bool offersLocalStackRebase = false;
     /// Whether this column is the selected one.
     bool isSelected = false;
     /// Whether the lane is live in the selected workspace; absent when that

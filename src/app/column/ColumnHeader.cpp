@@ -189,7 +189,7 @@ void ColumnHeader::updateWorkspacesMenu(const BookmarkColumnInput& input) {
 }
 
 void ColumnHeader::updateRebaseButton(const BookmarkColumnInput& input) {
-    const bool shows = input.isBehindTrunk && !input.isTrunk();
+    const bool shows = input.offersLocalStackRebase && input.isBehindTrunk && !input.isTrunk();
     rebaseButton_->setVisible(shows);
     if (!shows) {
         return;

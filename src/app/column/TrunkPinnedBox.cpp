@@ -70,6 +70,7 @@ TrunkPinnedBox::TrunkPinnedBox(QWidget* parent)
 }
 
 void TrunkPinnedBox::setInput(const BookmarkColumnInput& input) {
+    advanceButton_->setVisible(input.offersLocalStackRebase);
     const QString summary = QString::fromStdString(
         columntext::pinnedRemoteSummary(input.bookmark, input.upstreamShortCommitID));
     summary_->setText(summary);

@@ -2,7 +2,6 @@
 
 #include <QPointer>
 #include <cstdio>
-#include <exception>
 #include <utility>
 
 #include "app/viewmodel/CommandPresentation.h"
@@ -10,30 +9,11 @@
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/support/DiagnosticLog.h"
 #include "jjkit/support/Overloaded.h"
-#include "jjkit/trace/Bench.h"
 #include "jjkit/trace/Perf.h"
 
 namespace vorda {
 
 namespace {
-
-/// What a background step gave back: a value, or the text of what it threw.
-template <typename T>
-struct Outcome {
-    std::optional<T> value;
-    std::string error;
-};
-
-template <typename Work>
-auto capture(Work& work) -> Outcome<decltype(work())> {
-    try {
-        return {work(), {}};
-    } catch (const std::exception& error) {
-        return {std::nullopt, error.what()};
-    } catch (...) {
-        return {std::nullopt, "Unknown error"};
-    }
-}
 
 double millisecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
@@ -46,77 +26,70 @@ std::string formattedMilliseconds(double milliseconds) {
     return text;
 }
 
-void logErrorField(const char* field, const OptionalText& previous, const OptionalText& next) {
-    if (next && !next->empty() && next != previous) {
-        DiagnosticLog::writeLine(std::string("[Vorda:error] ") + field + ": " + *next);
-    }
+void measuredApply(BoardModel& board, const SnapshotRef& snapshot) {
+    Perf::measure("vm.applySnapshot", PerfCategory::vm, [&] { board.applySnapshot(snapshot); });
 }
 
 }  // namespace
 
 RepoViewModel::RepoViewModel(QObject* parent)
-    : QObject(parent), inbox_(std::make_shared<MainThreadInbox>(this)) {}
+    : QObject(parent),
+      board_(new BoardModel(this)),
+      activity_(new ActivityModel(this)),
+      sheets_(new SheetRequests(this)),
+      rewrites_(new RewriteModel(this)),
+      operationLog_(new OperationLogModel(this)),
+      diff_(new DiffModel(this)),
+      work_(std::make_unique<BackgroundWork>(this)) {}
 
 RepoViewModel::~RepoViewModel() {
-    inbox_->close();
-    subscription_ = {};
+    close();
 }
 
-template <typename Work, typename Done>
-void RepoViewModel::runInBackground(Work work, Done done) {
-    // Each step runs on a thread of its own: jj calls block for as long as
-    // they take (a fetch can take minutes), and a pool would let a few slow
-    // ones hold up the rest. The outcome comes back through the inbox, so it
-    // is dropped when this object has gone.
-    std::thread([inbox = inbox_, work = std::move(work), done = std::move(done)]() mutable {
-        auto outcome = capture(work);
-        inbox->post([done = std::move(done), outcome = std::move(outcome)]() mutable {
-            done(std::move(outcome));
-        });
-    }).detach();
+void RepoViewModel::close() {
+    work_->close();
+    subscription_ = {};
+    if (repoSession_) {
+        repoSession_->stopWatching();
+    }
 }
 
 // MARK: Loading
 
 void RepoViewModel::load(const std::string& directory, std::function<void()> done) {
     const auto start = std::chrono::steady_clock::now();
-    setIsLoading(true);
-    setErrorMessage(std::nullopt);
-    setExpandedOneOffLaneIDs({});
+    board_->setIsLoading(true);
+    board_->setErrorMessage(std::nullopt);
+    board_->setExpandedOneOffLaneIDs({});
     const auto root = JJRepoDetector::findRepoRoot(directory);
     if (!root) {
-        setErrorMessage("No jj repository found at " + directory);
-        setIsLoading(false);
+        board_->setErrorMessage("No jj repository found at " + directory);
+        board_->setIsLoading(false);
         if (done) {
             done();
         }
         return;
     }
-    setRepoRoot(*root);
+    board_->setRepoRoot(*root);
     subscription_ = {};
     if (repoSession_) {
         repoSession_->stopWatching();
     }
     repoSession_ = RepoSession::open(*root);
-    const std::uint64_t generation = ++loadGeneration_;
     const auto bootstrapStart = std::chrono::steady_clock::now();
-    runInBackground(
-        [session = repoSession_] { return session->bootstrap(); },
-        [this, generation, start, bootstrapStart,
-         done = std::move(done)](const Outcome<SnapshotRef>& outcome) {
-            if (generation != loadGeneration_) {
-                return;
-            }
+    // A load that a newer one overtakes is dropped, like any older read.
+    work_->runNewest(
+        WorkKind::load, [session = repoSession_] { return session->bootstrap(); },
+        [this, start, bootstrapStart, done = std::move(done)](const Outcome<SnapshotRef>& outcome) {
             if (!outcome.value) {
-                setErrorMessage(outcome.error);
-                setIsLoading(false);
+                board_->setErrorMessage(outcome.error);
+                board_->setIsLoading(false);
             } else {
-                Perf::measure("vm.applySnapshot", PerfCategory::vm,
-                              [&] { applySnapshot(*outcome.value); });
+                measuredApply(*board_, *outcome.value);
                 DiagnosticLog::writeRaw("[Vorda] load critical path: " +
                                         formattedMilliseconds(millisecondsSince(bootstrapStart)) +
                                         "ms\n");
-                setIsLoading(false);
+                board_->setIsLoading(false);
                 DiagnosticLog::writeRaw("[Vorda] UI visible after " +
                                         formattedMilliseconds(millisecondsSince(start)) + "ms\n");
                 startSubscription();
@@ -130,169 +103,70 @@ void RepoViewModel::load(const std::string& directory, std::function<void()> don
 }
 
 void RepoViewModel::startSubscription() {
-    subscription_ = std::jthread(
-        [session = repoSession_, inbox = inbox_, self = this](const std::stop_token& stop) {
+    // The stream hands each snapshot to the GUI thread through the same
+    // executor, so nothing arrives after `close`.
+    subscription_ =
+        std::jthread([session = repoSession_, post = work_->poster(), board = board_,
+                      self = this](const std::stop_token& stop) {
             while (const auto snapshot = session->snapshots().next(stop)) {
-                inbox->post([self, snapshot = *snapshot] {
-                    Perf::measure("vm.applySnapshot", PerfCategory::vm,
-                                  [&] { self->applySnapshot(snapshot); });
+                post([self, board, snapshot = *snapshot] {
+                    self->commitFilesCache_.clear();
+                    measuredApply(*board, snapshot);
                 });
             }
         });
 }
 
 void RepoViewModel::startAfterLoadTasks() {
-    runInBackground([session = repoSession_] { return session->isGithubAvailable(); },
-                    [this](const Outcome<bool>& outcome) {
-                        setGithubAvailable(outcome.value.value_or(false));
-                        if (githubAvailable()) {
-                            refreshPRStatuses(false, {});
-                        }
-                    });
-    const bool routes = std::any_of(routingRules().begin(), routingRules().end(),
-                                    [](const FileRoutingRule& rule) { return rule.enabled; });
-    if (!routes) {
+    work_->run(
+        WorkKind::pullRequests, [session = repoSession_] { return session->isGithubAvailable(); },
+        [this](const Outcome<bool>& outcome) {
+            board_->setGithubAvailable(outcome.value.value_or(false));
+            if (board_->githubAvailable()) {
+                refreshPRStatuses(false, {});
+            }
+        });
+    const auto& rules = board_->snapshot()->routingRules;
+    if (std::none_of(rules.begin(), rules.end(),
+                     [](const FileRoutingRule& rule) { return rule.enabled; })) {
         return;
     }
-    runInBackground([session = repoSession_] { return session->applyRouting(); },
-                    [this](const Outcome<std::pair<SnapshotRef, std::size_t>>& outcome) {
-                        if (!outcome.value) {
-                            setMutationError(outcome.error);
-                            return;
-                        }
-                        Perf::measure("vm.applySnapshot", PerfCategory::vm,
-                                      [&] { applySnapshot(outcome.value->first); });
-                        if (const auto moved = outcome.value->second; moved > 0) {
-                            setToastMessage("Auto-routed " + countedWord(moved, "file"));
-                        }
-                    });
+    work_->run(
+        WorkKind::routing, [session = repoSession_] { return session->applyRouting(); },
+        [this](const Outcome<std::pair<SnapshotRef, std::size_t>>& outcome) {
+            if (!outcome.value) {
+                activity_->setMutationError(outcome.error);
+                return;
+            }
+            applySnapshot(outcome.value->first);
+            if (const auto moved = outcome.value->second; moved > 0) {
+                activity_->setToastMessage("Auto-routed " + countedWord(moved, "file"));
+            }
+        });
 }
 
 void RepoViewModel::requestRefresh() {
-    if (repoSession_) {
+    if (repoSession_ && !work_->isClosed()) {
         repoSession_->requestRefresh();
     }
 }
 
-// MARK: Snapshots
-
 void RepoViewModel::applySnapshot(const SnapshotRef& snapshot) {
-    if (!snapshot) {
-        return;
-    }
     commitFilesCache_.clear();
-    setRepoState(snapshot);
-    const auto& state = snapshot->repoState;
-    if (!selectedWorkspaceName() || !state.workspaces.contains(*selectedWorkspaceName())) {
-        OptionalText replacement = state.selectedWorkspaceName;
-        if (!replacement || !state.workspaces.contains(*replacement)) {
-            replacement = state.workspaces.empty() ? std::nullopt
-                                                   : OptionalText(state.workspaces.begin()->first);
-        }
-        setSelectedWorkspaceName(replacement);
-    }
-    setSettingsByName(snapshot->settingsByName);
-    setTrunkCommitID(snapshot->trunkCommitID);
-    setApexChangeID(snapshot->apexChangeID);
-    setRoutingRules(snapshot->routingRules);
-    setConflictedFiles(snapshot->conflictedFiles);
-    setUpstreamCount(snapshot->upstreamCount);
-    setWorkingCopyDiff(snapshot->workingCopyDiff);
-    setLanesByBookmark(snapshot->lanesByBookmark);
-    if (!snapshot->prsByBookmark.empty()) {
-        setPrStatuses(snapshot->prsByBookmark);
-    }
-    Q_EMIT snapshotApplied();
-}
-
-void RepoViewModel::setRepoState(SnapshotRef snapshot) {
-    const bool same = snapshot_ && snapshot &&
-                      (snapshot_ == snapshot || snapshot_->repoState == snapshot->repoState);
-    if (same) {
-        // Keep the newer snapshot for its other fields; nothing the state
-        // drives has to be drawn again.
-        snapshot_ = std::move(snapshot);
-        return;
-    }
-    snapshot_ = std::move(snapshot);
-    dropStateCaches();
-    Q_EMIT repoStateChanged();
-}
-
-void RepoViewModel::dropStateCaches() {
-    mutableBookmarksCache_.reset();
-    boardVisibilityCache_.reset();
-    untrackedRemoteBookmarksCache_.reset();
-}
-
-void RepoViewModel::setSettingsByName(SettingsByName value) {
-    if (value == settingsByName()) {
-        return;
-    }
-    allTagsCache_.reset();
-    boardVisibilityCache_.reset();
-    setSettingsByNameField(std::move(value));
-}
-
-// MARK: Fields the user edits
-
-void RepoViewModel::setFilterText(std::string value) {
-    if (value != filterText()) {
-        boardVisibilityCache_.reset();
-        setFilterTextField(std::move(value));
-    }
-}
-
-void RepoViewModel::setSelectedTagFilters(StringSet value) {
-    if (value != selectedTagFilters()) {
-        boardVisibilityCache_.reset();
-        setSelectedTagFiltersField(std::move(value));
-    }
-}
-
-void RepoViewModel::setSelectedWorkspaceName(OptionalText value) {
-    if (value != selectedWorkspaceName()) {
-        boardVisibilityCache_.reset();
-        setSelectedWorkspaceNameField(std::move(value));
-    }
-}
-
-void RepoViewModel::setErrorMessage(OptionalText value) {
-    logErrorField("errorMessage", errorMessage(), value);
-    setErrorMessageField(std::move(value));
-}
-
-void RepoViewModel::setMutationError(OptionalText value) {
-    logErrorField("mutationError", mutationError(), value);
-    setMutationErrorField(std::move(value));
-}
-
-void RepoViewModel::setUndoError(OptionalText value) {
-    logErrorField("undoError", undoError(), value);
-    setUndoErrorField(std::move(value));
-}
-
-void RepoViewModel::setFetchError(OptionalText value) {
-    logErrorField("fetchError", fetchError(), value);
-    setFetchErrorField(std::move(value));
-}
-
-void RepoViewModel::setPushError(OptionalText value) {
-    logErrorField("pushError", pushError(), value);
-    setPushErrorField(std::move(value));
+    measuredApply(*board_, snapshot);
 }
 
 // MARK: Commands
 
 void RepoViewModel::send(RepoCommand command, std::function<void()> done) {
-    if (!repoSession_) {
+    if (!repoSession_ || work_->isClosed()) {
         return;
     }
     const std::uint64_t action =
         Perf::beginAction([&] { return "ui." + std::string(command.perfName()); });
     setInFlight(command, true);
-    runInBackground(
-        [session = repoSession_, command] { return session->execute(command); },
+    work_->run(
+        WorkKind::command, [session = repoSession_, command] { return session->execute(command); },
         [this, command, action, done = std::move(done)](const Outcome<RepoCommandResult>& outcome) {
             if (outcome.value) {
                 apply(*outcome.value, command);
@@ -308,180 +182,132 @@ void RepoViewModel::send(RepoCommand command, std::function<void()> done) {
 }
 
 void RepoViewModel::setInFlight(const RepoCommand& command, bool running) {
-    if (const auto advanced = advancedCommitIDs(command, repoState()); !advanced.empty()) {
-        StringSet ids = advancingCommitIDs();
-        for (const auto& id : advanced) {
-            if (running) {
-                ids.insert(id);
-            } else {
-                ids.erase(id);
-            }
-        }
-        setAdvancingCommitIDs(std::move(ids));
-    }
+    board_->markAdvancing(advancedCommitIDs(command, board_->repoState()), running);
     switch (commandKind(command)) {
         case CommandKind::push: {
-            const auto& bookmark = std::visit(
-                Overloaded{
-                    [](const RepoCommand::Push& c) -> const Bookmark& { return c.bookmark; },
-                    [](const RepoCommand::PerformPush& c) -> const Bookmark& { return c.bookmark; },
-                    [](const auto&) -> const Bookmark& {
-                        static const Bookmark none;
-                        return none;
-                    }},
-                command.value);
-            StringSet names = pushInFlight();
+            const auto* push = std::get_if<RepoCommand::Push>(&command.value);
+            const auto* forced = std::get_if<RepoCommand::PerformPush>(&command.value);
+            const std::string& name = push != nullptr ? push->bookmark.name : forced->bookmark.name;
+            activity_->markPushing(name, running);
             if (running) {
-                names.insert(bookmark.name);
-                setPushError(std::nullopt);
-            } else {
-                names.erase(bookmark.name);
+                activity_->setPushError(std::nullopt);
             }
-            setPushInFlight(std::move(names));
             break;
         }
         case CommandKind::fetch:
-            setFetchInFlight(running);
+            activity_->setFetchInFlight(running);
             if (running) {
-                setFetchError(std::nullopt);
+                activity_->setFetchError(std::nullopt);
             }
             break;
         case CommandKind::undo:
-            setUndoInFlight(running);
+            activity_->setUndoInFlight(running);
             if (running) {
-                setUndoError(std::nullopt);
+                activity_->setUndoError(std::nullopt);
             }
             break;
         case CommandKind::restore:
-            setUndoInFlight(running);
+            activity_->setUndoInFlight(running);
             break;
         case CommandKind::pullRequest:
-            setIsMutating(running);
+            activity_->setIsMutating(running);
             break;
         case CommandKind::refresh:
             break;
         case CommandKind::mutation:
-            setIsMutating(running);
+            activity_->setIsMutating(running);
             if (running) {
-                setMutationError(std::nullopt);
-                setMutationLabel(vorda::mutationLabel(command));
+                activity_->setMutationError(std::nullopt);
+                activity_->setMutationLabel(mutationLabel(command));
             } else {
-                setMutationLabel(std::nullopt);
+                activity_->setMutationLabel(std::nullopt);
             }
             break;
     }
 }
 
 void RepoViewModel::apply(const RepoCommandResult& result, const RepoCommand& command) {
-    std::visit(Overloaded{
-                   [this](const RepoCommandResult::Refreshed& r) {
-                       Perf::measure("vm.applySnapshot", PerfCategory::vm,
-                                     [&] { applySnapshot(r.snapshot); });
-                   },
-                   [this](const RepoCommandResult::Toast& r) { setToastMessage(r.text); },
-                   [this](const RepoCommandResult::RequiresConfirmation& r) {
-                       const QPointer<RepoViewModel> weak(this);
-                       auto followup = r.request.followup;
-                       setConfirmationRequest(ConfirmationRequest{
-                           r.request.id, r.request.title, r.request.message, [weak, followup] {
-                               if (weak) {
-                                   weak->send(followup);
-                               }
-                           }});
-                   },
-                   [this](const RepoCommandResult::ForcePushRequired& r) {
-                       setForcePushConfirmation(
-                           ForcePushRequest{r.request.id, r.request.bookmark, r.request.syncState});
-                   },
-                   [this](const RepoCommandResult::OpenURL& r) { Q_EMIT openURLRequested(r.url); },
-                   [this](const RepoCommandResult::RecentOps& r) { setRecentOps(r.ops); },
-                   [this](const RepoCommandResult::LocalStackUpdatePlan& r) {
-                       setLocalStackUpdatePlan(r.plan);
-                       setLocalStackUpdateReceipt(std::nullopt);
-                   },
-                   [this](const RepoCommandResult::LocalStackUpdateCompleted& r) {
-                       setLocalStackUpdateReceipt(r.receipt);
-                       setLocalStackUpdatePlan(std::nullopt);
-                       setToastMessage(localStackUpdateToast(r.receipt));
-                   },
-                   [this](const RepoCommandResult::FeatureInsertionPlan& r) {
-                       setFeatureInsertionPlan(r.plan);
-                       setFeatureInsertionReceipt(std::nullopt);
-                   },
-                   [this](const RepoCommandResult::FeatureInsertionCompleted& r) {
-                       setFeatureInsertionReceipt(r.receipt);
-                       setFeatureInsertionPlan(std::nullopt);
-                       setToastMessage(featureInsertionToast(r.receipt));
-                   },
-                   [this](const RepoCommandResult::FeatureAppendPlan& r) {
-                       setFeatureAppendPlan(r.plan);
-                       setFeatureAppendRecord(std::nullopt);
-                   },
-                   [this](const RepoCommandResult::FeatureAppendCompleted& r) {
-                       setFeatureAppendRecord(r.record);
-                       setFeatureAppendPlan(std::nullopt);
-                       setToastMessage(featureAppendToast(r.record));
-                   },
-                   [this, &command](const RepoCommandResult::Failure& r) {
-                       applyError(r.error.message, command);
-                   },
-               },
-               result.value);
+    auto& rewrites = *rewrites_;
+    auto& activity = *activity_;
+    std::visit(
+        Overloaded{
+            [this](const RepoCommandResult::Refreshed& r) { applySnapshot(r.snapshot); },
+            [&](const RepoCommandResult::Toast& r) { activity.setToastMessage(r.text); },
+            [this](const RepoCommandResult::RequiresConfirmation& r) {
+                sheets_->setConfirmationRequest(ConfirmationRequest{
+                    r.request.id, r.request.title, r.request.message, r.request.followup});
+            },
+            [this](const RepoCommandResult::ForcePushRequired& r) {
+                sheets_->setForcePushConfirmation(
+                    ForcePushRequest{r.request.id, r.request.bookmark, r.request.syncState});
+            },
+            [this](const RepoCommandResult::OpenURL& r) { Q_EMIT openURLRequested(r.url); },
+            [this](const RepoCommandResult::RecentOps& r) { operationLog_->setRecentOps(r.ops); },
+            [&](const RepoCommandResult::LocalStackUpdatePlan& r) {
+                rewrites.setLocalStackUpdatePlan(r.plan);
+                rewrites.setLocalStackUpdateReceipt(std::nullopt);
+            },
+            [&](const RepoCommandResult::LocalStackUpdateCompleted& r) {
+                rewrites.setLocalStackUpdateReceipt(r.receipt);
+                rewrites.setLocalStackUpdatePlan(std::nullopt);
+                activity.setToastMessage(localStackUpdateToast(r.receipt));
+            },
+            [&](const RepoCommandResult::FeatureInsertionPlan& r) {
+                rewrites.setFeatureInsertionPlan(r.plan);
+                rewrites.setFeatureInsertionReceipt(std::nullopt);
+            },
+            [&](const RepoCommandResult::FeatureInsertionCompleted& r) {
+                rewrites.setFeatureInsertionReceipt(r.receipt);
+                rewrites.setFeatureInsertionPlan(std::nullopt);
+                activity.setToastMessage(featureInsertionToast(r.receipt));
+            },
+            [&](const RepoCommandResult::FeatureAppendPlan& r) {
+                rewrites.setFeatureAppendPlan(r.plan);
+                rewrites.setFeatureAppendRecord(std::nullopt);
+            },
+            [&](const RepoCommandResult::FeatureAppendCompleted& r) {
+                rewrites.setFeatureAppendRecord(r.record);
+                rewrites.setFeatureAppendPlan(std::nullopt);
+                activity.setToastMessage(featureAppendToast(r.record));
+            },
+            [this, &command](const RepoCommandResult::Failure& r) {
+                applyError(r.error.message, command);
+            },
+        },
+        result.value);
 }
 
 void RepoViewModel::applyError(const std::string& message, const RepoCommand& command) {
     switch (commandKind(command)) {
         case CommandKind::fetch:
-            setFetchError(message);
+            activity_->setFetchError(message);
             break;
         case CommandKind::push:
-            setPushError(message);
+            activity_->setPushError(message);
             break;
         case CommandKind::undo:
         case CommandKind::restore:
-            setUndoError(message);
+            activity_->setUndoError(message);
             break;
         default:
-            setMutationError(message);
+            activity_->setMutationError(message);
             break;
     }
 }
 
 void RepoViewModel::setBookmarkIncluded(const std::string& bookmark, bool included) {
-    if (const auto& workspace = selectedWorkspaceName()) {
+    if (const auto& workspace = board_->selectedWorkspaceName()) {
         send(RepoCommand::SetWorkspaceBookmarkInclusion{*workspace, bookmark, included});
     }
 }
 
-void RepoViewModel::absorbBookmark(const std::string& source, const std::string& into) {
-    std::string tip;
-    if (const auto* state = repoState()) {
-        if (const auto found = state->bookmarks.find(source);
-            found != state->bookmarks.end() && !found->second.commitIDs.empty()) {
-            tip = found->second.commitIDs.front();
-        }
-    }
-    send(RepoCommand::AbsorbBookmark{source, into, tip});
-}
-
-void RepoViewModel::trackRemoteBookmark(const Bookmark& bookmark, bool pin) {
-    if (bookmark.commitIDs.empty()) {
-        return;
-    }
-    const auto remote = bookmark.remoteSyncState.remote();
-    const auto* upstream = std::get_if<BookmarkOrigin::Upstream>(&bookmark.origin.value);
-    send(RepoCommand::TrackRemoteBookmark{
-        bookmark.name, remote.value_or(upstream != nullptr ? upstream->remote : "origin"),
-        bookmark.commitIDs.front(), pin});
-}
-
 void RepoViewModel::fetch(std::function<void()> done) {
-    setFetchStatus(std::nullopt);
-    setFetchStartedAt(std::chrono::system_clock::now());
+    activity_->setFetchStatus(std::nullopt);
+    activity_->setFetchStartedAt(std::chrono::system_clock::now());
     auto finish = [this, done = std::move(done)] {
-        setLastFetchAt(std::chrono::system_clock::now());
-        setFetchStatus(std::nullopt);
-        setFetchStartedAt(std::nullopt);
+        board_->setLastFetchAt(std::chrono::system_clock::now());
+        activity_->setFetchStatus(std::nullopt);
+        activity_->setFetchStartedAt(std::nullopt);
         if (done) {
             done();
         }
@@ -491,48 +317,22 @@ void RepoViewModel::fetch(std::function<void()> done) {
         return;
     }
     RepoCommand::Fetch command;
-    command.onProgress = [inbox = inbox_, self = this](const std::string& line) {
-        inbox->post([self, line] { self->setFetchStatus(line); });
+    command.onProgress = [post = work_->poster(), activity = activity_](const std::string& line) {
+        post([activity, line] { activity->setFetchStatus(line); });
     };
     send(std::move(command), std::move(finish));
 }
 
-void RepoViewModel::presentLocalStackRebase(const std::optional<StringList>& bookmarks,
-                                            const OptionalText& changeID) {
-    localStackUpdateSeedBookmarks_ = bookmarks;
-    localStackUpdateSeedChangeID_ = changeID;
-    setShowLocalStackUpdateSheetField(true);
-}
-
-// MARK: Expansion and history
+// MARK: Lane history
 
 void RepoViewModel::toggleLane(const std::string& name) {
-    StringSet lanes = expandedLanes();
-    if (lanes.erase(name) > 0) {
-        setExpandedLanes(std::move(lanes));
-        CommitsByName ancestors = laneAncestors();
-        ancestors.erase(name);
-        setLaneAncestors(std::move(ancestors));
-        TotalsByName totals = laneAncestorTotals();
-        totals.erase(name);
-        setLaneAncestorTotals(std::move(totals));
-        return;
+    if (board_->toggleLane(name)) {
+        loadMoreAncestors(name);
     }
-    lanes.insert(name);
-    setExpandedLanes(std::move(lanes));
-    loadMoreAncestors(name);
-}
-
-void RepoViewModel::toggleOneOffLaneExpanded(const std::string& changeID) {
-    StringSet ids = expandedOneOffLaneIDs();
-    if (ids.erase(changeID) == 0) {
-        ids.insert(changeID);
-    }
-    setExpandedOneOffLaneIDs(std::move(ids));
 }
 
 void RepoViewModel::loadMoreAncestors(const std::string& name) {
-    const auto* state = repoState();
+    const auto* state = board_->repoState();
     if (state == nullptr || !repoSession_) {
         return;
     }
@@ -541,76 +341,98 @@ void RepoViewModel::loadMoreAncestors(const std::string& name) {
         return;
     }
     const std::string tip = bookmark->second.commitIDs.front();
-    const auto loaded = laneAncestors().find(name);
-    if (name == trunkBookmarkName()) {
-        const int skip =
-            loaded == laneAncestors().end() ? 0 : static_cast<int>(loaded->second.size());
-        const bool needsTotal = !laneAncestorTotals().contains(name);
-        struct Page {
-            std::vector<JJCommit> commits;
-            std::optional<std::int64_t> total;
-        };
-        runInBackground(
+    const auto& loadedLanes = board_->laneAncestors();
+    const auto loaded = loadedLanes.find(name);
+    struct Page {
+        std::vector<JJCommit> commits;
+        std::optional<std::int64_t> total;
+    };
+    auto show = [this, name](const Outcome<Page>& outcome) {
+        if (outcome.value) {
+            // The root commit is not history anybody wrote.
+            auto commits = outcome.value->commits;
+            std::erase_if(commits, [](const JJCommit& commit) {
+                return commit.commitID.find_first_not_of('0') == std::string::npos;
+            });
+            board_->addLaneAncestors(name, commits, outcome.value->total);
+        }
+    };
+    if (name == board_->trunkBookmarkName()) {
+        const int skip = loaded == loadedLanes.end() ? 0 : static_cast<int>(loaded->second.size());
+        const bool needsTotal = !board_->laneAncestorTotals().contains(name);
+        work_->run(
+            WorkKind::history,
             [session = repoSession_, tip, skip, needsTotal] {
-                Page page{session->loadAncestors(tip, lanePageSize, skip), std::nullopt};
+                Page page{session->loadAncestors(tip, BoardModel::lanePageSize, skip),
+                          std::nullopt};
                 if (needsTotal) {
                     page.total = session->ancestorCount(tip);
                 }
                 return page;
             },
-            [this, name](const Outcome<Page>& outcome) {
-                if (!outcome.value || !expandedLanes().contains(name)) {
-                    return;
-                }
-                CommitsByName ancestors = laneAncestors();
-                auto& list = ancestors[name];
-                list.insert(list.end(), outcome.value->commits.begin(),
-                            outcome.value->commits.end());
-                setLaneAncestors(std::move(ancestors));
-                if (outcome.value->total) {
-                    TotalsByName totals = laneAncestorTotals();
-                    totals[name] = *outcome.value->total;
-                    setLaneAncestorTotals(std::move(totals));
-                }
-            });
+            show);
         return;
     }
-    if (loaded != laneAncestors().end()) {
+    if (loaded != loadedLanes.end()) {
         return;
     }
-    runInBackground(
+    work_->run(
+        WorkKind::history,
         [session = repoSession_, tip, excluding = bookmark->second.commitIDs] {
-            return session->loadBranchHistory(tip, excluding);
+            auto commits = session->loadBranchHistory(tip, excluding);
+            const auto total = static_cast<std::int64_t>(commits.size());
+            return Page{std::move(commits), total};
         },
-        [this, name](Outcome<std::vector<JJCommit>> outcome) {
-            if (!outcome.value || !expandedLanes().contains(name)) {
-                return;
-            }
-            TotalsByName totals = laneAncestorTotals();
-            totals[name] = static_cast<std::int64_t>(outcome.value->size());
-            CommitsByName ancestors = laneAncestors();
-            ancestors[name] = std::move(*outcome.value);
-            setLaneAncestors(std::move(ancestors));
-            setLaneAncestorTotals(std::move(totals));
-        });
+        show);
 }
 
 // MARK: Diffs and files
 
 void RepoViewModel::loadDiffForSelectedChangeIDs(const StringList& changeIDs) {
-    const JJCommit* first = changeIDs.empty() ? nullptr : commitForChangeID(changeIDs.front());
-    const JJCommit* last = changeIDs.empty() ? nullptr : commitForChangeID(changeIDs.back());
+    const JJCommit* first = changeIDs.empty() ? nullptr : board_->commitForChangeID(changeIDs.front());
+    const JJCommit* last = changeIDs.empty() ? nullptr : board_->commitForChangeID(changeIDs.back());
     if (first == nullptr || last == nullptr) {
-        setDiffText(std::string());
+        diff_->setDiffText(std::string());
         return;
     }
-    loadDiffText(first->commitID == last->commitID ? first->commitID
-                                                   : first->commitID + "-.." + last->commitID);
+    if (first->commitID == last->commitID) {
+        loadDiffText(first->commitID);
+        return;
+    }
+    // A lane lists its newest commit first; jj answers a range only when it
+    // runs from the older commit to the newer one.
+    const bool firstIsOlder = isAncestor(first->commitID, last->commitID);
+    const auto* oldest = firstIsOlder ? first : last;
+    const auto* newest = firstIsOlder ? last : first;
+    loadDiffText(oldest->commitID + "-.." + newest->commitID);
+}
+
+bool RepoViewModel::isAncestor(const std::string& ancestor, const std::string& descendant) const {
+    const auto* state = board_->repoState();
+    if (state == nullptr) {
+        return false;
+    }
+    std::vector<std::string> pending{descendant};
+    StringSet seen;
+    while (!pending.empty()) {
+        const std::string id = std::move(pending.back());
+        pending.pop_back();
+        if (id == ancestor) {
+            return true;
+        }
+        const auto commit = state->commits.find(id);
+        if (!seen.insert(id).second || commit == state->commits.end()) {
+            continue;
+        }
+        pending.insert(pending.end(), commit->second->parents.begin(),
+                       commit->second->parents.end());
+    }
+    return false;
 }
 
 void RepoViewModel::loadDiffForBookmark(const Bookmark& bookmark) {
     if (bookmark.commitIDs.empty()) {
-        setDiffText(std::string());
+        diff_->setDiffText(std::string());
         return;
     }
     const auto& oldest = bookmark.commitIDs.back();
@@ -620,8 +442,12 @@ void RepoViewModel::loadDiffForBookmark(const Bookmark& bookmark) {
 
 void RepoViewModel::loadDiffText(const std::string& revset) {
     const std::uint64_t action = Perf::beginAction([&] { return "ui.showDiff(" + revset + ")"; });
-    if (const auto cached = diffCache_.find(revset)) {
-        setDiffText(*cached);
+    if (const auto cached = diff_->cache().find(revset)) {
+        diff_->setDiffText(*cached);
+        diff_->setIsDiffLoading(false);
+        // A read still running for an older selection must not win.
+        work_->runNewest(
+            WorkKind::diff, [] { return 0; }, [](const Outcome<int>&) {});
         Perf::endActionAfterUIFlush(action, "cache hit");
         return;
     }
@@ -629,21 +455,22 @@ void RepoViewModel::loadDiffText(const std::string& revset) {
         Perf::endAction(action, "no session");
         return;
     }
-    setDiffText(std::string());
-    setIsDiffLoading(true);
-    runInBackground(
+    diff_->setDiffText(std::string());
+    diff_->setIsDiffLoading(true);
+    work_->runNewest(
+        WorkKind::diff,
         [session = repoSession_, revset] {
             return Perf::measure([&] { return "vm.loadDiff(" + revset + ")"; }, PerfCategory::vm,
                                  [&] { return session->loadDiff(revset); });
         },
         [this, revset, action](const Outcome<std::string>& outcome) {
             if (outcome.value) {
-                diffCache_.store(revset, *outcome.value);
-                setDiffText(*outcome.value);
+                diff_->cache().store(revset, *outcome.value);
+                diff_->setDiffText(*outcome.value);
             } else {
-                setDiffText("Error: " + outcome.error);
+                diff_->setDiffText("Error: " + outcome.error);
             }
-            setIsDiffLoading(false);
+            diff_->setIsDiffLoading(false);
             Perf::endActionAfterUIFlush(action, "cache miss");
         });
 }
@@ -658,7 +485,8 @@ void RepoViewModel::loadChangedFiles(const std::string& changeID,
         done({});
         return;
     }
-    runInBackground(
+    work_->run(
+        WorkKind::files,
         [session = repoSession_, changeID] { return session->loadChangedFiles(changeID); },
         [this, changeID, done = std::move(done)](const Outcome<std::vector<ChangedFile>>& outcome) {
             if (!outcome.value) {
@@ -723,54 +551,58 @@ void RepoViewModel::loadRecentOps() {
     if (!repoSession_) {
         return;
     }
-    setIsLoadingOps(true);
-    setOperationInspectorWarnings({});
-    setUpdateRecords({});
-    setRoutingRecords({});
-    setAppendRecords({});
-    runInBackground(
-        [session = repoSession_] { return readOperationLog(*session); },
-        [this](const Outcome<OperationLogReads>& outcome) {
-            if (outcome.value) {
-                const auto& reads = *outcome.value;
-                if (reads.ops) {
-                    setRecentOps(*reads.ops);
-                }
-                setUpdateRecords(reads.updateRecords.value_or(UpdateRecords{}));
-                setRoutingRecords(reads.routingRecords.value_or(RoutingRecords{}));
-                setAppendRecords(reads.appendRecords.value_or(AppendRecords{}));
-                setOperationInspectorWarnings(reads.warnings);
-            } else {
-                setOperationInspectorWarnings({"Could not load operations: " + outcome.error});
-            }
-            setIsLoadingOps(false);
-        });
+    auto& log = *operationLog_;
+    log.setIsLoading(true);
+    log.setWarnings({});
+    log.setUpdateRecords({});
+    log.setRoutingRecords({});
+    log.setAppendRecords({});
+    work_->runNewest(WorkKind::operationLog,
+                     [session = repoSession_] { return readOperationLog(*session); },
+                     [&log](const Outcome<OperationLogReads>& outcome) {
+                         if (outcome.value) {
+                             const auto& reads = *outcome.value;
+                             if (reads.ops) {
+                                 log.setRecentOps(*reads.ops);
+                             }
+                             log.setUpdateRecords(reads.updateRecords.value_or(UpdateRecords{}));
+                             log.setRoutingRecords(
+                                 reads.routingRecords.value_or(RoutingRecords{}));
+                             log.setAppendRecords(reads.appendRecords.value_or(AppendRecords{}));
+                             log.setWarnings(reads.warnings);
+                         } else {
+                             log.setWarnings({"Could not load operations: " + outcome.error});
+                         }
+                         log.setIsLoading(false);
+                     });
 }
 
 // MARK: Pull requests
 
 void RepoViewModel::refreshPRStatuses(bool force, const StringSet& forceBranches) {
-    if (!repoSession_ || !snapshot_) {
+    const auto& snapshot = board_->snapshot();
+    if (!repoSession_ || !snapshot) {
         return;
     }
-    StringSet names = allWorkspaceIncludedBookmarkNames();
-    for (const auto& [name, settings] : settingsByName()) {
+    StringSet names = board_->allWorkspaceIncludedBookmarkNames();
+    for (const auto& [name, settings] : board_->settingsByName()) {
         if (settings.pinned || settings.columnVisible) {
             names.insert(name);
         }
     }
     names.insert(forceBranches.begin(), forceBranches.end());
-    auto cached = [inbox = inbox_, self = this](const PullRequestsByBookmark& prs) {
-        inbox->post([self, prs] { self->setPrStatuses(prs); });
+    auto cached = [post = work_->poster(), board = board_](const PullRequestsByBookmark& prs) {
+        post([board, prs] { board->setPrStatuses(prs); });
     };
-    runInBackground(
-        [session = repoSession_, snapshot = snapshot_, force, forceBranches, names, cached] {
+    work_->runNewest(
+        WorkKind::pullRequests,
+        [session = repoSession_, snapshot, force, forceBranches, names, cached] {
             return session->refreshPullRequestStatuses(snapshot->repoState, force, forceBranches,
                                                        names, cached);
         },
         [this](const Outcome<PullRequestsByBookmark>& outcome) {
             if (outcome.value) {
-                setPrStatuses(*outcome.value);
+                board_->setPrStatuses(*outcome.value);
             }
         });
 }

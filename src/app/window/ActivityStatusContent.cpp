@@ -2,18 +2,18 @@
 
 #include <utility>
 
-#include "app/viewmodel/RepoViewModel.h"
+#include "app/viewmodel/BoardModel.h"
 #include "jjkit/support/Text.h"
 
 namespace vorda {
 namespace {
 
-std::optional<ActivityStatusContent> errorContent(const RepoViewModel& viewModel) {
+std::optional<ActivityStatusContent> errorContent(const ActivityModel& activity) {
     const std::pair<const OptionalText&, ActivityErrorField> fields[] = {
-        {viewModel.mutationError(), ActivityErrorField::mutation},
-        {viewModel.fetchError(), ActivityErrorField::fetch},
-        {viewModel.pushError(), ActivityErrorField::push},
-        {viewModel.undoError(), ActivityErrorField::undo},
+        {activity.mutationError(), ActivityErrorField::mutation},
+        {activity.fetchError(), ActivityErrorField::fetch},
+        {activity.pushError(), ActivityErrorField::push},
+        {activity.undoError(), ActivityErrorField::undo},
     };
     for (const auto& [value, field] : fields) {
         if (!value) {
@@ -21,7 +21,7 @@ std::optional<ActivityStatusContent> errorContent(const RepoViewModel& viewModel
         }
         ActivityStatusContent content;
         content.kind = ActivityStatusContent::Kind::error;
-        content.text = *value;
+        content.text = errorHeadline(*value);
         content.tooltip = *value;
         content.button = "Dismiss";
         content.errorField = field;
@@ -30,7 +30,7 @@ std::optional<ActivityStatusContent> errorContent(const RepoViewModel& viewModel
     return std::nullopt;
 }
 
-ActivityStatusContent fetchingContent(const RepoViewModel& viewModel,
+ActivityStatusContent fetchingContent(const ActivityModel& viewModel,
                                       std::chrono::system_clock::time_point now) {
     ActivityStatusContent content;
     content.kind = ActivityStatusContent::Kind::fetching;
@@ -44,8 +44,11 @@ ActivityStatusContent fetchingContent(const RepoViewModel& viewModel,
     return content;
 }
 
-ActivityStatusContent idleContent(const RepoViewModel& viewModel) {
+ActivityStatusContent idleContent(const BoardModel& viewModel) {
     ActivityStatusContent content;
+    if (viewModel.repoState() == nullptr) {
+        return content;
+    }
     content.kind = ActivityStatusContent::Kind::idle;
     content.text = "jj ok";
     if (const auto* commit = viewModel.workingCopyCommit()) {
@@ -61,7 +64,16 @@ ActivityStatusContent idleContent(const RepoViewModel& viewModel) {
 
 }  // namespace
 
-ActivityStatusContent activityStatusContent(const RepoViewModel& viewModel,
+std::string errorHeadline(const std::string& message) {
+    // A failed jj call reads "jj ARGS… failed (N): " and then jj's own text,
+    // whose "Error: …" line says what went wrong.
+    if (const auto at = message.find("Error: "); at != std::string::npos) {
+        return text::firstNonBlankLine(std::string_view(message).substr(at));
+    }
+    return text::firstNonBlankLine(message);
+}
+
+ActivityStatusContent activityStatusContent(const ActivityModel& viewModel, const BoardModel& board,
                                             std::chrono::system_clock::time_point now) {
     if (auto error = errorContent(viewModel)) {
         return std::move(*error);
@@ -91,17 +103,13 @@ ActivityStatusContent activityStatusContent(const RepoViewModel& viewModel,
         content.text = *toast;
         return content;
     }
-    if (const auto& workspace = viewModel.selectedWorkspaceName();
-        workspace && viewModel.workspaceIsBehindTrunk(*workspace)) {
+    if (const auto& workspace = board.selectedWorkspaceName();
+        workspace && board.workspaceIsBehindTrunk(*workspace)) {
         content.kind = ActivityStatusContent::Kind::attention;
         content.text = "Local stacks have an older base";
-        content.button = "Rebase Local Stacks…";
-        content.buttonTooltip =
-            "Preview rebasing local stacks onto current trunk. Immutable dependencies stay in "
-            "place; no new composition parents are added.";
         return content;
     }
-    return idleContent(viewModel);
+    return idleContent(board);
 }
 
 }  // namespace vorda

@@ -4,13 +4,11 @@
 #include <optional>
 #include <string>
 
+#include "app/viewmodel/ActivityModel.h"
+
 namespace vorda {
 
-class RepoViewModel;
-
-/// The error field an error status shows, so that "Dismiss" clears exactly
-/// that one and leaves the others for the next look.
-enum class ActivityErrorField { mutation, fetch, push, undo };
+class BoardModel;
 
 /// What the toolbar's activity area shows at one moment: one line, an
 /// optional secondary text, and at most one button. The status view renders
@@ -35,8 +33,14 @@ struct ActivityStatusContent {
 /// The first of these that holds: an error, a fetch (with its seconds since
 /// start, as of `now`), pushes, an undo, another running command, the toast,
 /// a workspace standing on an older trunk, and otherwise "jj ok" with the
-/// working-copy change and its conflicts.
-ActivityStatusContent activityStatusContent(const RepoViewModel& viewModel,
+/// working-copy change and its conflicts (nothing while no repository is
+/// loaded). An error shows jj's own error line; its whole text is the
+/// tooltip.
+ActivityStatusContent activityStatusContent(const ActivityModel& activity, const BoardModel& board,
                                             std::chrono::system_clock::time_point now);
+
+/// The line of a failure's text worth showing in one line: jj's own
+/// "Error: …" line where there is one, else the first line.
+std::string errorHeadline(const std::string& message);
 
 }  // namespace vorda

@@ -42,16 +42,16 @@ void addTagsMenu(QMenu* menu, const RepoViewModel* viewModel,
         return;
     }
     std::vector<std::string> current;
-    const auto& settings = viewModel->settingsByName();
+    const auto& settings = viewModel->board().settingsByName();
     if (const auto found = settings.find(bookmark->name); found != settings.end()) {
         current = found->second.tags;
     }
-    for (const auto& tag : viewModel->allTagsInUse()) {
+    for (const auto& tag : viewModel->board().allTagsInUse()) {
         auto* entry = addEntry(tags, qt(tag), {BookmarkAction::ToggleTag{tag}}, bookmark, perform);
         entry->setCheckable(true);
         entry->setChecked(contains(current, tag));
     }
-    if (!viewModel->allTagsInUse().empty()) {
+    if (!viewModel->board().allTagsInUse().empty()) {
         tags->addSeparator();
     }
     addEntry(tags, QStringLiteral("Add Tag…"), {BookmarkAction::AddTag{}}, bookmark, perform);
@@ -65,10 +65,6 @@ void BookmarkActionMenuItems::fill(QMenu* menu, const RepoViewModel* viewModel,
     // Without a view model nothing about the bookmark can be judged.
     const std::optional<Bookmark> selected = viewModel ? bookmark : std::nullopt;
 
-    if (selected && viewModel->isBookmarkBehindTrunk(*selected)) {
-        addEntry(menu, QStringLiteral("Rebase Local Stack…"),
-                 {BookmarkAction::ReparentToTrunk{false}}, selected, perform);
-    }
     auto* rebaseOnto = addEntry(menu, QStringLiteral("Rebase Onto…"), {BookmarkAction::Rebase{}},
                                 selected, perform);
     rebaseOnto->setShortcut(QKeySequence(Qt::CTRL | Qt::ALT | Qt::Key_R));
@@ -79,14 +75,14 @@ void BookmarkActionMenuItems::fill(QMenu* menu, const RepoViewModel* viewModel,
     addEntry(menu, QStringLiteral("Squash into Single Commit"), {BookmarkAction::SquashToSingle{}},
              selected, perform, selected && selected->commitIDs.size() >= 2);
 
-    const bool pushing = selected && viewModel->pushInFlight().count(selected->name) > 0;
+    const bool pushing = selected && viewModel->activity().pushInFlight().count(selected->name) > 0;
     auto* push =
         addEntry(menu, qt(BookmarkPushPresentation::menuTitle(selected)), {BookmarkAction::Push{}},
                  selected, perform, !pushing && !BookmarkPushPresentation::isUpToDate(selected));
     push->setToolTip(qt(BookmarkPushPresentation::tooltip(selected)));
 
-    const bool hasPR = selected && viewModel->prStatuses().count(selected->name) > 0;
-    const bool github = viewModel && viewModel->githubAvailable();
+    const bool hasPR = selected && viewModel->board().prStatuses().count(selected->name) > 0;
+    const bool github = viewModel && viewModel->board().githubAvailable();
     if (hasPR) {
         addEntry(menu, QStringLiteral("View Pull Request"), {BookmarkAction::ViewPR{}}, selected,
                  perform);
@@ -98,13 +94,13 @@ void BookmarkActionMenuItems::fill(QMenu* menu, const RepoViewModel* viewModel,
              perform, github);
     menu->addSeparator();
 
-    const bool pinned = selected && viewModel->isPinned(selected->name);
+    const bool pinned = selected && viewModel->board().isPinned(selected->name);
     addEntry(menu, pinned ? QStringLiteral("Unpin from Board") : QStringLiteral("Pin to Board"),
              {BookmarkAction::TogglePinned{}}, selected, perform);
     // Only a column of its own can be hidden; a bookmark shown inside a
     // working-copy column has none.
     addEntry(menu, QStringLiteral("Hide Column"), {BookmarkAction::ToggleColumnVisibility{}},
-             selected, perform, selected && viewModel->isBookmarkColumnVisible(selected->name));
+             selected, perform, selected && viewModel->board().isBookmarkColumnVisible(selected->name));
     addTagsMenu(menu, viewModel, selected, perform);
     menu->addSeparator();
 
@@ -129,7 +125,6 @@ void CommitActionMenuItems::fill(QMenu* menu, const std::optional<JJCommit>& com
         }
     };
     add(QStringLiteral("Describe Commit…"), CommitAction::describe);
-    add(QStringLiteral("Split Commit…"), CommitAction::split);
 }
 
 void discardMenuEntries(QMenu* menu) {

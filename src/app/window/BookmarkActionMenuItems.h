@@ -10,8 +10,7 @@ namespace vorda {
 
 /// The entries that act on one bookmark, in the order the Bookmark menu, the
 /// toolbar's bookmark menu and a column's context menu all show them:
-/// "Rebase Local Stack…" (only when the bookmark is behind trunk), "Rebase
-/// Onto…", "Squash into Single Commit", the push entry, the pull request
+/// "Rebase Onto…", "Squash into Single Commit", the push entry, the pull request
 /// entries, pin, hide, "Tags", rename, delete and abandon.
 ///
 /// Each entry needs a bookmark and a handler; without them every entry is
@@ -24,8 +23,8 @@ struct BookmarkActionMenuItems {
                      const std::optional<Bookmark>& bookmark, const BookmarkActionHandler& perform);
 };
 
-/// The entries that act on one commit: "Describe Commit…" and "Split
-/// Commit…", disabled without a commit or a handler.
+/// The entries that act on one commit: "Describe Commit…", disabled
+/// without a commit or a handler.
 struct CommitActionMenuItems {
     static void fill(QMenu* menu, const std::optional<JJCommit>& commit,
                      const CommitActionHandler& perform);

@@ -45,8 +45,8 @@ CreateBookmarkDialog::CreateBookmarkDialog(RepoViewModel* viewModel, QWidget* pa
     parent_ = new QComboBox(this);
     parent_->addItem(QStringLiteral("trunk()"));
     if (const auto* model = viewModel_.data()) {
-        const auto trunk = model->trunkBookmarkName();
-        for (const auto& bookmark : model->mutableBookmarks()) {
+        const auto trunk = model->board().trunkBookmarkName();
+        for (const auto& bookmark : model->board().mutableBookmarks()) {
             if (bookmark.name != trunk) {
                 const auto name = QString::fromStdString(bookmark.name);
                 parent_->addItem(name, name);
@@ -169,7 +169,7 @@ void CreateBookmarkDialog::setParentBookmark(const std::optional<std::string>& n
 void CreateBookmarkDialog::accept() {
     const auto current = fields();
     auto* model = viewModel_.data();
-    const auto* state = model ? model->repoState() : nullptr;
+    const auto* state = model ? model->board().repoState() : nullptr;
     if (!canCreate(current.name, state)) {
         return;
     }
@@ -182,7 +182,7 @@ void CreateBookmarkDialog::accept() {
 void CreateBookmarkDialog::updateState() {
     const auto current = fields();
     const auto* model = viewModel_.data();
-    const auto* state = model ? model->repoState() : nullptr;
+    const auto* state = model ? model->board().repoState() : nullptr;
     const auto problem = nameProblem(current.name, state);
     nameError_->setText(QString::fromStdString(problem.value_or("")));
     nameError_->setVisible(problem.has_value());

@@ -24,8 +24,14 @@ RepoActivityStatusView::RepoActivityStatusView(RepoViewModel* viewModel, QWidget
     button_->setFlat(true);
     text_->setTextFormat(Qt::PlainText);
     detail_->setTextFormat(Qt::PlainText);
-    // A long error must not push the rest of the toolbar away.
-    text_->setMaximumWidth(480);
+    // The area keeps one size whatever it says, so the toolbar never
+    // changes height and its buttons never move: one line, cut with "…"
+    // where it is too long, the whole text in the tooltip.
+    text_->setWordWrap(false);
+    text_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setFixedWidth(statusWidth);
+    setFixedHeight(fontMetrics().height() + 12);
 
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(6, 0, 6, 0);
@@ -40,37 +46,17 @@ RepoActivityStatusView::RepoActivityStatusView(RepoViewModel* viewModel, QWidget
     toastTimer_->setInterval(defaultToastDuration);
     connect(toastTimer_, &QTimer::timeout, this, [this] {
         if (auto* model = viewModel_.data()) {
-            model->setToastMessage(std::nullopt);
+            model->activity().setToastMessage(std::nullopt);
         }
     });
     connect(button_, &QPushButton::clicked, this, &RepoActivityStatusView::buttonPressed);
 
     if (auto* model = viewModel_.data()) {
-        const auto rerender = [this] {
-            refresh();
-        };
-        for (const auto signal : {
-                 &RepoViewModel::mutationErrorChanged,
-                 &RepoViewModel::fetchErrorChanged,
-                 &RepoViewModel::pushErrorChanged,
-                 &RepoViewModel::undoErrorChanged,
-                 &RepoViewModel::fetchStartedAtChanged,
-                 &RepoViewModel::fetchStatusChanged,
-                 &RepoViewModel::pushInFlightChanged,
-                 &RepoViewModel::undoInFlightChanged,
-                 &RepoViewModel::isMutatingChanged,
-                 &RepoViewModel::mutationLabelChanged,
-                 &RepoViewModel::repoStateChanged,
-                 &RepoViewModel::selectedWorkspaceNameChanged,
-                 &RepoViewModel::trunkCommitIDChanged,
-                 &RepoViewModel::conflictedFilesChanged,
-             }) {
-            connect(model, signal, this, rerender);
-        }
-        connect(model, &RepoViewModel::fetchInFlightChanged, this,
-                &RepoActivityStatusView::fetchStateChanged);
-        connect(model, &RepoViewModel::toastMessageChanged, this,
-                &RepoActivityStatusView::toastChanged);
+        connect(&model->activity(), &ActivityModel::changed, this, [this] {
+            fetchStateChanged();
+            toastChanged();
+        });
+        connect(&model->board(), &BoardModel::changed, this, &RepoActivityStatusView::refresh);
     }
     fetchStateChanged();
     toastChanged();
@@ -85,8 +71,8 @@ void RepoActivityStatusView::refresh() {
     if (!model) {
         return;
     }
-    content_ = activityStatusContent(*model, std::chrono::system_clock::now());
-    text_->setText(QString::fromStdString(content_.text));
+    content_ = activityStatusContent(model->activity(), model->board(),
+                                     std::chrono::system_clock::now());
     // Failures and the stale-base notice stand out; everything else is calm.
     switch (content_.kind) {
         case ActivityStatusContent::Kind::error:
@@ -99,12 +85,22 @@ void RepoActivityStatusView::refresh() {
             text_->setStyleSheet({});
             break;
     }
-    text_->setToolTip(QString::fromStdString(content_.tooltip));
     detail_->setText(QString::fromStdString(content_.detail));
     detail_->setVisible(!content_.detail.empty());
     button_->setText(QString::fromStdString(content_.button.value_or("")));
     button_->setToolTip(QString::fromStdString(content_.buttonTooltip));
     button_->setVisible(content_.button.has_value());
+    showText();
+    const bool cut = text_->text() != QString::fromStdString(content_.text);
+    text_->setToolTip(QString::fromStdString(
+        content_.tooltip.empty() && cut ? content_.text : content_.tooltip));
+}
+
+void RepoActivityStatusView::showText() {
+    const QString full = QString::fromStdString(content_.text);
+    const int room = statusWidth - (!button_->isHidden() ? button_->sizeHint().width() : 0) -
+                     (!detail_->isHidden() ? detail_->sizeHint().width() : 0) - 24;
+    text_->setText(text_->fontMetrics().elidedText(full, Qt::ElideRight, std::max(room, 40)));
 }
 
 void RepoActivityStatusView::buttonPressed() {
@@ -114,23 +110,7 @@ void RepoActivityStatusView::buttonPressed() {
     }
     switch (content_.kind) {
         case ActivityStatusContent::Kind::error:
-            switch (content_.errorField.value_or(ActivityErrorField::mutation)) {
-                case ActivityErrorField::mutation:
-                    model->setMutationError(std::nullopt);
-                    break;
-                case ActivityErrorField::fetch:
-                    model->setFetchError(std::nullopt);
-                    break;
-                case ActivityErrorField::push:
-                    model->setPushError(std::nullopt);
-                    break;
-                case ActivityErrorField::undo:
-                    model->setUndoError(std::nullopt);
-                    break;
-            }
-            break;
-        case ActivityStatusContent::Kind::attention:
-            model->presentLocalStackRebase(std::nullopt, std::nullopt);
+            model->activity().dismiss(content_.errorField.value_or(ActivityErrorField::mutation));
             break;
         case ActivityStatusContent::Kind::idle:
             Q_EMIT conflictSheetRequested();
@@ -143,7 +123,12 @@ void RepoActivityStatusView::buttonPressed() {
 void RepoActivityStatusView::toastChanged() {
     // Every new notice gets its full time; a cleared one stops the clock.
     const auto* model = viewModel_.data();
-    if (model && model->toastMessage()) {
+    const OptionalText toast = model ? model->activity().toastMessage() : std::nullopt;
+    if (toast == shownToast_) {
+        return;
+    }
+    shownToast_ = toast;
+    if (toast) {
         toastTimer_->start();
     } else {
         toastTimer_->stop();
@@ -153,7 +138,7 @@ void RepoActivityStatusView::toastChanged() {
 
 void RepoActivityStatusView::fetchStateChanged() {
     const auto* model = viewModel_.data();
-    if (model && model->fetchInFlight()) {
+    if (model && model->activity().fetchInFlight()) {
         fetchTick_->start();
     } else {
         fetchTick_->stop();

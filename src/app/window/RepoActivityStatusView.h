@@ -3,6 +3,8 @@
 #include <QPointer>
 #include <QWidget>
 #include <chrono>
+#include <optional>
+#include <string>
 
 #include "app/window/ActivityStatusContent.h"
 
@@ -28,6 +30,8 @@ class RepoActivityStatusView : public QWidget {
   public:
     /// How long a toast stays before it is cleared.
     static constexpr std::chrono::milliseconds defaultToastDuration{4000};
+    /// The area's fixed width.
+    static constexpr int statusWidth = 360;
 
     explicit RepoActivityStatusView(RepoViewModel* viewModel, QWidget* parent = nullptr);
 
@@ -47,6 +51,8 @@ class RepoActivityStatusView : public QWidget {
     void conflictSheetRequested();
 
   private:
+    /// Shows `content_.text`, cut to the room the area has.
+    void showText();
     void buttonPressed();
     void toastChanged();
     void fetchStateChanged();
@@ -58,6 +64,8 @@ class RepoActivityStatusView : public QWidget {
     QPushButton* button_ = nullptr;
     QTimer* fetchTick_ = nullptr;
     QTimer* toastTimer_ = nullptr;
+    /// The toast the timer runs for; a new one gets its full time.
+    std::optional<std::string> shownToast_;
 };
 
 }  // namespace vorda

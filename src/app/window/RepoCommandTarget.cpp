@@ -9,7 +9,7 @@ std::optional<Bookmark> RepoCommandTarget::selectedBookmark() const {
         return std::nullopt;
     }
     const auto& name = store->selectedBookmarkName();
-    const auto* state = model->repoState();
+    const auto* state = model->board().repoState();
     if (!name || !state) {
         return std::nullopt;
     }
@@ -26,7 +26,7 @@ std::optional<JJCommit> RepoCommandTarget::selectedCommit() const {
     if (!model || !store || store->selectedCommitIDs().empty()) {
         return std::nullopt;
     }
-    const auto* commit = model->commitForChangeID(store->selectedCommitIDs().front());
+    const auto* commit = model->board().commitForChangeID(store->selectedCommitIDs().front());
     if (!commit) {
         return std::nullopt;
     }

@@ -16,14 +16,9 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
     rebuildTimer_->setInterval(0);
     connect(rebuildTimer_, &QTimer::timeout, this, &RepoMenuCommands::rebuildBookmarkMenus);
     fetch_ = makeAction(QStringLiteral("Fetch"), QKeySequence(Qt::CTRL | Qt::Key_R));
-    rebaseLocalStacks_ = makeAction(QStringLiteral("Rebase Local Stacks…"),
-                                    QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R));
-    moveToFeature_ = makeAction(QStringLiteral("Move to Feature…"), {});
-    attachFeature_ = makeAction(QStringLiteral("Attach Feature to Composition…"), {});
     newBookmark_ = makeAction(QStringLiteral("New Bookmark…"), QKeySequence(Qt::CTRL | Qt::Key_N));
     commit_ = makeAction(QStringLiteral("Commit…"), QKeySequence(Qt::CTRL | Qt::Key_Return));
     undo_ = makeAction(QStringLiteral("Undo Last jj Operation"), {});
-    operationLog_ = makeAction(QStringLiteral("Operation Log…"), {});
     filterBookmarks_ =
         makeAction(QStringLiteral("Filter Bookmarks"), QKeySequence(Qt::CTRL | Qt::Key_F));
     clearFilters_ =
@@ -32,22 +27,6 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
     connect(fetch_, &QAction::triggered, this, [this] {
         if (auto* model = viewModel()) {
             model->fetch();
-        }
-    });
-    connect(rebaseLocalStacks_, &QAction::triggered, this, [this] {
-        if (auto* model = viewModel()) {
-            model->presentLocalStackRebase(std::nullopt, std::nullopt);
-        }
-    });
-    connect(moveToFeature_, &QAction::triggered, this, [this] {
-        if (auto* model = viewModel()) {
-            model->clearFeaturePlans();
-            model->setShowFeatureInsertionSheet(true);
-        }
-    });
-    connect(attachFeature_, &QAction::triggered, this, [this] {
-        if (auto* model = viewModel()) {
-            model->setShowCompositionAttachmentSheet(true);
         }
     });
     connect(newBookmark_, &QAction::triggered, this, [this] {
@@ -65,12 +44,6 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
             model->send(RepoCommand::Undo{});
         }
     });
-    connect(operationLog_, &QAction::triggered, this, [this] {
-        if (auto* model = viewModel()) {
-            model->setShowOpLogInspector(true);
-            model->loadRecentOps();
-        }
-    });
     connect(filterBookmarks_, &QAction::triggered, this, [this] {
         if (target_ && target_->focusFilter) {
             target_->focusFilter();
@@ -78,8 +51,8 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
     });
     connect(clearFilters_, &QAction::triggered, this, [this] {
         if (auto* model = viewModel()) {
-            model->setFilterText({});
-            model->setSelectedTagFilters({});
+            model->board().setFilterText({});
+            model->board().setSelectedTagFilters({});
         }
     });
     updateEnabled();
@@ -92,8 +65,7 @@ QAction* RepoMenuCommands::makeAction(const QString& title, const QKeySequence& 
 }
 
 std::vector<QAction*> RepoMenuCommands::sharedActions() const {
-    return {fetch_, rebaseLocalStacks_, moveToFeature_,   attachFeature_, newBookmark_, commit_,
-            undo_,  operationLog_,      filterBookmarks_, clearFilters_};
+    return {fetch_, newBookmark_, commit_, undo_, filterBookmarks_, clearFilters_};
 }
 
 RepoViewModel* RepoMenuCommands::viewModel() const {
@@ -119,17 +91,14 @@ void RepoMenuCommands::connectTarget() {
     // A window that goes away takes its target with it.
     targetConnections_.push_back(
         connect(model, &QObject::destroyed, this, [this] { setFocusedTarget(std::nullopt); }));
-    for (const auto signal :
-         {&RepoViewModel::filterTextChanged, &RepoViewModel::selectedTagFiltersChanged}) {
-        targetConnections_.push_back(connect(model, signal, this, [this] { updateEnabled(); }));
-    }
-    for (const auto signal :
-         {&RepoViewModel::repoStateChanged, &RepoViewModel::settingsByNameChanged,
-          &RepoViewModel::prStatusesChanged, &RepoViewModel::githubAvailableChanged,
-          &RepoViewModel::pushInFlightChanged, &RepoViewModel::lanesByBookmarkChanged}) {
-        targetConnections_.push_back(
-            connect(model, signal, this, [this] { scheduleBookmarkMenuRebuild(); }));
-    }
+    // The filter decides "Clear Filters"; the state and the selection the
+    // Bookmark menu.
+    targetConnections_.push_back(connect(&model->board(), &BoardModel::changed, this, [this] {
+        updateEnabled();
+        scheduleBookmarkMenuRebuild();
+    }));
+    targetConnections_.push_back(connect(&model->activity(), &ActivityModel::changed, this,
+                                         [this] { scheduleBookmarkMenuRebuild(); }));
     if (auto* selection = target_->selection.data()) {
         targetConnections_.push_back(connect(selection, &SelectionStore::changed, this,
                                              [this] { scheduleBookmarkMenuRebuild(); }));
@@ -139,29 +108,25 @@ void RepoMenuCommands::connectTarget() {
 void RepoMenuCommands::updateEnabled() {
     auto* model = viewModel();
     const bool hasTarget = model != nullptr;
-    for (auto* action :
-         {fetch_, rebaseLocalStacks_, moveToFeature_, attachFeature_, undo_, operationLog_}) {
+    for (auto* action : {fetch_, undo_}) {
         action->setEnabled(hasTarget);
     }
     newBookmark_->setEnabled(hasTarget && target_->newBookmark);
     commit_->setEnabled(hasTarget && target_->commitWorkingCopy);
     filterBookmarks_->setEnabled(hasTarget && target_->focusFilter);
     clearFilters_->setEnabled(
-        hasTarget && (!model->filterText().empty() || !model->selectedTagFilters().empty()));
+        hasTarget &&
+        (!model->board().filterText().empty() || !model->board().selectedTagFilters().empty()));
 }
 
 void RepoMenuCommands::installMenus(QMenuBar* menuBar) {
     auto* repo = menuBar->addMenu(QStringLiteral("Repo"));
     repo->addAction(fetch_);
-    repo->addAction(rebaseLocalStacks_);
-    repo->addAction(moveToFeature_);
-    repo->addAction(attachFeature_);
     repo->addSeparator();
     repo->addAction(newBookmark_);
     repo->addAction(commit_);
     repo->addSeparator();
     repo->addAction(undo_);
-    repo->addAction(operationLog_);
 
     addViewEntries(menuBar->addMenu(QStringLiteral("View")));
 

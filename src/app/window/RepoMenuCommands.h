@@ -43,13 +43,9 @@ class RepoMenuCommands : public QObject {
     void fillBookmarkMenu(QMenu* menu) const;
 
     QAction* fetchAction() const { return fetch_; }
-    QAction* rebaseLocalStacksAction() const { return rebaseLocalStacks_; }
-    QAction* moveToFeatureAction() const { return moveToFeature_; }
-    QAction* attachFeatureAction() const { return attachFeature_; }
     QAction* newBookmarkAction() const { return newBookmark_; }
     QAction* commitAction() const { return commit_; }
     QAction* undoAction() const { return undo_; }
-    QAction* operationLogAction() const { return operationLog_; }
     QAction* filterBookmarksAction() const { return filterBookmarks_; }
     QAction* clearFiltersAction() const { return clearFilters_; }
     /// The Repo and View entries, for checks over all of them.
@@ -70,13 +66,9 @@ class RepoMenuCommands : public QObject {
     QTimer* rebuildTimer_ = nullptr;
 
     QAction* fetch_ = nullptr;
-    QAction* rebaseLocalStacks_ = nullptr;
-    QAction* moveToFeature_ = nullptr;
-    QAction* attachFeature_ = nullptr;
     QAction* newBookmark_ = nullptr;
     QAction* commit_ = nullptr;
     QAction* undo_ = nullptr;
-    QAction* operationLog_ = nullptr;
     QAction* filterBookmarks_ = nullptr;
     QAction* clearFilters_ = nullptr;
 };

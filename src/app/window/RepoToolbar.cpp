@@ -1,7 +1,9 @@
 #include "app/window/RepoToolbar.h"
 
 #include <QAction>
+#include <QIcon>
 #include <QMenu>
+#include <QStyle>
 
 #include "app/window/BookmarkActionMenuItems.h"
 #include "app/window/BookmarkMenuToolbarButton.h"
@@ -11,11 +13,21 @@
 
 namespace vorda {
 
+namespace {
+
+/// A shortcut as this platform writes it ("Ctrl+R").
+QString shortcutText(const QKeySequence& sequence) {
+    return sequence.toString(QKeySequence::NativeText);
+}
+
+}  // namespace
+
 RepoToolbar::RepoToolbar(RepoCommandTarget target, QWidget* parent)
     : QToolBar(QStringLiteral("Repository"), parent), target_(std::move(target)) {
     setObjectName(QStringLiteral("repo-toolbar"));
     setMovable(true);
-    setToolButtonStyle(Qt::ToolButtonTextOnly);
+    setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    setIconSize(QSize(16, 16));
     auto* model = target_.viewModel.data();
 
     identity_ = new RepositoryIdentityLabel(this);
@@ -27,17 +39,20 @@ RepoToolbar::RepoToolbar(RepoCommandTarget target, QWidget* parent)
     addSeparator();
 
     newBookmark_ = addButton(QStringLiteral("new-bookmark"), QStringLiteral("New Bookmark"),
-                             QStringLiteral("Create a new bookmark"));
+                             QStringLiteral("Create a new bookmark"),
+                             themedIcon("list-add", QStyle::SP_FileDialogNewFolder));
     fetch_ = addButton(QStringLiteral("fetch"), QStringLiteral("Fetch"),
-                       QStringLiteral("Run jj git fetch (⌘R)"));
-    rebaseLocalStacks_ = addButton(
-        QStringLiteral("rebase-local-stacks"), QStringLiteral("Rebase Local Stacks…"),
-        QStringLiteral("Preview rebasing local stacks onto current trunk (⇧⌘R). Protected "
-                       "dependencies and composition inputs stay intact."));
+                       QStringLiteral("Run jj git fetch (%1)")
+                           .arg(shortcutText(QKeySequence(Qt::CTRL | Qt::Key_R))),
+                       themedIcon("view-refresh", QStyle::SP_BrowserReload));
     commit_ = addButton(QStringLiteral("commit"), QStringLiteral("Commit"),
-                        QStringLiteral("Describe the working-copy change (⌘↩)"));
+                        QStringLiteral("Describe the working-copy change (%1)")
+                            .arg(shortcutText(QKeySequence(Qt::CTRL | Qt::Key_Return))),
+                        themedIcon("document-edit", QStyle::SP_FileDialogDetailedView));
 
     push_ = new PushToolbarButton(this);
+    push_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    push_->setIcon(themedIcon("go-up", QStyle::SP_ArrowUp));
     addItem(QStringLiteral("push"), push_);
     connect(push_, &PushToolbarButton::pushRequested, this, [this](const Bookmark& bookmark) {
         if (target_.bookmarkAction) {
@@ -53,9 +68,9 @@ RepoToolbar::RepoToolbar(RepoCommandTarget target, QWidget* parent)
     addItem(QStringLiteral("bookmark-menu"), bookmarkMenu_);
 
     undo_ = addButton(QStringLiteral("undo"), QStringLiteral("Undo"),
-                      QStringLiteral("Undo the last jj operation (⌘Z)"));
-    opLog_ = addButton(QStringLiteral("op-log"), QStringLiteral("Operations"),
-                       QStringLiteral("Show the recent jj operation log (⇧⌘Z)"));
+                      QStringLiteral("Undo the last jj operation (%1)")
+                          .arg(shortcutText(QKeySequence::Undo)),
+                      themedIcon("edit-undo", QStyle::SP_ArrowBack));
 
     connect(newBookmark_, &QAction::triggered, this, [this] {
         if (target_.newBookmark) {
@@ -65,11 +80,6 @@ RepoToolbar::RepoToolbar(RepoCommandTarget target, QWidget* parent)
     connect(fetch_, &QAction::triggered, this, [this] {
         if (auto* current = target_.viewModel.data()) {
             current->fetch();
-        }
-    });
-    connect(rebaseLocalStacks_, &QAction::triggered, this, [this] {
-        if (auto* current = target_.viewModel.data()) {
-            current->presentLocalStackRebase(std::nullopt, std::nullopt);
         }
     });
     connect(commit_, &QAction::triggered, this, [this] {
@@ -82,20 +92,10 @@ RepoToolbar::RepoToolbar(RepoCommandTarget target, QWidget* parent)
             current->send(RepoCommand::Undo{});
         }
     });
-    connect(opLog_, &QAction::triggered, this, [this] {
-        if (auto* current = target_.viewModel.data()) {
-            current->setShowOpLogInspector(true);
-            current->loadRecentOps();
-        }
-    });
 
     if (model) {
-        for (const auto signal :
-             {&RepoViewModel::repoRootChanged, &RepoViewModel::repoStateChanged,
-              &RepoViewModel::fetchInFlightChanged, &RepoViewModel::undoInFlightChanged,
-              &RepoViewModel::pushInFlightChanged}) {
-            connect(model, signal, this, &RepoToolbar::updateItems);
-        }
+        connect(&model->board(), &BoardModel::changed, this, &RepoToolbar::updateItems);
+        connect(&model->activity(), &ActivityModel::changed, this, &RepoToolbar::updateItems);
     }
     if (auto* selection = target_.selection.data()) {
         connect(selection, &SelectionStore::changed, this, &RepoToolbar::updateItems);
@@ -103,9 +103,14 @@ RepoToolbar::RepoToolbar(RepoCommandTarget target, QWidget* parent)
     updateItems();
 }
 
+QIcon RepoToolbar::themedIcon(const char* name, QStyle::StandardPixmap fallback) const {
+    // The desktop's icon theme where it has the icon; Qt's own otherwise.
+    return QIcon::fromTheme(QString::fromLatin1(name), style()->standardIcon(fallback));
+}
+
 QAction* RepoToolbar::addButton(const QString& identifier, const QString& label,
-                                const QString& tooltip) {
-    auto* action = addAction(label);
+                                const QString& tooltip, const QIcon& icon) {
+    auto* action = addAction(icon, label);
     action->setObjectName(identifier);
     action->setToolTip(tooltip);
     if (auto* button = widgetForAction(action)) {
@@ -133,17 +138,15 @@ QAction* RepoToolbar::item(const QString& identifier) const {
 
 void RepoToolbar::updateItems() {
     auto* model = target_.viewModel.data();
-    identity_->setRepositoryPath(model ? model->repoRoot() : std::nullopt);
-    const bool loaded = model && model->repoState();
+    identity_->setRepositoryPath(model ? model->board().repoRoot() : std::nullopt);
+    const bool loaded = model && model->board().repoState();
     newBookmark_->setEnabled(loaded && target_.newBookmark);
-    fetch_->setEnabled(loaded && !model->fetchInFlight());
-    rebaseLocalStacks_->setEnabled(loaded);
+    fetch_->setEnabled(loaded && !model->activity().fetchInFlight());
     commit_->setEnabled(loaded && target_.commitWorkingCopy);
-    undo_->setEnabled(loaded && !model->undoInFlight());
-    opLog_->setEnabled(loaded);
+    undo_->setEnabled(loaded && !model->activity().undoInFlight());
 
     const auto bookmark = target_.selectedBookmark();
-    const bool pushing = bookmark && model->pushInFlight().count(bookmark->name) > 0;
+    const bool pushing = bookmark && model->activity().pushInFlight().count(bookmark->name) > 0;
     push_->setBookmark(target_.bookmarkAction ? bookmark : std::nullopt, pushing);
     bookmarkMenu_->setBookmarkName(bookmark ? std::optional(bookmark->name) : std::nullopt);
 }

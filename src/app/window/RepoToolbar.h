@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QStyle>
 #include <QToolBar>
 
 #include "app/window/RepoCommandTarget.h"
@@ -15,8 +16,9 @@ class RepositoryIdentityLabel;
 
 /// A repository window's toolbar. Each item carries its identifier as its
 /// object name (and its action's): "working-copy", "status",
-/// "new-bookmark", "fetch", "rebase-local-stacks", "commit", "push",
-/// "bookmark-menu", "undo" and "op-log". The toolbar is movable.
+/// "new-bookmark", "fetch", "commit", "push", "bookmark-menu" and "undo".
+/// The toolbar is movable. Each button has an icon from the desktop's theme,
+/// or Qt's own, beside its text.
 ///
 /// It acts through the window's own target, not the focused one: a toolbar
 /// belongs to its window.
@@ -38,7 +40,9 @@ class RepoToolbar : public QToolBar {
     void conflictSheetRequested();
 
   private:
-    QAction* addButton(const QString& identifier, const QString& label, const QString& tooltip);
+    QAction* addButton(const QString& identifier, const QString& label, const QString& tooltip,
+                       const QIcon& icon);
+    QIcon themedIcon(const char* name, QStyle::StandardPixmap fallback) const;
     QAction* addItem(const QString& identifier, QWidget* widget);
     void updateItems();
 
@@ -49,10 +53,8 @@ class RepoToolbar : public QToolBar {
     BookmarkMenuToolbarButton* bookmarkMenu_ = nullptr;
     QAction* newBookmark_ = nullptr;
     QAction* fetch_ = nullptr;
-    QAction* rebaseLocalStacks_ = nullptr;
     QAction* commit_ = nullptr;
     QAction* undo_ = nullptr;
-    QAction* opLog_ = nullptr;
 };
 
 }  // namespace vorda

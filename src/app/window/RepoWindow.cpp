@@ -2,11 +2,11 @@
 
 #include <QEvent>
 #include <QGuiApplication>
-#include <QInputDialog>
 #include <QMenuBar>
 
 #include "app/board/ContentView.h"
 #include "app/board/SelectionStore.h"
+#include "app/sheets/CommitSheets.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "app/window/CreateBookmarkDialog.h"
 #include "app/window/RepoCommandTarget.h"
@@ -33,6 +33,7 @@ RepoWindow::RepoWindow(const QString& repoPath, RepoMenuCommands* menus,
         installMenus(menuBar());
     }
     connect(content_, &ContentView::newBookmarkRequested, this, &RepoWindow::showCreateBookmark);
+    connect(toolbar_, &RepoToolbar::conflictSheetRequested, this, &RepoWindow::showConflicts);
     // Coming back to the application is a good moment to look again: the
     // repository may have changed from a terminal meanwhile.
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
@@ -59,14 +60,7 @@ RepoCommandTarget RepoWindow::commandTarget() {
     };
     target.commitAction = [this](CommitAction action, const JJCommit& commit) {
         if (action == CommitAction::describe) {
-            bool ok = false;
-            const QString text =
-                QInputDialog::getMultiLineText(this, tr("Describe Commit…"), tr("Description"),
-                                               QString::fromStdString(commit.description), &ok);
-            if (ok) {
-                viewModel_->send(RepoCommand::DescribeCommit{commit.changeID, text.toStdString(),
-                                                             commit.immutable});
-            }
+            (new DescribeCommitSheet(*viewModel_, commit, this))->open();
         }
     };
     target.newBookmark = [this] {
@@ -87,8 +81,18 @@ void RepoWindow::showCreateBookmark() {
     dialog->open();
 }
 
+void RepoWindow::showConflicts() {
+    (new ConflictResolveSheet(*viewModel_, viewModel_->board().conflictedFiles(), this))->open();
+}
+
+void RepoWindow::closeEvent(QCloseEvent* event) {
+    // Nothing this window asked for is started or shown any more.
+    viewModel_->close();
+    QMainWindow::closeEvent(event);
+}
+
 void RepoWindow::describeWorkingCopy() {
-    if (const auto* commit = viewModel_->workingCopyCommit()) {
+    if (const auto* commit = viewModel_->board().workingCopyCommit()) {
         commandTarget().commitAction(CommitAction::describe, *commit);
     }
 }

@@ -43,10 +43,13 @@ class RepoWindow : public QMainWindow {
     void showCreateBookmark();
     /// Asks for a description of the working-copy commit.
     void describeWorkingCopy();
+    /// Opens the sheet of the working copy's conflicted files.
+    void showConflicts();
 
   protected:
     void showEvent(QShowEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
   private:
     QString repoPath_;

@@ -26,9 +26,9 @@ void saveScreenshotWhenLoaded(RepoWindow* window, const QString& path,
         });
     };
     auto connection = std::make_shared<QMetaObject::Connection>();
-    *connection = QObject::connect(viewModel, &RepoViewModel::isLoadingChanged, viewModel,
+    *connection = QObject::connect(&viewModel->board(), &BoardModel::changed, viewModel,
                                    [viewModel, connection, capture] {
-                                       if (viewModel->isLoading()) {
+                                       if (viewModel->board().isLoading()) {
                                            return;
                                        }
                                        QObject::disconnect(*connection);

@@ -1,8 +1,8 @@
-// The view model's derived lists and questions: pure reads of its fields,
+// The board's derived lists and questions: pure reads of its fields,
 // the costly ones cached until a setter drops them.
 #include <algorithm>
 
-#include "app/viewmodel/RepoViewModel.h"
+#include "app/viewmodel/BoardModel.h"
 #include "jjkit/trace/Bench.h"
 
 namespace vorda {
@@ -14,7 +14,7 @@ const StringList noNames;
 
 }  // namespace
 
-const std::vector<Bookmark>& RepoViewModel::mutableBookmarks() const {
+const std::vector<Bookmark>& BoardModel::mutableBookmarks() const {
     const auto* state = repoState();
     if (state == nullptr) {
         return noBookmarks;
@@ -27,7 +27,7 @@ const std::vector<Bookmark>& RepoViewModel::mutableBookmarks() const {
     return *mutableBookmarksCache_;
 }
 
-const std::vector<Bookmark>& RepoViewModel::filteredBookmarks() const {
+const std::vector<Bookmark>& BoardModel::filteredBookmarks() const {
     if (repoState() == nullptr) {
         return noBookmarks;
     }
@@ -41,7 +41,7 @@ const std::vector<Bookmark>& RepoViewModel::filteredBookmarks() const {
     return boardVisibilityCache_->filtered;
 }
 
-const std::vector<Bookmark>& RepoViewModel::hiddenBookmarks() const {
+const std::vector<Bookmark>& BoardModel::hiddenBookmarks() const {
     if (repoState() == nullptr) {
         return noBookmarks;
     }
@@ -49,7 +49,7 @@ const std::vector<Bookmark>& RepoViewModel::hiddenBookmarks() const {
     return boardVisibilityCache_->hidden;
 }
 
-const std::vector<Bookmark>& RepoViewModel::untrackedRemoteBookmarks() const {
+const std::vector<Bookmark>& BoardModel::untrackedRemoteBookmarks() const {
     const auto* state = repoState();
     if (state == nullptr) {
         return noBookmarks;
@@ -61,24 +61,24 @@ const std::vector<Bookmark>& RepoViewModel::untrackedRemoteBookmarks() const {
     return *untrackedRemoteBookmarksCache_;
 }
 
-const StringList& RepoViewModel::allTagsInUse() const {
+const StringList& BoardModel::allTagsInUse() const {
     if (!allTagsCache_) {
         allTagsCache_ = boardlists::allTagsInUse(settingsByName());
     }
     return allTagsCache_ ? *allTagsCache_ : noNames;
 }
 
-StringSet RepoViewModel::allWorkspaceIncludedBookmarkNames() const {
+StringSet BoardModel::allWorkspaceIncludedBookmarkNames() const {
     const auto* state = repoState();
     return state == nullptr ? StringSet{} : boardlists::allWorkspaceIncludedBookmarkNames(*state);
 }
 
-OptionalText RepoViewModel::trunkBookmarkName() const {
+OptionalText BoardModel::trunkBookmarkName() const {
     const auto* state = repoState();
     return state == nullptr ? std::nullopt : boardlists::trunkBookmarkName(*state, trunkCommitID());
 }
 
-std::map<std::string, OneOffLane> RepoViewModel::foldedOneOffLanesByBookmark() const {
+std::map<std::string, OneOffLane> BoardModel::foldedOneOffLanesByBookmark() const {
     const auto* state = repoState();
     if (state == nullptr) {
         return {};
@@ -92,7 +92,7 @@ std::map<std::string, OneOffLane> RepoViewModel::foldedOneOffLanesByBookmark() c
     return folded;
 }
 
-std::vector<OneOffLane> RepoViewModel::availableOneOffLanes() const {
+std::vector<OneOffLane> BoardModel::availableOneOffLanes() const {
     const auto* state = repoState();
     if (state == nullptr) {
         return {};
@@ -106,19 +106,23 @@ std::vector<OneOffLane> RepoViewModel::availableOneOffLanes() const {
     return lanes;
 }
 
-std::vector<OneOffLane> RepoViewModel::hiddenOneOffLanes() const {
+std::vector<OneOffLane> BoardModel::hiddenOneOffLanes() const {
     auto lanes = availableOneOffLanes();
     std::erase_if(
         lanes, [&](const OneOffLane& lane) { return expandedOneOffLaneIDs().contains(lane.id()); });
     return lanes;
 }
 
-std::vector<OneOffLane> RepoViewModel::filteredOneOffLanes() const {
+bool BoardModel::isFilterActive() const {
+    return !boardlists::filterNeedle(filterText()).empty() || !selectedTagFilters().empty();
+}
+
+std::vector<OneOffLane> BoardModel::filteredOneOffLanes() const {
     return boardlists::filteredOneOffLanes(availableOneOffLanes(), filterText(),
                                            selectedTagFilters());
 }
 
-std::vector<OneOffLane> RepoViewModel::expandedOneOffLanes() const {
+std::vector<OneOffLane> BoardModel::expandedOneOffLanes() const {
     auto lanes = availableOneOffLanes();
     std::erase_if(lanes, [&](const OneOffLane& lane) {
         return !expandedOneOffLaneIDs().contains(lane.id());
@@ -126,18 +130,7 @@ std::vector<OneOffLane> RepoViewModel::expandedOneOffLanes() const {
     return lanes;
 }
 
-std::vector<OrphanWIP> RepoViewModel::mineOneOffs() const {
-    const auto* state = repoState();
-    if (state == nullptr) {
-        return {};
-    }
-    std::vector<OrphanWIP> mine;
-    std::copy_if(state->orphanWIPs.begin(), state->orphanWIPs.end(), std::back_inserter(mine),
-                 [](const OrphanWIP& wip) { return wip.isMine; });
-    return mine;
-}
-
-const WorkspaceState* RepoViewModel::selectedWorkspace() const {
+const WorkspaceState* BoardModel::selectedWorkspace() const {
     const auto* state = repoState();
     if (state == nullptr || !selectedWorkspaceName()) {
         return nullptr;
@@ -146,7 +139,7 @@ const WorkspaceState* RepoViewModel::selectedWorkspace() const {
     return found == state->workspaces.end() ? nullptr : &found->second;
 }
 
-const JJCommit* RepoViewModel::workingCopyCommit() const {
+const JJCommit* BoardModel::workingCopyCommit() const {
     const auto* state = repoState();
     if (state == nullptr) {
         return nullptr;
@@ -163,28 +156,28 @@ const JJCommit* RepoViewModel::workingCopyCommit() const {
     return nullptr;
 }
 
-bool RepoViewModel::isBookmarkColumnVisible(const std::string& name) const {
+bool BoardModel::isBookmarkColumnVisible(const std::string& name) const {
     const auto found = settingsByName().find(name);
     return found != settingsByName().end() && found->second.columnVisible;
 }
 
-bool RepoViewModel::isPinned(const std::string& name) const {
+bool BoardModel::isPinned(const std::string& name) const {
     const auto found = settingsByName().find(name);
     return found != settingsByName().end() && found->second.pinned;
 }
 
-bool RepoViewModel::isBookmarkBehindTrunk(const Bookmark& bookmark) const {
+bool BoardModel::isBookmarkBehindTrunk(const Bookmark& bookmark) const {
     const auto* state = repoState();
     return state != nullptr && boardlists::isBookmarkBehindTrunk(*state, bookmark);
 }
 
-bool RepoViewModel::workspaceIsBehindTrunk(const std::string& workspaceName) const {
+bool BoardModel::workspaceIsBehindTrunk(const std::string& workspaceName) const {
     const auto* state = repoState();
     return state != nullptr &&
            boardlists::workspaceIsBehindTrunk(*state, workspaceName, trunkCommitID());
 }
 
-bool RepoViewModel::isOneOffLaneEnabled(const OneOffLane& lane) const {
+bool BoardModel::isOneOffLaneEnabled(const OneOffLane& lane) const {
     const auto* workspace = selectedWorkspace();
     return workspace != nullptr &&
            std::any_of(lane.commits.begin(), lane.commits.end(), [&](const JJCommit& commit) {
@@ -192,7 +185,7 @@ bool RepoViewModel::isOneOffLaneEnabled(const OneOffLane& lane) const {
            });
 }
 
-bool RepoViewModel::isUntrackedRemote(const std::string& name) const {
+bool BoardModel::isUntrackedRemote(const std::string& name) const {
     const auto* state = repoState();
     if (state == nullptr || state->bookmarks.contains(name)) {
         return false;
@@ -202,7 +195,7 @@ bool RepoViewModel::isUntrackedRemote(const std::string& name) const {
                        [&](const Bookmark& b) { return b.name == name; });
 }
 
-std::optional<OneOffLane> RepoViewModel::oneOffLane(const std::string& changeID) const {
+std::optional<OneOffLane> BoardModel::oneOffLane(const std::string& changeID) const {
     for (auto& lane : availableOneOffLanes()) {
         if (lane.id() == changeID) {
             return lane;
@@ -211,7 +204,7 @@ std::optional<OneOffLane> RepoViewModel::oneOffLane(const std::string& changeID)
     return std::nullopt;
 }
 
-const JJCommit* RepoViewModel::commitForChangeID(const std::string& changeID) const {
+const JJCommit* BoardModel::commitForChangeID(const std::string& changeID) const {
     for (const auto& [name, lane] : lanesByBookmark()) {
         for (const auto& commit : lane.commits) {
             if (commit->changeID == changeID) {
@@ -236,7 +229,7 @@ const JJCommit* RepoViewModel::commitForChangeID(const std::string& changeID) co
     return nullptr;
 }
 
-BookmarkLaneReadModel RepoViewModel::lanePresentation(const std::string& name) const {
+BookmarkLaneReadModel BoardModel::lanePresentation(const std::string& name) const {
     if (const auto found = lanesByBookmark().find(name); found != lanesByBookmark().end()) {
         return found->second;
     }
@@ -257,7 +250,7 @@ BookmarkLaneReadModel RepoViewModel::lanePresentation(const std::string& name) c
     return placeholder;
 }
 
-std::vector<WorkspaceCompositionPoint> RepoViewModel::workspaceCompositionPoints(
+std::vector<WorkspaceCompositionPoint> BoardModel::workspaceCompositionPoints(
     const std::string& bookmark) const {
     const auto* state = repoState();
     return state == nullptr ? std::vector<WorkspaceCompositionPoint>{}

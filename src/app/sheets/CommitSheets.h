@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/sheets/SheetDialog.h"
+#include "jjkit/records/JJCommit.h"
+
+class QPlainTextEdit;
+class QPushButton;
+
+namespace vorda {
+
+class RepoViewModel;
+
+/// "Describe SHORT-ID": the commit's description to edit. An immutable
+/// commit is marked "Immutable — overriding" and the command carries
+/// `ignoreImmutable`. "Save" sends `describeCommit`.
+class DescribeCommitSheet : public SheetDialog {
+    Q_OBJECT
+
+  public:
+    DescribeCommitSheet(RepoViewModel& viewModel, const JJCommit& commit, QWidget* parent);
+    QPlainTextEdit* descriptionField() const { return description_; }
+
+  private:
+    QPlainTextEdit* description_;
+};
+
+/// "Resolve conflicts": the working copy's conflicted files, each with
+/// "Open merge tool", which sends `resolveFile` (jj runs the configured
+/// merge editor). "Done" closes.
+class ConflictResolveSheet : public SheetDialog {
+    Q_OBJECT
+
+  public:
+    ConflictResolveSheet(RepoViewModel& viewModel, const std::vector<std::string>& files,
+                         QWidget* parent);
+    /// The "Open merge tool" button of each file, in list order.
+    const std::vector<QPushButton*>& openButtons() const { return openButtons_; }
+
+  private:
+    std::vector<QPushButton*> openButtons_;
+};
+
+}  // namespace vorda

@@ -1,0 +1,150 @@
+#include "app/viewmodel/BoardModel.h"
+
+#include "app/viewmodel/ErrorLog.h"
+
+namespace vorda {
+
+void BoardModel::applySnapshot(const SnapshotRef& snapshot) {
+    if (!snapshot) {
+        return;
+    }
+    setSnapshot(snapshot);
+    const auto& state = snapshot->repoState;
+    if (!selectedWorkspaceName() || !state.workspaces.contains(*selectedWorkspaceName())) {
+        OptionalText replacement = state.selectedWorkspaceName;
+        if (!replacement || !state.workspaces.contains(*replacement)) {
+            replacement = state.workspaces.empty() ? std::nullopt
+                                                   : OptionalText(state.workspaces.begin()->first);
+        }
+        setSelectedWorkspaceName(replacement);
+    }
+    setSettingsByName(snapshot->settingsByName);
+    setTrunkCommitID(snapshot->trunkCommitID);
+    setConflictedFiles(snapshot->conflictedFiles);
+    setWorkingCopyDiff(snapshot->workingCopyDiff);
+    setLanesByBookmark(snapshot->lanesByBookmark);
+    if (!snapshot->prsByBookmark.empty()) {
+        setPrStatuses(snapshot->prsByBookmark);
+    }
+}
+
+void BoardModel::setSnapshot(SnapshotRef snapshot) {
+    const bool same = snapshot_ && snapshot &&
+                      (snapshot_ == snapshot || snapshot_->repoState == snapshot->repoState);
+    snapshot_ = std::move(snapshot);
+    if (same) {
+        // The newer snapshot is kept for its other fields; nothing the
+        // state drives has to be drawn again.
+        return;
+    }
+    dropStateCaches();
+    Q_EMIT changed();
+}
+
+void BoardModel::dropStateCaches() {
+    mutableBookmarksCache_.reset();
+    boardVisibilityCache_.reset();
+    untrackedRemoteBookmarksCache_.reset();
+}
+
+void BoardModel::setErrorMessage(OptionalText value) {
+    logErrorField("errorMessage", errorMessage(), value);
+    setErrorMessageField(std::move(value));
+}
+
+void BoardModel::setSettingsByName(SettingsByName value) {
+    if (value != settingsByName()) {
+        allTagsCache_.reset();
+        boardVisibilityCache_.reset();
+        setSettingsByNameField(std::move(value));
+    }
+}
+
+void BoardModel::setFilterText(std::string value) {
+    if (value != filterText()) {
+        boardVisibilityCache_.reset();
+        setFilterTextField(std::move(value));
+    }
+}
+
+void BoardModel::setSelectedTagFilters(StringSet value) {
+    if (value != selectedTagFilters()) {
+        boardVisibilityCache_.reset();
+        setSelectedTagFiltersField(std::move(value));
+    }
+}
+
+void BoardModel::setSelectedWorkspaceName(OptionalText value) {
+    if (value != selectedWorkspaceName()) {
+        boardVisibilityCache_.reset();
+        setSelectedWorkspaceNameField(std::move(value));
+    }
+}
+
+bool BoardModel::toggleLane(const std::string& name) {
+    StringSet lanes = expandedLanes();
+    if (lanes.erase(name) > 0) {
+        setExpandedLanes(std::move(lanes));
+        CommitsByName ancestors = laneAncestors();
+        ancestors.erase(name);
+        setLaneAncestors(std::move(ancestors));
+        TotalsByName totals = laneAncestorTotals();
+        totals.erase(name);
+        setLaneAncestorTotals(std::move(totals));
+        return false;
+    }
+    lanes.insert(name);
+    setExpandedLanes(std::move(lanes));
+    return true;
+}
+
+void BoardModel::toggleOneOffLaneExpanded(const std::string& changeID) {
+    StringSet ids = expandedOneOffLaneIDs();
+    if (ids.erase(changeID) == 0) {
+        ids.insert(changeID);
+    }
+    setExpandedOneOffLaneIDs(std::move(ids));
+}
+
+void BoardModel::addLaneAncestors(const std::string& name, const std::vector<JJCommit>& commits,
+                                  std::optional<std::int64_t> total) {
+    if (!expandedLanes().contains(name)) {
+        return;
+    }
+    CommitsByName ancestors = laneAncestors();
+    auto& list = ancestors[name];
+    // A page that overlaps what is shown (the lane moved meanwhile) adds
+    // only the commits not listed yet.
+    StringSet known;
+    for (const auto& commit : list) {
+        known.insert(commit.commitID);
+    }
+    for (const auto& commit : commits) {
+        if (known.insert(commit.commitID).second) {
+            list.push_back(commit);
+        }
+    }
+    setLaneAncestors(std::move(ancestors));
+    if (total) {
+        TotalsByName totals = laneAncestorTotals();
+        totals[name] = *total;
+        setLaneAncestorTotals(std::move(totals));
+    }
+}
+
+void BoardModel::markAdvancing(const StringSet& commitIDs, bool advancing) {
+    if (commitIDs.empty()) {
+        return;
+    }
+    StringSet ids = advancingCommitIDs();
+    for (const auto& id : commitIDs) {
+        if (advancing) {
+            ids.insert(id);
+        } else {
+            ids.erase(id);
+        }
+    }
+    setAdvancingCommitIDs(std::move(ids));
+}
+
+}  // namespace vorda

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QObject>
+
+#include "app/viewmodel/ObservableField.h"
+#include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureInsertionPlan.h"
+#include "jjkit/rewrites/LocalStackUpdatePlan.h"
+#include "jjkit/rewrites/OperationRecord.h"
+
+namespace vorda {
+
+using OptionalStackPlan = std::optional<LocalStackUpdatePlan>;
+using OptionalReceipt = std::optional<LocalStackUpdateReceipt>;
+using OptionalInsertionPlan = std::optional<FeatureInsertionPlan>;
+using OptionalAppendPlan = std::optional<FeatureAppendPlan>;
+using AppendRecord = OperationRecord<FeatureAppendPlan>;
+using OptionalAppendRecord = std::optional<AppendRecord>;
+
+/// The planned rewrites: each flow's previewed plan and, once carried out,
+/// its receipt. A new plan clears the last outcome and an outcome clears the
+/// plan it carried out.
+class RewriteModel : public QObject {
+    Q_OBJECT
+
+  public:
+    explicit RewriteModel(QObject* parent = nullptr) : QObject(parent) {}
+
+  Q_SIGNALS:
+    void changed();
+
+  private:
+    VORDA_FIELD(OptionalStackPlan, localStackUpdatePlan, setLocalStackUpdatePlan);
+    VORDA_FIELD(OptionalReceipt, localStackUpdateReceipt, setLocalStackUpdateReceipt);
+    VORDA_FIELD(OptionalInsertionPlan, featureInsertionPlan, setFeatureInsertionPlan);
+    VORDA_FIELD(OptionalReceipt, featureInsertionReceipt, setFeatureInsertionReceipt);
+    VORDA_FIELD(OptionalAppendPlan, featureAppendPlan, setFeatureAppendPlan);
+    VORDA_FIELD(OptionalAppendRecord, featureAppendRecord, setFeatureAppendRecord);
+};
+
+}  // namespace vorda
