@@ -24,10 +24,7 @@ QString qText(const std::string& text) {
 }  // namespace
 
 DiffColumn::DiffColumn(DiffModel* diff, QWidget* parent)
-    : QFrame(parent),
-      diff_(diff),
-      status_(new QLabel(this)),
-      text_(new QPlainTextEdit(this)) {
+    : QFrame(parent), diff_(diff), status_(new QLabel(this)), text_(new QPlainTextEdit(this)) {
     setObjectName(QStringLiteral("diff"));
     setFrameShape(QFrame::StyledPanel);
     setFixedWidth(diffColumnWidth);

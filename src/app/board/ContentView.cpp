@@ -112,7 +112,8 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
         }
     });
     connect(selection_, &SelectionStore::changed, this, &ContentView::scheduleRender);
-    connect(&viewModel_->sheets(), &SheetRequests::changed, this, &ContentView::showRequestedSheets);
+    connect(&viewModel_->sheets(), &SheetRequests::changed, this,
+            &ContentView::showRequestedSheets);
     connect(viewModel_, &RepoViewModel::openURLRequested, this,
             [](const std::string& url) { QDesktopServices::openUrl(QUrl(qText(url))); });
 
@@ -203,8 +204,8 @@ void ContentView::renderRow() {
     }
     const bool filterActive = !boardlists::filterNeedle(viewModel_->board().filterText()).empty() ||
                               !viewModel_->board().selectedTagFilters().empty();
-    inputs.oneOffLanes =
-        filterActive ? viewModel_->board().filteredOneOffLanes() : viewModel_->board().expandedOneOffLanes();
+    inputs.oneOffLanes = filterActive ? viewModel_->board().filteredOneOffLanes()
+                                      : viewModel_->board().expandedOneOffLanes();
     inputs.filteredBookmarks = viewModel_->board().filteredBookmarks();
     inputs.includedBookmarkNames = viewModel_->board().allWorkspaceIncludedBookmarkNames();
     inputs.settingsByName = viewModel_->board().settingsByName();

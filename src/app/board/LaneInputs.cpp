@@ -34,7 +34,10 @@ std::vector<SharedCommit> lookup(const RepoState& state, const std::vector<std::
 }  // namespace
 
 LaneInputs::LaneInputs(const BoardModel& board, const SelectionStore& selection)
-    : viewModel_(board), selection_(selection), tips_(buildTips()) {}
+    : viewModel_(board),
+      selection_(selection),
+      tips_(buildTips()),
+      folded_(board.foldedOneOffLanesByBookmark()) {}
 
 std::map<std::string, std::vector<InlineBookmarkTip>> LaneInputs::buildTips() const {
     std::map<std::string, std::vector<InlineBookmarkTip>> tips;
@@ -120,6 +123,10 @@ BookmarkColumnInput LaneInputs::bookmarkLane(const Bookmark& bookmark) const {
         for (const auto& [name, workspace] : state->workspaces) {
             input.workspacePlacements.push_back({name, state->inclusionRole(bookmark.name, name)});
         }
+    }
+    // A one-off stacked on this bookmark alone is drawn under the lane.
+    if (const auto folded = folded_.find(bookmark.name); folded != folded_.end()) {
+        input.stackedCommits = shared(folded->second.commits);
     }
     input.compositionPoints = viewModel_.workspaceCompositionPoints(bookmark.name);
     markSelection(input);

@@ -38,6 +38,7 @@ class LaneInputs {
     const BoardModel& viewModel_;
     const SelectionStore& selection_;
     std::map<std::string, std::vector<InlineBookmarkTip>> tips_;
+    std::map<std::string, OneOffLane> folded_;
 };
 
 }  // namespace vorda

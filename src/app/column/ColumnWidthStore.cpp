@@ -37,4 +37,12 @@ void storeWidth(const QString& key, double width) {
     settings.setValue(key, width);
 }
 
+void moveWidth(const QString& fromKey, const QString& toKey) {
+    QSettings settings;
+    if (const QVariant stored = settings.value(fromKey); stored.isValid()) {
+        settings.setValue(toKey, stored);
+        settings.remove(fromKey);
+    }
+}
+
 }  // namespace vorda::columnwidths

@@ -36,4 +36,7 @@ ResizableColumnWidth resizableColumnWidth(const QString& key, const ColumnWidthL
 /// Stores `width` under `key`.
 void storeWidth(const QString& key, double width);
 
+/// Moves a stored width to another key (a renamed bookmark keeps its width).
+void moveWidth(const QString& fromKey, const QString& toKey);
+
 }  // namespace vorda::columnwidths

@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "app/column/ColumnWidthStore.h"
 #include "app/viewmodel/CommandPresentation.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "jjkit/support/Text.h"
@@ -52,9 +53,23 @@ RenameBookmarkSheet::RenameBookmarkSheet(RepoViewModel& viewModel, const std::st
     };
     connect(name_, &QLineEdit::textChanged, this, update);
     update();
-    setOnConfirm(commandSender(viewModel, [this, name] {
-        return RepoCommand{RepoCommand::RenameBookmark{name, trimmed(name_->text())}};
-    }));
+    setOnConfirm([this, model = QPointer<RepoViewModel>(&viewModel), name] {
+        if (!model) {
+            return;
+        }
+        const auto next = trimmed(name_->text());
+        model->send(RepoCommand::RenameBookmark{name, next}, [model, name, next] {
+            // The column keeps its width under its new name once jj has
+            // renamed the bookmark.
+            auto* current = model.data();
+            const auto* state = current != nullptr ? current->board().repoState() : nullptr;
+            if (state != nullptr && state->bookmarks.contains(next) &&
+                !state->bookmarks.contains(name)) {
+                columnwidths::moveWidth(columnwidths::key(ColumnID::bookmark(name)),
+                                        columnwidths::key(ColumnID::bookmark(next)));
+            }
+        });
+    });
 }
 
 AddTagSheet::AddTagSheet(RepoViewModel& viewModel, const std::string& name,
@@ -69,9 +84,9 @@ AddTagSheet::AddTagSheet(RepoViewModel& viewModel, const std::string& name,
                                      : qText(text::join(currentTags, "  ·  ")));
     const auto update = [this, currentTags] {
         const auto tag = trimmed(tag_->text());
-        confirmButton()->setEnabled(!tag.empty() && std::find(currentTags.begin(),
-                                                              currentTags.end(),
-                                                              tag) == currentTags.end());
+        confirmButton()->setEnabled(!tag.empty() &&
+                                    std::find(currentTags.begin(), currentTags.end(), tag) ==
+                                        currentTags.end());
     };
     connect(tag_, &QLineEdit::textChanged, this, update);
     update();
@@ -81,8 +96,7 @@ AddTagSheet::AddTagSheet(RepoViewModel& viewModel, const std::string& name,
     }));
 }
 
-CreatePRSheet::CreatePRSheet(RepoViewModel& viewModel, const Bookmark& bookmark,
-                             QWidget* parent)
+CreatePRSheet::CreatePRSheet(RepoViewModel& viewModel, const Bookmark& bookmark, QWidget* parent)
     : SheetDialog(qText("New PR from " + bookmark.name), QStringLiteral("Create"), parent),
       title_(new QLineEdit(this)),
       base_(new QLineEdit(QStringLiteral("main"), this)),
@@ -148,7 +162,8 @@ RebaseBookmarkSheet::RebaseBookmarkSheet(RepoViewModel& viewModel, const Bookmar
     addSection(QStringLiteral("PREVIEW"));
     addParagraph(qText(countedWord(bookmark.commitIDs.size(), "commit") + " will be rebased"));
     const auto* state = board.repoState();
-    const auto stacked = state != nullptr ? children(bookmark.name, *state) : std::vector<std::string>{};
+    const auto stacked =
+        state != nullptr ? children(bookmark.name, *state) : std::vector<std::string>{};
     addParagraph(qText(bookmark.name + "'s children: " +
                        (stacked.empty() ? std::string("none") : text::join(stacked, ", "))));
     setOnConfirm(commandSender(viewModel, [this, name = bookmark.name] {

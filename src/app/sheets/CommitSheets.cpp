@@ -6,8 +6,8 @@
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QPushButton>
-#include <QVBoxLayout>
 #include <QStyle>
+#include <QVBoxLayout>
 
 #include "app/viewmodel/RepoViewModel.h"
 

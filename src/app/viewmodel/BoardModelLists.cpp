@@ -83,11 +83,16 @@ std::map<std::string, OneOffLane> BoardModel::foldedOneOffLanesByBookmark() cons
     if (state == nullptr) {
         return {};
     }
+    // Folded only under a bookmark that has a column of its own: a lane
+    // folded anywhere else would be on no column at all.
     auto folded = state->stackedOneOffLanesByBookmark();
     const auto& filtered = filteredBookmarks();
+    const auto included = allWorkspaceIncludedBookmarkNames();
     std::erase_if(folded, [&](const auto& entry) {
-        return std::none_of(filtered.begin(), filtered.end(),
-                            [&](const Bookmark& b) { return b.name == entry.first; });
+        const bool onBoard = std::any_of(filtered.begin(), filtered.end(),
+                                         [&](const Bookmark& b) { return b.name == entry.first; });
+        return !onBoard ||
+               (included.contains(entry.first) && !isBookmarkColumnVisible(entry.first));
     });
     return folded;
 }

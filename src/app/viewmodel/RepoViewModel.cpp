@@ -105,16 +105,15 @@ void RepoViewModel::load(const std::string& directory, std::function<void()> don
 void RepoViewModel::startSubscription() {
     // The stream hands each snapshot to the GUI thread through the same
     // executor, so nothing arrives after `close`.
-    subscription_ =
-        std::jthread([session = repoSession_, post = work_->poster(), board = board_,
-                      self = this](const std::stop_token& stop) {
-            while (const auto snapshot = session->snapshots().next(stop)) {
-                post([self, board, snapshot = *snapshot] {
-                    self->commitFilesCache_.clear();
-                    measuredApply(*board, snapshot);
-                });
-            }
-        });
+    subscription_ = std::jthread([session = repoSession_, post = work_->poster(), board = board_,
+                                  self = this](const std::stop_token& stop) {
+        while (const auto snapshot = session->snapshots().next(stop)) {
+            post([self, board, snapshot = *snapshot] {
+                self->commitFilesCache_.clear();
+                measuredApply(*board, snapshot);
+            });
+        }
+    });
 }
 
 void RepoViewModel::startAfterLoadTasks() {
@@ -389,8 +388,10 @@ void RepoViewModel::loadMoreAncestors(const std::string& name) {
 // MARK: Diffs and files
 
 void RepoViewModel::loadDiffForSelectedChangeIDs(const StringList& changeIDs) {
-    const JJCommit* first = changeIDs.empty() ? nullptr : board_->commitForChangeID(changeIDs.front());
-    const JJCommit* last = changeIDs.empty() ? nullptr : board_->commitForChangeID(changeIDs.back());
+    const JJCommit* first =
+        changeIDs.empty() ? nullptr : board_->commitForChangeID(changeIDs.front());
+    const JJCommit* last =
+        changeIDs.empty() ? nullptr : board_->commitForChangeID(changeIDs.back());
     if (first == nullptr || last == nullptr) {
         diff_->setDiffText(std::string());
         return;
@@ -557,24 +558,23 @@ void RepoViewModel::loadRecentOps() {
     log.setUpdateRecords({});
     log.setRoutingRecords({});
     log.setAppendRecords({});
-    work_->runNewest(WorkKind::operationLog,
-                     [session = repoSession_] { return readOperationLog(*session); },
-                     [&log](const Outcome<OperationLogReads>& outcome) {
-                         if (outcome.value) {
-                             const auto& reads = *outcome.value;
-                             if (reads.ops) {
-                                 log.setRecentOps(*reads.ops);
-                             }
-                             log.setUpdateRecords(reads.updateRecords.value_or(UpdateRecords{}));
-                             log.setRoutingRecords(
-                                 reads.routingRecords.value_or(RoutingRecords{}));
-                             log.setAppendRecords(reads.appendRecords.value_or(AppendRecords{}));
-                             log.setWarnings(reads.warnings);
-                         } else {
-                             log.setWarnings({"Could not load operations: " + outcome.error});
-                         }
-                         log.setIsLoading(false);
-                     });
+    work_->runNewest(
+        WorkKind::operationLog, [session = repoSession_] { return readOperationLog(*session); },
+        [&log](const Outcome<OperationLogReads>& outcome) {
+            if (outcome.value) {
+                const auto& reads = *outcome.value;
+                if (reads.ops) {
+                    log.setRecentOps(*reads.ops);
+                }
+                log.setUpdateRecords(reads.updateRecords.value_or(UpdateRecords{}));
+                log.setRoutingRecords(reads.routingRecords.value_or(RoutingRecords{}));
+                log.setAppendRecords(reads.appendRecords.value_or(AppendRecords{}));
+                log.setWarnings(reads.warnings);
+            } else {
+                log.setWarnings({"Could not load operations: " + outcome.error});
+            }
+            log.setIsLoading(false);
+        });
 }
 
 // MARK: Pull requests

@@ -100,7 +100,8 @@ void BookmarkActionMenuItems::fill(QMenu* menu, const RepoViewModel* viewModel,
     // Only a column of its own can be hidden; a bookmark shown inside a
     // working-copy column has none.
     addEntry(menu, QStringLiteral("Hide Column"), {BookmarkAction::ToggleColumnVisibility{}},
-             selected, perform, selected && viewModel->board().isBookmarkColumnVisible(selected->name));
+             selected, perform,
+             selected && viewModel->board().isBookmarkColumnVisible(selected->name));
     addTagsMenu(menu, viewModel, selected, perform);
     menu->addSeparator();
 

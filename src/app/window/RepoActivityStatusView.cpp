@@ -71,8 +71,8 @@ void RepoActivityStatusView::refresh() {
     if (!model) {
         return;
     }
-    content_ = activityStatusContent(model->activity(), model->board(),
-                                     std::chrono::system_clock::now());
+    content_ =
+        activityStatusContent(model->activity(), model->board(), std::chrono::system_clock::now());
     // Failures and the stale-base notice stand out; everything else is calm.
     switch (content_.kind) {
         case ActivityStatusContent::Kind::error:
@@ -92,8 +92,8 @@ void RepoActivityStatusView::refresh() {
     button_->setVisible(content_.button.has_value());
     showText();
     const bool cut = text_->text() != QString::fromStdString(content_.text);
-    text_->setToolTip(QString::fromStdString(
-        content_.tooltip.empty() && cut ? content_.text : content_.tooltip));
+    text_->setToolTip(
+        QString::fromStdString(content_.tooltip.empty() && cut ? content_.text : content_.tooltip));
 }
 
 void RepoActivityStatusView::showText() {

@@ -114,9 +114,8 @@ void RepoMenuCommands::updateEnabled() {
     newBookmark_->setEnabled(hasTarget && target_->newBookmark);
     commit_->setEnabled(hasTarget && target_->commitWorkingCopy);
     filterBookmarks_->setEnabled(hasTarget && target_->focusFilter);
-    clearFilters_->setEnabled(
-        hasTarget &&
-        (!model->board().filterText().empty() || !model->board().selectedTagFilters().empty()));
+    clearFilters_->setEnabled(hasTarget && (!model->board().filterText().empty() ||
+                                            !model->board().selectedTagFilters().empty()));
 }
 
 void RepoMenuCommands::installMenus(QMenuBar* menuBar) {

@@ -67,10 +67,10 @@ RepoToolbar::RepoToolbar(RepoCommandTarget target, QWidget* parent)
         this);
     addItem(QStringLiteral("bookmark-menu"), bookmarkMenu_);
 
-    undo_ = addButton(QStringLiteral("undo"), QStringLiteral("Undo"),
-                      QStringLiteral("Undo the last jj operation (%1)")
-                          .arg(shortcutText(QKeySequence::Undo)),
-                      themedIcon("edit-undo", QStyle::SP_ArrowBack));
+    undo_ = addButton(
+        QStringLiteral("undo"), QStringLiteral("Undo"),
+        QStringLiteral("Undo the last jj operation (%1)").arg(shortcutText(QKeySequence::Undo)),
+        themedIcon("edit-undo", QStyle::SP_ArrowBack));
 
     connect(newBookmark_, &QAction::triggered, this, [this] {
         if (target_.newBookmark) {

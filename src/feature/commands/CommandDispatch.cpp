@@ -61,6 +61,9 @@ class Dispatcher {
     }
     RepoCommandResult operator()(const RepoCommand::RenameBookmark& command) const {
         client_.renameBookmark(command.oldName, command.newName);
+        // Tags, pin, visibility, strategy and routes belong to the bookmark,
+        // not to its old name.
+        session_.settingsStore().rename(command.oldName, command.newName);
         return refreshed(session_);
     }
     RepoCommandResult operator()(const RepoCommand::AbandonBookmark& command) const {

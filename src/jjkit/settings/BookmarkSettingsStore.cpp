@@ -326,6 +326,20 @@ void BookmarkSettingsStore::updateRoutingRules(
     });
 }
 
+void BookmarkSettingsStore::rename(const std::string& from, const std::string& to) {
+    const std::lock_guard lock(mutex_);
+    modify([&](Contents& contents) {
+        if (auto found = contents.bookmarks.extract(from)) {
+            contents.bookmarks.insert_or_assign(to, std::move(found.mapped()));
+        }
+        for (auto& rule : contents.routingRules) {
+            if (rule.bookmarkName == from) {
+                rule.bookmarkName = to;
+            }
+        }
+    });
+}
+
 void BookmarkSettingsStore::remove(const std::string& bookmark) {
     const std::lock_guard lock(mutex_);
     modify([&](Contents& contents) { contents.bookmarks.erase(bookmark); });

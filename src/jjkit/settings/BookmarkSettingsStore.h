@@ -97,6 +97,9 @@ class BookmarkSettingsStore {
     void updateRoutingRules(
         const std::function<std::vector<FileRoutingRule>(std::vector<FileRoutingRule>)>& change);
     void remove(const std::string& bookmark);
+    /// Moves the settings of `from`, and its routing rules, to `to`; the
+    /// settings `to` had are replaced. Nothing happens without settings.
+    void rename(const std::string& from, const std::string& to);
 
   private:
     /// The decoded file; also what a write encodes.
