@@ -114,30 +114,30 @@ TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
     // diff flag.
     Q_EMIT view.laneColumn("beta")->columnClicked();
     ASSERT_EQ(selection.selectedBookmarkName(), "beta");
-    model.setFilterText("alp");
+    model.board().setFilterText("alp");
     ASSERT_TRUE(QTest::qWaitFor([&] { return view.laneColumn("beta") == nullptr; }));
     EXPECT_FALSE(selection.selectedBookmarkName().has_value());
     EXPECT_TRUE(selection.isDiffVisible());
 
     // Gestures that ask first.
-    const Bookmark alpha = model.repoState()->bookmarks.at("alpha");
+    const Bookmark alpha = model.board().repoState()->bookmarks.at("alpha");
     view.handleBookmarkAction({BookmarkAction::SquashToSingle{}}, alpha);
-    ASSERT_TRUE(model.confirmationRequest().has_value());
-    EXPECT_EQ(model.confirmationRequest()->title, "Combine 2 commits on alpha?");
-    EXPECT_EQ(model.confirmationRequest()->message,
+    ASSERT_TRUE(model.sheets().confirmationRequest().has_value());
+    EXPECT_EQ(model.sheets().confirmationRequest()->title, "Combine 2 commits on alpha?");
+    EXPECT_EQ(model.sheets().confirmationRequest()->message,
               "All 2 commits become a single commit at the tip.");
-    model.setConfirmationRequest(std::nullopt);
+    model.sheets().setConfirmationRequest(std::nullopt);
     view.handleBookmarkAction({BookmarkAction::SquashToSingle{}},
-                              model.repoState()->bookmarks.at("beta"));
-    EXPECT_FALSE(model.confirmationRequest().has_value());
+                              model.board().repoState()->bookmarks.at("beta"));
+    EXPECT_FALSE(model.sheets().confirmationRequest().has_value());
     view.handleBookmarkAction({BookmarkAction::Abandon{}}, alpha);
-    ASSERT_TRUE(model.confirmationRequest().has_value());
-    EXPECT_EQ(model.confirmationRequest()->title, "Abandon alpha?");
-    EXPECT_EQ(model.confirmationRequest()->message,
+    ASSERT_TRUE(model.sheets().confirmationRequest().has_value());
+    EXPECT_EQ(model.sheets().confirmationRequest()->title, "Abandon alpha?");
+    EXPECT_EQ(model.sheets().confirmationRequest()->message,
               "This will delete the bookmark and all its commits.");
 
     // A state with nothing to show says so.
-    model.setConfirmationRequest(std::nullopt);
+    model.sheets().setConfirmationRequest(std::nullopt);
     model.applySnapshot(testing::makeSnapshot(RepoState{}));
     ASSERT_TRUE(QTest::qWaitFor([&] { return !view.messageText().isEmpty(); }));
     EXPECT_EQ(view.messageText(), "No bookmarks or one-offs");

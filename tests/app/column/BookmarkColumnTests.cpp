@@ -293,6 +293,10 @@ TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     input.githubAvailable = true;
     input.isBehindTrunk = true;
     column.setInput(input);
+    // The rebase shows only where the board offers it.
+    EXPECT_EQ(parts(column), (Parts{"columnHeader", "prBadge"}));
+    input.offersLocalStackRebase = true;
+    column.setInput(input);
     ASSERT_EQ(parts(column), (Parts{"columnHeader", "prBadge", "rebaseLocalStackButton"}));
     auto* badge = child<QToolButton>(column, "prBadge");
     EXPECT_EQ(badge->text().toStdString(), columntext::prBadgeText(pr));

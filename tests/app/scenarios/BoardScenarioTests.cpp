@@ -42,9 +42,11 @@ class BoardScenario : public ::testing::Test {
         window_ = new RepoWindow(QString::fromStdString(repo_), nullptr, {});
         window_->resize(1600, 900);
         window_->show();
-        ASSERT_TRUE(settles(
-            [&] { return viewModel()->repoState() != nullptr && !viewModel()->isLoading(); }));
-        ASSERT_FALSE(viewModel()->errorMessage().has_value()) << *viewModel()->errorMessage();
+        ASSERT_TRUE(settles([&] {
+            return viewModel()->board().repoState() != nullptr && !viewModel()->board().isLoading();
+        }));
+        ASSERT_FALSE(viewModel()->board().errorMessage().has_value())
+            << *viewModel()->board().errorMessage();
     }
 
     void TearDown() override { delete window_; }
@@ -59,8 +61,8 @@ class BoardScenario : public ::testing::Test {
     }
 
     bool hasBookmark(const std::string& name) const {
-        return viewModel()->repoState() != nullptr &&
-               viewModel()->repoState()->bookmarks.contains(name);
+        return viewModel()->board().repoState() != nullptr &&
+               viewModel()->board().repoState()->bookmarks.contains(name);
     }
 
     void saveScreenshot(const std::string& name) const {
@@ -82,7 +84,7 @@ TEST_F(BoardScenario, DemoBoardShowsItsLanes) {
     // or in a workspace.
     EXPECT_NE(board()->laneColumn("wcstack:integration"), nullptr);
     EXPECT_NE(board()->laneColumn("trunk"), nullptr);
-    EXPECT_EQ(viewModel()->trunkBookmarkName(), "main");
+    EXPECT_EQ(viewModel()->board().trunkBookmarkName(), "main");
     std::vector<std::string> laneNames;
     for (const auto& slot : board()->renderedSlots()) {
         if (const auto* lane = std::get_if<BoardSlot::BookmarkLane>(&slot.value)) {
@@ -95,7 +97,7 @@ TEST_F(BoardScenario, DemoBoardShowsItsLanes) {
     for (const auto& name : laneNames) {
         const auto* column = board()->laneColumn(name);
         ASSERT_NE(column, nullptr) << name;
-        const auto& bookmark = viewModel()->repoState()->bookmarks.at(name);
+        const auto& bookmark = viewModel()->board().repoState()->bookmarks.at(name);
         EXPECT_EQ(column->input().commits.size(), bookmark.commitIDs.size()) << name;
         EXPECT_GE(column->commitModel()->rowCount(), static_cast<int>(bookmark.commitIDs.size()))
             << name;
@@ -120,10 +122,11 @@ TEST_F(BoardScenario, CreatingABookmarkThroughTheDialogShowsIt) {
     EXPECT_EQ(jj({"log", "--no-graph", "-r", "from-dialog", "-T", "change_id"}), workingCopy);
     // Enabled: the workspace includes it, so it shows in the working copy's
     // lane, and showing its column gives it a lane of its own.
-    ASSERT_TRUE(settles(
-        [&] { return viewModel()->allWorkspaceIncludedBookmarkNames().contains("from-dialog"); }));
+    ASSERT_TRUE(settles([&] {
+        return viewModel()->board().allWorkspaceIncludedBookmarkNames().contains("from-dialog");
+    }));
     board()->handleBookmarkAction({BookmarkAction::ToggleColumnVisibility{}},
-                                  viewModel()->repoState()->bookmarks.at("from-dialog"));
+                                  viewModel()->board().repoState()->bookmarks.at("from-dialog"));
     ASSERT_TRUE(settles([&] { return board()->laneColumn("from-dialog"); }));
     saveScreenshot("created-bookmark-lane");
 }
@@ -135,7 +138,7 @@ TEST_F(BoardScenario, ChangesFromTheCommandLineAppearByThemselves) {
 
     jj({"describe", "-r", tip, "-m", "Described \"outside\" — ünïcode"});
     ASSERT_TRUE(settles([&] {
-        const auto* commit = viewModel()->commitForChangeID(tip);
+        const auto* commit = viewModel()->board().commitForChangeID(tip);
         return commit != nullptr &&
                commit->description.starts_with("Described \"outside\" — ünïcode");
     }));
@@ -162,9 +165,10 @@ TEST_F(BoardScenario, UndoFromTheToolbar) {
     QAction* undo = window_->toolbar()->item(QStringLiteral("undo"));
     ASSERT_NE(undo, nullptr);
     undo->trigger();
-    ASSERT_TRUE(settles([&] { return !hasBookmark("to-undo") && !viewModel()->undoInFlight(); }));
+    ASSERT_TRUE(settles(
+        [&] { return !hasBookmark("to-undo") && !viewModel()->activity().undoInFlight(); }));
     EXPECT_EQ(jj({"bookmark", "list", "to-undo"}), "");
-    EXPECT_FALSE(viewModel()->undoError().has_value());
+    EXPECT_FALSE(viewModel()->activity().undoError().has_value());
     saveScreenshot("after-undo");
 }
 
@@ -173,20 +177,21 @@ TEST_F(BoardScenario, AFailingCommandShowsItsErrorUntilDismissed) {
     viewModel()->send(RepoCommand::RenameBookmark{"no-such-bookmark", "renamed"},
                       [&] { done = true; });
     ASSERT_TRUE(settles([&] { return done; }));
-    ASSERT_TRUE(viewModel()->mutationError().has_value());
-    EXPECT_FALSE(viewModel()->isMutating());
+    ASSERT_TRUE(viewModel()->activity().mutationError().has_value());
+    EXPECT_FALSE(viewModel()->activity().isMutating());
 
     auto* status = window_->toolbar()->statusView();
     ASSERT_TRUE(settles([&] { return status->button()->isVisible(); }));
     EXPECT_EQ(status->button()->text(), "Dismiss");
     const auto labels = status->findChildren<QLabel*>();
     EXPECT_TRUE(std::any_of(labels.begin(), labels.end(), [&](const QLabel* label) {
-        return label->isVisible() && label->text().contains(QStringLiteral("no-such-bookmark"));
+        return label->isVisible() && label->text().startsWith(QStringLiteral("Error: No such")) &&
+               label->toolTip().contains(QStringLiteral("no-such-bookmark"));
     }));
     saveScreenshot("command-error");
 
     QTest::mouseClick(status->button(), Qt::LeftButton);
-    EXPECT_FALSE(viewModel()->mutationError().has_value());
+    EXPECT_FALSE(viewModel()->activity().mutationError().has_value());
     EXPECT_FALSE(status->button()->isVisible() && status->button()->text() == "Dismiss");
     // The repository is as it was: the failed rename left nothing behind.
     EXPECT_FALSE(hasBookmark("renamed"));

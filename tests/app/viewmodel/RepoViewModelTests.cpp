@@ -1,6 +1,7 @@
 #include "app/viewmodel/RepoViewModel.h"
 
 #include <QSignalSpy>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 #include "app/viewmodel/RewriteOutcomes.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
+#include "support/TestRepo.h"
 #include "viewmodel/ViewModelFixtures.h"
 
 namespace vorda {
@@ -45,9 +47,9 @@ TEST(RepoViewModelRules, BoardListsFollowFilterTagsAndInclusion) {
 
     // Sorted: local before upstream, newest first, then name.
     EXPECT_EQ(
-        names(model.mutableBookmarks()),
+        names(model.board().mutableBookmarks()),
         (std::vector<std::string>{"fresh", "feature-login", "stale", "upstream-only", "main"}));
-    ASSERT_EQ(model.trunkBookmarkName(), "main");
+    ASSERT_EQ(model.board().trunkBookmarkName(), "main");
 
     // No filter: exactly the included and board bookmarks, trunk in neither. A
     // filter surfaces a hidden match on the board while it stays hidden; every
@@ -62,61 +64,58 @@ TEST(RepoViewModelRules, BoardListsFollowFilterTagsAndInclusion) {
                    {"", {"ui", "urgent"}, {"stale"}},
                    {"main", {"ui", "urgent"}, {}}};
     for (const auto& filter : filters) {
-        model.setFilterText(filter.text);
-        model.setSelectedTagFilters(filter.tags);
-        EXPECT_EQ(names(model.filteredBookmarks()), filter.shown) << filter.text;
-        EXPECT_EQ(names(model.hiddenBookmarks()),
+        model.board().setFilterText(filter.text);
+        model.board().setSelectedTagFilters(filter.tags);
+        EXPECT_EQ(names(model.board().filteredBookmarks()), filter.shown) << filter.text;
+        EXPECT_EQ(names(model.board().hiddenBookmarks()),
                   (std::vector<std::string>{"feature-login", "upstream-only"}));
     }
-    EXPECT_EQ(model.allTagsInUse(), (std::vector<std::string>{"ui", "urgent"}));
+    EXPECT_EQ(model.board().allTagsInUse(), (std::vector<std::string>{"ui", "urgent"}));
 
     // New settings drop the cached lists: pinning makes a bookmark a board one.
-    model.setFilterText("");
-    model.setSelectedTagFilters({});
+    model.board().setFilterText("");
+    model.board().setSelectedTagFilters({});
     auto next = std::make_shared<RepoSnapshot>(*boardState());
     next->settingsByName["feature-login"] = boardSettings(true, false, {"api"});
     model.applySnapshot(next);
-    EXPECT_EQ(names(model.filteredBookmarks()),
+    EXPECT_EQ(names(model.board().filteredBookmarks()),
               (std::vector<std::string>{"fresh", "feature-login", "stale"}));
-    EXPECT_EQ(model.allTagsInUse(), (std::vector<std::string>{"api", "ui", "urgent"}));
+    EXPECT_EQ(model.board().allTagsInUse(), (std::vector<std::string>{"api", "ui", "urgent"}));
 }
 
 TEST(RepoViewModelRules, SnapshotsTouchOnlyChangedFieldsAndKeepAValidWorkspace) {
     RepoViewModel model;
-    QSignalSpy stateChanges(&model, &RepoViewModel::repoStateChanged);
-    QSignalSpy settingsChanges(&model, &RepoViewModel::settingsByNameChanged);
-    QSignalSpy workspaceChanges(&model, &RepoViewModel::selectedWorkspaceNameChanged);
+    QSignalSpy changes(&model.board(), &BoardModel::changed);
 
     model.applySnapshot(boardState());
-    EXPECT_EQ(model.selectedWorkspaceName(), "b");
-    EXPECT_EQ(stateChanges.count(), 1);
-    EXPECT_EQ(settingsChanges.count(), 1);
+    EXPECT_EQ(model.board().selectedWorkspaceName(), "b");
+    const auto afterFirst = changes.count();
+    EXPECT_GT(afterFirst, 0);
 
     // The same content again, as a new read would deliver it: nothing to draw.
     model.applySnapshot(boardState());
-    EXPECT_EQ(stateChanges.count(), 1);
-    EXPECT_EQ(settingsChanges.count(), 1);
-    EXPECT_EQ(workspaceChanges.count(), 1);
+    EXPECT_EQ(changes.count(), afterFirst);
 
     // The user's choice survives snapshots while the workspace exists.
-    model.setSelectedWorkspaceName("a");
+    model.board().setSelectedWorkspaceName("a");
     model.applySnapshot(boardState());
-    EXPECT_EQ(model.selectedWorkspaceName(), "a");
+    EXPECT_EQ(model.board().selectedWorkspaceName(), "a");
 
     // It goes away: the state's selected workspace takes over...
     auto withoutA = std::make_shared<RepoSnapshot>(*boardState());
     withoutA->repoState.workspaces.erase("a");
+    const auto beforeWithoutA = changes.count();
     model.applySnapshot(withoutA);
-    EXPECT_EQ(model.selectedWorkspaceName(), "b");
-    EXPECT_EQ(stateChanges.count(), 2);
+    EXPECT_EQ(model.board().selectedWorkspaceName(), "b");
+    EXPECT_GT(changes.count(), beforeWithoutA);
 
     // ...and without one, the first name in sorted order.
-    model.setSelectedWorkspaceName("gone");
+    model.board().setSelectedWorkspaceName("gone");
     auto unnamed = std::make_shared<RepoSnapshot>(*boardState());
     unnamed->repoState.selectedWorkspaceName.reset();
     addWorkspace(unnamed->repoState, "0-first");
     model.applySnapshot(unnamed);
-    EXPECT_EQ(model.selectedWorkspaceName(), "0-first");
+    EXPECT_EQ(model.board().selectedWorkspaceName(), "0-first");
 }
 
 TEST(RepoViewModelRules, InFlightStateLabelsAndErrorRouting) {
@@ -125,11 +124,11 @@ TEST(RepoViewModelRules, InFlightStateLabelsAndErrorRouting) {
 
     const RepoCommand compose = RepoCommand::ComposeCommitsAsBookmark{"ws", {"a"}, "tip", "base"};
     model.setInFlight(compose, true);
-    EXPECT_TRUE(model.isMutating());
-    EXPECT_EQ(model.mutationLabel(), "Composing 1 commit in ws…");
+    EXPECT_TRUE(model.activity().isMutating());
+    EXPECT_EQ(model.activity().mutationLabel(), "Composing 1 commit in ws…");
     model.setInFlight(compose, false);
-    EXPECT_FALSE(model.isMutating());
-    EXPECT_FALSE(model.mutationLabel().has_value());
+    EXPECT_FALSE(model.activity().isMutating());
+    EXPECT_FALSE(model.activity().mutationLabel().has_value());
     EXPECT_EQ(mutationLabel(RepoCommand::RebaseCommitsIntoBookmark{{"a", "b"}, "t", "d", "feat"}),
               "Moving 2 commits into feat…");
     EXPECT_EQ(mutationLabel(RepoCommand::ReparentToTrunk{"feat"}),
@@ -139,9 +138,9 @@ TEST(RepoViewModelRules, InFlightStateLabelsAndErrorRouting) {
     // Advancing commits are marked while the command runs.
     model.applySnapshot(boardState());
     model.setInFlight(RepoCommand::ReparentToTrunk{"fresh"}, true);
-    EXPECT_EQ(model.advancingCommitIDs(), (StringSet{"f1", "f2"}));
+    EXPECT_EQ(model.board().advancingCommitIDs(), (StringSet{"f1", "f2"}));
     model.setInFlight(RepoCommand::ReparentToTrunk{"fresh"}, false);
-    EXPECT_TRUE(model.advancingCommitIDs().empty());
+    EXPECT_TRUE(model.board().advancingCommitIDs().empty());
 
     // Pushes are a set: two bookmarks at once.
     Bookmark a;
@@ -150,36 +149,36 @@ TEST(RepoViewModelRules, InFlightStateLabelsAndErrorRouting) {
     b.name = "b";
     model.setInFlight(RepoCommand::Push{a}, true);
     model.setInFlight(RepoCommand::PerformPush{b}, true);
-    EXPECT_EQ(model.pushInFlight(), (StringSet{"a", "b"}));
+    EXPECT_EQ(model.activity().pushInFlight(), (StringSet{"a", "b"}));
     model.setInFlight(RepoCommand::Push{a}, false);
-    EXPECT_EQ(model.pushInFlight(), (StringSet{"b"}));
+    EXPECT_EQ(model.activity().pushInFlight(), (StringSet{"b"}));
 
     // Errors land by kind.
     model.applyError("fetch broke", RepoCommand::Sync{});
     model.applyError("push broke", RepoCommand::Push{a});
     model.applyError("undo broke", RepoCommand::Undo{});
     model.applyError("move broke", RepoCommand::DeleteBookmark{"x"});
-    EXPECT_EQ(model.fetchError(), "fetch broke");
-    EXPECT_EQ(model.pushError(), "push broke");
-    EXPECT_EQ(model.undoError(), "undo broke");
-    EXPECT_EQ(model.mutationError(), "move broke");
+    EXPECT_EQ(model.activity().fetchError(), "fetch broke");
+    EXPECT_EQ(model.activity().pushError(), "push broke");
+    EXPECT_EQ(model.activity().undoError(), "undo broke");
+    EXPECT_EQ(model.activity().mutationError(), "move broke");
     EXPECT_TRUE(log.contains("[Vorda:error] fetchError: fetch broke\n"));
     EXPECT_TRUE(log.contains("[Vorda:error] mutationError: move broke\n"));
 
     // Restoring to an operation keeps the last undo error on screen at start;
     // an undo clears it.
     model.setInFlight(RepoCommand::RestoreToOp{}, true);
-    EXPECT_TRUE(model.undoInFlight());
-    EXPECT_EQ(model.undoError(), "undo broke");
+    EXPECT_TRUE(model.activity().undoInFlight());
+    EXPECT_EQ(model.activity().undoError(), "undo broke");
     model.applyError("restore broke", RepoCommand::RestoreToOp{});
     model.setInFlight(RepoCommand::RestoreToOp{}, false);
-    EXPECT_EQ(model.undoError(), "restore broke");
+    EXPECT_EQ(model.activity().undoError(), "restore broke");
     model.setInFlight(RepoCommand::Undo{}, true);
-    EXPECT_FALSE(model.undoError().has_value());
+    EXPECT_FALSE(model.activity().undoError().has_value());
 
     // The same error twice is logged once.
     const auto before = log.text().size();
-    model.setMutationError("move broke");
+    model.activity().setMutationError("move broke");
     EXPECT_EQ(log.text().size(), before);
 }
 
@@ -192,18 +191,18 @@ TEST(RepoViewModelRules, RewritePlansAndOutcomesReplaceEachOtherAndToast) {
     LocalStackUpdatePlan stackPlan;
     stackPlan.operationID = "op1";
     model.apply(RepoCommandResult::LocalStackUpdatePlan{stackPlan}, plan);
-    EXPECT_EQ(model.localStackUpdatePlan(), stackPlan);
-    EXPECT_FALSE(model.toastMessage().has_value());
+    EXPECT_EQ(model.rewrites().localStackUpdatePlan(), stackPlan);
+    EXPECT_FALSE(model.activity().toastMessage().has_value());
 
     LocalStackUpdateReceipt clean{"op1", "op2", std::nullopt, {}, {}, {}};
     model.apply(RepoCommandResult::LocalStackUpdateCompleted{clean},
                 RepoCommand::ExecuteLocalStackUpdate{stackPlan});
-    EXPECT_FALSE(model.localStackUpdatePlan().has_value());
-    EXPECT_EQ(model.localStackUpdateReceipt(), clean);
-    EXPECT_EQ(model.toastMessage(), "Local stacks rebased onto current trunk");
+    EXPECT_FALSE(model.rewrites().localStackUpdatePlan().has_value());
+    EXPECT_EQ(model.rewrites().localStackUpdateReceipt(), clean);
+    EXPECT_EQ(model.activity().toastMessage(), "Local stacks rebased onto current trunk");
     // A new plan clears the last outcome.
     model.apply(RepoCommandResult::LocalStackUpdatePlan{stackPlan}, plan);
-    EXPECT_FALSE(model.localStackUpdateReceipt().has_value());
+    EXPECT_FALSE(model.rewrites().localStackUpdateReceipt().has_value());
 
     auto conflicted = clean;
     conflicted.conflictedChangeIDs = {"a", "b"};
@@ -225,15 +224,12 @@ TEST(RepoViewModelRules, RewritePlansAndOutcomesReplaceEachOtherAndToast) {
     record.receipt = clean;
     model.apply(RepoCommandResult::FeatureAppendPlan{FeatureAppendPlan{}},
                 RepoCommand::PlanFeatureAppend{{"k"}, "feat"});
-    EXPECT_TRUE(model.featureAppendPlan().has_value());
+    EXPECT_TRUE(model.rewrites().featureAppendPlan().has_value());
     model.apply(RepoCommandResult::FeatureAppendCompleted{record},
                 RepoCommand::ExecuteFeatureAppend{});
-    EXPECT_FALSE(model.featureAppendPlan().has_value());
-    EXPECT_EQ(model.featureAppendRecord(), record);
-    EXPECT_EQ(model.toastMessage(), "Appended work to feature");
-
-    model.clearFeaturePlans();
-    EXPECT_FALSE(model.featureAppendRecord().has_value());
+    EXPECT_FALSE(model.rewrites().featureAppendPlan().has_value());
+    EXPECT_EQ(model.rewrites().featureAppendRecord(), record);
+    EXPECT_EQ(model.activity().toastMessage(), "Appended work to feature");
 }
 
 TEST(RepoViewModelRules, LoadWithoutRepositoryLeavesNoSession) {
@@ -242,19 +238,48 @@ TEST(RepoViewModelRules, LoadWithoutRepositoryLeavesNoSession) {
     bool loaded = false;
     model.load(folder.path().string(), [&] { loaded = true; });
     EXPECT_TRUE(loaded);
-    EXPECT_EQ(model.errorMessage(), "No jj repository found at " + folder.path().string());
-    EXPECT_FALSE(model.isLoading());
+    EXPECT_EQ(model.board().errorMessage(), "No jj repository found at " + folder.path().string());
+    EXPECT_FALSE(model.board().isLoading());
     EXPECT_EQ(model.repoSession(), nullptr);
 
     bool sent = false;
     model.send(RepoCommand::Undo{}, [&] { sent = true; });
     EXPECT_FALSE(sent);
-    EXPECT_FALSE(model.undoInFlight());
+    EXPECT_FALSE(model.activity().undoInFlight());
 
     // A fetch without a session still records its end.
     model.fetch();
-    EXPECT_TRUE(model.lastFetchAt().has_value());
-    EXPECT_FALSE(model.fetchStartedAt().has_value());
+    EXPECT_TRUE(model.board().lastFetchAt().has_value());
+    EXPECT_FALSE(model.activity().fetchStartedAt().has_value());
+}
+
+TEST(RepoViewModelReads, TheNewestDiffRequestWinsOverAnOlderOneStillRunning) {
+    testing::TestRepo repo;
+    repo.draw(R"(
+      A <- root "first" first-file.txt=one
+      B <- A "second" second-file.txt=two
+    )");
+    RepoViewModel model;
+    bool loaded = false;
+    model.load(repo.root(), [&] { loaded = true; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return loaded; }, 30000));
+    ASSERT_NE(model.board().repoState(), nullptr) << model.board().errorMessage().value_or("");
+
+    QSignalSpy changes(&model.diff(), &DiffModel::changed);
+    std::vector<std::string> shown;
+    QObject::connect(&model.diff(), &DiffModel::changed,
+                     [&] { shown.push_back(model.diff().diffText().value_or("")); });
+    model.loadDiffText(repo.commitID(repo.id("A")));
+    model.loadDiffText(repo.commitID(repo.id("B")));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !model.diff().isDiffLoading(); }, 30000));
+    ASSERT_TRUE(model.diff().diffText().has_value());
+    EXPECT_NE(model.diff().diffText()->find("second-file.txt"), std::string::npos)
+        << *model.diff().diffText();
+    // The first commit's diff never reaches the column, before or after.
+    EXPECT_GT(changes.count(), 0);
+    for (const auto& text : shown) {
+        EXPECT_EQ(text.find("first-file.txt"), std::string::npos) << text;
+    }
 }
 
 TEST(DiffCacheRules, KeepsThirtyTwoFixedRevsetsFirstInFirstOut) {

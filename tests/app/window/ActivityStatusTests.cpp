@@ -18,8 +18,9 @@ using namespace std::chrono_literals;
 
 const auto epoch = std::chrono::system_clock::time_point{} + 1000h;
 
-ActivityStatusContent contentOf(const RepoViewModel& viewModel) {
-    return activityStatusContent(viewModel, epoch);
+ActivityStatusContent contentOf(const RepoViewModel& viewModel,
+                                std::chrono::system_clock::time_point now = epoch) {
+    return activityStatusContent(viewModel.activity(), viewModel.board(), now);
 }
 
 Bookmark named(const std::string& name) {
@@ -36,11 +37,11 @@ TEST(ActivityStatus, TheFirstCaseThatHoldsWins) {
     viewModel.setInFlight(RepoCommand::Push{named("alpha")}, true);
     viewModel.setInFlight(RepoCommand::Undo{}, true);
     viewModel.setInFlight(RepoCommand::CreateBookmark{}, true);
-    viewModel.setToastMessage("Created feat");
-    viewModel.setUndoError("undo failed");
-    viewModel.setPushError("push failed");
-    viewModel.setFetchError("fetch failed");
-    viewModel.setMutationError("mutation failed");
+    viewModel.activity().setToastMessage("Created feat");
+    viewModel.activity().setUndoError("undo failed");
+    viewModel.activity().setPushError("push failed");
+    viewModel.activity().setFetchError("fetch failed");
+    viewModel.activity().setMutationError("mutation failed");
 
     const auto expect = [&](Kind kind, const std::string& text,
                             std::optional<ActivityErrorField> field = std::nullopt) {
@@ -51,13 +52,13 @@ TEST(ActivityStatus, TheFirstCaseThatHoldsWins) {
         EXPECT_EQ(content.button, field ? std::optional<std::string>("Dismiss") : std::nullopt);
     };
     expect(Kind::error, "mutation failed", ActivityErrorField::mutation);
-    viewModel.setMutationError(std::nullopt);
+    viewModel.activity().setMutationError(std::nullopt);
     expect(Kind::error, "fetch failed", ActivityErrorField::fetch);
-    viewModel.setFetchError(std::nullopt);
+    viewModel.activity().setFetchError(std::nullopt);
     expect(Kind::error, "push failed", ActivityErrorField::push);
-    viewModel.setPushError(std::nullopt);
+    viewModel.activity().setPushError(std::nullopt);
     expect(Kind::error, "undo failed", ActivityErrorField::undo);
-    viewModel.setUndoError(std::nullopt);
+    viewModel.activity().setUndoError(std::nullopt);
     expect(Kind::fetching, "Fetching…");  // a sync has no start time: no seconds
     viewModel.setInFlight(RepoCommand::Fetch{}, false);
     expect(Kind::pushing, "Pushing alpha, zeta");
@@ -68,24 +69,27 @@ TEST(ActivityStatus, TheFirstCaseThatHoldsWins) {
     expect(Kind::mutating, "Creating bookmark…");
     viewModel.setInFlight(RepoCommand::CreateBookmark{}, false);
     expect(Kind::toast, "Created feat");
-    viewModel.setToastMessage(std::nullopt);
+    viewModel.activity().setToastMessage(std::nullopt);
+    // Nothing loaded: nothing to say, not even "jj ok".
+    expect(Kind::idle, "");
+    viewModel.applySnapshot(windowtest::boardSnapshot());
     expect(Kind::idle, "jj ok");
 
     // A fetch counts its seconds and shows its progress.
     viewModel.setInFlight(RepoCommand::Fetch{}, true);
-    viewModel.setFetchStartedAt(epoch - 7s);
+    viewModel.activity().setFetchStartedAt(epoch - 7s);
     EXPECT_EQ(contentOf(viewModel).text, "Fetching… 7s");
     EXPECT_EQ(contentOf(viewModel).tooltip, "jj git fetch running");
-    viewModel.setFetchStatus("remote: Counting objects");
+    viewModel.activity().setFetchStatus("remote: Counting objects");
     EXPECT_EQ(contentOf(viewModel).tooltip, "remote: Counting objects");
-    EXPECT_EQ(activityStatusContent(viewModel, epoch + 60s).text, "Fetching… 67s");
+    EXPECT_EQ(contentOf(viewModel, epoch + 60s).text, "Fetching… 67s");
 }
 
 class ActivityStatusView : public ::testing::Test {
   protected:
     // The view shows what the content says.
     void expectShown() const {
-        const auto content = activityStatusContent(viewModel_, std::chrono::system_clock::now());
+        const auto content = contentOf(viewModel_, std::chrono::system_clock::now());
         EXPECT_EQ(view_.textLabel()->text().toStdString(), content.text);
         EXPECT_EQ(view_.button()->isHidden(), !content.button.has_value());
         if (content.button) {
@@ -105,20 +109,14 @@ TEST_F(ActivityStatusView, AttentionAndConflictsReadTheRepositoryAndTheirButtons
     auto content = contentOf(viewModel_);
     EXPECT_EQ(content.kind, Kind::attention);
     EXPECT_EQ(content.text, "Local stacks have an older base");
-    EXPECT_EQ(content.button, "Rebase Local Stacks…");
-    EXPECT_EQ(content.buttonTooltip,
-              "Preview rebasing local stacks onto current trunk. Immutable dependencies stay in "
-              "place; no new composition parents are added.");
+    // Rebasing local stacks is not offered: the notice has no button.
+    EXPECT_FALSE(content.button.has_value());
     expectShown();
-    view_.button()->click();
-    EXPECT_TRUE(viewModel_.showLocalStackUpdateSheet());
-    EXPECT_FALSE(viewModel_.localStackUpdateSeedBookmarks().has_value());
-    EXPECT_FALSE(viewModel_.localStackUpdateSeedChangeID().has_value());
-    EXPECT_EQ(conflictRequests.count(), 0);
+    EXPECT_TRUE(view_.button()->isHidden());
     // Anything running still comes first.
-    viewModel_.setToastMessage("Fetched");
+    viewModel_.activity().setToastMessage("Fetched");
     EXPECT_EQ(contentOf(viewModel_).kind, Kind::toast);
-    viewModel_.setToastMessage(std::nullopt);
+    viewModel_.activity().setToastMessage(std::nullopt);
 
     viewModel_.applySnapshot(
         windowtest::boardSnapshot(BoardShape{.conflictedFiles = {"a.txt", "b.txt"}}));
@@ -140,17 +138,26 @@ TEST_F(ActivityStatusView, AttentionAndConflictsReadTheRepositoryAndTheirButtons
 
 TEST_F(ActivityStatusView, DismissesErrorsFollowsFetchAndClearsTheToastAfterItsTime) {
     // Dismiss clears exactly the error shown.
-    viewModel_.setFetchError("fetch failed");
-    viewModel_.setPushError("push failed");
-    viewModel_.setMutationError("mutation failed");
+    viewModel_.activity().setFetchError("fetch failed");
+    viewModel_.activity().setPushError("push failed");
+    viewModel_.activity().setMutationError("mutation failed");
     for (const auto* shown : {"mutation failed", "fetch failed", "push failed"}) {
         expectShown();
         EXPECT_EQ(view_.textLabel()->text().toStdString(), shown);
         view_.button()->click();
     }
-    EXPECT_FALSE(viewModel_.mutationError() || viewModel_.fetchError() || viewModel_.pushError());
+    const auto& activity = viewModel_.activity();
+    EXPECT_FALSE(activity.mutationError() || activity.fetchError() || activity.pushError());
     expectShown();
     EXPECT_TRUE(view_.button()->isHidden());
+
+    // A jj failure shows jj's own error line; the whole text is the tooltip.
+    const std::string failure =
+        "jj bookmark rename failed (1): \nError: No such bookmark: x\nHint: y";
+    viewModel_.activity().setMutationError(failure);
+    EXPECT_EQ(view_.textLabel()->text(), QStringLiteral("Error: No such bookmark: x"));
+    EXPECT_EQ(view_.textLabel()->toolTip().toStdString(), failure);
+    viewModel_.activity().dismiss(ActivityErrorField::mutation);
 
     viewModel_.setInFlight(RepoCommand::Fetch{}, true);
     EXPECT_TRUE(view_.textLabel()->text().startsWith(QStringLiteral("Fetching…")));
@@ -158,9 +165,10 @@ TEST_F(ActivityStatusView, DismissesErrorsFollowsFetchAndClearsTheToastAfterItsT
     viewModel_.setInFlight(RepoCommand::Fetch{}, false);
 
     view_.setToastDuration(std::chrono::milliseconds(20));
-    viewModel_.setToastMessage("Pushed feat");
+    viewModel_.activity().setToastMessage("Pushed feat");
     expectShown();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !viewModel_.toastMessage().has_value(); }, 5000));
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return !viewModel_.activity().toastMessage().has_value(); }, 5000));
     expectShown();
 }
 

@@ -90,9 +90,8 @@ TEST_F(RepoMenus, EverythingIsDisabledWithoutAFocusedWindow) {
 TEST_F(RepoMenus, RepoAndViewEntriesActOnTheFocusedWindow) {
     commands_.setFocusedTarget(window_.target());
     EXPECT_EQ(menuLines(*menu(QStringLiteral("Repo"))),
-              (Lines{"Fetch <Ctrl+R>", "Rebase Local Stacks… <Ctrl+Shift+R>", "Move to Feature…",
-                     "Attach Feature to Composition…", "-", "New Bookmark… <Ctrl+N>",
-                     "Commit… <Ctrl+Return>", "-", "Undo Last jj Operation", "Operation Log…"}));
+              (Lines{"Fetch <Ctrl+R>", "-", "New Bookmark… <Ctrl+N>", "Commit… <Ctrl+Return>", "-",
+                     "Undo Last jj Operation"}));
     // Clearing the filters needs a filter.
     EXPECT_EQ(menuLines(*menu(QStringLiteral("View"))),
               (Lines{"Filter Bookmarks <Ctrl+F>", "Clear Filters <Ctrl+Shift+F> (off)"}));
@@ -101,29 +100,20 @@ TEST_F(RepoMenus, RepoAndViewEntriesActOnTheFocusedWindow) {
     commands_.filterBookmarksAction()->trigger();
     EXPECT_EQ(window_.commitCount, 1);
     EXPECT_EQ(window_.focusFilterCount, 1);
-    auto& viewModel = window_.viewModel;
-    commands_.rebaseLocalStacksAction()->trigger();
-    EXPECT_TRUE(viewModel.showLocalStackUpdateSheet());
-    EXPECT_FALSE(viewModel.localStackUpdateSeedBookmarks().has_value());
-    commands_.moveToFeatureAction()->trigger();
-    EXPECT_TRUE(viewModel.showFeatureInsertionSheet());
-    commands_.attachFeatureAction()->trigger();
-    EXPECT_TRUE(viewModel.showCompositionAttachmentSheet());
-    commands_.operationLogAction()->trigger();
-    EXPECT_TRUE(viewModel.showOpLogInspector());
+    auto& board = window_.viewModel.board();
 
     // Either filter enables clearing, which clears text and tags both.
     auto* clear = commands_.clearFiltersAction();
-    viewModel.setFilterText("fe");
+    board.setFilterText("fe");
     EXPECT_TRUE(clear->isEnabled());
-    viewModel.setFilterText("");
+    board.setFilterText("");
     EXPECT_FALSE(clear->isEnabled());
-    viewModel.setSelectedTagFilters({"ui"});
+    board.setSelectedTagFilters({"ui"});
     EXPECT_TRUE(clear->isEnabled());
-    viewModel.setFilterText("fe");
+    board.setFilterText("fe");
     clear->trigger();
-    EXPECT_EQ(viewModel.filterText(), "");
-    EXPECT_TRUE(viewModel.selectedTagFilters().empty());
+    EXPECT_EQ(board.filterText(), "");
+    EXPECT_TRUE(board.selectedTagFilters().empty());
     EXPECT_FALSE(clear->isEnabled());
 
     // A window without a commit gesture cannot offer one.
@@ -143,11 +133,11 @@ TEST_F(RepoMenus, BookmarkMenuFollowsTheSelectedBookmark) {
                      "Refresh PR Status (off)", "-", "Unpin from Board", "Hide Column", "Tags",
                      "Tags > [ ] backend", "Tags > [x] ui", "Tags > -", "Tags > Add Tag…", "-",
                      "Rename Bookmark", "Delete Bookmark", "Abandon (Delete Commits)…", "-",
-                     "Describe Commit… (off)", "Split Commit… (off)"}));
+                     "Describe Commit… (off)"}));
     auto* push = entry(QStringLiteral("Push 1 Commit"));
-    EXPECT_EQ(
-        push->toolTip().toStdString(),
-        BookmarkPushPresentation::tooltip(window_.viewModel.repoState()->bookmarks.at("feat")));
+    EXPECT_EQ(push->toolTip().toStdString(),
+              BookmarkPushPresentation::tooltip(
+                  window_.viewModel.board().repoState()->bookmarks.at("feat")));
     EXPECT_EQ(entry(QStringLiteral("Create Pull Request…")), nullptr);
     EXPECT_EQ(entry(QStringLiteral("View Pull Request")), nullptr);
 
@@ -164,13 +154,13 @@ TEST_F(RepoMenus, BookmarkMenuFollowsTheSelectedBookmark) {
     EXPECT_EQ(toggled->tag, "backend");
 
     // With gh, a pull request can be made; once there is one, it can be viewed.
-    window_.viewModel.setGithubAvailable(true);
+    window_.viewModel.board().setGithubAvailable(true);
     EXPECT_NE(entry(QStringLiteral("Create Pull Request…")), nullptr);
     EXPECT_TRUE(entry(QStringLiteral("Refresh PR Status"))->isEnabled());
     GitHubPR pr;
     pr.number = 7;
     pr.url = "https://github.com/example/repo/pull/7";
-    window_.viewModel.setPrStatuses({{"feat", pr}});
+    window_.viewModel.board().setPrStatuses({{"feat", pr}});
     EXPECT_EQ(entry(QStringLiteral("Create Pull Request…")), nullptr);
     entry(QStringLiteral("View Pull Request"))->trigger();
     EXPECT_TRUE(window_.lastActionWas<BookmarkAction::ViewPR>("feat"));
@@ -179,23 +169,21 @@ TEST_F(RepoMenus, BookmarkMenuFollowsTheSelectedBookmark) {
     const auto tip = windowtest::makeCommit(3, "Feature tip");
     window_.selection.selectCommit(ColumnID::bookmark("feat"), tip.changeID,
                                    {tip.changeID, windowtest::changeIDFor(2)}, std::string("feat"));
-    entry(QStringLiteral("Split Commit…"))->trigger();
+    EXPECT_EQ(entry(QStringLiteral("Split Commit…")), nullptr);
+    entry(QStringLiteral("Describe Commit…"))->trigger();
     ASSERT_EQ(window_.commitActions.size(), 1U);
-    EXPECT_EQ(window_.commitActions[0].first, CommitAction::split);
+    EXPECT_EQ(window_.commitActions[0].first, CommitAction::describe);
     EXPECT_EQ(window_.commitActions[0].second.commitID, tip.commitID);
 
     // `fix` stands behind trunk, has diverged, one commit, no column of its own.
     window_.selection.selectBookmark(std::string("fix"));
-    EXPECT_EQ(menuLines(*bookmarkMenu()).front(), "Rebase Local Stack…");
+    // Rebasing a local stack is not offered yet.
+    EXPECT_EQ(menuLines(*bookmarkMenu()).front(), "Rebase Onto… <Ctrl+Alt+R>");
+    EXPECT_EQ(entry(QStringLiteral("Rebase Local Stack…")), nullptr);
     EXPECT_NE(entry(QStringLiteral("Force Push")), nullptr);
     EXPECT_NE(entry(QStringLiteral("Pin to Board")), nullptr);
     EXPECT_FALSE(entry(QStringLiteral("Squash into Single Commit"))->isEnabled());
     EXPECT_FALSE(entry(QStringLiteral("Hide Column"))->isEnabled());
-    entry(QStringLiteral("Rebase Local Stack…"))->trigger();
-    EXPECT_TRUE(window_.lastActionWas<BookmarkAction::ReparentToTrunk>("fix"));
-    EXPECT_FALSE(
-        std::get<BookmarkAction::ReparentToTrunk>(window_.bookmarkActions.back().first.value)
-            .bypassPRGuard);
 }
 
 TEST(RepoMenuCommands, ShortcutsActInTheActiveWindow) {
@@ -221,7 +209,7 @@ TEST(RepoMenuCommands, ShortcutsActInTheActiveWindow) {
     EXPECT_EQ(fake.newBookmarkCount, 1);
     // With no session open, a fetch ends at once and is stamped as ended.
     QTest::keyClick(&window, Qt::Key_R, Qt::ControlModifier);
-    EXPECT_TRUE(fake.viewModel.lastFetchAt().has_value());
+    EXPECT_TRUE(fake.viewModel.board().lastFetchAt().has_value());
 
     // Without a focused target the keys do nothing.
     commands.setFocusedTarget(std::nullopt);
@@ -247,8 +235,8 @@ TEST(BookmarkActionMenuItems, FillsAnyMenuAndDisablesWithoutABookmark) {
     EXPECT_EQ(performed, 0);
 
     QMenu context;
-    BookmarkActionMenuItems::fill(&context, &viewModel, viewModel.repoState()->bookmarks.at("feat"),
-                                  perform);
+    BookmarkActionMenuItems::fill(&context, &viewModel,
+                                  viewModel.board().repoState()->bookmarks.at("feat"), perform);
     findEntry(context, QStringLiteral("Delete Bookmark"))->trigger();
     EXPECT_EQ(performed, 1);
 
@@ -256,7 +244,7 @@ TEST(BookmarkActionMenuItems, FillsAnyMenuAndDisablesWithoutABookmark) {
     discardMenuEntries(&context);
     EXPECT_TRUE(context.actions().isEmpty());
     CommitActionMenuItems::fill(&context, std::nullopt, {});
-    EXPECT_EQ(menuLines(context), (Lines{"Describe Commit… (off)", "Split Commit… (off)"}));
+    EXPECT_EQ(menuLines(context), (Lines{"Describe Commit… (off)"}));
 }
 
 }  // namespace

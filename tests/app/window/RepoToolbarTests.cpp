@@ -31,13 +31,14 @@ TEST(RepoToolbar, ItemsCarryTheirIdentifiersLabelsAndTooltips) {
     }
     const std::tuple<const char*, const char*, const char*> buttons[] = {
         {"new-bookmark", "New Bookmark", "Create a new bookmark"},
-        {"fetch", "Fetch", "Run jj git fetch (⌘R)"},
-        {"rebase-local-stacks", "Rebase Local Stacks…",
-         "Preview rebasing local stacks onto current trunk (⇧⌘R). Protected dependencies and "
-         "composition inputs stay intact."},
-        {"commit", "Commit", "Describe the working-copy change (⌘↩)"},
-        {"undo", "Undo", "Undo the last jj operation (⌘Z)"},
-        {"op-log", "Operations", "Show the recent jj operation log (⇧⌘Z)"}};
+        {"fetch", "Fetch", "Run jj git fetch (Ctrl+R)"},
+        {"commit", "Commit", "Describe the working-copy change (Ctrl+Return)"},
+        {"undo", "Undo", "Undo the last jj operation (Ctrl+Z)"}};
+    // Controls without a feature behind them are not on the toolbar.
+    for (const char* identifier : {"rebase-local-stacks", "op-log"}) {
+        EXPECT_EQ(toolbar.item(QString::fromLatin1(identifier)), nullptr) << identifier;
+        EXPECT_EQ(toolbar.findChild<QWidget*>(QString::fromLatin1(identifier)), nullptr);
+    }
     for (const auto& [identifier, label, tooltip] : buttons) {
         const auto* item = toolbar.item(QString::fromLatin1(identifier));
         ASSERT_NE(item, nullptr) << identifier;
@@ -57,10 +58,8 @@ TEST(RepoToolbar, ItemsCarryTheirIdentifiersLabelsAndTooltips) {
     EXPECT_TRUE(toolbar.item(QStringLiteral("fetch"))->isEnabled());
     toolbar.item(QStringLiteral("new-bookmark"))->trigger();
     toolbar.item(QStringLiteral("commit"))->trigger();
-    toolbar.item(QStringLiteral("op-log"))->trigger();
     EXPECT_EQ(window.newBookmarkCount, 1);
     EXPECT_EQ(window.commitCount, 1);
-    EXPECT_TRUE(window.viewModel.showOpLogInspector());
 }
 
 TEST(RepoToolbar, PushAndBookmarkMenuFollowTheSelection) {
@@ -74,7 +73,7 @@ TEST(RepoToolbar, PushAndBookmarkMenuFollowTheSelection) {
 
     for (const char* name : {"fix", "feat"}) {
         window.selection.selectBookmark(std::string(name));
-        const Bookmark& bookmark = window.viewModel.repoState()->bookmarks.at(name);
+        const Bookmark& bookmark = window.viewModel.board().repoState()->bookmarks.at(name);
         EXPECT_EQ(push->text(), PushToolbarButton::label(bookmark));
         EXPECT_EQ(push->toolTip().toStdString(), BookmarkPushPresentation::tooltip(bookmark));
         EXPECT_TRUE(bookmarkMenu->isEnabled());
@@ -84,7 +83,7 @@ TEST(RepoToolbar, PushAndBookmarkMenuFollowTheSelection) {
     }
 
     // While `feat` is being pushed the button waits.
-    const Bookmark feat = window.viewModel.repoState()->bookmarks.at("feat");
+    const Bookmark feat = window.viewModel.board().repoState()->bookmarks.at("feat");
     window.viewModel.setInFlight(RepoCommand::Push{feat}, true);
     EXPECT_FALSE(push->isEnabled());
     window.viewModel.setInFlight(RepoCommand::Push{feat}, false);
@@ -105,7 +104,7 @@ TEST(RepoToolbar, IdentityShowsTheFolderAndCopiesThePath) {
     auto* identity = toolbar.identityLabel();
     EXPECT_FALSE(identity->copyPathAction()->isEnabled());
 
-    window.viewModel.setRepoRoot(std::string("/home/ada/src/vorda-demo"));
+    window.viewModel.board().setRepoRoot(std::string("/home/ada/src/vorda-demo"));
     EXPECT_EQ(identity->text(), QStringLiteral("vorda-demo"));
     EXPECT_EQ(identity->copyPathAction()->text(), QStringLiteral("Copy repository path"));
     identity->copyPathAction()->trigger();
