@@ -1,0 +1,293 @@
+// Each sheet opened from its gesture in a real window on a real repository,
+// filled and confirmed, with the outcome read back from jj (and from the
+// scripted gh for pull requests). Each sheet's picture is saved under the
+// build folder's test-output/screenshots.
+#include <QApplication>
+#include <QDesktopServices>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QTest>
+#include <QUrl>
+#include <functional>
+
+#include <gtest/gtest.h>
+
+#include "MenuText.h"
+#include "app/board/ContentView.h"
+#include "app/board/SelectionStore.h"
+#include "app/column/BookmarkColumn.h"
+#include "app/sheets/BookmarkSheets.h"
+#include "app/sheets/CommitSheets.h"
+#include "app/sheets/ForcePushWarningSheet.h"
+#include "app/viewmodel/RepoViewModel.h"
+#include "app/window/BookmarkMenuToolbarButton.h"
+#include "app/window/PushToolbarButton.h"
+#include "app/window/RepoActivityStatusView.h"
+#include "app/window/RepoCommandTarget.h"
+#include "app/window/RepoToolbar.h"
+#include "app/window/RepoWindow.h"
+#include "support/RepoPicture.h"
+#include "support/ScriptedGh.h"
+#include "support/TestRepo.h"
+
+namespace vorda {
+
+/// Takes the addresses the application asks the desktop to open.
+class OpenedURLs : public QObject {
+    Q_OBJECT
+
+  public:
+    std::vector<std::string> urls;
+
+  public Q_SLOTS:
+    void open(const QUrl& url) { urls.push_back(url.toString().toStdString()); }
+};
+
+namespace {
+
+bool settles(const std::function<bool()>& condition) {
+    return QTest::qWaitFor(condition, 30000);
+}
+
+bool contains(const std::vector<std::string>& lines, const std::string& line) {
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+class SheetScenario : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        QDesktopServices::setUrlHandler(QStringLiteral("https"), &opened_, "open");
+    }
+
+    void TearDown() override {
+        QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
+        delete window_;
+    }
+
+    /// Opens a window on the repository drawn so far and waits for its board.
+    void openWindow() {
+        window_ = new RepoWindow(QString::fromStdString(repo_.root()), nullptr, {});
+        window_->resize(1400, 800);
+        window_->show();
+        ASSERT_TRUE(
+            settles([&] { return board().repoState() != nullptr && !board().isLoading(); }));
+        ASSERT_FALSE(board().errorMessage().has_value()) << *board().errorMessage();
+    }
+
+    RepoViewModel& viewModel() const { return *window_->viewModel(); }
+    const BoardModel& board() const { return window_->viewModel()->board(); }
+
+    Bookmark bookmark(const std::string& name) const {
+        return board().repoState()->bookmarks.at(name);
+    }
+
+    /// Puts `name` on the board and selects its lane, as a click would.
+    void pinAndSelect(const std::string& name) {
+        viewModel().send(RepoCommand::TogglePinned{name});
+        ASSERT_TRUE(settles([&] { return window_->contentView()->laneColumn(name) != nullptr; }));
+        Q_EMIT window_->contentView()->laneColumn(name)->columnClicked();
+        ASSERT_EQ(window_->selection()->selectedBookmarkName(), name);
+    }
+
+    /// The open sheet of type `Sheet`, once it is on screen.
+    template <typename Sheet>
+    Sheet* openedSheet() const {
+        Sheet* sheet = nullptr;
+        settles([&] {
+            sheet = window_->findChild<Sheet*>();
+            return sheet != nullptr && sheet->isVisible();
+        });
+        return sheet;
+    }
+
+    /// Saves the sheet's picture, then presses its confirming button and
+    /// waits until it has gone.
+    void saveAndConfirm(SheetDialog* sheet, const std::string& name) const {
+        QApplication::processEvents();
+        const QString folder = QStringLiteral(VORDA_TEST_OUTPUT_DIR "/screenshots");
+        QDir().mkpath(folder);
+        const QString path = folder + "/" + QString::fromStdString(name) + ".png";
+        EXPECT_TRUE(sheet->grab().save(path, "PNG")) << path.toStdString();
+        ASSERT_TRUE(sheet->confirmButton()->isEnabled()) << name;
+        QTest::mouseClick(sheet->confirmButton(), Qt::LeftButton);
+        const QPointer<SheetDialog> closing(sheet);
+        ASSERT_TRUE(settles([&] { return closing.isNull(); })) << name;
+    }
+
+    /// Waits until the last command has finished and left no error.
+    void settled() const {
+        ASSERT_TRUE(settles([&] { return !viewModel().activity().isMutating(); }));
+        ASSERT_FALSE(viewModel().activity().mutationError().has_value())
+            << *viewModel().activity().mutationError();
+    }
+
+    testing::ScriptedGh gh_;
+    OpenedURLs opened_;
+    testing::TestRepo repo_;
+    RepoWindow* window_ = nullptr;
+};
+
+TEST_F(SheetScenario, ForcePushOverADivergedRemoteAfterTheWarning) {
+    repo_.draw(testing::publishedTrunk);
+    repo_.draw(R"(
+      F <- T "feature" f.txt=1 [feat]
+      push feat
+    )");
+    // The remote moves on from another clone while the pushed commit is
+    // rewritten here: two commits on each side.
+    repo_.advanceOrigin("feat", "remote work", {{"r.txt", "remote\n"}});
+    repo_.fetch();
+    repo_.jj({"describe", "-r", repo_.id("F"), "-m", "feature, reworded here"});
+    const std::string local = repo_.commitID("feat");
+    ASSERT_NE(repo_.commitID("feat@origin"), local);
+    ASSERT_NO_FATAL_FAILURE(openWindow());
+
+    ASSERT_NO_FATAL_FAILURE(pinAndSelect("feat"));
+    auto* push = window_->toolbar()->pushButton();
+    ASSERT_TRUE(push->isEnabled());
+    QTest::mouseClick(push, Qt::LeftButton);
+    auto* sheet = openedSheet<ForcePushWarningSheet>();
+    ASSERT_NE(sheet, nullptr);
+    auto* message = sheet->findChild<QLabel*>(QStringLiteral("force-push-message"));
+    ASSERT_NE(message, nullptr);
+    EXPECT_EQ(message->text().toStdString(),
+              "Remote and local have diverged: 2 commits ahead, 2 commits behind. Force pushing "
+              "will overwrite the 2 remote commits with your local version.");
+    EXPECT_EQ(sheet->confirmButton()->text(), QStringLiteral("Force Push"));
+    // Nothing was pushed before the warning was answered.
+    EXPECT_NE(testing::runChecked({"git", "-C", repo_.originPath(), "rev-parse", "feat"}),
+              local + "\n");
+    saveAndConfirm(sheet, "sheet-force-push");
+
+    ASSERT_TRUE(settles([&] { return viewModel().activity().pushInFlight().empty(); }));
+    ASSERT_FALSE(viewModel().activity().pushError().has_value())
+        << *viewModel().activity().pushError();
+    EXPECT_EQ(testing::runChecked({"git", "-C", repo_.originPath(), "rev-parse", "feat"}),
+              local + "\n");
+    EXPECT_EQ(repo_.commitID("feat@origin"), local);
+    EXPECT_FALSE(viewModel().sheets().forcePushConfirmation().has_value());
+}
+
+TEST_F(SheetScenario, EachSheetChangesTheRepositoryAsItSays) {
+    repo_.draw(testing::publishedTrunk);
+    repo_.draw(R"(
+      A <- T "alpha work" a.txt=1 [alpha]
+      B <- T "beta work" b.txt=1 [beta]
+    )");
+    ASSERT_NO_FATAL_FAILURE(openWindow());
+    ASSERT_TRUE(settles([&] { return board().githubAvailable(); }));
+
+    // Rename, from the toolbar's bookmark menu.
+    ASSERT_NO_FATAL_FAILURE(pinAndSelect("alpha"));
+    auto* menu = window_->toolbar()->bookmarkMenuButton()->actionsMenu();
+    Q_EMIT menu->aboutToShow();
+    auto* renameEntry = apptest::findEntry(*menu, QStringLiteral("Rename Bookmark"));
+    ASSERT_NE(renameEntry, nullptr);
+    renameEntry->trigger();
+    auto* rename = openedSheet<RenameBookmarkSheet>();
+    ASSERT_NE(rename, nullptr);
+    EXPECT_EQ(rename->nameField()->text(), QStringLiteral("alpha"));
+    EXPECT_FALSE(rename->confirmButton()->isEnabled());
+    rename->nameField()->setText(QStringLiteral("  alpha-renamed "));
+    saveAndConfirm(rename, "sheet-rename");
+    ASSERT_NO_FATAL_FAILURE(settled());
+    ASSERT_TRUE(settles([&] { return board().repoState()->bookmarks.contains("alpha-renamed"); }));
+    const auto listed = repo_.jj({"bookmark", "list"});
+    EXPECT_NE(listed.find("alpha-renamed: "), std::string::npos) << listed;
+    EXPECT_EQ(listed.find("alpha: "), std::string::npos) << listed;
+    EXPECT_EQ(repo_.bookmarkTarget("alpha-renamed"), "A");
+
+    // Add a tag.
+    window_->contentView()->handleBookmarkAction({BookmarkAction::AddTag{}}, bookmark("beta"));
+    auto* tag = openedSheet<AddTagSheet>();
+    ASSERT_NE(tag, nullptr);
+    tag->tagField()->setText(QStringLiteral("backend"));
+    saveAndConfirm(tag, "sheet-add-tag");
+    ASSERT_NO_FATAL_FAILURE(settled());
+    viewModel().requestRefresh();
+    ASSERT_TRUE(settles([&] {
+        const auto settings = board().settingsByName().find("beta");
+        return settings != board().settingsByName().end() &&
+               settings->second.tags == std::vector<std::string>{"backend"};
+    }));
+
+    // Rebase beta onto the other bookmark.
+    window_->contentView()->handleBookmarkAction({BookmarkAction::Rebase{}}, bookmark("beta"));
+    auto* rebase = openedSheet<RebaseBookmarkSheet>();
+    ASSERT_NE(rebase, nullptr);
+    const auto choices =
+        rebase->parentList()->findItems(QStringLiteral("alpha-renamed"), Qt::MatchExactly);
+    ASSERT_EQ(choices.size(), 1);
+    rebase->parentList()->setCurrentItem(choices.front());
+    saveAndConfirm(rebase, "sheet-rebase");
+    ASSERT_NO_FATAL_FAILURE(settled());
+    EXPECT_EQ(repo_.parents("B"), std::vector<std::string>{"A"});
+
+    // The working copy's conflicts, from the status area's count.
+    repo_.makeConflict(repo_.id("T"), "clash.txt");
+    viewModel().requestRefresh();
+    auto* status = window_->toolbar()->statusView();
+    ASSERT_TRUE(settles([&] {
+        return status->button()->isVisible() && status->button()->text() == "1 conflicts";
+    })) << status->textLabel()->text().toStdString()
+        << " " << ::testing::PrintToString(board().conflictedFiles());
+    QTest::mouseClick(status->button(), Qt::LeftButton);
+    auto* conflicts = openedSheet<ConflictResolveSheet>();
+    ASSERT_NE(conflicts, nullptr);
+    std::vector<std::string> labels;
+    for (const auto* label : conflicts->findChildren<QLabel*>()) {
+        labels.push_back(label->text().toStdString());
+    }
+    EXPECT_TRUE(contains(labels, "clash.txt")) << ::testing::PrintToString(labels);
+    EXPECT_EQ(conflicts->openButtons().size(), 1U);
+    saveAndConfirm(conflicts, "sheet-conflicts");
+
+    // Describe a commit, then an immutable one: trunk.
+    const auto describe = [&](const std::string& name, const std::string& text) {
+        const auto* commit = board().commitForChangeID(repo_.id(name));
+        ASSERT_NE(commit, nullptr) << name;
+        window_->commandTarget().commitAction(CommitAction::describe, *commit);
+        auto* sheet = openedSheet<DescribeCommitSheet>();
+        ASSERT_NE(sheet, nullptr);
+        EXPECT_EQ(sheet->findChild<QLabel*>(QStringLiteral("immutable-mark")) != nullptr,
+                  commit->immutable);
+        sheet->descriptionField()->setPlainText(QString::fromStdString(text));
+        saveAndConfirm(sheet, "sheet-describe-" + name);
+        ASSERT_NO_FATAL_FAILURE(settled());
+        EXPECT_EQ(repo_.description(name), text);
+    };
+    describe("B", "beta work, described in the sheet");
+    ASSERT_TRUE(board().commitForChangeID(repo_.id("T"))->immutable);
+    describe("T", "base, described over its protection");
+
+    // A pull request through gh, which then lists it.
+    gh_.answer("alpha-renamed",
+               R"([{"number":1,"url":"https://github.com/example/repo/pull/1","state":"OPEN",)"
+               R"("title":"Alpha, reviewed","isDraft":false,"comments":[]}])");
+    window_->contentView()->handleBookmarkAction({BookmarkAction::CreatePR{}},
+                                                 bookmark("alpha-renamed"));
+    auto* pr = openedSheet<CreatePRSheet>();
+    ASSERT_NE(pr, nullptr);
+    EXPECT_EQ(pr->titleField()->text(), QStringLiteral("alpha work"));
+    EXPECT_EQ(pr->baseField()->text(), QStringLiteral("main"));
+    pr->titleField()->setText(QStringLiteral("Alpha, reviewed"));
+    pr->bodyField()->setPlainText(QStringLiteral("Why it matters"));
+    saveAndConfirm(pr, "sheet-create-pr");
+    ASSERT_NO_FATAL_FAILURE(settled());
+    ASSERT_TRUE(settles([&] { return !opened_.urls.empty(); }));
+    EXPECT_EQ(opened_.urls, std::vector<std::string>{"https://github.com/example/repo/pull/1"});
+    EXPECT_TRUE(contains(gh_.calls(),
+                         "[pr][create][--head][alpha-renamed][--base][main][--title]"
+                         "[Alpha, reviewed][--body][Why it matters]"))
+        << ::testing::PrintToString(gh_.calls());
+}
+
+}  // namespace
+}  // namespace vorda
+
+#include "SheetScenarioTests.moc"
