@@ -2,10 +2,12 @@
 // command line (or the last one used, or the launcher), one window each.
 //
 // Usage: vorda [--repo PATH | -R PATH | --repo=PATH | PATH…] [--screenshot=FILE]
+//              [--size=WIDTHxHEIGHT]
 //
 // With --screenshot the first repository window is drawn, saved as a PNG at
 // FILE once its board has loaded, and the application quits: this is how a
-// machine without a display shows the board.
+// machine without a display shows the board. --size sets the size of the
+// repository windows (for looking at the board at several sizes).
 #include <QApplication>
 #include <QMenuBar>
 #include <QTimer>
@@ -19,14 +21,23 @@
 
 namespace {
 
-QString screenshotPath(const QStringList& arguments) {
-    const QString prefix = QStringLiteral("--screenshot=");
+QString optionValue(const QStringList& arguments, const QString& prefix) {
     for (const auto& argument : arguments) {
         if (argument.startsWith(prefix)) {
             return argument.mid(prefix.size());
         }
     }
     return {};
+}
+
+/// "1600x1000" as a size; an invalid size for anything else.
+QSize windowSize(const QString& text) {
+    const auto parts = text.split(QLatin1Char('x'));
+    bool wide = false;
+    bool high = false;
+    const QSize size =
+        parts.size() == 2 ? QSize(parts[0].toInt(&wide), parts[1].toInt(&high)) : QSize();
+    return wide && high ? size : QSize();
 }
 
 }  // namespace
@@ -43,12 +54,16 @@ int main(int argc, char** argv) {
         [](std::function<void()> work) { QTimer::singleShot(0, qApp, std::move(work)); });
 
     const QStringList arguments = QCoreApplication::arguments();
-    const QString screenshot = screenshotPath(arguments);
+    const QString screenshot = optionValue(arguments, QStringLiteral("--screenshot="));
+    const QSize size = windowSize(optionValue(arguments, QStringLiteral("--size=")));
     auto* menus = new vorda::RepoMenuCommands(qApp);
     bool screenshotTaken = false;
     vorda::VordaApplication vorda(
-        [menus, screenshot, &screenshotTaken](const QString& path) -> QWidget* {
+        [menus, screenshot, size, &screenshotTaken](const QString& path) -> QWidget* {
             auto* window = new vorda::RepoWindow(path, menus, {});
+            if (size.isValid()) {
+                window->resize(size);
+            }
             if (!screenshot.isEmpty() && !screenshotTaken) {
                 screenshotTaken = true;
                 vorda::saveScreenshotWhenLoaded(window, screenshot, [screenshot](bool saved) {
