@@ -67,17 +67,20 @@ std::set<std::string> JJClient::bookmarkNames(const std::string& matchingRevset)
 }
 
 std::vector<std::string> JJClient::conflictedFiles() const {
-    // The working copy's files whose content is a conflict, by their path in
-    // the repository: `resolve --list` would print them relative to the
-    // current folder, with a description column behind them.
-    const auto result = run(
-        {"file", "list", "--ignore-working-copy", "-r=@", "-T", R"(if(conflict, path ++ "\n"))"},
-        "conflictedFiles");
-    std::vector<std::string> paths;
-    for (const auto line : text::splitNonEmpty(result.stdout, '\n')) {
-        paths.emplace_back(line);
+    // jj answers "no conflicts" with exit status 2: an empty list, not an error.
+    const auto result =
+        run({"resolve", "--list", "--ignore-working-copy"}, "conflictedFiles", true, {0, 2});
+    std::vector<std::string> lines;
+    if (result.exitCode != 0) {
+        return lines;
     }
-    return paths;
+    for (const auto line : text::splitNonEmpty(result.stdout, '\n')) {
+        const auto trimmed = text::trimBlanks(line);
+        if (!trimmed.empty()) {
+            lines.emplace_back(trimmed);
+        }
+    }
+    return lines;
 }
 
 std::string JJClient::diff(const std::string& changeID) const {
