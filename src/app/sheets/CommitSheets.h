@@ -34,8 +34,16 @@ class ConflictResolveSheet : public SheetDialog {
     Q_OBJECT
 
   public:
-    ConflictResolveSheet(RepoViewModel& viewModel, const std::vector<std::string>& files,
+    /// `lines` as jj lists conflicts: a path as seen from this process's
+    /// folder, then jj's description of the conflict.
+    ConflictResolveSheet(RepoViewModel& viewModel, const std::vector<std::string>& lines,
                          QWidget* parent);
+
+    /// The path in the repository of one line of jj's conflict list:
+    /// the description column ("2-sided conflict…") cut off, and the path
+    /// made relative to `repoRoot` from the folder it was printed for.
+    static std::string conflictedPath(const std::string& line, const std::string& repoRoot,
+                                      const std::string& currentFolder);
     /// The "Open merge tool" button of each file, in list order.
     const std::vector<QPushButton*>& openButtons() const { return openButtons_; }
 

@@ -22,6 +22,7 @@ ForcePushWarningSheet::ForcePushWarningSheet(RepoViewModel& viewModel,
         addParagraph(QString::fromStdString(line))->setObjectName(QStringLiteral("force-push-pr"));
     }
     confirmButton()->setObjectName(QStringLiteral("force-push-confirm"));
+    makeDestructive();
     setOnConfirm([model = QPointer<RepoViewModel>(&viewModel), bookmark = request.bookmark] {
         if (model) {
             model->send(RepoCommand::PerformPush{bookmark});

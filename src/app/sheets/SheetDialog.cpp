@@ -50,6 +50,14 @@ QLabel* SheetDialog::addParagraph(const QString& text) {
     return label;
 }
 
+void SheetDialog::makeDestructive() {
+    confirm_->setDefault(false);
+    confirm_->setAutoDefault(false);
+    if (auto* cancel = buttons_->button(QDialogButtonBox::Cancel)) {
+        cancel->setDefault(true);
+    }
+}
+
 void SheetDialog::accept() {
     if (!confirm_->isEnabled()) {
         return;

@@ -28,6 +28,9 @@ class SheetDialog : public QDialog {
     QLabel* addSection(const QString& text);
     /// A wrapped plain-text paragraph in the body.
     QLabel* addParagraph(const QString& text);
+    /// For a confirmation that cannot be taken back: Return cancels, the
+    /// confirming button has to be pressed.
+    void makeDestructive();
 
     void accept() override;
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "app/sheets/CommitSheets.h"
 #include "app/sheets/ForcePushWarningSheet.h"
 #include "app/window/ActivityStatusContent.h"
 
@@ -54,6 +55,19 @@ TEST(SheetTexts, ErrorHeadlineIsJJsOwnErrorLine) {
     };
     for (const auto& [message, headline] : headlines) {
         EXPECT_EQ(errorHeadline(message), headline) << message;
+    }
+}
+
+TEST(SheetTexts, ConflictLinesBecomePathsInTheRepository) {
+    const std::tuple<const char*, const char*, const char*> lines[] = {
+        // jj prints from the process's folder, padding the path to a column.
+        {"clash.txt    2-sided conflict", "/r", "clash.txt"},
+        {"../r/src/a b.c 2-sided conflict including 1 deletion", "/elsewhere", "src/a b.c"},
+        {"/r/docs/x.md    3-sided conflict", "/tmp", "docs/x.md"},
+        {"plain", "/r", "plain"},
+    };
+    for (const auto& [line, folder, path] : lines) {
+        EXPECT_EQ(ConflictResolveSheet::conflictedPath(line, "/r", folder), path) << line;
     }
 }
 
