@@ -168,39 +168,28 @@ TEST_F(PreferencesTest, FrameSaverRestoresOncePerAttachmentThenSavesEveryChange)
     settleEvents();
     EXPECT_EQ(window.geometry(), QRect(100, 110, 300, 200));
 
-    // Attaching the same window again does nothing; another window restarts.
+    // Attaching the same window again does nothing. Another window, already
+    // showing, is restored on the event loop, and its moves before that are
+    // not saved.
     saver.attach(&window);
     EXPECT_TRUE(saver.isRestored());
     QWidget other;
-    saver.attach(&other);
-    EXPECT_FALSE(saver.isRestored());
-    EXPECT_EQ(saver.window(), &other);
+    other.setGeometry(10, 10, 300, 200);
     other.show();
     settleEvents();
-    EXPECT_EQ(other.geometry(), QRect(100, 110, 300, 200));
-}
-
-TEST_F(PreferencesTest, FrameSaverAVisibleWindowIsRestoredOnTheEventLoopAndNothingIsSavedBefore) {
-    WindowFramesStore::save(QRectF(60, 70, 500, 400), path_, settings_);
-    QWidget window;
-    window.setGeometry(10, 10, 300, 200);
-    window.show();
-    settleEvents();
-
-    WindowFrameSaver saver(path_, settings_);
-    saver.attach(&window);
-    window.move(20, 20);
-    window.resize(320, 220);
+    saver.attach(&other);
+    EXPECT_EQ(saver.window(), &other);
+    other.move(20, 20);
+    other.resize(320, 220);
     EXPECT_FALSE(saver.isRestored());
-    EXPECT_EQ(stored(), QRectF(60, 70, 500, 400));  // the early move overwrote nothing
+    EXPECT_EQ(stored(), QRectF(100, 110, 300, 200));
     settleEvents();
     EXPECT_TRUE(saver.isRestored());
-    EXPECT_EQ(window.geometry(), QRect(60, 70, 500, 400));
-
-    window.move(90, 100);
+    EXPECT_EQ(other.geometry(), QRect(100, 110, 300, 200));
+    other.move(90, 100);
     settleEvents();
-    EXPECT_NE(window.geometry(), QRect(60, 70, 500, 400));
-    EXPECT_EQ(stored()->toRect(), window.geometry());
+    EXPECT_NE(other.geometry(), QRect(100, 110, 300, 200));
+    EXPECT_EQ(stored()->toRect(), other.geometry());
 }
 
 }  // namespace
