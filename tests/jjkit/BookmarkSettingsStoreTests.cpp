@@ -96,7 +96,6 @@ TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFileUnderAwkwardNamesAndC
         EXPECT_TRUE(readsEmpty(store));
         EXPECT_FALSE(fs::exists(settingsFile()));
         store.set(BookmarkSettings{}, "feature");
-        store.set(BookmarkSettings::defaultFor(BookmarkOrigin::local()), "local-only");
         store.set(awkward, name);
         store.set(fullSettings(), "gone");
         for (const auto& saved : configs) {
@@ -111,7 +110,7 @@ TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFileUnderAwkwardNamesAndC
         store.set(fullSettings(), "feature");
         store.remove("gone");
         store.remove("never-there");
-        configs[1] = config("trunk", {"feature", "local-only"}, Strategy{Strategy::TrunkTip{}});
+        configs[1] = config("trunk", {"feature", "docs"}, Strategy{Strategy::TrunkTip{}});
         store.saveConfig(configs[1]);
         store.removeConfig("unknown");
         store.setCompositionPoint("zzzzyyyyxxxxwwwwvvvvuuuuttttssss", "default");
@@ -120,9 +119,8 @@ TEST_F(BookmarkSettingsStoreTest, EveryFieldSurvivesTheFileUnderAwkwardNamesAndC
     }
     EXPECT_FALSE(fs::exists(legacyFile()));
     BookmarkSettingsStore reopened(root());
-    EXPECT_EQ(reopened.all(),
-              (std::map<std::string, BookmarkSettings>{
-                  {"feature", fullSettings()}, {"local-only", {}}, {name, awkward}}));
+    EXPECT_EQ(reopened.all(), (std::map<std::string, BookmarkSettings>{{"feature", fullSettings()},
+                                                                       {name, awkward}}));
     EXPECT_EQ(reopened.savedConfigs(), configs);
     EXPECT_EQ(reopened.routingRules(), rules);
     EXPECT_EQ(reopened.apexChangeID(), name);
@@ -175,9 +173,7 @@ TEST_F(BookmarkSettingsStoreTest, ADamagedFileReadsEmptyAndTheNextWriteKeepsItBe
         EXPECT_EQ(readFile(file.parent_path() / kept), text);
         EXPECT_TRUE(log.contains("kept it as " + kept)) << log.text();
     }
-}
-
-TEST_F(BookmarkSettingsStoreTest, AFIFOInPlaceOfTheFileIsDamageNotAWait) {
+    // A FIFO in place of the file is damage too, not a wait.
     ASSERT_EQ(mkfifo(settingsFile().c_str(), 0600), 0);
     BookmarkSettingsStore store(root());
     EXPECT_TRUE(store.all().empty());
@@ -218,7 +214,8 @@ TEST_F(BookmarkSettingsStoreTest, ALegacyFileIsReadUntilTheFirstWriteCreatesTheN
     EXPECT_EQ(reopened.savedConfigs(), (std::vector<SavedConfig>{config("n", {"a"})}));
 }
 
-TEST(BookmarkSettingsStoreLocation, EveryWorkspaceOfARepositoryUsesTheSharedStoresFile) {
+TEST(BookmarkSettingsStoreLocation,
+     WorkspacesShareTheRepositorysFileAndWithoutOneTheLegacyPlaceIsUsed) {
     testing::TestRepo repo;
     repo.commit("one", {{"a", "1"}});
     const auto second = repo.addWorkspace("second");
@@ -230,15 +227,14 @@ TEST(BookmarkSettingsStoreLocation, EveryWorkspaceOfARepositoryUsesTheSharedStor
     fromSecond.setCompositionPoint("change-of-second", "second");
     EXPECT_EQ(BookmarkSettingsStore(repo.root()).compositionPointsByWorkspace(),
               (Points{{"second", "change-of-second"}}));
-}
 
-TEST(BookmarkSettingsStoreLocation, WithoutARepoFolderTheLegacyPlaceIsWrittenUntilOneAppears) {
-    const TempDir repo("vorda-settings");
-    fs::create_directories(repo.path() / ".jj");
-    BookmarkSettingsStore store(repo.path());
+    // Without a repo folder the legacy place is written until one appears.
+    const TempDir plain("vorda-settings");
+    fs::create_directories(plain.path() / ".jj");
+    BookmarkSettingsStore store(plain.path());
     EXPECT_EQ(store.fileURL(), store.legacyFileURL());
     store.set(BookmarkSettings{}, "old");
-    EXPECT_FALSE(fs::exists(repo.path() / ".jj" / "repo"));
+    EXPECT_FALSE(fs::exists(plain.path() / ".jj" / "repo"));
     // Every part is written, the empty ones too; absent optionals are left out
     // rather than written as null.
     const std::string legacyText = readFile(store.legacyFileURL());
@@ -250,14 +246,14 @@ TEST(BookmarkSettingsStoreLocation, WithoutARepoFolderTheLegacyPlaceIsWrittenUnt
     // legacy file meanwhile, and cannot create the folder it must write in.
     // A failed write keeps the old values and the files (for root too,
     // unlike a read-only folder).
-    writeFile(repo.path() / ".jj" / "repo", "not a folder");
-    BookmarkSettingsStore blocked(repo.path());
-    EXPECT_EQ(blocked.fileURL(), repo.path() / ".jj" / "repo" / "Vorda-settings.json");
+    writeFile(plain.path() / ".jj" / "repo", "not a folder");
+    BookmarkSettingsStore blocked(plain.path());
+    EXPECT_EQ(blocked.fileURL(), plain.path() / ".jj" / "repo" / "Vorda-settings.json");
     EXPECT_THROW(blocked.set(fullSettings(), "new"), fs::filesystem_error);
     EXPECT_THROW(blocked.remove("old"), fs::filesystem_error);
     EXPECT_EQ(blocked.all(), (std::map<std::string, BookmarkSettings>{{"old", {}}}));
     EXPECT_EQ(readFile(store.legacyFileURL()), legacyText);
-    EXPECT_EQ(readFile(repo.path() / ".jj" / "repo"), "not a folder");
+    EXPECT_EQ(readFile(plain.path() / ".jj" / "repo"), "not a folder");
 }
 
 TEST_F(BookmarkSettingsStoreTest, TheFileIsReadOnceWritesReadItAfreshAndFailedWritesChangeNothing) {

@@ -133,8 +133,7 @@ TEST_F(PRCacheStoreTest, EntriesRoundTripAcrossStoresAndAreReplacedAndRemovedByN
 
 TEST_F(PRCacheStoreTest, WhatCannotBeADatabaseThrowsAClearError) {
     fs::create_directories(cacheFile().parent_path());
-    const std::string garbage(4096, '\xA5');
-    std::ofstream(cacheFile(), std::ios::binary) << garbage;
+    std::ofstream(cacheFile(), std::ios::binary) << std::string(4096, '\xA5');
     try {
         PRCacheStore store(root());
         store.all();
