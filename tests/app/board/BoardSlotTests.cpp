@@ -120,7 +120,7 @@ TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
     EXPECT_TRUE(selection.isDiffVisible());
 
     // Gestures that ask first: "title / message", or nothing.
-    const auto ask = [&](BookmarkAction action, const std::string& name) {
+    const auto ask = [&](const BookmarkAction& action, const std::string& name) {
         model.setConfirmationRequest(std::nullopt);
         view.handleBookmarkAction(action, model.repoState()->bookmarks.at(name));
         const auto& request = model.confirmationRequest();

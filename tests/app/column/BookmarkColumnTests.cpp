@@ -198,8 +198,8 @@ TEST(BookmarkColumn, InclusionControlsShowTheRolesAndReportWithoutChangingThemse
     QSignalSpy toggled(&column, &BookmarkColumn::inclusionToggled);
     const struct {
         BookmarkInclusionRole role;
-        bool checked;
-        bool enabled;
+        bool checked = false;
+        bool enabled = false;
     } roles[] = {{Role::inherited("platform"), true, false},
                  {Role::inherited(std::nullopt), true, false},
                  {Role::absent(), false, true},

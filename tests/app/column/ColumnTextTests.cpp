@@ -191,12 +191,12 @@ TEST(ColumnText, InclusionHelpAndPlacementsFollowTheRole) {
               "Choose which working copies include feature");
 }
 
-TEST(ColumnText, BadgeTooltipShowsStateAndReviewDecisionWhenThereIsOne) {
+TEST(ColumnText, BadgeTrunkBannerAndStorageWords) {
     using Decision = GitHubPR::ReviewDecision;
     const struct {
-        GitHubPR::State state;
+        GitHubPR::State state{};
         std::optional<Decision> decision;
-        const char* tooltip;
+        const char* tooltip = nullptr;
     } cases[] = {
         {GitHubPR::State::open, std::nullopt, "PR #42 · OPEN. Click to open in browser."},
         {GitHubPR::State::open, Decision::approved,
@@ -217,16 +217,14 @@ TEST(ColumnText, BadgeTooltipShowsStateAndReviewDecisionWhenThereIsOne) {
     EXPECT_EQ(columntext::openReviewRebaseHelp(pr),
               "PR #42 is open for review. Preview the rebase before rewriting published "
               "history; the next push may require a force-push.");
-}
 
-TEST(ColumnText, TrunkBannerAndStorageWords) {
     Bookmark trunk;
     trunk.name = "main";
     const std::string commit = "a1b2c3d4e5f6";
     const struct {
         BookmarkOrigin origin;
         std::optional<std::string> commit;
-        const char* summary;
+        const char* summary = nullptr;
     } summaries[] = {{BookmarkOrigin::upstream("origin"), commit, "origin/main@a1b2c3d4e5f6"},
                      {BookmarkOrigin::upstream("origin"), std::nullopt, "origin/main"},
                      {BookmarkOrigin::upstream("upstream"), std::nullopt, "upstream/main"},
@@ -260,7 +258,7 @@ struct UtcZone {
     }
 };
 
-TEST(RelativeTime, ShortWordsByDistanceThenTheDate) {
+TEST(CommitCardText, RelativeTimeSummaryAuthorAndTimeWithTheirFallbacks) {
     const UtcZone zone;
     // 2024-03-04 12:00 less 49 days is 2024-01-15 12:00; -3h is a clock ahead of ours.
     const std::pair<std::chrono::seconds, const char*> cases[] = {
@@ -274,10 +272,7 @@ TEST(RelativeTime, ShortWordsByDistanceThenTheDate) {
             << distance.count();
     }
     EXPECT_EQ(absoluteTimeText(testNow() - 90min).toStdString(), "2024-03-04 10:30");
-}
 
-TEST(CommitCardText, SummaryAuthorAndTimeWithTheirFallbacks) {
-    const UtcZone zone;
     const std::pair<const char*, const char*> summaries[] = {
         {"Add login\n\nLonger body", "Add login"},
         {"  Trimmed\t\n", "Trimmed"},

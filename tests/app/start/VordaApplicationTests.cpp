@@ -33,7 +33,6 @@ using testing::qpath;
 using testing::RecordingFactory;
 using testing::ScopedEnvironment;
 using testing::settleEvents;
-using testing::TempDir;
 
 // A channel name no other test (or test process) uses.
 QString uniqueInstanceName() {
@@ -53,15 +52,13 @@ class VordaApplicationTest : public ::testing::Test {
                                                   options);
     }
 
-    QString makeFolder(const std::string& name) const { return env_.makeFolder(name); }
-
     testing::StartEnvironment env_;
     QString instanceName_ = uniqueInstanceName();
     RecordingFactory factory_;
 };
 
 TEST_F(VordaApplicationTest, StartWithAPathOpensItsWindowAndTheLauncherComesBackAfterIt) {
-    const QString repo = makeFolder("repo");
+    const QString repo = env_.makeFolder("repo");
     auto app = make(factory_.factory());
     const LogCapture log;
     app->start({QStringLiteral("vorda"), repo});
@@ -111,7 +108,7 @@ TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheFileMenuTh
                                         "Open Recent > No Recent Repos (off)", "-",
                                         "Close Window <Ctrl+F4>", "Quit"}));
 
-    auto* window = qobject_cast<QMainWindow*>(app->registry().openWindow(makeFolder("repo")));
+    auto* window = qobject_cast<QMainWindow*>(app->registry().openWindow(env_.makeFolder("repo")));
     ASSERT_NE(window, nullptr);
     EXPECT_EQ(installedOn, (std::vector<QWidget*>{&app->launcher(), window}));
     QStringList titles;
@@ -123,8 +120,8 @@ TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheFileMenuTh
 
 TEST_F(VordaApplicationTest,
        ASecondLaunchForwardsItsPathsToTheRunningInstanceThatReplacedAStaleOne) {
-    const QString repo = makeFolder("repo");
-    const QString other = makeFolder("other");
+    const QString repo = env_.makeFolder("repo");
+    const QString other = env_.makeFolder("other");
     {  // A socket left behind by an instance that died is replaced.
         QFile stale(QDir::tempPath() + QLatin1Char('/') + instanceName_);
         ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
@@ -160,7 +157,7 @@ TEST_F(VordaApplicationTest,
     EXPECT_TRUE(running->registry().window(repo)->isVisible());
 
     // Relative paths and addresses resolve in the sender.
-    const QString relative = makeFolder("relative");
+    const QString relative = env_.makeFolder("relative");
     const QString previous = QDir::currentPath();
     ASSERT_TRUE(QDir::setCurrent(qpath(env_.folder.path())));
     const bool forwarded =
@@ -179,15 +176,13 @@ TEST_F(VordaApplicationTest,
     EXPECT_TRUE(running->isInstanceServer());
 }
 
-TEST(InstanceServerName, TheEnvironmentOverridesTheUsersName) {
+TEST(InstanceChannel, TheEnvironmentOverridesTheUsersNameAndOpensRoundTrip) {
     const ScopedEnvironment variable("VORDA_INSTANCE_NAME");
     variable.set("vorda-custom");
     EXPECT_EQ(instanceServerName(), QStringLiteral("vorda-custom"));
     variable.set("");
     EXPECT_EQ(instanceServerName(), QStringLiteral("vorda-%1").arg(::getuid()));
-}
 
-TEST(InstanceMessage, OpensRoundTrip) {
     const QList<CommandLineOpen> opens{
         {CommandLineOpen::Kind::path, QStringLiteral("/a b")},
         {CommandLineOpen::Kind::address, QStringLiteral("vorda://open?path=/c")}};
