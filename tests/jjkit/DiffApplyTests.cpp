@@ -147,13 +147,6 @@ TEST_F(DiffApply, KeepsTheLeftEntryPlusOnlyTheChosenHunks) {
             {{1}, lines(40, {20})},
             {{}, lines(40)},
             {{2, 0, 1, 0}, lines(40, {5, 20, 35})}});
-    expect("dir with blank/it's \"quoted\" ä.txt", lines(12), lines(12, {1, 12}),
-           {{{1}, lines(12, {12})}});
-    // Six unchanged lines between two changes: one hunk. Seven: two.
-    expect("near.txt", lines(30), lines(30, {5, 12}),
-           {{{0}, lines(30, {5, 12})}, {{1}, "refused"}});
-    expect("far.txt", lines(30), lines(30, {5, 13}), {{{1}, lines(30, {13})}});
-
     // A missing final line feed keeps its exact bytes.
     const auto withoutFeed = [](std::string text) {
         return text.erase(text.size() - 1);
@@ -163,16 +156,6 @@ TEST_F(DiffApply, KeepsTheLeftEntryPlusOnlyTheChosenHunks) {
            {{{0}, file(withoutFeed(numberedLines(20, {2})))},
             {{1}, file(numberedLines(20) + "line 21")}});
     expect("feed.txt", file(tail), file(tail + "\n"), {{{}, file(tail)}});
-
-    std::string dos;
-    for (int line = 1; line <= 20; ++line) {
-        dos += "row " + std::to_string(line) + "\r\n";
-    }
-    const auto replaced = [&](std::string text, const std::string& row) {
-        return text.replace(text.find("row " + row + "\r"), 3, "new");
-    };
-    expect("dos.txt", file(dos), file(replaced(replaced(dos, "3"), "17")),
-           {{{1}, file(replaced(dos, "17"))}});
 
     // The executable bit follows the side the hunks come from.
     expect("run.sh", lines(30), file(numberedLines(30, {2, 25}), true),
