@@ -140,14 +140,13 @@ TEST_F(GitHubClientTest, RunsExactlyItsCommandsInTheWorkingDirectoryAndFailuresC
                               "Body with 'quotes' & more", false),
               samplePR());
     client.createPR("feature", "release", "Title", "", true);
-    EXPECT_EQ(gh.calls(),
-              (Calls{listCall("feature"), listCall("no-pr"),
-                     "[pr][create][--head][feature][--base][main][--title]"
-                     "[Add \"quoted\" thing][--body][Body with 'quotes' & more]",
-                     listCall("feature"),
-                     "[pr][create][--head][feature][--base][release][--title][Title][--body][]"
-                     "[--draft]",
-                     listCall("feature")}));
+    const std::string create = "[pr][create][--head][feature][--base]";
+    EXPECT_EQ(
+        gh.calls(),
+        (Calls{listCall("feature"), listCall("no-pr"),
+               create + "[main][--title][Add \"quoted\" thing][--body][Body with 'quotes' & more]",
+               listCall("feature"), create + "[release][--title][Title][--body][][--draft]",
+               listCall("feature")}));
     EXPECT_EQ(gh.workingDirectories(), Calls(6, workingDirectory.string()));
 
     gh.forgetCalls();
