@@ -2,6 +2,7 @@
 // Each refusal is produced by the topology that triggers it, and the
 // repository is checked to be unchanged afterwards.
 
+#include <algorithm>
 #include <functional>
 #include <mutex>
 
@@ -423,15 +424,12 @@ TEST_F(DirectOperations, FetchStreamsItsLinesAndPushSendsOneBookmarkOrFailsWithJ
     });
     EXPECT_TRUE(log.contains("gitFetch remote=default"));
     EXPECT_FALSE(log.contains("--remote"));
-    {
-        const std::scoped_lock lock(mutex);
-        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
-            return line.find("main@origin") != std::string::npos;
-        }));
-        EXPECT_TRUE(std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
-            return line.find('\n') != std::string::npos;
-        })) << "one line each";
-    }
+    const std::scoped_lock lock(mutex);
+    EXPECT_TRUE(std::ranges::any_of(
+        lines, [](const auto& line) { return line.find("main@origin") != std::string::npos; }));
+    EXPECT_TRUE(std::ranges::none_of(lines, [](const auto& line) {
+        return line.find('\n') != std::string::npos;
+    })) << "one line each";
     EXPECT_NE(repo.commitID("main@origin"), commitID("T"));
     client.gitFetch("origin");
     EXPECT_TRUE(log.contains("gitFetch remote=origin"));
@@ -465,10 +463,8 @@ TEST_F(DirectOperations, FetchStreamsItsLinesAndPushSendsOneBookmarkOrFailsWithJ
     EXPECT_TRUE(log.contains("gitPush bookmark=main remote=default"));
 }
 
-TEST(OperationLog, ReadsRestoresGuardedAndUndoes) {
-    TestRepo repo;
-    repo.draw("A <- root \"one\" a=1");
-    JJClient client(repo.root());
+TEST_F(DirectOperations, OperationLogReadsRestoresGuardedAndUndoes) {
+    repo.draw("A <- T \"one\" a=1");
 
     const auto newest = client.opLog(1);
     ASSERT_EQ(newest.size(), 1U);

@@ -80,16 +80,15 @@ TEST(ProcessExecutor, StreamsTrimmedStderrLinesAndKeepsTheWholeStream) {
               "STDERR shell | padded\nSTDERR shell | a\nSTDERR shell | b\nSTDERR shell | c\n");
 }
 
-TEST(ProcessExecutor, RunsInTheFolderGivenOrFailsToSpawnWithoutAnEndLine) {
+TEST(ProcessExecutor, RunsInTheFolderGivenWithTheRepairedSearchPathOrFailsToSpawn) {
     const testing::TempDir folder;
     EXPECT_EQ(run({"pwd"}, folder.string()).stdout, folder.string() + "\n");
     const LogCapture log;
     EXPECT_THROW(run({"true"}, "/nonexistent/vorda/folder"), SpawnFailure);
     EXPECT_TRUE(log.contains("[test] SPAWN-FAIL shell ")) << log.text();
     EXPECT_FALSE(log.contains("END")) << log.text();
-}
 
-TEST(ProcessExecutor, ChildGetsTheRepairedSearchPathAndEverythingElseAsIs) {
+    // The child gets the repaired search path and everything else as is.
     const testing::ScopedEnvironment path("PATH");
     const testing::ScopedEnvironment user("USER");
     user.set("alice");

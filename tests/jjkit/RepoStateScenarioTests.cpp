@@ -94,35 +94,6 @@ TEST_F(RepoStateLoad, StackedBookmarksOwnTheirCommitsAndOneOffStacksAreMineAlone
     EXPECT_EQ(load({}, repo.root() + "/."), state);
 }
 
-TEST_F(RepoStateLoad, ConflictedBookmarksAndConflictsBetweenBookmarks) {
-    // A second conflicted commit on the merge repeats the same pair.
-    repo.draw(published + R"(
-      C1 <- T "c1" c=1
-      C2 <- C1 "c2" c=2
-      C3 <- C2 "c3" c=3
-      L <- T "left side" shared.txt=left [left]
-      R <- T "right side" shared.txt=right [right]
-      M <- L R "conflicted merge"
-      S <- M "still conflicted"
-    )");
-    repo.makeConflictedBookmark("dual", repo.id("C2"), repo.id("C3"), repo.id("C1"));
-    EXPECT_EQ(text(load(), {"T", "C1", "C2", "C3", "L", "R", "M", "S"}), lines(R"(
-      bookmark dual: C3 C1 C2 | tips C3 C1 | local untracked | landed main | divergent | base T trunk [main main@git main@origin]
-      bookmark left: L | local untracked | landed main | base T trunk [main main@git main@origin]
-      bookmark main: T root | upstream(origin) upToDate(origin)
-      bookmark right: R | local untracked | landed main | base T trunk [main main@git main@origin]
-      conflict left right
-      working copy @: left right | conflict
-      workspace default*: direct | dual absent | left inherited(-) | main inherited(-) | right inherited(-) | base T trunk [main main@git main@origin] | conflict
-      one-off C1 on T | owner dual
-      one-off C2 on C1 | owner dual
-      one-off C3 on C2 | owner dual
-      one-off L on T | owner left
-      one-off R on T | owner right
-      immutable T root | conflicted @ M S | behind trunk
-    )"));
-}
-
 TEST_F(RepoStateLoad, ALandedBookmarkMarksTheLanesAboveIt) {
     repo.draw(published + R"(
       F <- T "feature work" f=1 [feature]
@@ -144,7 +115,7 @@ TEST_F(RepoStateLoad, ALandedBookmarkMarksTheLanesAboveIt) {
     )"));
 }
 
-TEST_F(RepoStateLoad, RemoteSyncStatesAgainstOrigin) {
+TEST_F(RepoStateLoad, RemoteSyncStatesConflictedBookmarksAndConflictsBetweenBookmarks) {
     repo.draw(published + R"(
       A1 <- T "ahead 1" a=1 [ahead]
       B1 <- T "behind 1" b=1 [behind]
@@ -163,32 +134,50 @@ TEST_F(RepoStateLoad, RemoteSyncStatesAgainstOrigin) {
     repo.fetch();
     // The fetch fast-forwards the tracked bookmarks that did not move:
     // moving one back leaves it behind its remote, a new local commit on the
-    // other makes it diverge.
+    // other makes it diverge. A second conflicted commit on the merge of
+    // left and right repeats the same pair.
     repo.bookmark("behind", repo.id("B1"));
     repo.draw(R"(
       DL <- D1 "diverged local" d=local
-      @ <- T
+      C1 <- T "c1" c=1
+      C2 <- C1 "c2" c=2
+      C3 <- C2 "c3" c=3
+      L <- T "left side" shared.txt=left [left]
+      R <- T "right side" shared.txt=right [right]
+      M <- L R "conflicted merge"
+      SC <- M "still conflicted"
     )");
     repo.bookmark("diverged", repo.id("DL"));
-    auto names = testing::idNames(repo, {"T", "A1", "A2", "B1", "D1", "DL", "S"});
+    repo.makeConflictedBookmark("dual", repo.id("C2"), repo.id("C3"), repo.id("C1"));
+    auto names = testing::idNames(
+        repo, {"T", "A1", "A2", "B1", "D1", "DL", "S", "C1", "C2", "C3", "L", "R", "M", "SC"});
     names[repo.commitID("theirs@origin")] = "TH";
     // The colocated repository's "git" remote carries solo too; it never counts.
     EXPECT_EQ(testing::stateText(load(), names), lines(R"(
       bookmark ahead: A2 A1 | upstream(origin) ahead(origin, 1) | landed main | base T trunk [main main@git main@origin]
       bookmark behind: B1 | upstream(origin) behind(origin, 1) | landed main | base T trunk [main main@git main@origin]
       bookmark diverged: DL D1 | upstream(origin) diverged(origin, 1, 1) | landed main | base T trunk [main main@git main@origin]
+      bookmark dual: C3 C1 C2 | tips C3 C1 | local untracked | landed main | divergent | base T trunk [main main@git main@origin]
+      bookmark left: L | local untracked | landed main | base T trunk [main main@git main@origin]
       bookmark main: T root | upstream(origin) upToDate(origin)
+      bookmark right: R | local untracked | landed main | base T trunk [main main@git main@origin]
       bookmark solo: S | local untracked | landed main | base T trunk [main main@git main@origin]
-      working copy @:
-      workspace default*: direct | ahead absent | behind absent | diverged absent | main inherited(-) | solo absent | base T trunk [main main@git main@origin]
+      conflict left right
+      working copy @: left right | conflict
+      workspace default*: direct | ahead absent | behind absent | diverged absent | dual absent | left inherited(-) | main inherited(-) | right inherited(-) | solo absent | base T trunk [main main@git main@origin] | conflict
       one-off A1 on T | owner ahead
       one-off A2 on A1 | owner ahead
       one-off B1 on T | owner behind
+      one-off C1 on T | owner dual
+      one-off C2 on C1 | owner dual
+      one-off C3 on C2 | owner dual
       one-off D1 on T | owner diverged
       one-off DL on D1 | owner diverged
+      one-off L on T | owner left
+      one-off R on T | owner right
       one-off S on T | owner solo
       remote bookmark theirs: TH | upstream(origin) untracked
-      immutable T TH root | conflicted | behind trunk
+      immutable T TH root | conflicted @ M SC | behind trunk
     )"));
 }
 
