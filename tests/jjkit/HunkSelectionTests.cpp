@@ -6,7 +6,6 @@
 #include <array>
 #include <map>
 #include <numeric>
-#include <ranges>
 #include <set>
 #include <sstream>
 
@@ -89,7 +88,7 @@ class Soup {
         const std::uint32_t distinct = 1 + next(next(2) == 0 ? 4 : 40);
         const std::uint32_t count = next(next(3) == 0 ? 150 : 40);
         std::vector<std::string> left(count);
-        std::ranges::generate(left, [&] { return line(distinct); });
+        std::generate(left.begin(), left.end(), [&] { return line(distinct); });
         // Inserted, removed, replaced and moved lines.
         std::vector<std::string> right = left;
         for (std::uint32_t edit = next(7); edit > 0; --edit) {
@@ -175,8 +174,11 @@ TEST(HunkSelectionNumbering, HunksAreNumberedAsJJDiffGitNumbersThem) {
         const auto& [left, right] = texts;
         const auto ours = unifiedLineHunks(left, right);
         EXPECT_EQ(rangesOf(ours), theirs[path]);
-        const auto ordinals = std::views::iota(0, static_cast<int>(ours.size()));
-        EXPECT_EQ(applyLineHunks(left, right, ours, {ordinals.begin(), ordinals.end()}), right);
+        std::set<int> all;
+        for (int ordinal = 0; ordinal < static_cast<int>(ours.size()); ++ordinal) {
+            all.insert(ordinal);
+        }
+        EXPECT_EQ(applyLineHunks(left, right, ours, all), right);
         EXPECT_EQ(applyLineHunks(left, right, ours, {}), left);
     }
 }
