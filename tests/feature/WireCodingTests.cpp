@@ -93,15 +93,16 @@ constexpr bool tableIsComplete() {
         std::tuple_size_v<std::remove_cvref_t<decltype(WireFields<T>::fields)>>;
     static_assert(keys + (std::is_same_v<T, RepoCommand::Fetch> ? 1 : 0) == memberCount<T>(),
                   "a member has no key");
-    static_assert(std::apply(
-                      [](const auto&... field) {
-                          [[maybe_unused]] const auto holders = [&](const auto& one) {
-                              return (0 + ... + (sameMember(one.member, field.member) ? 1 : 0));
-                          };
-                          return (true && ... && (holders(field) == 1));
-                      },
-                      WireFields<T>::fields),
-                  "two keys hold one member");
+    static_assert(
+        std::apply(
+            [](const auto&... field) {
+                [[maybe_unused]] const auto holders = [&]([[maybe_unused]] const auto& one) {
+                    return (0 + ... + (sameMember(one.member, field.member) ? 1 : 0));
+                };
+                return (true && ... && (holders(field) == 1));
+            },
+            WireFields<T>::fields),
+        "two keys hold one member");
     return true;
 }
 
