@@ -75,6 +75,14 @@ inline std::vector<std::string> conflictedChanges(const TestRepo& repo, const st
     return sorted(std::move(changes));
 }
 
+/// The receipt of a flow that ended without an error or a warning.
+inline LocalStackUpdateReceipt cleanReceipt(std::string before, std::string after,
+                                            std::vector<std::string> workspaces,
+                                            std::vector<std::string> conflicts = {}) {
+    return {std::move(before),   std::move(after), std::nullopt, std::move(workspaces), {},
+            std::move(conflicts)};
+}
+
 /// The one record that the journal of `Plan` holds, read without warnings.
 template <typename Plan>
 OperationRecord<Plan> onlyRecord(const std::string& root) {
