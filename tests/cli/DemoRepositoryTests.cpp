@@ -4,21 +4,21 @@
 
 #include "cli/DemoRepository.h"
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
 #include <stdexcept>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "cli/DemoCopy.h"
 #include "jjkit/client/JJClient.h"
 #include "jjkit/settings/BookmarkSettingsStore.h"
-#include "support/ModelPrinting.h"
 #include "support/ScopedEnvironment.h"
+#include "support/StateText.h"
 #include "support/TempDir.h"
 #include "support/TestRepo.h"
 
@@ -28,6 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::runChecked;
 using testing::TempDir;
+using Set = std::set<std::string>;
 
 RepoState loadAsTheSessionDoes(const std::string& repo) {
     BookmarkSettingsStore settings(repo);
@@ -36,14 +37,13 @@ RepoState loadAsTheSessionDoes(const std::string& repo) {
 }
 
 std::string readFile(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
     std::ostringstream bytes;
-    bytes << stream.rdbuf();
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
     return std::move(bytes).str();
 }
 
-std::set<std::string> listing(const fs::path& folder) {
-    std::set<std::string> names;
+Set listing(const fs::path& folder) {
+    Set names;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         names.insert(fs::relative(entry.path(), folder).string());
     }
@@ -55,132 +55,94 @@ std::string jj(const std::string& repo, std::vector<std::string> arguments) {
     return runChecked(arguments);
 }
 
-TEST(DemoRepository, BuildsABoardWithEveryKindOfLane) {
+/// Who wrote the mutable commits, whether they count as one's own, and the
+/// origin's bookmarks on them: one entry per different answer.
+Set mutableAuthors(const RepoState& state) {
+    Set authors;
+    for (const auto& [id, commit] : state.commits) {
+        if (!commit->immutable) {
+            std::string entry = commit->author.name + " <" + commit->author.email + ">";
+            entry += state.mineChangeIDs.contains(commit->changeID) ? " mine" : " theirs";
+            for (const auto& remote : commit->remoteBookmarks) {
+                if (remote.remote == "origin") {
+                    entry.append(" ").append(remote.name).append("@origin");
+                }
+            }
+            authors.insert(std::move(entry));
+        }
+    }
+    return authors;
+}
+
+TEST(DemoRepository, BuildsABoardWithEveryKindOfLaneAndACopyFetchesFromItsOwnOrigin) {
     const TempDir scratch;
     const fs::path folder = scratch.path() / "demo";
     const std::string repo = testing::copyDemo(folder);
     EXPECT_EQ(repo, (folder / "repo").string());
-    EXPECT_TRUE(fs::exists(folder / "origin.git" / "HEAD"));
     EXPECT_FALSE(fs::exists(folder / "mira-clone"));  // the teammate's checkout is gone
-    const fs::path settingsFile = folder / "repo" / ".jj" / "repo" / "Vorda-settings.json";
-    ASSERT_TRUE(fs::exists(settingsFile));
-
     const RepoState state = loadAsTheSessionDoes(repo);
 
-    // Trunk and three bookmarks, two of them stacked.
-    std::set<std::string> names;
-    for (const auto& [name, bookmark] : state.bookmarks) {
-        names.insert(name);
-    }
-    EXPECT_EQ(names,
-              (std::set<std::string>{"main", "render-colors", "sqlite-export", "storage-sqlite"}));
-    const Bookmark& storage = state.bookmarks.at("storage-sqlite");
-    const Bookmark& exportBookmark = state.bookmarks.at("sqlite-export");
-    const Bookmark& render = state.bookmarks.at("render-colors");
-    EXPECT_EQ(exportBookmark.parentBookmarks, std::vector<std::string>{"storage-sqlite"});
-    EXPECT_EQ(exportBookmark.commitIDs.size(), 2U);
-    EXPECT_TRUE(storage.parentBookmarks.empty());
-    EXPECT_EQ(storage.commitIDs.size(), 3U);
-    EXPECT_TRUE(render.parentBookmarks.empty());
-
-    // Against origin: one ahead, one behind, one never pushed, trunk in step.
-    EXPECT_EQ(storage.remoteSyncState, (RemoteSyncState{RemoteSyncState::Ahead{"origin", 1}}));
-    EXPECT_EQ(render.remoteSyncState, (RemoteSyncState{RemoteSyncState::Behind{"origin", 1}}));
-    EXPECT_EQ(exportBookmark.remoteSyncState, RemoteSyncState{RemoteSyncState::Untracked{}});
-    EXPECT_EQ(exportBookmark.origin, BookmarkOrigin::local());
-    EXPECT_EQ(state.bookmarks.at("main").remoteSyncState,
-              RemoteSyncState{RemoteSyncState::UpToDate{"origin"}});
-    // The stacks started on a trunk that has moved since.
-    EXPECT_TRUE(state.behindTrunkCommitIDs.contains(storage.commitIDs.back()));
-    EXPECT_TRUE(state.behindTrunkCommitIDs.contains(render.commitIDs.back()));
-
-    // The teammate's bookmark exists on origin only.
-    const auto untracked = state.untrackedRemoteBookmarks();
-    ASSERT_EQ(untracked.size(), 1U);
-    EXPECT_EQ(untracked[0].name, "mira/dark-mode");
-    EXPECT_EQ(untracked[0].origin, BookmarkOrigin::upstream("origin"));
-
-    // The teammate's commit on render-colors@origin: mutable and not mine.
-    const auto theirs =
-        std::find_if(state.commits.begin(), state.commits.end(), [&](const auto& entry) {
-            return entry.second->author.email == "mira@tally.example" && !entry.second->immutable;
-        });
-    ASSERT_NE(theirs, state.commits.end());
-    EXPECT_FALSE(state.mineChangeIDs.contains(theirs->second->changeID));
-    ASSERT_EQ(theirs->second->remoteBookmarks.size(), 1U);
-    EXPECT_EQ(theirs->second->remoteBookmarks[0].name, "render-colors");
-    // One's own work is authored by the identity jj is configured with.
-    for (const auto& commitID : storage.commitIDs) {
-        EXPECT_EQ(state.commits.at(commitID)->author.email, "test@vorda.invalid");
-        EXPECT_TRUE(state.mineChangeIDs.contains(state.commits.at(commitID)->changeID));
-    }
-
-    // One one-off lane of mine, on trunk, its top commit conflicted.
-    const auto lanes = state.oneOffLanes();
-    ASSERT_EQ(lanes.size(), 1U);
-    EXPECT_TRUE(lanes[0].tip.isMine);
-    EXPECT_EQ(lanes[0].commits.size(), 2U);
-    EXPECT_EQ(lanes[0].parentBookmarkNames, std::vector<std::string>{"main"});
-    EXPECT_TRUE(lanes[0].tip.hasConflict);
-    EXPECT_TRUE(state.commits.at(lanes[0].tip.commitID)->conflict);
-    EXPECT_FALSE(state.commits.at(lanes[0].commits[1].commitID)->conflict);
-
-    // The default workspace works on the stacked bookmark, with edits.
-    EXPECT_EQ(state.selectedWorkspaceName, std::optional<std::string>("default"));
-    ASSERT_TRUE(state.workingCopy.has_value());
-    EXPECT_EQ(state.workingCopy->enabledBookmarks,
-              (std::vector<std::string>{"sqlite-export", "storage-sqlite"}));
-    std::set<std::string> changed;
-    for (const auto& file : state.commits.at(state.workingCopy->commitID)->changedFiles) {
-        changed.insert(file.path + " " + file.status);
-    }
-    EXPECT_EQ(changed, (std::set<std::string>{"tally/export.py M", "tests/test_export.py A"}));
-
-    // The second workspace sits on its own composition of two bookmarks.
-    ASSERT_EQ(state.workspaces.size(), 2U);
-    EXPECT_TRUE(state.workspaces.at("default").composition.isDirect());
-    const WorkspaceState& integration = state.workspaces.at("integration");
-    EXPECT_EQ(integration.workspace.root, std::optional<std::string>(folder / "integration"));
-    const auto compositions = BookmarkSettingsStore(repo).compositionPointsByWorkspace();
-    ASSERT_TRUE(compositions.contains("integration"));
-    const auto* materialized =
-        std::get_if<WorkspaceComposition::Materialized>(&integration.composition.kind);
-    ASSERT_NE(materialized, nullptr);
-    EXPECT_EQ(materialized->changeID, compositions.at("integration"));
-    EXPECT_EQ(state.commits.at(materialized->commitID)->description,
-              "wip: Vorda composition integration\n");
-    EXPECT_EQ(integration.composition.directParentBookmarks,
-              (std::set<std::string>{"render-colors", "sqlite-export"}));
-    EXPECT_EQ(integration.bookmarkRoles.at("storage-sqlite"),
-              BookmarkInclusionRole::inherited("sqlite-export"));
-    EXPECT_EQ(state.workspaces.at("default").bookmarkRoles.at("render-colors"),
-              BookmarkInclusionRole::absent());
-
-    // Work spread over several days, so the date groups fill.
+    // Every commit by its description, working copies by their workspace.
+    testing::IDNames names;
     std::set<std::chrono::sys_days> days;
     for (const auto& [id, commit] : state.commits) {
         if (const auto date = commit->committer.date(); date && !commit->immutable) {
             days.insert(std::chrono::floor<std::chrono::days>(*date));
         }
+        std::istringstream words(commit->description);
+        std::string name, word;
+        for (int count = 0; count < 3 && words >> word; ++count) {
+            name.append(count == 0 ? "" : "-").append(word);
+        }
+        names[id] = names[commit->changeID] = name;
     }
-    EXPECT_GE(days.size(), 4U);
+    for (const auto& [name, workspace] : state.workspaces) {
+        names[workspace.workspace.commitID] = names[workspace.workspace.changeID] = name + "@";
+    }
+    EXPECT_EQ(testing::stateText(state, names), testing::lines(R"(
+      bookmark main: Read-settings-from Print-the-task Keep-tasks-in | upstream(origin) upToDate(origin)
+      bookmark render-colors: Colour-overdue-tasks | upstream(origin) behind(origin, 1) | base Print-the-task []
+      bookmark sqlite-export: Add-a---since Export-tasks-as | local untracked | on storage-sqlite | base Index-tasks-by [storage-sqlite]
+      bookmark storage-sqlite: Index-tasks-by Move-existing-JSON Add-a-SQLite | upstream(origin) ahead(origin, 1) | base Print-the-task []
+      working copy @: sqlite-export storage-sqlite
+      workspace default*: direct | main absent | render-colors absent | sqlite-export inherited(-) | storage-sqlite inherited(sqlite-export) | base Print-the-task []
+      workspace integration: composed wip:-Vorda-composition/wip:-Vorda-composition | parents render-colors sqlite-export | attached Colour-overdue-tasks mutable render-colors | attached Add-a---since mutable sqlite-export | main absent | render-colors directParent | sqlite-export directParent | storage-sqlite inherited(sqlite-export) | base Print-the-task []
+      lane Mention-relative-due: Mention-relative-due Parse-relative-due | on main | main at Parse-relative-due
+      one-off Add-a---since on Export-tasks-as | owner sqlite-export
+      one-off Add-a-SQLite on Print-the-task | owner storage-sqlite
+      one-off Colour-overdue-tasks on Print-the-task | owner render-colors
+      one-off Export-tasks-as on Index-tasks-by | owner sqlite-export
+      one-off Index-tasks-by on Move-existing-JSON | owner storage-sqlite
+      one-off Mention-relative-due on Parse-relative-due | conflict
+      one-off Move-existing-JSON on Add-a-SQLite | owner storage-sqlite
+      one-off Parse-relative-due on Read-settings-from
+      remote bookmark mira/dark-mode: Add-a-dark | upstream(origin) untracked
+      immutable Add-a-dark Keep-tasks-in Print-the-task Read-settings-from | conflicted Mention-relative-due | behind trunk Add-a---since Add-a-SQLite Colour-overdue-tasks Export-tasks-as Index-tasks-by Move-existing-JSON Respect-NO_COLOR-in default@ integration@ wip:-Vorda-composition
+    )"));
+    EXPECT_EQ(mutableAuthors(state),
+              (Set{"Mira Okafor <mira@tally.example> theirs render-colors@origin",
+                   "Vorda Test <test@vorda.invalid> mine",
+                   "Vorda Test <test@vorda.invalid> mine storage-sqlite@origin"}));
+    EXPECT_EQ(state.workspaces.at("integration").workspace.root,
+              std::optional<std::string>(folder / "integration"));
+    Set changed;
+    for (const auto& file : state.commits.at(state.workingCopy->commitID)->changedFiles) {
+        changed.insert(file.path + " " + file.status);
+    }
+    EXPECT_EQ(changed, (Set{"tally/export.py M", "tests/test_export.py A"}));
+    EXPECT_GE(days.size(), 4U);  // work spread over several days fills the date groups
 
     // A second build into the same folder is refused and changes nothing.
-    const auto before = listing(folder);
-    const auto operation = jj(repo, {"op", "log", "--no-graph", "-n", "1", "-T", "id"});
-    const auto settings = readFile(settingsFile);
+    const auto contents = [&] {
+        return std::tuple(listing(folder), readFile(repo + "/.jj/repo/Vorda-settings.json"),
+                          jj(repo, {"op", "log", "--no-graph", "-n", "1", "-T", "id"}));
+    };
+    const auto before = contents();
     EXPECT_THROW(createDemoRepository(folder.string()), std::runtime_error);
-    EXPECT_EQ(listing(folder), before);
-    EXPECT_EQ(jj(repo, {"op", "log", "--no-graph", "-n", "1", "-T", "id"}), operation);
-    EXPECT_EQ(readFile(settingsFile), settings);
-}
+    EXPECT_EQ(contents(), before);
 
-TEST(DemoRepository, ACopyFetchesFromItsOwnOrigin) {
-    const TempDir scratch;
-    const std::string repo = testing::copyDemo(scratch.path() / "demo");
-    // A branch that only the copy's origin has.
-    runChecked({"git", "-C", (scratch.path() / "demo" / "origin.git").string(), "branch",
-                "copy-only", "main"});
+    // A branch that only the copy's origin has arrives with a fetch.
+    runChecked({"git", "-C", (folder / "origin.git").string(), "branch", "copy-only", "main"});
     jj(repo, {"git", "fetch"});
     EXPECT_EQ(jj(repo, {"log", "--no-graph", "-r", "copy-only@origin", "-T", "commit_id"}),
               jj(repo, {"log", "--no-graph", "-r", "main@origin", "-T", "commit_id"}));
@@ -189,9 +151,9 @@ TEST(DemoRepository, ACopyFetchesFromItsOwnOrigin) {
 TEST(DemoRepository, RefusesAnythingButAnEmptyFolderAndLeavesItAlone) {
     const TempDir scratch("vorda-demo-refusal");
     const fs::path occupied = scratch.path() / "occupied";
+    const fs::path file = scratch.path() / "plain-file";
     fs::create_directories(occupied / "notes");
     std::ofstream(occupied / "notes" / "keep.txt") << "mine\n";
-    const fs::path file = scratch.path() / "plain-file";
     std::ofstream(file) << "data\n";
     for (const auto& [path, reason] :
          {std::pair{occupied, "not empty"}, {file, "not a directory"}}) {
@@ -203,11 +165,9 @@ TEST(DemoRepository, RefusesAnythingButAnEmptyFolderAndLeavesItAlone) {
             EXPECT_NE(std::string(error.what()).find(path.string()), std::string::npos);
         }
     }
-    EXPECT_EQ(readFile(occupied / "notes" / "keep.txt"), "mine\n");
-    EXPECT_EQ(readFile(file), "data\n");
+    EXPECT_EQ(readFile(occupied / "notes" / "keep.txt") + readFile(file), "mine\ndata\n");
     EXPECT_EQ(listing(scratch.path()),
-              (std::set<std::string>{"occupied", "occupied/notes", "occupied/notes/keep.txt",
-                                     "plain-file"}));
+              (Set{"occupied", "occupied/notes", "occupied/notes/keep.txt", "plain-file"}));
 }
 
 TEST(DemoRepository, WithoutAConfiguredIdentityTheDemoUserOwnsTheWork) {
@@ -225,13 +185,10 @@ TEST(DemoRepository, WithoutAConfiguredIdentityTheDemoUserOwnsTheWork) {
     // Read with the same identity-less configuration: the repository's own
     // configuration tells jj whose work it is.
     const RepoState state = loadAsTheSessionDoes(repo);
-    for (const auto& commitID : state.bookmarks.at("storage-sqlite").commitIDs) {
-        EXPECT_EQ(state.commits.at(commitID)->author.email, "you@tally.example");
-        EXPECT_EQ(state.commits.at(commitID)->author.name, "Demo User");
-    }
-    const auto lanes = state.oneOffLanes();
-    ASSERT_EQ(lanes.size(), 1U);
-    EXPECT_TRUE(lanes[0].tip.isMine);
+    EXPECT_EQ(mutableAuthors(state),
+              (Set{"Demo User <you@tally.example> mine",
+                   "Demo User <you@tally.example> mine storage-sqlite@origin",
+                   "Mira Okafor <mira@tally.example> theirs render-colors@origin"}));
     EXPECT_EQ(jj(repo, {"config", "get", "user.email"}), "you@tally.example\n");
 }
 

@@ -46,25 +46,21 @@ TEST(CommandDispatch, RowsThatRefuseOrOnlyTouchSettingsStartNoJJ) {
         EXPECT_EQ(toast(*session, command), expected);
     }
 
-    session->execute(RepoCommand::ToggleTag{"urgent", "feature"});
-    session->execute(RepoCommand::ToggleTag{"review", "feature"});
-    session->execute(RepoCommand::TogglePinned{"feature"});
-    session->execute(RepoCommand::ToggleBookmarkColumnVisibility{"feature"});
-    auto result =
-        session->execute(RepoCommand::SetUpdateStrategy{UpdateStrategy::mergeIn, "feature"});
-    const auto settings = session->settingsStore().settings("feature").value();
-    EXPECT_EQ(settings.tags, std::vector<std::string>{"urgent"});
-    EXPECT_TRUE(settings.pinned);
-    EXPECT_TRUE(settings.columnVisible);
-    EXPECT_EQ(settings.updateStrategy, UpdateStrategy::mergeIn);
-    const auto& lane = result.refreshedSnapshot()->lanesByBookmark.at("feature");
-    EXPECT_EQ(lane.updateStrategy, UpdateStrategy::mergeIn);
-    EXPECT_TRUE(lane.isPinned);
-
+    const auto lane = [&](const RepoCommand& command) {
+        return session->execute(command).refreshedSnapshot()->lanesByBookmark.at("feature");
+    };
+    lane(RepoCommand::ToggleTag{"urgent", "feature"});
+    lane(RepoCommand::ToggleTag{"review", "feature"});
+    lane(RepoCommand::TogglePinned{"feature"});
+    lane(RepoCommand::ToggleBookmarkColumnVisibility{"feature"});
+    const auto strategic = lane(RepoCommand::SetUpdateStrategy{UpdateStrategy::mergeIn, "feature"});
+    EXPECT_EQ(session->settingsStore().settings("feature"),
+              (BookmarkSettings{UpdateStrategy::mergeIn, {}, {}, {"urgent"}, true, true}));
+    EXPECT_EQ(std::tuple(strategic.updateStrategy, strategic.tags, strategic.isPinned),
+              std::tuple(UpdateStrategy::mergeIn, std::vector<std::string>{"urgent"}, true));
     // Closing a column also unpins it.
-    result = session->execute(RepoCommand::CloseBookmarkColumn{"feature"});
-    EXPECT_FALSE(result.refreshedSnapshot()->lanesByBookmark.at("feature").isPinned);
-    EXPECT_FALSE(result.refreshedSnapshot()->lanesByBookmark.at("feature").isColumnVisible);
+    const auto closed = lane(RepoCommand::CloseBookmarkColumn{"feature"});
+    EXPECT_EQ(std::pair(closed.isPinned, closed.isColumnVisible), std::pair(false, false));
 
     // Rules for one bookmark replace only that bookmark's rules.
     const FileRoutingRule docs{"8E0C6B1E-3C7D-4E52-9B6A-0F1B2C3D4E5F", "docs/**", "feature", true};
@@ -72,7 +68,8 @@ TEST(CommandDispatch, RowsThatRefuseOrOnlyTouchSettingsStartNoJJ) {
     const FileRoutingRule tests{"2B3C4D5E-6F7A-4B2C-9D3E-4F5A6B7C8D9E", "tests/*", "feature",
                                 false};
     session->execute(RepoCommand::SetRoutingRules{{docs, other}});
-    result = session->execute(RepoCommand::SetRoutingRulesForBookmark{"feature", {tests}});
+    const auto result =
+        session->execute(RepoCommand::SetRoutingRulesForBookmark{"feature", {tests}});
     EXPECT_EQ(session->settingsStore().routingRules(),
               (std::vector<FileRoutingRule>{other, tests}));
     EXPECT_EQ(result.refreshedSnapshot()->lanesByBookmark.at("feature").routingRules,
@@ -86,8 +83,9 @@ TEST(CommandDispatch, RowsThatRefuseOrOnlyTouchSettingsStartNoJJ) {
     EXPECT_EQ(session->snapshots().next(), result.refreshedSnapshot());
 }
 
-TEST(CommandDispatch, DirectRowsChangeTheRepositoryAndSayWhatTheyDid) {
+TEST(CommandDispatch, DirectRowsChangeTheRepositoryAndSayWhatTheyDidAndPullRequestsGoThroughGh) {
     // theirs is a branch only origin has; L1 and L2 are one-offs on the old trunk.
+    testing::ScriptedGh gh;
     TestRepo repo;
     repo.draw(R"(
       origin
@@ -116,6 +114,28 @@ TEST(CommandDispatch, DirectRowsChangeTheRepositoryAndSayWhatTheyDid) {
     EXPECT_EQ(repo.bookmarkTarget("theirs"), "TH");
     EXPECT_TRUE(session->settingsStore().settings("theirs")->pinned);
     EXPECT_TRUE(session->lastSnapshot()->repoState.bookmarks.contains("theirs"));
+
+    gh.answer("theirs", R"([{"number":7,"url":"https://github.com/o/r/pull/7","state":"OPEN",)"
+                        R"("title":"Theirs","isDraft":false,"reviewDecision":"APPROVED",)"
+                        R"("comments":[]}])");
+    const auto withPR =
+        session->execute(RepoCommand::RefreshPullRequestStatuses{true, {}, {"theirs"}})
+            .refreshedSnapshot();
+    ASSERT_TRUE(withPR);
+    EXPECT_EQ(withPR->prsByBookmark.at("theirs").number, 7);
+    EXPECT_EQ(session->lastSnapshot(), withPR);
+    EXPECT_EQ(session->settingsStore().settings("theirs")->cachedPRNumber, 7);
+    const auto created = session->execute(RepoCommand::CreatePullRequest{
+        withPR->repoState.bookmarks.at("theirs"), "A \"title\"", "Body text", "main", true});
+    const auto* url = std::get_if<RepoCommandResult::OpenURL>(&created.value);
+    ASSERT_NE(url, nullptr);
+    EXPECT_FALSE(url->url.empty());
+    const auto calls = gh.calls();
+    EXPECT_NE(std::find(calls.begin(), calls.end(),
+                        "[pr][create][--head][theirs][--base][main][--title][A \"title\"]"
+                        "[--body][Body text][--draft]"),
+              calls.end())
+        << ::testing::PrintToString(calls);
 
     session->execute(
         RepoCommand::DescribeCommit{repo.id("ONE"), "one, \"quoted\"\nand a second line", false});
@@ -178,42 +198,6 @@ TEST(CommandDispatch, TwoWorkspacesOfOneRepositoryTakeTurnsInArrivalOrder) {
     fromSecond.get();
     EXPECT_EQ(repo.description("A"), "from the second");
     EXPECT_FALSE(gate.isHeld(key));
-}
-
-TEST(CommandDispatch, PullRequestsAreAskedOfGhAndShownOnTheRefreshedSnapshot) {
-    testing::ScriptedGh gh;
-    TestRepo repo;
-    repo.draw(R"(
-      origin
-      T <- root "base" README=base [main]
-      F <- T "feature work" f=1 [feature]
-      push main feature
-    )");
-    gh.answer("feature", R"([{"number":7,"url":"https://github.com/o/r/pull/7","state":"OPEN",)"
-                         R"("title":"Feature","isDraft":false,"reviewDecision":"APPROVED",)"
-                         R"("comments":[]}])");
-    const auto session = RepoSession::open(repo.root());
-
-    const auto snapshot =
-        session->execute(RepoCommand::RefreshPullRequestStatuses{true, {}, {"feature"}})
-            .refreshedSnapshot();
-    ASSERT_TRUE(snapshot);
-    ASSERT_TRUE(snapshot->prsByBookmark.contains("feature"));
-    EXPECT_EQ(snapshot->prsByBookmark.at("feature").number, 7);
-    EXPECT_EQ(session->lastSnapshot(), snapshot);
-    EXPECT_EQ(session->settingsStore().settings("feature")->cachedPRNumber, 7);
-
-    const auto created = session->execute(RepoCommand::CreatePullRequest{
-        snapshot->repoState.bookmarks.at("feature"), "A \"title\"", "Body text", "main", true});
-    const auto* url = std::get_if<RepoCommandResult::OpenURL>(&created.value);
-    ASSERT_NE(url, nullptr);
-    EXPECT_FALSE(url->url.empty());
-    const auto calls = gh.calls();
-    EXPECT_NE(std::find(calls.begin(), calls.end(),
-                        "[pr][create][--head][feature][--base][main][--title][A \"title\"]"
-                        "[--body][Body text][--draft]"),
-              calls.end())
-        << ::testing::PrintToString(calls);
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 #include "feature/pullrequests/PullRequestRefresh.h"
 
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,17 +23,38 @@ namespace {
 using Entry = PRCacheStore::Entry;
 using Names = std::vector<std::string>;
 using PRs = PullRequestsByBookmark;
+using Settings = std::map<std::string, BookmarkSettings>;
 const std::chrono::system_clock::time_point never{};
 
-GitHubPR pr(int number, const std::string& title) {
-    GitHubPR result;
-    result.number = number;
-    result.url = "https://github.com/example/repo/pull/" + std::to_string(number);
-    result.state = GitHubPR::State::open;
-    result.title = title;
-    result.reviewDecision = GitHubPR::ReviewDecision::approved;
-    result.reviewCommentCount = 2;
+GitHubPR pr(int number) {
+    const auto n = std::to_string(number);
+    return {number,
+            "https://github.com/o/r/pull/" + n,
+            GitHubPR::State::open,
+            false,
+            "PR " + n,
+            GitHubPR::ReviewDecision::approved,
+            2};
+}
+
+Names words(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+/// Badges written as words "BRANCH:NUMBER".
+PRs badges(const std::string& text) {
+    PRs result;
+    for (const auto& word : words(text)) {
+        const auto colon = word.find(':');
+        result.emplace(word.substr(0, colon), pr(std::stoi(word.substr(colon + 1))));
+    }
     return result;
+}
+
+BookmarkSettings numbered(std::optional<int> number, BookmarkSettings settings = {}) {
+    settings.cachedPRNumber = number;
+    return settings;
 }
 
 /// The refresh only reads the repository state, so it is built in memory:
@@ -51,22 +74,23 @@ class PullRequestRefreshTest : public ::testing::Test {
         state = builder.state();
     }
 
-    /// Answers `pr list --head branch` with `record`, as gh prints it.
-    void answer(const std::string& branch, const GitHubPR& record) const {
-        nlohmann::json object = RecordCoding<GitHubPR>::encode(record);
-        object.erase("reviewCommentCount");
-        object["comments"] = nlohmann::json::array();
-        for (int index = 0; index < record.reviewCommentCount; ++index) {
-            object["comments"].push_back({{"body", "comment"}});
-        }
-        gh.answer(branch, nlohmann::json::array({object}).dump());
+    /// Answers `pr list --head branch` with `pr(number)`, as gh prints it.
+    void answer(const std::string& branch, int number) const {
+        const auto n = std::to_string(number);
+        gh.answer(branch, R"([{"number":)" + n + R"(,"url":"https://github.com/o/r/pull/)" + n +
+                              R"(","state":"OPEN","isDraft":false,"title":"PR )" + n +
+                              R"(","reviewDecision":"APPROVED","comments":[{},{}]}])");
     }
 
-    PRs refresh(PRCacheStore* store, bool force = false, const std::set<std::string>& forced = {},
-                const std::set<std::string>& limitTo = {},
+    /// Forced branches and the limit are written as words.
+    PRs refresh(PRCacheStore* store, bool force = false, const std::string& forced = "",
+                const std::string& limitTo = "",
                 const std::function<void(const PRs&)>& cachedBlock = {}) {
-        return refreshPullRequestStatuses(state, client, store, settings, force, forced, limitTo,
-                                          cachedBlock);
+        const auto forcedNames = words(forced);
+        const auto limitNames = words(limitTo);
+        return refreshPullRequestStatuses(state, client, store, settings, force,
+                                          {forcedNames.begin(), forcedNames.end()},
+                                          {limitNames.begin(), limitNames.end()}, cachedBlock);
     }
 
     testing::TestRepo repo;
@@ -77,154 +101,98 @@ class PullRequestRefreshTest : public ::testing::Test {
     PRCacheStore cache{repo.root()};
 };
 
-TEST_F(PullRequestRefreshTest, WithoutCacheEveryTrackedBookmarkOrOnlyTheNamedOnesAreAsked) {
-    answer("alpha", pr(1, "Alpha"));
-    answer("gamma", pr(3, "Gamma"));
-    EXPECT_EQ(refresh(nullptr), (PRs{{"alpha", pr(1, "Alpha")}, {"gamma", pr(3, "Gamma")}}));
-    EXPECT_EQ(gh.askedBranches(), (Names{"alpha", "beta", "gamma", "main"}));
-    EXPECT_TRUE(cache.all().empty());
-
-    // Only the named ones when narrowed; untracked and unknown names stay out.
-    EXPECT_EQ(refresh(nullptr, false, {}, {"gamma", "solo", "nonexistent"}),
-              (PRs{{"gamma", pr(3, "Gamma")}}));
-    EXPECT_EQ(gh.askedBranches(), (Names{"alpha", "beta", "gamma", "gamma", "main"}));
-    // The numbers were stored by the first refresh; the second changed none.
-    EXPECT_EQ(settings.settings("gamma").value_or(BookmarkSettings{}).cachedPRNumber, 3);
-}
-
-TEST_F(PullRequestRefreshTest, CachedAnswersForTheSameTipStandAndOnlyMovedTipsAreAsked) {
-    cache.set(Entry{"tip-alpha", std::nullopt, never}, "alpha");
-    cache.set(Entry{"tip-beta", pr(20, "Beta"), never}, "beta");
-    cache.set(Entry{"moved-away", pr(30, "Gamma old"), never}, "gamma");
-    answer("alpha", pr(10, "Alpha on GitHub"));
-    answer("beta", pr(21, "Beta on GitHub"));
-    answer("gamma", pr(31, "Gamma new"));
-
-    std::vector<PRs> cachedCalls;
-    std::vector<std::size_t> callsBeforeBlock;
-    const auto result = refresh(&cache, false, {}, {}, [&](const PRs& cached) {
-        cachedCalls.push_back(cached);
-        callsBeforeBlock.push_back(gh.askedBranches().size());
-    });
-
-    EXPECT_EQ(gh.askedBranches(), (Names{"gamma", "main"}));
-    // A cached "no pull request" stands too: alpha gets no badge.
-    EXPECT_EQ(result, (PRs{{"beta", pr(20, "Beta")}, {"gamma", pr(31, "Gamma new")}}));
-    EXPECT_EQ(cachedCalls, (std::vector<PRs>{{{"beta", pr(20, "Beta")}}}));
-    EXPECT_EQ(callsBeforeBlock, std::vector<std::size_t>{0});
-}
-
-TEST_F(PullRequestRefreshTest, ForceAsksAboutEveryCandidateDespiteTheCache) {
-    for (const std::string name : {"main", "alpha", "beta", "gamma"}) {
-        cache.set(Entry{"tip-" + name, pr(90, "cached " + name), never}, name);
-    }
-    answer("beta", pr(21, "Beta on GitHub"));
-    std::optional<PRs> cachedBadges;
-    const auto result =
-        refresh(&cache, true, {}, {}, [&](const PRs& cached) { cachedBadges = cached; });
-    EXPECT_EQ(gh.askedBranches(), (Names{"alpha", "beta", "gamma", "main"}));
-    EXPECT_EQ(cachedBadges, PRs{});
-    EXPECT_EQ(result, (PRs{{"beta", pr(21, "Beta on GitHub")}}));
-}
-
-TEST_F(PullRequestRefreshTest, LimitToNarrowsTheCandidatesAndForcedBranchesReachBeyondIt) {
-    cache.set(Entry{"tip-alpha", pr(1, "Alpha"), never}, "alpha");
-    cache.set(Entry{"tip-beta", pr(2, "Beta"), never}, "beta");
-    answer("beta", pr(22, "Beta on GitHub"));
-    // beta is forced though outside limitTo; an untracked bookmark stays out
-    // even when forced.
-    const auto result = refresh(&cache, false, {"beta", "solo", "theirs"}, {"alpha"});
-    EXPECT_EQ(gh.askedBranches(), Names{"beta"});
-    EXPECT_EQ(result, (PRs{{"alpha", pr(1, "Alpha")}, {"beta", pr(22, "Beta on GitHub")}}));
-}
-
-TEST_F(PullRequestRefreshTest, EveryAnswerReplacesItsRowWithOneFetchTimeAndAFailureLeavesIt) {
-    const Entry old{"moved-away", pr(30, "Gamma old"), never + std::chrono::seconds(7)};
-    cache.set(old, "gamma");
-    cache.set(Entry{"moved-away", pr(5, "stale"), never}, "beta");
-    gh.failList("gamma", "HTTP 502: Bad Gateway\n");
-    answer("alpha", pr(1, "Alpha"));
-
-    EXPECT_EQ(refresh(&cache), (PRs{{"alpha", pr(1, "Alpha")}}));
-    EXPECT_EQ(gh.askedBranches(), (Names{"alpha", "beta", "gamma", "main"}));
-    const auto rows = cache.all();
-    ASSERT_EQ(rows.size(), 4U);
-    EXPECT_EQ(rows.at("alpha"), (Entry{"tip-alpha", pr(1, "Alpha"), rows.at("alpha").fetchedAt}));
-    // "[]" is an answer: the row says the branch has no pull request.
-    EXPECT_EQ(rows.at("beta"), (Entry{"tip-beta", std::nullopt, rows.at("alpha").fetchedAt}));
-    EXPECT_EQ(rows.at("main"), (Entry{"tip-main", std::nullopt, rows.at("alpha").fetchedAt}));
-    EXPECT_NE(rows.at("alpha").fetchedAt, never);
-    // The failed question left its row and gave no badge.
-    EXPECT_EQ(rows.at("gamma"), old);
-}
-
-TEST_F(PullRequestRefreshTest, CachedPRNumbersFollowTheAnswers) {
-    BookmarkSettings alpha = BookmarkSettings::defaultFor(BookmarkOrigin::local());
-    alpha.pinned = true;
+TEST_F(PullRequestRefreshTest, TheCacheStandsUntilATipMovesOrAForceOrALimitSaysOtherwise) {
+    answer("alpha", 10);
+    answer("beta", 21);
+    answer("gamma", 31);
+    // Without a cache every tracked bookmark is asked; each changed number is
+    // stored, other settings kept; main's answer has none and clears its old one.
+    auto alpha = BookmarkSettings::defaultFor(BookmarkOrigin::upstream("origin"));
     alpha.tags = {"review"};
-    alpha.cachedPRNumber = 3;
-    settings.set(alpha, "alpha");
-    BookmarkSettings gamma;
-    gamma.cachedPRNumber = 9;
+    alpha.pinned = true;
+    BookmarkSettings gamma = numbered(31);
+    gamma.columnVisible = true;
+    settings.set(numbered(3, alpha), "alpha");
     settings.set(gamma, "gamma");
-    BookmarkSettings same;
-    same.cachedPRNumber = 40;
-    same.columnVisible = true;
-    settings.set(same, "main");
-    answer("alpha", pr(7, "Alpha"));
-    answer("beta", pr(12, "Beta"));
-    answer("main", pr(40, "Main"));
-    refresh(&cache);
+    settings.set(numbered(40), "main");
+    EXPECT_EQ(refresh(nullptr), badges("alpha:10 beta:21 gamma:31"));
+    EXPECT_EQ(gh.askedBranches(), words("alpha beta gamma main"));
+    EXPECT_TRUE(cache.all().empty());
+    const auto beta = BookmarkSettings::defaultFor(state.bookmarks.at("beta").origin);
+    EXPECT_EQ(BookmarkSettingsStore(repo.root()).all(),
+              (Settings{{"alpha", numbered(10, alpha)},
+                        {"beta", numbered(21, beta)},
+                        {"gamma", gamma},
+                        {"main", numbered(std::nullopt)}}));
 
-    BookmarkSettingsStore reread(repo.root());
-    alpha.cachedPRNumber = 7;
-    EXPECT_EQ(reread.settings("alpha"), alpha);
-    auto beta = BookmarkSettings::defaultFor(state.bookmarks.at("beta").origin);
-    beta.cachedPRNumber = 12;
-    EXPECT_EQ(reread.settings("beta"), beta);
-    gamma.cachedPRNumber = std::nullopt;
-    EXPECT_EQ(reread.settings("gamma"), gamma);
-    EXPECT_EQ(reread.settings("main"), same);
-    EXPECT_EQ(reread.all().size(), 4U);
-}
+    // A cached answer stands while its tip is the bookmark's, a cached "no
+    // pull request" too; the cached badges come before any question.
+    struct Case {
+        bool force;
+        std::string forced, limitTo, asked, cached, result;
+    };
+    const std::vector<Case> cases{
+        {false, "", "", "gamma main", "alpha:1", "alpha:1 gamma:31"},
+        {true, "", "", "alpha beta gamma main", "", "alpha:10 beta:21 gamma:31"},
+        // Only the named ones; a forced one reaches beyond them, untracked ones never.
+        {false, "beta solo theirs", "alpha", "beta", "alpha:1", "alpha:1 beta:21"},
+        {false, "", "gamma solo nonexistent", "gamma", "", "gamma:31"},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.asked);
+        cache.set(Entry{"tip-alpha", pr(1), never}, "alpha");
+        cache.set(Entry{"tip-beta", std::nullopt, never}, "beta");
+        cache.set(Entry{"moved-away", pr(30), never}, "gamma");
+        cache.remove("main");
+        gh.forgetCalls();
+        std::vector<PRs> cachedCalls;
+        const auto result =
+            refresh(&cache, row.force, row.forced, row.limitTo, [&](const PRs& cached) {
+                EXPECT_TRUE(gh.calls().empty());
+                cachedCalls.push_back(cached);
+            });
+        EXPECT_EQ(gh.askedBranches(), words(row.asked));
+        EXPECT_EQ(cachedCalls, std::vector<PRs>{badges(row.cached)});
+        EXPECT_EQ(result, badges(row.result));
+    }
 
-TEST_F(PullRequestRefreshTest, NoSettingsAreWrittenWhenNoNumberChanged) {
-    refresh(&cache);
-    EXPECT_EQ(gh.askedBranches().size(), 4U);
-    EXPECT_FALSE(std::filesystem::exists(settings.fileURL()));
-    EXPECT_FALSE(std::filesystem::exists(settings.legacyFileURL()));
-}
-
-TEST_F(PullRequestRefreshTest, CandidatesWithoutCommitsAreAlwaysAsked) {
-    // alpha's lane shows no commit; its cached row has the empty tip that
-    // such a lane last answered with.
+    // A bookmark that shows no commit is always asked, even when its cached
+    // row has the empty tip it last answered with.
     state.bookmarks.at("alpha").commitIDs.clear();
-    cache.set(Entry{"", pr(8, "cached"), never}, "alpha");
-    cache.set(Entry{"tip-beta", pr(9, "Beta"), never}, "beta");
-    answer("alpha", pr(18, "Alpha now"));
-
-    const auto result = refresh(&cache, false, {}, {"alpha", "beta"});
+    cache.set(Entry{"", pr(1), never}, "alpha");
+    gh.forgetCalls();
+    EXPECT_EQ(refresh(&cache, false, "", "alpha beta"), (PRs{{"alpha", pr(10)}}));
     EXPECT_EQ(gh.askedBranches(), Names{"alpha"});
-    EXPECT_EQ(result, (PRs{{"alpha", pr(18, "Alpha now")}, {"beta", pr(9, "Beta")}}));
-    ASSERT_TRUE(cache.entry("alpha").has_value());
-    EXPECT_EQ(cache.entry("alpha")->tipCommitID, "");
-    EXPECT_EQ(cache.entry("alpha")->pr, pr(18, "Alpha now"));
+    EXPECT_EQ(cache.entry("alpha"), (Entry{"", pr(10), cache.entry("alpha")->fetchedAt}));
+    EXPECT_NE(cache.entry("alpha")->fetchedAt, never);
 }
 
-TEST_F(PullRequestRefreshTest, AllQuestionsRunAtTheSameTime) {
+TEST_F(PullRequestRefreshTest,
+       AllQuestionsRunAtOnceEachAnswerReplacesItsRowAndAFailureOrNoGhLeavesIt) {
     // Each gh call waits for the other three to start: asked one after the
     // other, every call would fail and no row would be written.
     gh.requireConcurrentCalls(4);
-    answer("beta", pr(2, "Beta"));
-    EXPECT_EQ(refresh(&cache), (PRs{{"beta", pr(2, "Beta")}}));
-    EXPECT_EQ(cache.all().size(), 4U);
-}
+    const Entry old{"moved-away", pr(30), never + std::chrono::seconds(7)};
+    cache.set(old, "gamma");
+    cache.set(Entry{"moved-away", pr(5), never}, "beta");
+    gh.fail("list-gamma", "HTTP 502: Bad Gateway\n");
+    EXPECT_EQ(refresh(&cache), PRs{});
+    // "[]" is an answer: the row says the branch has no pull request; all
+    // rows share one fetch time. No number changed, so no settings are written.
+    const auto rows = cache.all();
+    const auto fetched = rows.at("alpha").fetchedAt;
+    EXPECT_NE(fetched, never);
+    EXPECT_EQ(rows, (std::map<std::string, Entry>{{"alpha", {"tip-alpha", std::nullopt, fetched}},
+                                                  {"beta", {"tip-beta", std::nullopt, fetched}},
+                                                  {"main", {"tip-main", std::nullopt, fetched}},
+                                                  {"gamma", old}}));
+    EXPECT_FALSE(std::filesystem::exists(settings.fileURL()));
+    EXPECT_FALSE(std::filesystem::exists(settings.legacyFileURL()));
 
-TEST_F(PullRequestRefreshTest, WithoutGhOnlyCachedBadgesComeBackAndTheCacheStays) {
-    cache.set(Entry{"tip-beta", pr(20, "Beta"), never}, "beta");
-    cache.set(Entry{"moved-away", pr(30, "Gamma"), never}, "gamma");
+    // Without gh only the cached badges of unmoved tips come back, and the cache stays.
+    cache.set(Entry{"tip-beta", pr(20), never}, "beta");
     const auto before = cache.all();
-
+    gh.forgetCalls();
     const testing::TempDir emptyFolder{"vorda-no-gh"};
     const testing::ScopedEnvironment path("PATH");
     path.set(emptyFolder.string());
@@ -233,9 +201,9 @@ TEST_F(PullRequestRefreshTest, WithoutGhOnlyCachedBadgesComeBackAndTheCacheStays
     }
     GitHubClient missing(repo.root());
     EXPECT_EQ(refreshPullRequestStatuses(state, missing, &cache, settings, false, {}, {}, {}),
-              (PRs{{"beta", pr(20, "Beta")}}));
+              badges("beta:20"));
     EXPECT_EQ(cache.all(), before);
-    EXPECT_TRUE(gh.askedBranches().empty());
+    EXPECT_TRUE(gh.calls().empty());
 }
 
 }  // namespace

@@ -241,8 +241,6 @@ TEST(FeatureAppendPlanValues, InspectionTellsOriginalRoutedBothAndChangedStates)
                             const std::vector<std::string>& warnings, const std::string& guidance) {
         SCOPED_TRACE(name);
         auto inspection = Inspection::build(stored, operation, visible, bookmarks, tip, seen);
-        EXPECT_EQ(inspection.recordID, record.id);
-        EXPECT_EQ(inspection.operationID, operation);
         EXPECT_EQ(inspection.topology, topology);
         EXPECT_EQ(inspection.bookmark, bookmark);
         EXPECT_EQ(inspection.warnings, warnings);
@@ -260,10 +258,6 @@ TEST(FeatureAppendPlanValues, InspectionTellsOriginalRoutedBothAndChangedStates)
            Topology::original, BookmarkState::original, {}, originalGuidance);
     expect("coinciding", coinciding, "op-later", originalRows, atTip, atTip, workspaces,
            Topology::both, BookmarkState::original, {}, originalGuidance);
-    expect("moved", stepped, "op-moved", data.routedRows(), atTip, atTip, movedWorkspaces,
-           Topology::routed, BookmarkState::original, {}, movedChainGuidance);
-    expect("advanced", finished, "op-final", data.routedRows(), atMovedTip, atTip, movedWorkspaces,
-           Topology::routed, BookmarkState::advanced, {}, advancedGuidance);
     // Conflicts come before the topology's own sentence.
     EXPECT_EQ(
         expect("conflicted", stepped, "op-moved", conflictedRows, atTip, atTip, movedWorkspaces,
@@ -341,10 +335,7 @@ struct AppendRepo {
     /// The chain moved by step one and nothing else: F2 <- W1 <- W2 <- M
     /// (with T) <- working copy, the bookmark still on the untouched F2.
     void expectMovedChain(const char* bookmark = "F2") const {
-        EXPECT_EQ(repo.parents("W1"), std::vector<std::string>{"F2"});
-        EXPECT_EQ(repo.parents("W2"), std::vector<std::string>{"W1"});
-        EXPECT_EQ(repo.parents("M"), (std::vector<std::string>{"W2", "T"}));
-        EXPECT_EQ(repo.parents("@"), std::vector<std::string>{"M"});
+        EXPECT_EQ(testing::graph(repo, {"W1", "W2", "M", "@"}), "W1<F2 W2<W1 M<W2,T @<M");
         EXPECT_EQ(repo.commitID(repo.id("F2")), tipCommit);
         EXPECT_EQ(repo.bookmarkTarget("feat"), bookmark);
     }
@@ -367,7 +358,7 @@ struct AppendRepo {
     }
 };
 
-TEST(FeatureAppendFlow, AppendsTheWorkOntoTheTipAndAdvancesTheBookmark) {
+TEST(FeatureAppendFlow, AppendsTheWorkOntoTheTipAdvancesTheBookmarkAndInspectsOnlyItsOwn) {
     const AppendRepo env;
     const auto& repo = env.repo;
     const auto plan = env.plan();
@@ -391,52 +382,58 @@ TEST(FeatureAppendFlow, AppendsTheWorkOntoTheTipAndAdvancesTheBookmark) {
     }
 
     const auto record = env.client.executeFeatureAppend(plan);
-    ASSERT_TRUE(record.receipt);
-    const auto& receipt = *record.receipt;
-    EXPECT_TRUE(receipt.succeeded()) << text::join(receipt.verificationWarnings, "\n");
-    EXPECT_TRUE(receipt.conflictedChangeIDs.empty());
-    EXPECT_EQ(receipt.beforeOperationID, topology.operationID);
-    EXPECT_EQ(receipt.affectedWorkspaceNames, std::vector<std::string>{"default"});
     ASSERT_TRUE(record.steps);
     ASSERT_EQ(record.steps->size(), 2U);
     const auto moved = record.steps->at(0).afterOperationID.value_or("");
     const auto advanced = record.steps->at(1).afterOperationID.value_or("");
-    EXPECT_EQ(record.steps->at(0), completed(moveStep, topology.operationID, moved));
-    EXPECT_EQ(record.steps->at(1), completed(advanceStep, moved, advanced));
+    EXPECT_EQ(record.steps,
+              (std::vector<OperationStep>{completed(moveStep, topology.operationID, moved),
+                                          completed(advanceStep, moved, advanced)}));
     EXPECT_NE(moved, topology.operationID);
     EXPECT_NE(advanced, moved);
-    EXPECT_EQ(receipt.afterOperationID, advanced);
-    EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
+    EXPECT_EQ(record.receipt, testing::cleanReceipt(topology.operationID, advanced, {"default"}));
+    EXPECT_EQ(advanced, repo.currentOperationID());
 
     // jj agrees: the chain is on the untouched tip, the bookmark on the moved
     // W2, and the composition reaches the work through the feature.
     env.expectMovedChain("W2");
     EXPECT_EQ(env.journalRecords(), std::vector<Record>{record});
-
-    const auto inspection = env.client.inspectFeatureAppend(record);
-    EXPECT_EQ(inspection.topology, Topology::routed);
-    EXPECT_EQ(inspection.bookmark, BookmarkState::advanced);
-    EXPECT_TRUE(inspection.warnings.empty()) << text::join(inspection.warnings, "\n");
-    EXPECT_TRUE(inspection.conflictedChangeIDs.empty());
-    EXPECT_EQ(inspection.operationID, repo.currentOperationID());
-    EXPECT_EQ(inspection.latestRecordedOperationID, advanced);
-    EXPECT_FALSE(inspection.changedSinceCheckpoint);
-    EXPECT_EQ(inspection.guidance(), advancedGuidance);
+    const Inspection inspected{
+        record.id, advanced, advanced, Topology::routed, BookmarkState::advanced, {}, {}, false};
+    EXPECT_EQ(env.client.inspectFeatureAppend(record), inspected);
+    EXPECT_EQ(inspected.guidance(), advancedGuidance);
 
     // Inspection takes no snapshot: an edit on disk is not looked at, and no
     // operation is written.
-    const auto before = repo.currentOperationID();
     repo.writeFile("pending.txt", "not yet snapshotted\n");
-    EXPECT_EQ(env.client.inspectFeatureAppend(record).guidance(), advancedGuidance);
-    EXPECT_EQ(repo.currentOperationID(), before);
+    EXPECT_EQ(env.client.inspectFeatureAppend(record), inspected);
+    EXPECT_EQ(repo.currentOperationID(), advanced);
+
+    // Receipts of another repository, of another version or with damaged
+    // change IDs are refused before any read: with a jj that cannot run at
+    // all, any read would fail otherwise.
+    const TestRepo elsewhere;
+    const JJClient otherClient(elsewhere.root());
+    auto unsupported = record;
+    unsupported.schemaVersion = 2;
+    auto invalidChange = record;
+    invalidChange.plan.topology.affected.front().changeID.resize(12);
+    const testing::ScopedEnvironment path("PATH");
+    path.prependPath(testing::toolFolder("failing-jj"));
+    const std::string foreign = "This receipt is unsupported or belongs to another repository.";
+    EXPECT_EQ(refusal([&] { otherClient.inspectFeatureAppend(record); }), foreign);
+    EXPECT_EQ(refusal([&] { env.client.inspectFeatureAppend(unsupported); }), foreign);
+    EXPECT_EQ(refusal([&] { env.client.inspectFeatureAppend(invalidChange); }),
+              "Receipt contains invalid change identities.");
+    // The same receipt in its own repository does get to read.
+    EXPECT_TRUE(text::startsWith(refusal([&] { env.client.inspectFeatureAppend(record); }),
+                                 "other error: "));
 }
 
 TEST(FeatureAppendFlow, AStepThatCannotBeDeclaredIsNotRun) {
     const AppendRepo env;
     const auto plan = env.plan();
     const auto planned = plan.topology.operationID;
-    const Journal journal(env.repo.root());
-
     int saves = 0;
     const auto undeclared = env.client.executeFeatureAppend(
         plan,
@@ -446,17 +443,14 @@ TEST(FeatureAppendFlow, AStepThatCannotBeDeclaredIsNotRun) {
             if (++saves == 2) {
                 throw std::runtime_error("disk is full");
             }
-            journal.save(record);
+            env.journal().save(record);
         },
         [] {});
-    ASSERT_TRUE(undeclared.receipt);
-    EXPECT_EQ(undeclared.receipt->commandError, "disk is full");
-    EXPECT_TRUE(undeclared.receipt->verificationWarnings.empty());
-    EXPECT_EQ(undeclared.receipt->afterOperationID, planned);
+    EXPECT_EQ(undeclared.receipt,
+              (LocalStackUpdateReceipt{planned, planned, "disk is full", {"default"}, {}, {}}));
     EXPECT_EQ(undeclared.steps, std::vector<OperationStep>{declared(moveStep, planned)});
     EXPECT_EQ(saves, 3);
     EXPECT_EQ(env.repo.currentOperationID(), planned);
-
     EXPECT_EQ(env.journalRecords(), std::vector<Record>{undeclared});
 }
 
@@ -466,96 +460,102 @@ TEST(FeatureAppendFlow, AStopAfterTheMoveLeavesTheChainOnTheOldTip) {
         "attempted.";
     const std::string changedAfterLastStep =
         "Repository changed after the last recorded step; inspect intervening operations.";
-    const auto stopAfterMove =
-        [&](const char* name, bool conflicting, const char* failingSubcommand,
-            const std::function<void(const TestRepo&)>& betweenSteps,
-            const std::function<std::string(const TestRepo&)>& error,
-            const std::vector<std::string>& warnings, const std::string& guidance) {
-            SCOPED_TRACE(name);
-            const AppendRepo env(conflicting);
-            const auto plan = env.plan();
-            std::optional<std::string> afterMove;
-            Record record;
-            {
-                std::optional<testing::FailingJJScope> failing;
-                if (failingSubcommand != nullptr) {
-                    failing.emplace(failingSubcommand);
-                }
-                record = env.client.executeFeatureAppend(
-                    plan, [&](const Record& saved) { env.journal().save(saved); },
-                    [&] {
-                        afterMove = env.repo.currentOperationID();
-                        if (betweenSteps) {
-                            betweenSteps(env.repo);
-                        }
-                    });
-            }
-            ASSERT_TRUE(record.receipt);
-            ASSERT_TRUE(record.steps);
-            EXPECT_EQ(record.receipt->commandError, error(env.repo));
-            EXPECT_EQ(record.receipt->verificationWarnings, warnings);
-            const auto moved = record.steps->at(0).afterOperationID.value_or("");
-            EXPECT_EQ(record.steps->at(0), completed(moveStep, plan.topology.operationID, moved));
-            // Conflicts stop before the hook between the steps is awaited.
-            EXPECT_EQ(afterMove.has_value(), !conflicting);
-            if (failingSubcommand != nullptr) {
-                // Declared, run, failed: the last operation is still the move's.
-                EXPECT_EQ(record.steps->size(), 2U);
-                EXPECT_EQ(record.steps->back(), declared(advanceStep, moved));
-                EXPECT_EQ(record.receipt->afterOperationID, moved);
-            } else {
-                EXPECT_EQ(record.steps->size(), 1U);
-                EXPECT_EQ(record.receipt->afterOperationID == moved, conflicting);
-            }
-            EXPECT_EQ(record.receipt->afterOperationID, env.repo.currentOperationID());
-            if (conflicting) {
-                // What jj itself reports as conflicted among the moved commits
-                // and their descendants.
-                const auto conflicted = testing::conflictedChanges(
-                    env.repo, env.repo.id("W1") + ":: | " + env.repo.id("M") + "::");
-                EXPECT_EQ(testing::sorted(record.receipt->conflictedChangeIDs), conflicted);
-                EXPECT_TRUE(
-                    std::binary_search(conflicted.begin(), conflicted.end(), env.repo.id("W1")));
-            }
-            env.expectMovedChain();
-            EXPECT_EQ(env.journalRecords(), std::vector<Record>{record});
-            env.expectInspectedAsMovedChain(record, guidance);
-        };
-    const auto says = [](const std::string& words) {
-        return [words](const TestRepo&) {
-            return words;
-        };
+    struct Case {
+        const char* name;
+        bool conflicting;
+        bool bookmarkFails;
+        std::function<void(const TestRepo&)> betweenSteps;
+        std::string error;  // empty: the failed bookmark command's
+        std::vector<std::string> warnings;
+        const std::string& guidance;
     };
-    stopAfterMove(
-        "bookmark command fails", false, "bookmark", nullptr,
-        [](const TestRepo& repo) {
-            const std::vector<std::string> command{
-                "bookmark", "move", "--to=commit_id(" + repo.commitID(repo.id("W2")) + ")", "--",
-                R"(exact:"feat")"};
-            return JJError(JJError::CommandFailed{command, 1, "injected failure\n"})
-                .errorDescription();
-        },
-        {}, movedChainGuidance);
-    stopAfterMove(
-        "describe between the steps", false, nullptr,
-        [](const TestRepo& repo) {
-            repo.jj({"describe", "-r", repo.id("W1"), "-m", "reworded"});
-        },
-        says(changedAfterMove), {changedAfterLastStep}, movedChainGuidance);
-    stopAfterMove(
-        "file edited between the steps", false, nullptr,
-        [](const TestRepo& repo) { repo.writeFile("late.txt", "edited between the steps\n"); },
-        says(changedAfterMove), {changedAfterLastStep}, movedChainGuidance);
-    stopAfterMove("conflicted work", true, nullptr, nullptr,
-                  says("Moved work has conflicts. Bookmark advancement was not attempted; "
-                       "inspect the partial action before resolving or continuing manually."),
-                  {}, conflictsGuidance);
+    const Case cases[] = {
+        {"bookmark command fails", false, true, nullptr, "", {}, movedChainGuidance},
+        {"describe between the steps",
+         false,
+         false,
+         [](const TestRepo& repo) {
+             repo.jj({"describe", "-r", repo.id("W1"), "-m", "reworded"});
+         },
+         changedAfterMove,
+         {changedAfterLastStep},
+         movedChainGuidance},
+        {"file edited between the steps",
+         false,
+         false,
+         [](const TestRepo& repo) { repo.writeFile("late.txt", "edited between the steps\n"); },
+         changedAfterMove,
+         {changedAfterLastStep},
+         movedChainGuidance},
+        {"conflicted work",
+         true,
+         false,
+         nullptr,
+         "Moved work has conflicts. Bookmark advancement was not attempted; inspect the partial "
+         "action before resolving or continuing manually.",
+         {},
+         conflictsGuidance},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.name);
+        const AppendRepo env(test.conflicting);
+        const auto& repo = env.repo;
+        const auto plan = env.plan();
+        bool hookReached = false;
+        Record record;
+        {
+            std::optional<testing::FailingJJScope> failing;
+            if (test.bookmarkFails) {
+                failing.emplace("bookmark");
+            }
+            record = env.client.executeFeatureAppend(
+                plan, [&](const Record& saved) { env.journal().save(saved); },
+                [&] {
+                    hookReached = true;
+                    if (test.betweenSteps) {
+                        test.betweenSteps(repo);
+                    }
+                });
+        }
+        ASSERT_TRUE(record.receipt && record.steps && !record.steps->empty());
+        const auto moved = record.steps->front().afterOperationID.value_or("");
+        std::string error = test.error;
+        std::vector<OperationStep> steps{completed(moveStep, plan.topology.operationID, moved)};
+        if (test.bookmarkFails) {
+            // Declared, run, failed: the last operation is still the move's.
+            error = JJError(JJError::CommandFailed{
+                                {"bookmark", "move",
+                                 "--to=commit_id(" + repo.commitID(repo.id("W2")) + ")", "--",
+                                 R"(exact:"feat")"},
+                                1,
+                                "injected failure\n"})
+                        .errorDescription();
+            steps.push_back(declared(advanceStep, moved));
+        }
+        EXPECT_EQ(record.steps, steps);
+        EXPECT_EQ(record.receipt->commandError, error);
+        EXPECT_EQ(record.receipt->verificationWarnings, test.warnings);
+        // Conflicts stop before the hook between the steps is awaited.
+        EXPECT_EQ(hookReached, !test.conflicting);
+        EXPECT_EQ(record.receipt->afterOperationID == moved,
+                  test.conflicting || test.bookmarkFails);
+        EXPECT_EQ(record.receipt->afterOperationID, repo.currentOperationID());
+        // What jj itself reports as conflicted among the moved commits and
+        // their descendants.
+        const auto conflicted =
+            testing::conflictedChanges(repo, repo.id("W1") + ":: | " + repo.id("M") + "::");
+        EXPECT_EQ(testing::sorted(record.receipt->conflictedChangeIDs), conflicted);
+        EXPECT_EQ(std::binary_search(conflicted.begin(), conflicted.end(), repo.id("W1")),
+                  test.conflicting);
+        env.expectMovedChain();
+        EXPECT_EQ(env.journalRecords(), std::vector<Record>{record});
+        env.expectInspectedAsMovedChain(record, test.guidance);
+    }
 }
 
 TEST(FeatureAppendFlow, AProcessKilledBetweenTheStepsLeavesASteppingRecord) {
     const AppendRepo env;
     const auto plan = env.plan();
-    const Journal journal(env.repo.root());
     const testing::TempDir markers("vorda-append-marker");
     const auto marker = markers.path() / "between-steps";
 
@@ -567,7 +567,7 @@ TEST(FeatureAppendFlow, AProcessKilledBetweenTheStepsLeavesASteppingRecord) {
         // killed; it never returns into the test framework.
         try {
             env.client.executeFeatureAppend(
-                plan, [&](const Record& record) { journal.save(record); },
+                plan, [&](const Record& record) { env.journal().save(record); },
                 [&] {
                     std::ofstream(marker) << "between the steps\n";
                     for (;;) {
@@ -580,22 +580,13 @@ TEST(FeatureAppendFlow, AProcessKilledBetweenTheStepsLeavesASteppingRecord) {
     }
 
     int status = 0;
-    bool reached = false;
-    for (;;) {
-        if (fs::exists(marker)) {
-            reached = true;
-            break;
-        }
-        if (::waitpid(child, &status, WNOHANG) == child) {
-            break;  // the child ended without reaching the hook
-        }
+    bool ended = false;  // the child ended without reaching the hook
+    while (!fs::exists(marker) && !(ended = ::waitpid(child, &status, WNOHANG) == child)) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    if (reached) {
-        ::kill(child, SIGKILL);
-        ::waitpid(child, &status, 0);
-    }
-    ASSERT_TRUE(reached);
+    ASSERT_FALSE(ended);
+    ::kill(child, SIGKILL);
+    ::waitpid(child, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
 
     const auto records = env.journalRecords();
@@ -607,37 +598,10 @@ TEST(FeatureAppendFlow, AProcessKilledBetweenTheStepsLeavesASteppingRecord) {
     EXPECT_EQ(record.steps,
               (std::vector<OperationStep>{completed(moveStep, plan.topology.operationID, now)}));
     env.expectMovedChain();
-
-    const auto inspection = env.client.inspectFeatureAppend(record);
-    EXPECT_TRUE(inspection.warnings.empty()) << text::join(inspection.warnings, "\n");
-    EXPECT_EQ(inspection.latestRecordedOperationID, now);
-    EXPECT_FALSE(inspection.changedSinceCheckpoint);
+    EXPECT_EQ(env.client.inspectFeatureAppend(record),
+              (Inspection{
+                  record.id, now, now, Topology::routed, BookmarkState::original, {}, {}, false}));
     env.expectInspectedAsMovedChain(record, movedChainGuidance);
-}
-
-TEST(FeatureAppendFlow, ForeignOrDamagedReceiptsAreRefusedBeforeAnyRead) {
-    const AppendRepo env;
-    const auto record = env.client.executeFeatureAppend(env.plan());
-    ASSERT_TRUE(record.receipt);
-    const TestRepo elsewhere;
-    const JJClient otherClient(elsewhere.root());
-
-    auto unsupported = record;
-    unsupported.schemaVersion = 2;
-    auto invalidChange = record;
-    invalidChange.plan.topology.affected.front().changeID.resize(12);
-
-    // With a jj that cannot run at all, any read would fail otherwise.
-    const testing::ScopedEnvironment path("PATH");
-    path.prependPath(testing::toolFolder("failing-jj"));
-    const std::string foreign = "This receipt is unsupported or belongs to another repository.";
-    EXPECT_EQ(refusal([&] { otherClient.inspectFeatureAppend(record); }), foreign);
-    EXPECT_EQ(refusal([&] { env.client.inspectFeatureAppend(unsupported); }), foreign);
-    EXPECT_EQ(refusal([&] { env.client.inspectFeatureAppend(invalidChange); }),
-              "Receipt contains invalid change identities.");
-    // The same receipt in its own repository does get to read.
-    EXPECT_TRUE(text::startsWith(refusal([&] { env.client.inspectFeatureAppend(record); }),
-                                 "other error: "));
 }
 
 }  // namespace

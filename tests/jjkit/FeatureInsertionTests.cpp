@@ -4,6 +4,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,6 +12,7 @@
 #include "jjkit/client/JJClient.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
 #include "jjkit/rewrites/OperationJournal.h"
+#include "jjkit/rewrites/PlannedFlow.h"
 #include "jjkit/support/Cancellation.h"
 #include "jjkit/support/Text.h"
 #include "support/Refusal.h"
@@ -113,10 +115,7 @@ TEST(FeatureInsertionBuild, ExpectedParentsStateTheWholeOutcome) {
     request.affected.push_back(made("k", {"s1"}));
     request.affected.push_back(made("Q", {"s2", "d"}));
     const auto plan = request.build();
-
-    ASSERT_EQ(plan.selected.size(), 2U);
-    EXPECT_EQ(plan.selected.front().commitID, "s1");
-    EXPECT_EQ(plan.selected.back().commitID, "s2");
+    EXPECT_EQ(flow::commitIDsOf(plan.selected), (std::vector<std::string>{"s1", "s2"}));
     const ParentGraph expected{
         {"s1", {"d"}},       // the run starts right after the destination
         {"s2", {"s1"}},      // and keeps its shape
@@ -127,11 +126,7 @@ TEST(FeatureInsertionBuild, ExpectedParentsStateTheWholeOutcome) {
         {"Q", {"M", "s2"}},  // the destination edge becomes one to the run
     };
     EXPECT_EQ(plan.expectedParents, expected);
-    ASSERT_EQ(plan.affectedWorkspaces.size(), 1U);
-    EXPECT_EQ(plan.affectedWorkspaces.front().name, "default");
-    EXPECT_EQ(plan.affected.size(), 7U);
-    EXPECT_EQ(plan.repositoryID, "/store");
-    EXPECT_EQ(plan.operationID, "op");
+    EXPECT_EQ(plan.affectedWorkspaces, std::vector<JJWorkspace>{request.workspaces.front()});
     EXPECT_EQ(plan.commandArguments(),
               (std::vector<std::string>{"rebase", "-r", "commit_id(s1) | commit_id(s2)",
                                         "--insert-after", "commit_id(d)"}));
@@ -173,8 +168,16 @@ Request looping() {
 }
 
 TEST(FeatureInsertionBuild, RefusalsDecidedFromFrozenDataInTheirOrder) {
+    using Change = std::function<void(Request&)>;
+    const auto choose = [](std::vector<JJCommit> selected) {
+        return Change([selected = std::move(selected)](Request& r) { r.selected = selected; });
+    };
+    const auto repair = [](std::vector<std::string> repairs) {
+        return Change([repairs = std::move(repairs)](Request& r) { r.repairs = repairs; });
+    };
+    const auto immutableMerge = made("m", {"d", "B"}, true);
     struct Case {
-        std::function<void(Request&)> change;
+        Change change;
         std::string refusal;
         Request (*start)() = integration;
     };
@@ -184,29 +187,14 @@ TEST(FeatureInsertionBuild, RefusalsDecidedFromFrozenDataInTheirOrder) {
         {[](Request& r) { r.selected.push_back(r.selected[0]); }, unfinished},
         {[](Request& r) { r.selected[0].immutable = true; }, unfinished},
         {[](Request& r) { r.selected[1] = commitNode("s1", {"M"}, false, {"wip"}); }, unfinished},
-        {[](Request& r) {
-             r.selected = {made("s1", {"M", "B"})};
-         },
-         unfinished},
+        {choose({made("s1", {"M", "B"})}), unfinished},
         {[](Request& r) { r.selected.push_back(r.featureTip); }, unfinished},
         // The working copy comes before the shape: s1 and c have a gap.
-        {[](Request& r) {
-             r.selected = {made("s1", {"M"}), made("c", {"s2"})};
-         },
-         unfinished},
+        {choose({made("s1", {"M"}), made("c", {"s2"})}), unfinished},
         // Standing on each other, two branches, a gap, a fork.
-        {[](Request& r) {
-             r.selected = {made("s1", {"s2"}), made("s2", {"s1"})};
-         },
-         nonlinear},
-        {[](Request& r) {
-             r.selected = {made("s1", {"M"}), made("x", {"B"})};
-         },
-         nonlinear},
-        {[](Request& r) {
-             r.selected = {made("s1", {"M"}), made("s3", {"s2"})};
-         },
-         nonlinear},
+        {choose({made("s1", {"s2"}), made("s2", {"s1"})}), nonlinear},
+        {choose({made("s1", {"M"}), made("x", {"B"})}), nonlinear},
+        {choose({made("s1", {"M"}), made("s3", {"s2"})}), nonlinear},
         {[](Request& r) { r.selected.push_back(made("f", {"s1"})); }, nonlinear},
         // A merge in the feature comes before the insertion point is looked at.
         {[](Request& r) {
@@ -217,10 +205,7 @@ TEST(FeatureInsertionBuild, RefusalsDecidedFromFrozenDataInTheirOrder) {
         {[](Request& r) { r.appending = true; }, badInsertionPoint},
         {[](Request& r) { r.featurePath = {r.destination}; }, badInsertionPoint},
         // An immutable merge is no mutable merge, but no linear path either.
-        {[](Request& r) {
-             r.featurePath.push_back(made("m", {"d", "B"}, true));
-         },
-         badInsertionPoint},
+        {[&](Request& r) { r.featurePath.push_back(immutableMerge); }, badInsertionPoint},
         {[](Request& r) { r.featurePath.push_back(r.selected[1]); }, badInsertionPoint},
         {[](Request& r) { r.siblings = {made("x", {"d"})}; }, badInsertionPoint},
         {[](Request& r) { r.affected[3].immutable = true; }, protectedHistory},
@@ -231,16 +216,13 @@ TEST(FeatureInsertionBuild, RefusalsDecidedFromFrozenDataInTheirOrder) {
              r.affected = {made("s1", {"M"}), made("s2", {"s1"}), made("t", {"d"})};
          },
          descends},
-        {[](Request& r) {
-             r.repairs = {"M", "M"};
-         },
-         "Select each repair composition only once."},
+        {repair({"M", "M"}), "Select each repair composition only once."},
         // Holding the feature already, no merge, selected, unknown, below the
         // destination.
-        {[](Request& r) { r.repairs = {"M"}; }, invalidRepair},
-        {[](Request& r) { r.repairs = {"c"}; }, invalidRepair},
-        {[](Request& r) { r.repairs = {"s2"}; }, invalidRepair},
-        {[](Request& r) { r.repairs = {"unknown"}; }, invalidRepair},
+        {repair({"M"}), invalidRepair},
+        {repair({"c"}), invalidRepair},
+        {repair({"s2"}), invalidRepair},
+        {repair({"unknown"}), invalidRepair},
         {[](Request& r) {
              r.destination = made("d", {"R"});
              r.affected.push_back(made("R", {"B", "X"}));
@@ -279,25 +261,25 @@ TEST(FeatureInsertionBuild, GraphWalks) {
 
 /// Trunk B published as `main`, the feature `feat` F1-F2 on it, an
 /// integration merge of the feature and trunk, and the work W1-W2 made on
-/// it under the default workspace's working copy; W1 writes `w1Files`.
-std::string integrationPicture(const std::string& w1Files = "work.txt=one") {
-    return R"(
-        origin
-        B <- root "base" README=base [main]
-        push main
-        F1 <- B "f1" feature.txt=one
-        F2 <- F1 "f2" feature.txt="one\ntwo" [feat]
-        M <- F2 B "integration"
-        W1 <- M "w1" )" +
-           w1Files + R"(
-        W2 <- W1 "w2" work.txt="one\ntwo"
-    )";
-}
+/// it under the default workspace's working copy. W1 changes a line that
+/// only F2 wrote, so below F2 it conflicts.
+constexpr const char* integrationPicture = R"(
+    origin
+    B <- root "base" README=base [main]
+    push main
+    F1 <- B "f1" feature.txt=one
+    F2 <- F1 "f2" feature.txt="one\ntwo" [feat]
+    M <- F2 B "integration"
+    W1 <- M "w1" feature.txt="one\nTWO"
+    W2 <- W1 "w2" work.txt="one\ntwo"
+)";
 
 TEST(FeatureInsertionPlanning, EachReadOfTheRepositoryCanRefuse) {
     TestRepo repo;
-    // Beside the integration, features that each show one fault.
-    repo.draw(integrationPicture() + R"(
+    // Beside the integration, features that each show one fault, and work
+    // V1-V2 made straight on trunk and composed with another feature in the
+    // workspace `side`: nothing there holds `feat`.
+    repo.draw(std::string(integrationPicture) + R"(
         G1 <- B "g1" g.txt=1
         G2 <- G1 "g2" g.txt=2
         G3 <- G2 "g3" g.txt=3 [gee]
@@ -309,6 +291,12 @@ TEST(FeatureInsertionPlanning, EachReadOfTheRepositoryCanRefuse) {
         D2 <- D1 "d2" d.txt=2 [dv]
         DX <- D2 "dx" dx.txt=1               # made divergent
         H <- B "dropped" h.txt=1             # abandoned
+        OTHER <- B "other feature" other.txt=1 [other]
+        V1 <- B "v1" v.txt=one
+        V2 <- V1 "v2" v.txt="one\ntwo"
+        HOLDING <- F2 V2 "holds the feature"
+        C <- V2 OTHER "composition"
+        workspace side <- C
         @ <- W2
     )");
     repo.bookmark("mixed", repo.id("M"));  // a bookmark on a composition is no feature
@@ -390,59 +378,42 @@ TEST(FeatureInsertionPlanning, EachReadOfTheRepositoryCanRefuse) {
     stop.request_stop();
     EXPECT_THROW(client.planFeatureInsertion(work, id("F1"), "feat", stop.get_token()),
                  CancellationError);
-}
 
-TEST(FeatureInsertionPlanning, TheSourceEnvironmentKeepsTheWorkOnlyThroughNamedRepairs) {
-    // Work made straight on trunk, composed with another feature in the
-    // default workspace: nothing there holds `feat`.
-    TestRepo repo;
-    repo.draw(R"(
-        origin
-        B <- root "base" README=base [main]
-        push main
-        F1 <- B "f1" feature.txt=one
-        F2 <- F1 "f2" feature.txt="one\ntwo" [feat]
-        OTHER <- B "other feature" other.txt=1 [other]
-        W1 <- B "w1" work.txt=one
-        W2 <- W1 "w2" work.txt="one\ntwo"
-        HOLDING <- F2 W2 "holds the feature"
-        C <- W2 OTHER "composition"
-        @ <- C
-    )");
-    const JJClient client(repo.root());
-    const std::vector<std::string> work{repo.id("W1"), repo.id("W2")};
+    // The source environment keeps V1-V2 only through a named repair.
     const auto route = [&](const std::vector<std::string>& repairs) {
-        return client.planFeatureRouting(work, repo.id("F1"), "feat", repairs);
+        return client.planFeatureRouting({id("V1"), id("V2")}, id("F1"), "feat", repairs);
     };
-
-    const auto operation = repo.currentOperationID();
     EXPECT_EQ(refusal([&] { route({}); }), losesWork);
-    for (const auto& repair : {repo.changeID("@"), repo.id("W2"), repo.id("HOLDING")}) {
+    for (const auto& repair : {repo.changeID("side@"), id("V2"), id("HOLDING")}) {
         EXPECT_EQ(refusal([&] { route({repair}); }), invalidRepair) << repair;
     }
-
     // Named explicitly, the composition gains the feature as its last parent.
-    const auto plan = route({repo.id("C"), repo.id("C")});
-    const auto commit = [&](const char* name) {
-        return repo.commitID(repo.id(name));
+    const auto plan = route({id("C"), id("C")});
+    const auto commit = [&](const std::string& name) {
+        return repo.commitID(name == "side@" ? name : repo.id(name));
     };
-    EXPECT_EQ(plan.expectedParents.at(commit("C")),
-              (std::vector<std::string>{commit("B"), commit("OTHER"), commit("F2")}));
-    EXPECT_EQ(plan.expectedParents.at(commit("HOLDING")),
-              (std::vector<std::string>{commit("F2"), commit("B")}));
-    EXPECT_EQ(plan.expectedParents.at(repo.commitID("@")), std::vector<std::string>{commit("C")});
-    EXPECT_EQ(plan.expectedParents.at(commit("F2")), std::vector<std::string>{commit("W2")});
-    EXPECT_EQ(plan.expectedParents.at(commit("W1")), std::vector<std::string>{commit("F1")});
+    for (const auto& [child, parents] :
+         std::vector<std::pair<std::string, std::string>>{{"C", "B OTHER F2"},
+                                                          {"HOLDING", "F2 B"},
+                                                          {"side@", "C"},
+                                                          {"F2", "V2"},
+                                                          {"V1", "F1"}}) {
+        std::vector<std::string> expected;
+        for (const auto parent : text::splitNonEmpty(parents, ' ')) {
+            expected.push_back(commit(std::string(parent)));
+        }
+        EXPECT_EQ(plan.expectedParents.at(commit(child)), expected) << child;
+    }
     // Executing replans without repairs, which cannot give this plan again.
     EXPECT_EQ(refusal([&] { client.executeFeatureInsertion(plan); }),
               "Routing scope or configuration changed. Generate a new preview.");
     EXPECT_TRUE(OperationJournal<FeatureInsertionPlan>(repo.root()).load().records.empty());
-    EXPECT_EQ(repo.currentOperationID(), operation);
+    EXPECT_EQ(repo.currentOperationID(), snapshotted);
 }
 
-TEST(FeatureInsertionExecution, RoutesWorkIntoTheFeatureAndVerifiesIt) {
+TEST(FeatureInsertionExecution, RoutesWorkIntoTheFeatureAndReportsItsConflicts) {
     TestRepo repo;
-    repo.draw(integrationPicture());
+    repo.draw(integrationPicture);
     repo.addWorkspace("review", repo.id("W1"));
     const auto workingCopy = repo.changeID("default@");
     const auto review = repo.changeID("review@");
@@ -452,63 +423,35 @@ TEST(FeatureInsertionExecution, RoutesWorkIntoTheFeatureAndVerifiesIt) {
 
     const JJClient client(repo.root());
     const auto plan = client.planFeatureInsertion({id("W2"), id("W1")}, id("F1"), "feat");
-    ASSERT_EQ(plan.selected.size(), 2U);
-    EXPECT_EQ(plan.selected[0].changeID, id("W1"));
-    EXPECT_EQ(plan.selected[1].changeID, id("W2"));
+    EXPECT_EQ(flow::changeIDsOf(plan.selected), (std::vector<std::string>{id("W1"), id("W2")}));
     EXPECT_EQ(plan.destination.changeID, id("F1"));
     EXPECT_EQ(plan.featureTip.changeID, id("F2"));
-    EXPECT_EQ(plan.bookmarkName, "feat");
     EXPECT_EQ(plan.operationID, repo.currentOperationID());
     EXPECT_EQ(plan.workspaceRoot, fs::canonical(repo.root()).string());
-    ASSERT_EQ(plan.affectedWorkspaces.size(), 2U);
-    EXPECT_EQ(plan.affectedWorkspaces[0].name, "default");
-    EXPECT_EQ(plan.affectedWorkspaces[1].name, "review");
     // Planning the same request again gives the same plan.
     EXPECT_EQ(client.planFeatureInsertion({id("W1"), id("W2")}, id("F1"), "feat"), plan);
 
     // Verification compares the outcome with the planned graph: a receipt
-    // without warnings and jj's own parents below confirm both.
+    // without warnings and jj's own parents below confirm both. Conflicts
+    // are reported, not warned.
     const auto receipt = client.executeFeatureInsertion(plan);
-    EXPECT_EQ(receipt.beforeOperationID, plan.operationID);
-    EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
-    EXPECT_NE(receipt.afterOperationID, plan.operationID);
-    EXPECT_EQ(receipt.commandError, std::nullopt);
-    EXPECT_EQ(receipt.verificationWarnings, std::vector<std::string>{});
-    EXPECT_EQ(receipt.conflictedChangeIDs, std::vector<std::string>{});
-    EXPECT_EQ(receipt.affectedWorkspaceNames, (std::vector<std::string>{"default", "review"}));
-
-    EXPECT_EQ(repo.parents("W1"), std::vector<std::string>{"F1"});
-    EXPECT_EQ(repo.parents("W2"), std::vector<std::string>{"W1"});
-    EXPECT_EQ(repo.parents("F2"), std::vector<std::string>{"W2"});
-    EXPECT_EQ(repo.parents("M"), (std::vector<std::string>{"F2", "B"}));
-    EXPECT_EQ(repo.parents(workingCopy), std::vector<std::string>{"M"});
-    EXPECT_EQ(repo.parents(review), std::vector<std::string>{"M"});
+    const auto conflicted = testing::conflictedChanges(repo, "all()");
+    EXPECT_TRUE(std::binary_search(conflicted.begin(), conflicted.end(), id("W1")));
+    auto inOrder = receipt;
+    inOrder.conflictedChangeIDs = testing::sorted(receipt.conflictedChangeIDs);
+    EXPECT_EQ(inOrder, testing::cleanReceipt(plan.operationID, repo.currentOperationID(),
+                                             {"default", "review"}, conflicted));
+    EXPECT_EQ(testing::graph(repo, {"W1", "W2", "F2", "M", workingCopy, review}),
+              "W1<F1 W2<W1 F2<W2 M<F2,B " + workingCopy + "<M " + review + "<M");
     EXPECT_EQ(repo.bookmarkTarget("feat"), "F2");
     EXPECT_EQ(repo.changeID("default@"), workingCopy);
     EXPECT_EQ(repo.changeID("review@"), review);
     EXPECT_EQ(repo.jj({"file", "show", "--ignore-working-copy", "-r", "feat", "root:work.txt"}),
               "one\ntwo");
-
-    const auto loaded = OperationJournal<FeatureInsertionPlan>(repo.root()).load();
-    EXPECT_TRUE(loaded.warnings.empty());
-    ASSERT_EQ(loaded.records.size(), 1U);
-    EXPECT_EQ(loaded.records.front().plan, plan);
-    EXPECT_EQ(loaded.records.front().receipt, receipt);
-    EXPECT_EQ(loaded.records.front().steps, std::nullopt);
-}
-
-TEST(FeatureInsertionExecution, ConflictsAfterRoutingAreReportedNotWarned) {
-    // W1 changes a line that only F2 wrote, so below F2 it conflicts.
-    TestRepo repo;
-    repo.draw(integrationPicture(R"(feature.txt="one\nTWO")"));
-    const JJClient client(repo.root());
-    const auto receipt = client.executeFeatureInsertion(
-        client.planFeatureInsertion({repo.id("W1"), repo.id("W2")}, repo.id("F1"), "feat"));
-    EXPECT_EQ(receipt.commandError, std::nullopt);
-    EXPECT_EQ(receipt.verificationWarnings, std::vector<std::string>{});
-    const auto conflicted = testing::conflictedChanges(repo, "all()");
-    EXPECT_TRUE(std::binary_search(conflicted.begin(), conflicted.end(), repo.id("W1")));
-    EXPECT_EQ(testing::sorted(receipt.conflictedChangeIDs), conflicted);
+    const auto stored = testing::onlyRecord<FeatureInsertionPlan>(repo.root());
+    EXPECT_EQ(stored.plan, plan);
+    EXPECT_EQ(stored.receipt, receipt);
+    EXPECT_EQ(stored.steps, std::nullopt);
 }
 
 }  // namespace

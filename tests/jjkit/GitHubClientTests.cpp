@@ -21,6 +21,8 @@ using testing::ScopedEnvironment;
 using testing::ScriptedGh;
 using testing::TempDir;
 using Calls = std::vector<std::string>;
+using State = GitHubPR::State;
+using Decision = GitHubPR::ReviewDecision;
 
 /// The description of the error `call` throws, "no error" when it throws none.
 std::string failure(const std::function<void()>& call) {
@@ -47,27 +49,63 @@ const std::string ghRecord =
     "comments": [{"body": "one"}, {"body": "two"}, {"body": "three"}]}])";
 
 GitHubPR samplePR() {
-    const std::string url = "https://github.com/example/repo/pull/42";
-    return {42, url, GitHubPR::State::merged, true, "Add \"quoted\" thing ä", std::nullopt, 3};
+    return {42,
+            "https://github.com/example/repo/pull/42",
+            State::merged,
+            true,
+            "Add \"quoted\" thing ä",
+            std::nullopt,
+            3};
 }
 
-std::string record(const std::string& members) {
-    return R"([{"number": 7, "url": "u", "isDraft": false, "title": "t")" + members + "}]";
+/// A list of one record in gh's form: number 7 or `number`, title "t" or `title`.
+std::string record(const std::string& members, int number = 7, const std::string& title = "t") {
+    return R"([{"number": )" + std::to_string(number) +
+           R"(, "url": "u", "isDraft": false, "title": ")" + title + "\"" + members + "}]";
 }
 
-TEST(GitHubPRCoding, ParseFirstPRDecodesTheFirstOfGhsRecords) {
-    EXPECT_EQ(GitHubClient::parseFirstPR(ghRecord), samplePR());
-    EXPECT_EQ(GitHubClient::parseFirstPR("  \n" + ghRecord + "\n\n"), samplePR());
-    const auto first = GitHubClient::parseFirstPR(
-        R"([{"number":1,"url":"a","state":"OPEN","isDraft":false,"title":"one","comments":[]},)"
-        R"( {"number":2,"url":"b","state":"OPEN","isDraft":false,"title":"two","comments":[]}])");
-    EXPECT_EQ(first, (GitHubPR{1, "a", GitHubPR::State::open, false, "one", std::nullopt, 0}));
-    for (const char* none : {"[]", " [ ]\n", "", " \n\t "}) {
-        EXPECT_EQ(GitHubClient::parseFirstPR(none), std::nullopt) << none;
+TEST(GitHubPRCoding, GhsRecordsParseAndRoundTripAndMalformedOnesThrow) {
+    const auto seven = [](State state, std::optional<Decision> decision = std::nullopt) {
+        return GitHubPR{7, "u", state, false, "t", decision, 0};
+    };
+    const auto state = [](const std::string& raw) {
+        return record(R"(, "comments": [], "state": ")" + raw + "\"");
+    };
+    const auto decision = [](const std::string& raw) {
+        return record(R"(, "comments": [], "state": "OPEN", "reviewDecision": )" + raw);
+    };
+    const std::vector<std::pair<std::string, std::optional<GitHubPR>>> parsed{
+        {ghRecord, samplePR()},
+        {"  \n" + ghRecord + "\n\n", samplePR()},
+        {state("CLOSED").substr(0, state("CLOSED").size() - 1) + "," + state("OPEN").substr(1),
+         seven(State::closed)},
+        {"[]", std::nullopt},
+        {" [ ]\n", std::nullopt},
+        {"", std::nullopt},
+        {" \n\t ", std::nullopt},
+        {state("OPEN"), seven(State::open)},
+        {state("MERGED"), seven(State::merged)},
+        {state("UNKNOWN"), seven(State::unknown)},
+        {state("DRAFTY"), seven(State::unknown)},
+        {state("open"), seven(State::unknown)},
+        {decision(R"("APPROVED")"), seven(State::open, Decision::approved)},
+        {decision(R"("CHANGES_REQUESTED")"), seven(State::open, Decision::changesRequested)},
+        {decision(R"("REVIEW_REQUIRED")"), seven(State::open, Decision::reviewRequired)},
+        {decision("null"), seven(State::open)},
+    };
+    for (const auto& [text, expected] : parsed) {
+        const auto pr = GitHubClient::parseFirstPR(text);
+        EXPECT_EQ(pr, expected) << text;
+        if (pr) {  // the cache's own form keeps the count instead of the comments
+            const nlohmann::json encoded = RecordCoding<GitHubPR>::encode(*pr);
+            EXPECT_EQ(RecordCoding<GitHubPR>::decode(JsonReader(encoded)), pr);
+        }
     }
-}
+    EXPECT_EQ(RecordCoding<GitHubPR>::encode(samplePR()), nlohmann::json::parse(R"({"number": 42,
+        "url": "https://github.com/example/repo/pull/42", "state": "MERGED", "isDraft": true,
+        "title": "Add \"quoted\" thing ä", "reviewCommentCount": 3})"));
 
-TEST(GitHubPRCoding, MalformedOutputThrowsADecodingError) {
+    // Each malformed text with a part of the error it must give.
     const std::vector<std::pair<std::string, std::string>> malformed{
         {"not json at all", ""},
         {"[{\"number\": 1", ""},
@@ -86,59 +124,6 @@ TEST(GitHubPRCoding, MalformedOutputThrowsADecodingError) {
     }
 }
 
-TEST(GitHubPRCoding, StatesAndReviewDecisionsDecodeFromGitHubSpelling) {
-    using State = GitHubPR::State;
-    using Decision = GitHubPR::ReviewDecision;
-    const std::vector<std::pair<std::string, State>> states{
-        {"OPEN", State::open},       {"CLOSED", State::closed},  {"MERGED", State::merged},
-        {"UNKNOWN", State::unknown}, {"DRAFTY", State::unknown}, {"open", State::unknown}};
-    for (const auto& [raw, state] : states) {
-        const auto pr =
-            GitHubClient::parseFirstPR(record(R"(, "comments": [], "state": ")" + raw + "\""));
-        EXPECT_EQ(pr->state, state) << raw;
-    }
-    const std::vector<std::pair<std::string, std::optional<Decision>>> decisions{
-        {R"(, "reviewDecision": "APPROVED")", Decision::approved},
-        {R"(, "reviewDecision": "CHANGES_REQUESTED")", Decision::changesRequested},
-        {R"(, "reviewDecision": "REVIEW_REQUIRED")", Decision::reviewRequired},
-        {R"(, "reviewDecision": "")", std::nullopt},
-        {R"(, "reviewDecision": null)", std::nullopt},
-        {"", std::nullopt}};
-    for (const auto& [member, decision] : decisions) {
-        const auto pr =
-            GitHubClient::parseFirstPR(record(R"(, "comments": [], "state": "OPEN")" + member));
-        EXPECT_EQ(pr->reviewDecision, decision) << member;
-    }
-}
-
-TEST(GitHubPRCoding, EncodingRoundTripsThroughTheCommentCount) {
-    std::vector<GitHubPR> records(5, samplePR());
-    records[1].reviewDecision = GitHubPR::ReviewDecision::approved;
-    records[2].reviewDecision = GitHubPR::ReviewDecision::changesRequested;
-    records[3].reviewDecision = GitHubPR::ReviewDecision::reviewRequired;
-    records[4] = {0, "", GitHubPR::State::unknown, false, "", std::nullopt, 0};
-    for (const auto& pr : records) {
-        const nlohmann::json encoded = RecordCoding<GitHubPR>::encode(pr);
-        EXPECT_FALSE(encoded.contains("comments"));
-        EXPECT_EQ(encoded.at("reviewCommentCount"), pr.reviewCommentCount);
-        EXPECT_EQ(encoded.contains("reviewDecision"), pr.reviewDecision.has_value());
-        EXPECT_EQ(RecordCoding<GitHubPR>::decode(JsonReader(nlohmann::json::parse(encoded.dump()))),
-                  pr);
-    }
-    EXPECT_EQ(RecordCoding<GitHubPR>::encode(samplePR()).at("state"), "MERGED");
-    EXPECT_EQ(RecordCoding<GitHubPR>::encode(samplePR()).at("isDraft"), true);
-    EXPECT_EQ(RecordCoding<GitHubPR>::encode(records[4]).at("state"), "UNKNOWN");
-}
-
-TEST(GitHubClientError, CarriesGhsStderrAndTellsItsKind) {
-    // The descriptions themselves are checked where the client throws them.
-    EXPECT_STREQ(GitHubClientError::ghNotFound().what(), "gh CLI not found on PATH");
-    const auto failed = GitHubClientError::commandFailed("boom");
-    ASSERT_TRUE(std::holds_alternative<GitHubClientError::CommandFailed>(failed.value()));
-    EXPECT_EQ(std::get<GitHubClientError::CommandFailed>(failed.value()).stderr, "boom");
-    EXPECT_EQ(failed.as<GitHubClientError::GhNotFound>(), nullptr);
-}
-
 class GitHubClientTest : public ::testing::Test {
   protected:
     ScriptedGh gh;
@@ -146,43 +131,36 @@ class GitHubClientTest : public ::testing::Test {
     GitHubClient client{workingDirectory.string()};
 };
 
-TEST_F(GitHubClientTest, PRForBranchRunsExactlyTheListCommandInTheWorkingDirectory) {
+TEST_F(GitHubClientTest, RunsExactlyItsCommandsInTheWorkingDirectoryAndFailuresCarryGhsStderr) {
     gh.answer("feature", ghRecord);
     EXPECT_EQ(client.prForBranch("feature"), samplePR());
     EXPECT_EQ(client.prForBranch("no-pr"), std::nullopt);
-    EXPECT_EQ(gh.calls(), (Calls{listCall("feature"), listCall("no-pr")}));
-    EXPECT_EQ(gh.workingDirectories(), Calls(2, workingDirectory.string()));
-}
-
-TEST_F(GitHubClientTest, CreatePRRunsCreateThenListsTheNewPullRequest) {
-    gh.answer("feature", ghRecord);
+    // A create lists the new pull request afterwards; as a draft, the flag comes last.
     EXPECT_EQ(client.createPR("feature", "main", "Add \"quoted\" thing",
                               "Body with 'quotes' & more", false),
               samplePR());
-    // As a draft, the flag comes last.
     client.createPR("feature", "release", "Title", "", true);
-    EXPECT_EQ(gh.calls(),
-              (Calls{"[pr][create][--head][feature][--base][main][--title]"
-                     "[Add \"quoted\" thing][--body][Body with 'quotes' & more]",
-                     listCall("feature"),
-                     "[pr][create][--head][feature][--base][release][--title][Title][--body][]"
-                     "[--draft]",
-                     listCall("feature")}));
-}
+    const std::string create = "[pr][create][--head][feature][--base]";
+    EXPECT_EQ(
+        gh.calls(),
+        (Calls{listCall("feature"), listCall("no-pr"),
+               create + "[main][--title][Add \"quoted\" thing][--body][Body with 'quotes' & more]",
+               listCall("feature"), create + "[release][--title][Title][--body][][--draft]",
+               listCall("feature")}));
+    EXPECT_EQ(gh.workingDirectories(), Calls(6, workingDirectory.string()));
 
-TEST_F(GitHubClientTest, FailuresCarryGhsStderrOrSayWhatWasMissing) {
-    gh.failList("feature", "HTTP 502: Bad Gateway\n");
-    gh.failList("quiet", "");
+    gh.forgetCalls();
+    gh.fail("list-broken", "HTTP 502: Bad Gateway\n");
+    gh.fail("list-quiet");
     gh.answer("garbage", "Welcome to GitHub CLI!");
-    EXPECT_EQ(failure([&] { client.prForBranch("feature"); }), "gh: HTTP 502: Bad Gateway");
+    EXPECT_EQ(failure([&] { client.prForBranch("broken"); }), "gh: HTTP 502: Bad Gateway");
     EXPECT_EQ(failure([&] { client.prForBranch("quiet"); }), "gh command failed");
     EXPECT_EQ(failure([&] { client.prForBranch("garbage"); }).rfind("decoding: ", 0), 0U);
-
     // Created, but the listing finds nothing; then a create that fails lists nothing.
     EXPECT_EQ(failure([&] { client.createPR("lost", "main", "T", "B", false); }),
               "gh returned no data");
     EXPECT_EQ(gh.calls().size(), 5U);
-    gh.failCreate("a pull request for branch \"feature\" already exists\n");
+    gh.fail("create", "a pull request for branch \"feature\" already exists\n");
     EXPECT_EQ(failure([&] { client.createPR("feature", "main", "T", "B", false); }),
               "gh: a pull request for branch \"feature\" already exists");
     EXPECT_EQ(gh.calls().size(), 6U);
@@ -200,26 +178,42 @@ TEST_F(GitHubClientTest, AvailabilityIsAskedOnceForTheClientsLifeEvenByConcurren
     EXPECT_EQ(answers, std::vector<char>(8, 1));
     EXPECT_EQ(gh.calls(), Calls{"[--version]"});
     // Another client asks for itself; a gh that fails its version is unavailable.
-    gh.failVersion();
+    gh.fail("version");
     const GitHubClient other(workingDirectory.string());
     EXPECT_FALSE(other.isAvailable());
     EXPECT_FALSE(other.isAvailable());
     EXPECT_TRUE(client.isAvailable());
     EXPECT_EQ(gh.calls(), (Calls{"[--version]", "[--version]"}));
+
+    // Without any gh on the search path: unavailable, and every call says so.
+    const TempDir emptyFolder{"vorda-no-gh"};
+    const ScopedEnvironment path("PATH");
+    path.set(emptyFolder.string());
+    if (locateTool("gh")) {
+        GTEST_SKIP() << "a gh is installed in a standard folder: " << *locateTool("gh");
+    }
+    const GitHubClient without(emptyFolder.string());
+    EXPECT_FALSE(without.isAvailable());
+    EXPECT_EQ(failure([&] { without.prForBranch("feature"); }), "gh CLI not found on PATH");
+    EXPECT_EQ(failure([&] { without.createPR("feature", "main", "T", "B", true); }),
+              "gh CLI not found on PATH");
 }
 
 TEST_F(GitHubClientTest, ConcurrentQuestionsEachGetTheirOwnAnswer) {
     const Calls branches{"one", "two", "three", "four", "five", "six"};
+    std::vector<std::optional<GitHubPR>> expected;
     for (std::size_t index = 0; index < branches.size(); ++index) {
-        gh.answer(branches[index], R"([{"number":)" + std::to_string(index + 1) +
-                                       R"(,"url":"u","state":"OPEN","isDraft":false,"title":")" +
-                                       branches[index] + R"(","comments":[]}])");
+        const int number = static_cast<int>(index) + 1;
+        gh.answer(branches[index],
+                  record(R"(, "comments": [], "state": "OPEN")", number, branches[index]));
+        expected.emplace_back(GitHubPR{number, "u", State::open, false, branches[index], {}, 0});
     }
     // Every call waits for all the others to start: run one after the other, they would fail.
     gh.requireConcurrentCalls(static_cast<int>(branches.size()));
     std::vector<std::optional<GitHubPR>> answers(branches.size());
     {
         std::vector<std::jthread> threads;
+        threads.reserve(branches.size());
         for (std::size_t index = 0; index < branches.size(); ++index) {
             threads.emplace_back([&, index] {
                 try {
@@ -229,25 +223,7 @@ TEST_F(GitHubClientTest, ConcurrentQuestionsEachGetTheirOwnAnswer) {
             });
         }
     }
-    for (std::size_t index = 0; index < branches.size(); ++index) {
-        ASSERT_TRUE(answers[index].has_value()) << branches[index];
-        EXPECT_EQ(answers[index]->number, static_cast<int>(index + 1));
-        EXPECT_EQ(answers[index]->title, branches[index]);
-    }
-}
-
-TEST(GitHubClientWithoutGh, IsUnavailableAndThrowsGhNotFound) {
-    const TempDir emptyFolder{"vorda-no-gh"};
-    const ScopedEnvironment path("PATH");
-    path.set(emptyFolder.string());
-    if (locateTool("gh")) {
-        GTEST_SKIP() << "a gh is installed in a standard folder: " << *locateTool("gh");
-    }
-    const GitHubClient client(emptyFolder.string());
-    EXPECT_FALSE(client.isAvailable());
-    EXPECT_EQ(failure([&] { client.prForBranch("feature"); }), "gh CLI not found on PATH");
-    EXPECT_EQ(failure([&] { client.createPR("feature", "main", "T", "B", true); }),
-              "gh CLI not found on PATH");
+    EXPECT_EQ(answers, expected);
 }
 
 }  // namespace

@@ -2,8 +2,12 @@
 // `jj diff --git` does, and jj, run with the prepared session, moves or
 // splits exactly the chosen hunks.
 
+#include <algorithm>
+#include <array>
 #include <map>
+#include <numeric>
 #include <set>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -39,25 +43,24 @@ std::string letterLines(std::string_view letters) {
     return text;
 }
 
-std::string numbers(std::int64_t oldStart, std::int64_t oldCount, std::int64_t newStart,
-                    std::int64_t newCount) {
-    return "-" + std::to_string(oldStart) + "," + std::to_string(oldCount) + " +" +
-           std::to_string(newStart) + "," + std::to_string(newCount);
-}
+/// A hunk's old start, old count, new start and new count.
+using Ranges = std::array<std::int64_t, 4>;
 
-/// The numbers of our hunks as jj prints them: an empty range starts at the
+/// The ranges of our hunks as jj prints them: an empty range starts at the
 /// line before it.
-std::vector<std::string> numbersOf(const std::vector<LineHunk>& hunks) {
+std::vector<Ranges> rangesOf(const std::vector<LineHunk>& hunks) {
     const auto start = [](std::size_t begin, std::size_t end) {
         return static_cast<std::int64_t>(end > begin ? begin + 1 : begin);
     };
-    std::vector<std::string> all;
+    const auto count = [](std::size_t begin, std::size_t end) {
+        return static_cast<std::int64_t>(end - begin);
+    };
+    std::vector<Ranges> all;
     all.reserve(hunks.size());
     for (const auto& hunk : hunks) {
-        all.push_back(numbers(start(hunk.leftBegin, hunk.leftEnd),
-                              static_cast<std::int64_t>(hunk.leftEnd - hunk.leftBegin),
-                              start(hunk.rightBegin, hunk.rightEnd),
-                              static_cast<std::int64_t>(hunk.rightEnd - hunk.rightBegin)));
+        all.push_back({start(hunk.leftBegin, hunk.leftEnd), count(hunk.leftBegin, hunk.leftEnd),
+                       start(hunk.rightBegin, hunk.rightEnd),
+                       count(hunk.rightBegin, hunk.rightEnd)});
     }
     return all;
 }
@@ -84,10 +87,8 @@ class Soup {
     std::pair<std::string, std::string> texts() {
         const std::uint32_t distinct = 1 + next(next(2) == 0 ? 4 : 40);
         const std::uint32_t count = next(next(3) == 0 ? 150 : 40);
-        std::vector<std::string> left;
-        for (std::uint32_t index = 0; index < count; ++index) {
-            left.push_back(line(distinct));
-        }
+        std::vector<std::string> left(count);
+        std::generate(left.begin(), left.end(), [&] { return line(distinct); });
         // Inserted, removed, replaced and moved lines.
         std::vector<std::string> right = left;
         for (std::uint32_t edit = next(7); edit > 0; --edit) {
@@ -107,10 +108,7 @@ class Soup {
             }
         }
         const auto joined = [this](const std::vector<std::string>& lines) {
-            std::string text;
-            for (const auto& each : lines) {
-                text += each;
-            }
+            std::string text = std::accumulate(lines.begin(), lines.end(), std::string());
             if (next(5) == 0 && !text.empty()) {
                 text.pop_back();
             }
@@ -163,11 +161,11 @@ TEST(HunkSelectionNumbering, HunksAreNumberedAsJJDiffGitNumbersThem) {
     for (const auto& [path, texts] : cases) {
         repo.writeFile(path, texts.second);
     }
-    std::map<std::string, std::vector<std::string>> theirs;
+    std::map<std::string, std::vector<Ranges>> theirs;
     for (const auto& file : UnifiedDiffParser::parse(repo.jj({"diff", "--git", "-r", "@"})).files) {
         for (const auto& hunk : file.hunks) {
             theirs[file.path].push_back(
-                numbers(hunk.oldStart, hunk.oldCount, hunk.newStart, hunk.newCount));
+                {hunk.oldStart, hunk.oldCount, hunk.newStart, hunk.newCount});
         }
     }
 
@@ -175,7 +173,7 @@ TEST(HunkSelectionNumbering, HunksAreNumberedAsJJDiffGitNumbersThem) {
         SCOPED_TRACE(path);
         const auto& [left, right] = texts;
         const auto ours = unifiedLineHunks(left, right);
-        EXPECT_EQ(numbersOf(ours), theirs[path]);
+        EXPECT_EQ(rangesOf(ours), theirs[path]);
         std::set<int> all;
         for (int ordinal = 0; ordinal < static_cast<int>(ours.size()); ++ordinal) {
             all.insert(ordinal);
@@ -188,13 +186,13 @@ TEST(HunkSelectionNumbering, HunksAreNumberedAsJJDiffGitNumbersThem) {
 // ---------------------------------------------------------------------------
 // Moving and splitting hunks through jj
 
-class HunkSelectionRepo : public ::testing::Test {
-  protected:
-    /// jj with the session's arguments; the session folder goes either way.
-    void runWithSelection(const std::vector<std::string>& baseCommand,
-                          const Selection& selection) const {
-        const auto session =
-            DiffEditorProtocol::prepare(baseCommand, selection, VORDA_DIFF_APPLY_PATH);
+TEST(HunkSelectionRepo, SquashAndSplitTakeExactlyTheChosenHunksOrFailWhole) {
+    TestRepo repo;
+    const JJClient client{repo.root()};
+    // jj with the session's arguments; the session folder goes either way.
+    const auto runWithSelection = [&](const std::vector<std::string>& command,
+                                      const Selection& selection) {
+        const auto session = DiffEditorProtocol::prepare(command, selection, VORDA_DIFF_APPLY_PATH);
         try {
             client.run(session.toolArgs, "test hunk selection");
         } catch (...) {
@@ -202,42 +200,19 @@ class HunkSelectionRepo : public ::testing::Test {
             throw;
         }
         session.cleanup();
-    }
-
-    std::string show(const std::string& revision, const std::string& path) const {
-        return repo.jj({"file", "show", "-r", revision, rootFilesets({path}).at(0)});
-    }
-
-    TestRepo repo;
-    JJClient client{repo.root()};
+    };
+    // Every file of `revision` with its content.
+    const auto tree = [&](const std::string& revision) {
+        std::map<std::string, std::string> files;
+        std::istringstream list(repo.jj({"file", "list", "-r", revision, "-T", "path ++ \"\\n\""}));
+        for (std::string path; std::getline(list, path);) {
+            files[path] = repo.jj({"file", "show", "-r", revision, rootFilesets({path}).at(0)});
+        }
+        return files;
+    };
     const std::string story = numberedLines(40);
     const std::string storyChanged = numberedLines(40, {5, 20, 35});
     const std::string oddPath = "notes \"draft\" ä.txt";
-};
-
-TEST_F(HunkSelectionRepo, SquashMovesChosenHunksIntoTheBookmarkTip) {
-    repo.commit("feature tip", {{"story.txt", story}, {oddPath, "alpha\nbeta\n"}});
-    repo.bookmark("feature", "@-");
-    repo.writeFile("story.txt", storyChanged);
-    repo.writeFile(oddPath, "alpha\nbeta, edited\n");
-    repo.writeFile("fresh.txt", "brand new\n");
-
-    runWithSelection({"squash", "--from", "@", "--into", repo.commitID("feature")},
-                     {{{"story.txt", {0, 2}}, {oddPath, {}}, {"fresh.txt", {}}}});
-
-    // The tip took hunks 0 and 2 on its old content, nothing else; the
-    // working copy on top of it still holds everything.
-    EXPECT_EQ(show("feature", "story.txt"), numberedLines(40, {5, 35}));
-    EXPECT_EQ(show("feature", oddPath), "alpha\nbeta\n");
-    EXPECT_EQ(repo.changedPaths("feature"), (std::vector<std::string>{oddPath, "story.txt"}));
-    EXPECT_EQ(repo.commitID("@-"), repo.commitID("feature"));
-    EXPECT_EQ(show("@", "story.txt"), storyChanged);
-    EXPECT_EQ(show("@", oddPath), "alpha\nbeta, edited\n");
-    EXPECT_EQ(repo.changedPaths("@"),
-              (std::vector<std::string>{"fresh.txt", oddPath, "story.txt"}));
-}
-
-TEST_F(HunkSelectionRepo, SplitPutsTheChosenHunksIntoTheFirstCommitOrFailsWhole) {
     const std::string dos =
         "one\r\ntwo\r\nthree\r\nfour\r\nfive\r\nsix\r\nseven\r\neight\r\n"
         "nine\r\nten\r\neleven\r\ntwelve";
@@ -246,10 +221,12 @@ TEST_F(HunkSelectionRepo, SplitPutsTheChosenHunksIntoTheFirstCommitOrFailsWhole)
         "eight\r\nnine\r\nten\r\neleven\r\ntwelve\r\nthirteen";
     const auto base =
         repo.commit("base", {{"story.txt", story}, {"dos.txt", dos}, {oddPath, "alpha\n"}});
+    repo.bookmark("feature", base);
     const auto whole = repo.commit("whole", {{"story.txt", storyChanged},
                                              {"dos.txt", dosChanged},
                                              {"added.txt", "added\n"},
                                              {oddPath, "alpha\nomega\n"}});
+    const auto wholeTree = tree(whole);
 
     // A hunk that is not there fails the helper, hence jj: nothing is split.
     const auto operations = repo.operationCount();
@@ -263,19 +240,29 @@ TEST_F(HunkSelectionRepo, SplitPutsTheChosenHunksIntoTheFirstCommitOrFailsWhole)
     }
     EXPECT_EQ(repo.operationCount(), operations);
 
-    runWithSelection({"split", "-r", whole, "-m", "first part"},
-                     {{{"story.txt", {1}}, {"dos.txt", {1}}, {"added.txt", {0}}, {oddPath, {0}}}});
+    // The bookmark tip takes hunks 0 and 2 of the story and nothing else; the
+    // commit they came from keeps its whole content.
+    runWithSelection({"squash", "--from", whole, "--into", "feature"},
+                     {{{"story.txt", {0, 2}}, {"dos.txt", {}}, {oddPath, {}}, {"added.txt", {}}}});
+    EXPECT_EQ(
+        tree("feature"),
+        (std::map<std::string, std::string>{
+            {"dos.txt", dos}, {oddPath, "alpha\n"}, {"story.txt", numberedLines(40, {5, 35})}}));
+    EXPECT_EQ(tree(whole), wholeTree);
 
+    // Split: the chosen hunks go into the first commit, the rest into the second.
+    runWithSelection({"split", "-r", whole, "-m", "first part"},
+                     {{{"story.txt", {}}, {"dos.txt", {1}}, {"added.txt", {0}}, {oddPath, {0}}}});
     const std::string first = repo.changeID("children(" + base + ")");
     const std::string second = repo.changeID("children(" + first + ")");
     EXPECT_EQ(repo.description(first), "first part");
     EXPECT_EQ(repo.description(second), "whole");
-    EXPECT_EQ(show(first, "story.txt"), numberedLines(40, {20}));
-    EXPECT_EQ(show(first, "dos.txt"), dos.substr(0, dos.size() - 6) + "twelve\r\nthirteen");
-    EXPECT_EQ(show(first, "added.txt"), "added\n");
-    EXPECT_EQ(show(first, oddPath), "alpha\nomega\n");
-    EXPECT_EQ(show(second, "story.txt"), storyChanged);
-    EXPECT_EQ(show(second, "dos.txt"), dosChanged);
+    EXPECT_EQ(tree(first), (std::map<std::string, std::string>{
+                               {"added.txt", "added\n"},
+                               {"dos.txt", dos.substr(0, dos.size() - 6) + "twelve\r\nthirteen"},
+                               {oddPath, "alpha\nomega\n"},
+                               {"story.txt", numberedLines(40, {5, 35})}}));
+    EXPECT_EQ(tree(second), wholeTree);
     EXPECT_EQ(repo.changedPaths(second), (std::vector<std::string>{"dos.txt", "story.txt"}));
 }
 

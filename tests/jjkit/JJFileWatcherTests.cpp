@@ -60,11 +60,8 @@ TEST(JJFileWatcher, AWorkspaceWatchesItsStoresHeadsAndSeesEveryOperationOfAnothe
     std::this_thread::sleep_for(50ms);
     stop.request_stop();
     EXPECT_EQ(blocked.wait_for(hangGuard), std::future_status::ready);
-}
-
-TEST(JJFileWatcher, AFolderThatCannotBeWatchedEndsAtOnce) {
-    const JJFileWatcher missing("/nonexistent/vorda/repo");
-    EXPECT_FALSE(missing.events()->next({}));
+    // A folder that cannot be watched ends at once.
+    EXPECT_FALSE(JJFileWatcher("/nonexistent/vorda/repo").events()->next({}));
 }
 
 }  // namespace

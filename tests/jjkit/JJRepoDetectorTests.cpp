@@ -40,19 +40,17 @@ TEST(JJRepoDetector, FindsTheRootFromAnyPathInsideAndOneStoreForEveryWorkspace) 
     EXPECT_EQ(JJRepoDetector::sharedRepositoryPath((repo.scratch() / "link").string()), store);
 }
 
-TEST(JJRepoDetector, NoRepositoryAboveGivesNothingAndAPlainFileCounts) {
+TEST(JJRepoDetector, NoRepositoryAboveGivesNothingPointersAreReadAndUnknownStoresRefused) {
     const TempDir folder;
+    // The temporary folder itself is not inside any repository; a plain
+    // `.jj` file counts.
     fs::create_directories(folder.path() / "a" / "b");
-    // The temporary folder itself is not inside any repository.
     ASSERT_FALSE(JJRepoDetector::findRepoRoot(folder.string()).has_value());
     EXPECT_FALSE(JJRepoDetector::findRepoRoot((folder.path() / "a" / "b").string()).has_value());
     writeText(folder.path() / "a" / ".jj", "");
     EXPECT_EQ(JJRepoDetector::findRepoRoot((folder.path() / "a" / "b").string()),
               (folder.path() / "a").string());
-}
 
-TEST(JJRepoDetector, PointersAreReadRelativeToTheirFolderAndUnknownStoresRefused) {
-    const TempDir folder;
     const auto store = folder.path() / "main" / ".jj" / "repo";
     fs::create_directories(store / "op_heads");
     fs::create_directories(folder.path() / "bare" / ".jj" / "repo");

@@ -11,6 +11,7 @@
 #include "jjkit/client/JJClient.h"
 #include "jjkit/rewrites/LocalStackUpdatePlan.h"
 #include "jjkit/rewrites/OperationJournal.h"
+#include "jjkit/rewrites/PlannedFlow.h"
 #include "support/Refusal.h"
 #include "support/RewriteTestData.h"
 #include "support/TestRepo.h"
@@ -18,19 +19,17 @@
 namespace vorda {
 namespace {
 
+using flow::changeIDsOf;
+using flow::commitIDsOf;
+using testing::cleanReceipt;
 using testing::commitNode;
+using testing::graph;
+using testing::onlyRecord;
 using testing::refusal;
+using testing::sorted;
 using testing::TestRepo;
 
 using Record = OperationRecord<LocalStackUpdatePlan>;
-
-std::set<std::string> changeSet(const std::vector<JJCommit>& commits) {
-    std::set<std::string> ids;
-    for (const auto& commit : commits) {
-        ids.insert(commit.changeID);
-    }
-    return ids;
-}
 
 TEST(LocalStackUpdatePlanning, RefusalsComeInTheirOrderAndTouchNothing) {
     TestRepo repo;
@@ -70,11 +69,12 @@ TEST(LocalStackUpdatePlanning, RefusalsComeInTheirOrderAndTouchNothing) {
     const auto beforeSnapshot = repo.currentOperationID();
     std::string withA = repo.id("OK");
     withA[5] = 'a';
-    const std::string fullIDs = "One-off selections require full change IDs.";
     EXPECT_EQ(refusal([&] { client.planLocalStackUpdate({}, {}); }),
               "Select local stacks or one-offs to update.");
     for (const auto& id : {repo.id("OK").substr(0, 31), withA}) {
-        EXPECT_EQ(refusal([&] { client.planLocalStackUpdate({"ok"}, {id}); }), fullIDs) << id;
+        EXPECT_EQ(refusal([&] { client.planLocalStackUpdate({"ok"}, {id}); }),
+                  "One-off selections require full change IDs.")
+            << id;
     }
     EXPECT_EQ(repo.currentOperationID(), beforeSnapshot);
     repo.jj({"debug", "snapshot"});
@@ -92,21 +92,22 @@ TEST(LocalStackUpdatePlanning, RefusalsComeInTheirOrderAndTouchNothing) {
     const std::string bookmarkedOneOff =
         "A selected one-off now has a bookmark. Select its bookmark instead.";
     const std::string crosses =
-        "Selection crosses a merge, divergent change, or "
-        "unselected bookmarked base. Select the "
+        "Selection crosses a merge, divergent change, or unselected bookmarked base. Select the "
         "base stack too, or update it separately.";
     const std::string sibling =
-        "Selection would also move an unselected sibling "
-        "branch. Include its tip in the update "
+        "Selection would also move an unselected sibling branch. Include its tip in the update "
         "first.";
     const std::string lostBase =
-        "Update would rewrite protected history or "
-        "remove an existing base dependency.";
+        "Update would rewrite protected history or remove an existing base dependency.";
     const std::string oneTrunk = "Configured trunk must resolve to one commit.";
     const std::string missing(32, 'k');
     const auto commitOf = [&](const std::string& name) {
         return "commit_id(" + repo.commitID(repo.id(name)) + ")";
     };
+    // With trunk below the selected tip and only tags and the base
+    // protected, the rebase would move trunk itself.
+    const auto trunkLO = commitOf("LO");
+    const auto tagsAndB = "tags() | " + commitOf("B");
 
     struct Case {
         std::vector<std::string> bookmarks;
@@ -140,50 +141,41 @@ TEST(LocalStackUpdatePlanning, RefusalsComeInTheirOrderAndTouchNothing) {
         {{"fork"}, {}, sibling},
         {{"fork", "lost"}, {}, sibling},
         {{"lost"}, {}, lostBase},
-        // With trunk below the selected tip and only tags and the base
-        // protected, the rebase would move trunk itself.
         {{"upper", "lower"},
          {},
          "Trunk is inside the history selected for rebasing.",
-         commitOf("LO"),
-         "tags() | " + commitOf("B")},
-        {{"upper", "lower", "lost"}, {}, lostBase, commitOf("LO"), "tags() | " + commitOf("B")},
+         trunkLO,
+         tagsAndB},
+        {{"upper", "lower", "lost"}, {}, lostBase, trunkLO, tagsAndB},
     };
     const auto before = repo.currentOperationID();
-    const auto configure = [&](const std::string& alias, const std::string& value) {
+    const auto configure = [&](const std::string& alias, const std::string& value, bool set) {
         const auto key = "revset-aliases.\"" + alias + "\"";
-        repo.jj(value.empty() ? std::vector<std::string>{"config", "unset", "--repo", key}
-                              : std::vector<std::string>{"config", "set", "--repo", key, value});
+        if (!value.empty()) {
+            repo.jj(set ? std::vector<std::string>{"config", "set", "--repo", key, value}
+                        : std::vector<std::string>{"config", "unset", "--repo", key});
+        }
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(::testing::PrintToString(test.bookmarks) + " " +
                      ::testing::PrintToString(test.oneOffs) + " trunk() " + test.trunk);
-        if (!test.trunk.empty()) {
-            configure("trunk()", test.trunk);
-        }
-        if (!test.immutableHeads.empty()) {
-            configure("immutable_heads()", test.immutableHeads);
-        }
+        configure("trunk()", test.trunk, true);
+        configure("immutable_heads()", test.immutableHeads, true);
         EXPECT_EQ(refusal([&] { client.planLocalStackUpdate(test.bookmarks, test.oneOffs); }),
                   test.refusal);
-        if (!test.trunk.empty()) {
-            configure("trunk()", "");
-        }
-        if (!test.immutableHeads.empty()) {
-            configure("immutable_heads()", "");
-        }
+        configure("trunk()", test.trunk, false);
+        configure("immutable_heads()", test.immutableHeads, false);
     }
 
     // Resolvable selections plan; selecting the base too makes the lower
     // stack a tip of its own.
     const auto ok = client.planLocalStackUpdate({"ok", "ok"}, {});
     EXPECT_EQ(ok.bookmarkNames, std::vector<std::string>{"ok"});
-    EXPECT_EQ(changeSet(ok.roots), std::set<std::string>{repo.id("OK")});
+    EXPECT_EQ(changeIDsOf(ok.roots), std::vector<std::string>{repo.id("OK")});
     const auto line = client.planLocalStackUpdate({"upper", "lower"}, {});
     EXPECT_EQ(line.bookmarkNames, (std::vector<std::string>{"lower", "upper"}));
-    EXPECT_EQ(changeSet(line.roots), std::set<std::string>{repo.id("LO")});
-    EXPECT_EQ(changeSet(line.affectedCommits),
-              (std::set<std::string>{repo.id("LO"), repo.id("UP")}));
+    EXPECT_EQ(changeIDsOf(line.roots), std::vector<std::string>{repo.id("LO")});
+    EXPECT_EQ(sorted(changeIDsOf(line.affectedCommits)), sorted({repo.id("LO"), repo.id("UP")}));
     // With a clean working copy even the planning snapshots recorded nothing.
     EXPECT_EQ(repo.currentOperationID(), before);
 }
@@ -205,40 +197,36 @@ TEST(LocalStackUpdateExecution, MovesStacksAndOneOffsOntoTrunkAndVerifiesThem) {
         @ <- O2
     )");
     // The second workspace works on the middle of a stack.
-    const auto second = (repo.scratch() / "second").string();
-    repo.jjIn(second, {"edit", repo.id("LO")});
+    repo.jjIn((repo.scratch() / "second").string(), {"edit", repo.id("LO")});
     const auto trunk = repo.commitID(repo.id("T"));
     const auto defaultCopy = repo.changeID("@");
+    const auto id = [&](const char* name) {
+        return repo.id(name);
+    };
 
     const JJClient client(repo.root());
-    const auto plan = client.planLocalStackUpdate({"upper", "lower"}, {repo.id("O2")});
+    const auto plan = client.planLocalStackUpdate({"upper", "lower"}, {id("O2")});
     EXPECT_EQ(plan.operationID, repo.currentOperationID());
     EXPECT_EQ(plan.destination.commitID, trunk);
-    EXPECT_EQ(changeSet(plan.oneOffTips), std::set<std::string>{repo.id("O2")});
+    EXPECT_EQ(changeIDsOf(plan.oneOffTips), std::vector<std::string>{id("O2")});
     ASSERT_EQ(plan.roots.size(), 2U);
-    EXPECT_EQ(changeSet(plan.roots), (std::set<std::string>{repo.id("LO"), repo.id("O1")}));
+    EXPECT_EQ(sorted(changeIDsOf(plan.roots)), sorted({id("LO"), id("O1")}));
     EXPECT_LT(plan.roots[0].commitID, plan.roots[1].commitID);
-    EXPECT_EQ(changeSet(plan.affectedCommits),
-              (std::set<std::string>{repo.id("LO"), repo.id("UP"), repo.id("MG"), repo.id("O1"),
-                                     repo.id("O2"), defaultCopy}));
-    ASSERT_EQ(plan.affectedWorkspaces.size(), 2U);
-    EXPECT_EQ(plan.affectedWorkspaces[0].name, "default");
-    EXPECT_EQ(plan.affectedWorkspaces[1].name, "second");
-    EXPECT_EQ(plan.affectedWorkspaces[1].changeID, repo.id("LO"));
-    ASSERT_EQ(plan.preservedDependencies.size(), 1U);
-    EXPECT_EQ(plan.preservedDependencies.front().commitID, trunk);
+    EXPECT_EQ(sorted(changeIDsOf(plan.affectedCommits)),
+              sorted({id("LO"), id("UP"), id("MG"), id("O1"), id("O2"), defaultCopy}));
+    EXPECT_EQ(plan.affectedWorkspaces.at(1).changeID, id("LO"));
+    EXPECT_EQ(commitIDsOf(plan.preservedDependencies), std::vector<std::string>{trunk});
     EXPECT_EQ(plan.protectedDependencies(), plan.preservedDependencies);
     EXPECT_EQ(plan.affectedBookmarkNames(), (std::vector<std::string>{"lower", "upper"}));
     EXPECT_EQ(plan.publishedCommitCount(), 1U);
     EXPECT_TRUE(plan.hasChanges());
-    const auto root = [&](std::size_t index) {
-        return "commit_id(" + plan.roots[index].commitID + ")";
-    };
+    const auto root0 = "commit_id(" + plan.roots[0].commitID + ")";
+    const auto root1 = "commit_id(" + plan.roots[1].commitID + ")";
     EXPECT_EQ(plan.commandArguments(),
-              (std::vector<std::string>{"rebase", "-s", root(0), "-s", root(1), "-d",
+              (std::vector<std::string>{"rebase", "-s", root0, "-s", root1, "-d",
                                         "commit_id(" + trunk + ")"}));
     EXPECT_EQ(plan.commandLine(),
-              "jj rebase -s '" + root(0) + "' -s '" + root(1) + "' -d 'commit_id(" + trunk + ")'");
+              "jj rebase -s '" + root0 + "' -s '" + root1 + "' -d 'commit_id(" + trunk + ")'");
 
     // Each stack as its id, bookmark, tip, commits from the tip down and
     // the number of them shared with another stack.
@@ -247,16 +235,9 @@ TEST(LocalStackUpdateExecution, MovesStacksAndOneOffsOntoTrunkAndVerifiesThem) {
                              std::vector<std::string>, std::size_t>;
     std::vector<Stack> stacks;
     for (const auto& stack : summary.stacks) {
-        std::vector<std::string> commits;
-        for (const auto& commit : stack.commits) {
-            commits.push_back(commit.changeID);
-        }
-        stacks.emplace_back(stack.id, stack.bookmarkName, stack.tip.changeID, commits,
-                            stack.sharedCommitCount);
+        stacks.emplace_back(stack.id, stack.bookmarkName, stack.tip.changeID,
+                            changeIDsOf(stack.commits), stack.sharedCommitCount);
     }
-    const auto id = [&](const char* name) {
-        return repo.id(name);
-    };
     EXPECT_EQ(stacks, (std::vector<Stack>{
                           {"bookmark:lower", "lower", id("LO"), {id("LO")}, 1},
                           {"bookmark:upper", "upper", id("UP"), {id("UP"), id("LO")}, 1},
@@ -264,107 +245,72 @@ TEST(LocalStackUpdateExecution, MovesStacksAndOneOffsOntoTrunkAndVerifiesThem) {
                       }));
     EXPECT_EQ(summary.movingCommitCount, 4U);
     EXPECT_EQ(summary.sharedCommitCount, 1U);
-    EXPECT_EQ(changeSet(summary.followingCommits), (std::set<std::string>{id("MG"), defaultCopy}));
-
-    const auto oldLower = repo.commitID(repo.id("LO"));
-    const auto receipt = client.executeLocalStackUpdate(plan);
-    EXPECT_EQ(receipt.beforeOperationID, plan.operationID);
-    EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
-    EXPECT_NE(receipt.afterOperationID, plan.operationID);
-    EXPECT_EQ(receipt.commandError, std::nullopt);
-    EXPECT_EQ(receipt.verificationWarnings, std::vector<std::string>{});
-    EXPECT_EQ(receipt.conflictedChangeIDs, std::vector<std::string>{});
-    EXPECT_EQ(receipt.affectedWorkspaceNames, (std::vector<std::string>{"default", "second"}));
+    EXPECT_EQ(sorted(changeIDsOf(summary.followingCommits)), sorted({id("MG"), defaultCopy}));
 
     // Both stacks stand on trunk; the rewritten middle commit keeps its child
     // and its workspace; the merge keeps trunk as its second parent.
-    EXPECT_EQ(repo.parents("LO"), std::vector<std::string>{"T"});
-    EXPECT_EQ(repo.parents("UP"), std::vector<std::string>{"LO"});
-    EXPECT_NE(repo.commitID(repo.id("LO")), oldLower);
-    EXPECT_EQ(repo.parents("MG"), (std::vector<std::string>{"UP", "T"}));
-    EXPECT_EQ(repo.parents("O1"), std::vector<std::string>{"T"});
-    EXPECT_EQ(repo.parents("O2"), std::vector<std::string>{"O1"});
+    const auto receipt = client.executeLocalStackUpdate(plan);
+    EXPECT_EQ(receipt,
+              cleanReceipt(plan.operationID, repo.currentOperationID(), {"default", "second"}));
+    EXPECT_EQ(graph(repo, {"LO", "UP", "MG", "O1", "O2", "default@"}),
+              "LO<T UP<LO MG<UP,T O1<T O2<O1 default@<O2");
     EXPECT_EQ(repo.bookmarkTarget("upper"), "UP");
-    EXPECT_EQ(repo.changeID("second@"), repo.id("LO"));
+    EXPECT_EQ(repo.changeID("second@"), id("LO"));
     EXPECT_EQ(repo.changeID("default@"), defaultCopy);
-    EXPECT_EQ(repo.parents("default@"), std::vector<std::string>{"O2"});
-
-    const auto loaded = OperationJournal<LocalStackUpdatePlan>(repo.root()).load();
-    EXPECT_TRUE(loaded.warnings.empty());
-    ASSERT_EQ(loaded.records.size(), 1U);
-    EXPECT_EQ(loaded.records.front().plan, plan);
-    EXPECT_EQ(loaded.records.front().receipt, receipt);
-    EXPECT_EQ(loaded.records.front().steps, std::nullopt);
+    const auto stored = onlyRecord<LocalStackUpdatePlan>(repo.root());
+    EXPECT_EQ(stored.plan, plan);
+    EXPECT_EQ(stored.receipt, receipt);
+    EXPECT_EQ(stored.steps, std::nullopt);
 
     // The same selection now stands on trunk: no rebase runs, and the
     // receipt is still saved, before and after, under one identity.
-    const auto settled = client.planLocalStackUpdate({"upper", "lower"}, {repo.id("O2")});
+    const auto settled = client.planLocalStackUpdate({"upper", "lower"}, {id("O2")});
     EXPECT_FALSE(settled.hasChanges());
     std::vector<Record> persisted;
     const auto noOp = client.executeLocalStackUpdate(
         settled, [&](const Record& record) { persisted.push_back(record); });
-    EXPECT_EQ(noOp.beforeOperationID, settled.operationID);
-    EXPECT_EQ(noOp.afterOperationID, settled.operationID);
-    EXPECT_TRUE(noOp.succeeded());
+    EXPECT_EQ(noOp, cleanReceipt(settled.operationID, settled.operationID, {"default", "second"}));
     EXPECT_EQ(repo.currentOperationID(), settled.operationID);
     ASSERT_EQ(persisted.size(), 2U);
-    EXPECT_EQ(persisted[0].receipt, std::nullopt);
+    auto first = persisted[1];
+    first.receipt.reset();
+    EXPECT_EQ(persisted[0], first);
     EXPECT_EQ(persisted[0].plan, settled);
-    EXPECT_EQ(persisted[1].id, persisted[0].id);
-    EXPECT_EQ(persisted[1].startedAt, persisted[0].startedAt);
     EXPECT_EQ(persisted[1].receipt, noOp);
 }
 
 TEST(LocalStackUpdatePlanValues, LinearStacksAndUnbookmarkedTipsOfHandBuiltGraphs) {
     std::map<std::string, JJCommit> commits;
-    for (auto commit : {
-             commitNode("trunk", {"old"}, true),
-             commitNode("release", {"trunk", "other"}, true),
-             commitNode("a1", {"trunk"}),
-             commitNode("a2", {"a1"}),
-             commitNode("merge", {"a1", "trunk"}),
-             commitNode("above-merge", {"merge"}),
-             commitNode("cycle-1", {"cycle-2"}),
-             commitNode("cycle-2", {"cycle-1"}),
-             commitNode("orphan", {"unknown"}),
-             commitNode("parentless", {}),
-             commitNode("on-release", {"release"}),
-             commitNode("feature", {"trunk"}, false, {"feature"}),
-             commitNode("above-feature", {"feature"}),
-             commitNode("theirs", {"trunk"}),
-             commitNode("above-theirs", {"theirs"}),
-             commitNode("single", {"trunk"}),
-         }) {
+    for (auto commit :
+         {commitNode("trunk", {"old"}, true), commitNode("release", {"trunk", "other"}, true),
+          commitNode("a1", {"trunk"}), commitNode("a2", {"a1"}),
+          commitNode("merge", {"a1", "trunk"}), commitNode("above-merge", {"merge"}),
+          commitNode("cycle-1", {"cycle-2"}), commitNode("cycle-2", {"cycle-1"}),
+          commitNode("orphan", {"unknown"}), commitNode("parentless", {}),
+          commitNode("on-release", {"release"}),
+          commitNode("feature", {"trunk"}, false, {"feature"}),
+          commitNode("above-feature", {"feature"}), commitNode("theirs", {"trunk"}),
+          commitNode("above-theirs", {"theirs"}), commitNode("single", {"trunk"})}) {
         commits.emplace(commit.commitID, commit);
     }
     // The immutable base may be a merge; the start may not be immutable.
-    for (const auto& [id, linear] : std::map<std::string, bool>{
-             {"a1", true},
-             {"a2", true},
-             {"on-release", true},
-             {"trunk", false},
-             {"merge", false},
-             {"above-merge", false},
-             {"cycle-1", false},
-             {"orphan", false},
-             {"parentless", false},
-         }) {
-        EXPECT_EQ(LocalStackUpdatePlan::isLinearLocalStack(commits.at(id), commits), linear) << id;
+    for (const auto* id : {"a1", "a2", "on-release", "trunk", "merge", "above-merge", "cycle-1",
+                           "orphan", "parentless"}) {
+        const std::set<std::string> linear{"a1", "a2", "on-release"};
+        EXPECT_EQ(LocalStackUpdatePlan::isLinearLocalStack(commits.at(id), commits),
+                  linear.contains(id))
+            << id;
     }
-
     std::set<std::string> mine;
     for (const auto& [id, commit] : commits) {
         if (id != "theirs") {
             mine.insert(commit.changeID);
         }
     }
-    std::vector<std::string> tips;
-    for (const auto& tip : LocalStackUpdatePlan::unbookmarkedStackTips(commits, mine)) {
-        tips.push_back(tip.commitID);
-    }
     // a2 heads a1's line although a merge also stands on a1; nothing under a
     // bookmark or another person's commit is offered.
-    EXPECT_EQ(tips, (std::vector<std::string>{"a2", "on-release", "single"}));
+    EXPECT_EQ(commitIDsOf(LocalStackUpdatePlan::unbookmarkedStackTips(commits, mine)),
+              (std::vector<std::string>{"a2", "on-release", "single"}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
@@ -81,22 +82,17 @@ TEST(OperationJournal, LivesInTheSharedStoreAndWritesItsExactForm) {
     journal.save(saved);
     const auto file = journal.directory / (saved.id + ".json");
     const auto text = readText(file);
-    const auto json = nlohmann::json::parse(text);
-    EXPECT_EQ(json.at("schemaVersion"), 1);
-    EXPECT_EQ(json.at("id"), saved.id);
-    EXPECT_EQ(saved.id, canonicalUuid(saved.id));
-    EXPECT_EQ(json.at("startedAt"), 816955200.25);
-    // Absent keys are left out, not written as null.
-    EXPECT_FALSE(json.contains("receipt"));
-    EXPECT_FALSE(json.contains("steps"));
-    // Stored commits keep jj's own snake-case form.
+    auto json = nlohmann::json::parse(text);
+    // Pretty-printed with keys in order; stored commits keep jj's own
+    // snake-case form.
+    EXPECT_EQ(text, json.dump(2) + "\n");
     EXPECT_EQ(json.at("plan").at("roots").at(0).at("change_id"), std::string(32, 'l'));
     EXPECT_EQ(json.at("plan").at("destination").at("local_bookmarks").at(0).at("name"), "feat");
-    // Pretty-printed, keys in order.
-    EXPECT_LT(text.find("\"id\""), text.find("\"plan\""));
-    EXPECT_LT(text.find("\"plan\""), text.find("\"schemaVersion\""));
-    EXPECT_LT(text.find("\"schemaVersion\""), text.find("\"startedAt\""));
-    EXPECT_NE(text.find("\n  \"id\""), std::string::npos);
+    // Absent keys are left out, not written as null.
+    json.erase("plan");
+    EXPECT_EQ(json, (nlohmann::json{
+                        {"schemaVersion", 1}, {"id", saved.id}, {"startedAt", 816955200.25}}));
+    EXPECT_EQ(saved.id, canonicalUuid(saved.id));
 
     // A second save under the same id replaces the one file, and every
     // workspace of the repository sees it.
@@ -255,6 +251,32 @@ struct Planned {
     std::vector<std::string> affected;  // change IDs, in plan order
 };
 
+/// Verification findings as words per commit: groups in turn, each over the
+/// plan's affected changes in plan order, then the words that close the list.
+/// A commit is a picture name, "@" the default working copy at planning.
+struct Findings {
+    std::vector<std::map<std::string, std::vector<std::string>>> groups;
+    std::vector<std::string> closing;
+
+    std::vector<std::string> expected(const TestRepo& repo, const Planned& planned,
+                                      const std::string& workingCopy) const {
+        std::vector<std::string> findings;
+        for (const auto& group : groups) {
+            for (const auto& change : planned.affected) {
+                for (const auto& [name, words] : group) {
+                    if (change == (name == "@" ? workingCopy : repo.id(name))) {
+                        for (const auto& word : words) {
+                            findings.push_back(word + change.substr(0, 12));
+                        }
+                    }
+                }
+            }
+        }
+        findings.insert(findings.end(), closing.begin(), closing.end());
+        return findings;
+    }
+};
+
 struct Flow {
     std::string name;
     /// Plans the flow's request with `client`.
@@ -263,22 +285,17 @@ struct Flow {
     /// Commits that, made trunk(), change the plan without moving the
     /// operation: one the plan comes out different with, one it is refused with.
     std::vector<std::string> otherTrunks;
-    /// The verification findings after the repository was changed during
-    /// the first save, in order; `affected` are the plan's affected changes,
-    /// `oldWorkingCopy` the change the default workspace left.
-    std::function<std::vector<std::string>(const TestRepo&,
-                                           const std::vector<std::string>& affected,
-                                           const std::string& oldWorkingCopy)>
-        findingsAfterInterference;
-    /// The verification findings when the rebase failed and nothing moved.
-    std::function<std::vector<std::string>(const TestRepo&,
-                                           const std::vector<std::string>& affected)>
-        findingsAfterFailedCommand;
+    /// After the repository was changed during the first save, and after
+    /// the rebase failed and nothing moved.
+    Findings afterInterference, afterFailedCommand;
 };
 
 void PrintTo(const Flow& flow, std::ostream* out) {
     *out << flow.name;
 }
+
+const std::string parentsOn = "Unexpected parents on ";
+const std::string workspaceChanged = "Working-copy identity changed in default";
 
 const Flow flows[] = {
     {
@@ -299,26 +316,12 @@ const Flow flows[] = {
         "Repository changed while saving the receipt; no rebase was attempted.",
         "Could not save final receipt: disk full. Inspect the operation log before retrying.",
         {"B", "F2"},
-        // Each affected change in plan order, then the workspaces.
-        [](const TestRepo& repo, const std::vector<std::string>& affected,
-           const std::string& oldWorkingCopy) {
-            std::vector<std::string> findings;
-            for (const auto& change : affected) {
-                const auto shortened = change.substr(0, 12);
-                if (change == repo.id("W2") || change == oldWorkingCopy) {
-                    findings.push_back("Missing or divergent rewritten change " + shortened);
-                } else if (change == repo.id("F1")) {
-                    findings.push_back("Unexpected parents on " + shortened);
-                } else if (change == repo.id("F2")) {
-                    findings.push_back("A bookmark no longer follows " + shortened);
-                }
-            }
-            findings.emplace_back("Working-copy identity changed in default");
-            return findings;
-        },
-        [](const TestRepo& repo, const std::vector<std::string>&) {
-            return std::vector<std::string>{"Unexpected parents on " + repo.id("F1").substr(0, 12)};
-        },
+        {{{{"W2", {"Missing or divergent rewritten change "}},
+           {"@", {"Missing or divergent rewritten change "}},
+           {"F1", {parentsOn}},
+           {"F2", {"A bookmark no longer follows "}}}},
+         {workspaceChanged}},
+        {{{{"F1", {parentsOn}}}}, {}},
     },
     {
         "FeatureInsertion",
@@ -339,41 +342,14 @@ const Flow flows[] = {
         "Could not save final routing receipt: disk full. Inspect the operation log before "
         "retrying.",
         {"F1", "F2"},
-        // The missing changes in plan order, then parents and bookmarks in
-        // plan order, then the feature bookmark and the workspaces.
-        [](const TestRepo& repo, const std::vector<std::string>& affected,
-           const std::string& oldWorkingCopy) {
-            std::vector<std::string> missing;
-            std::vector<std::string> moved;
-            for (const auto& change : affected) {
-                const auto shortened = change.substr(0, 12);
-                if (change == repo.id("W2") || change == oldWorkingCopy) {
-                    missing.push_back("Missing or divergent routed change " + shortened);
-                } else if (change == repo.id("W1") || change == repo.id("F2")) {
-                    moved.push_back("Unexpected parents on " + shortened);
-                }
-                if (change == repo.id("F2")) {
-                    moved.push_back("Bookmark feat no longer uniquely follows " + shortened);
-                }
-            }
-            missing.insert(missing.end(), moved.begin(), moved.end());
-            missing.emplace_back(
-                "The feature bookmark no longer uniquely follows its original tip.");
-            missing.emplace_back("Working-copy identity changed in default");
-            return missing;
-        },
+        // The missing changes first, then parents and bookmarks.
+        {{{{"W2", {"Missing or divergent routed change "}},
+           {"@", {"Missing or divergent routed change "}}},
+          {{"W1", {parentsOn}}, {"F2", {parentsOn, "Bookmark feat no longer uniquely follows "}}}},
+         {"The feature bookmark no longer uniquely follows its original tip.", workspaceChanged}},
         // The lowest selected change, the tip and the working copy above the
         // selection are not where the plan puts them.
-        [](const TestRepo& repo, const std::vector<std::string>& affected) {
-            std::vector<std::string> findings;
-            for (const auto& change : affected) {
-                if (change == repo.id("W1") || change == repo.id("F2") ||
-                    change == repo.changeID("@")) {
-                    findings.push_back("Unexpected parents on " + change.substr(0, 12));
-                }
-            }
-            return findings;
-        },
+        {{{{"W1", {parentsOn}}, {"F2", {parentsOn}}, {"@", {parentsOn}}}}, {}},
     },
     {
         "FeatureAppend",
@@ -395,13 +371,9 @@ const Flow flows[] = {
         "Could not save final append receipt: disk full. Inspect the operation log before "
         "retrying.",
         {"F2", "W1"},
-        [](const TestRepo&, const std::vector<std::string>&, const std::string&) {
-            return std::vector<std::string>{
-                "Repository changed after the last recorded step; inspect intervening "
-                "operations."};
-        },
+        {{}, {"Repository changed after the last recorded step; inspect intervening operations."}},
         // Nothing moved, so nothing was verified.
-        [](const TestRepo&, const std::vector<std::string>&) { return std::vector<std::string>{}; },
+        {},
     },
 };
 
@@ -532,7 +504,7 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
     EXPECT_EQ(receipt.afterOperationID, operation);
     EXPECT_EQ(repo.currentOperationID(), operation);
     EXPECT_EQ(receipt.verificationWarnings,
-              flow.findingsAfterFailedCommand(repo, planned.affected));
+              flow.afterFailedCommand.expected(repo, planned, repo.changeID("@")));
     EXPECT_EQ(shape(), original);
     ASSERT_GE(saved.size(), 2U);
     EXPECT_EQ(saved.front(), std::nullopt);
@@ -557,7 +529,7 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
     EXPECT_EQ(receipt.commandError, flow.changedWhileSaving);
     EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
     EXPECT_EQ(receipt.verificationWarnings,
-              flow.findingsAfterInterference(repo, interfered.affected, oldWorkingCopy));
+              flow.afterInterference.expected(repo, interfered, oldWorkingCopy));
     EXPECT_EQ(shape(), "B M F1");
     EXPECT_EQ(saved.back(), receipt);
 }

@@ -1,87 +1,79 @@
 #include "jjkit/templates/OutputParsing.h"
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "jjkit/client/JJError.h"
+#include "jjkit/client/JJVersion.h"
+#include "jjkit/templates/RevsetQuoting.h"
 #include "support/LogCapture.h"
 
 namespace vorda {
 namespace {
 
 using testing::LogCapture;
+using Texts = std::vector<std::string>;
+using Failure = std::pair<std::string, std::string>;
 
 std::string opLine(const std::string& id) {
     return R"({"op_id":")" + id + R"(","description":"d","start_time":"t"})";
 }
 
-TEST(OutputParsing, NDJSONSkipsEmptyLinesAndKeepsOrder) {
-    EXPECT_TRUE(parseNDJSON<JJCommit>("", "log").empty());
-    EXPECT_TRUE(parseNDJSON<JJOp>("\n\n", "ops").empty());
-    const auto ops = parseNDJSON<JJOp>(opLine("a") + "\n\n" + opLine("b") + "\n", "ops");
-    ASSERT_EQ(ops.size(), 2U);
-    EXPECT_EQ(ops[0].opID, "a");
-    EXPECT_EQ(ops[1].opID, "b");
-}
-
-// The parse error that `text` fails with, and what it wrote to the log.
-std::pair<JJError::ParseError, std::string> parseFailure(const std::string& text) {
+// The parse error that `parse` fails with, as "CONTEXT: UNDERLYING", and what it logged.
+template <typename Parse>
+Failure parseFailure(Parse&& parse) {
     const LogCapture log;
     try {
-        parseNDJSON<JJOp>(text, "ops");
+        parse();
     } catch (const JJError& error) {
-        if (const auto* parse = error.as<JJError::ParseError>()) {
-            return {*parse, log.text()};
+        if (const auto* failure = error.as<JJError::ParseError>()) {
+            return {failure->context + ": " + failure->underlying, log.text()};
         }
     }
-    return {{"no parse error", ""}, log.text()};
+    return {"no parse error", log.text()};
+}
+
+Failure opsFailure(const std::string& text) {
+    return parseFailure([&] { parseNDJSON<JJOp>(text, "ops"); });
+}
+
+TEST(OutputParsing, NDJSONSkipsEmptyLinesAndKeepsOrder) {
+    EXPECT_TRUE(parseNDJSON<JJCommit>("", "log").empty());
+    EXPECT_EQ(parseNDJSON<JJOp>("\n" + opLine("a") + "\n\n" + opLine("b") + "\n", "ops"),
+              (std::vector<JJOp>{{"a", "d", "t"}, {"b", "d", "t"}}));
 }
 
 TEST(OutputParsing, NDJSONFailsWholeAndLogsTheLineCutAfter400Characters) {
-    const auto [missing, missingLog] = parseFailure(opLine("a") + "\n" + R"({"op_id":"b"})");
-    EXPECT_EQ(JJError(missing).errorDescription(),
-              "Parse error (ops): missing key `description` at <root>");
-    EXPECT_EQ(missingLog,
-              "[Vorda] parse failure (ops) line 1: missing key `description` at <root>\n"
-              "  line: {\"op_id\":\"b\"}\n");
-
-    const auto [invalid, invalidLog] = parseFailure(opLine("a") + "\n{\"op_id\":\"\xff\"}");
-    EXPECT_EQ(invalid.underlying, "invalid UTF-8 in line 1");
-    EXPECT_EQ(invalidLog, "[Vorda] parse failure (ops) line 1: invalid UTF-8\n  line: \n");
-
+    EXPECT_EQ(opsFailure(opLine("a") + "\n" + R"({"op_id":"b"})"),
+              Failure("ops: missing key `description` at <root>",
+                      "[Vorda] parse failure (ops) line 1: missing key `description` at <root>\n"
+                      "  line: {\"op_id\":\"b\"}\n"));
+    EXPECT_EQ(opsFailure(opLine("a") + "\n{\"op_id\":\"\xff\"}"),
+              Failure("ops: invalid UTF-8 in line 1",
+                      "[Vorda] parse failure (ops) line 1: invalid UTF-8\n  line: \n"));
     const std::string longLine = "{\"broken\": \"" + std::string(500, 'z');
-    EXPECT_TRUE(parseFailure(longLine).second.ends_with("\n  line: " + longLine.substr(0, 400) +
-                                                        "…(truncated)\n"));
+    EXPECT_TRUE(opsFailure(longLine).second.ends_with("\n  line: " + longLine.substr(0, 400) +
+                                                      "…(truncated)\n"));
     // Characters, not bytes: a multi-byte letter is never cut in half.
-    const std::string exact(400, 'x');
-    EXPECT_EQ(truncatedForLog(exact), exact);
+    EXPECT_EQ(truncatedForLog(std::string(400, 'x')), std::string(400, 'x'));
     EXPECT_EQ(truncatedForLog(std::string(399, 'x') + "ää"),
               std::string(399, 'x') + "ä…(truncated)");
 }
 
-TEST(OutputParsing, WorkspaceListRepairsUnreadableRoots) {
+TEST(OutputParsing, WorkspaceListRepairsUnreadableRootsAndFailsOnABrokenLineSilently) {
     EXPECT_TRUE(parseWorkspaceList("").empty());
     const auto workspaces = parseWorkspaceList(
         R"({"name":"default","root":"/r","commit_id":"c1","change_id":"k1"})"
         "\n"
         R"({"name":"gone","root":<Error: No such file or directory (os error 2)>,"commit_id":"c2","change_id":"k2"})"
         "\n");
-    ASSERT_EQ(workspaces.size(), 2U);
-    EXPECT_EQ(workspaces[0].root, std::optional<std::string>("/r"));
-    EXPECT_EQ(workspaces[1].name, "gone");
-    EXPECT_FALSE(workspaces[1].root.has_value());
-    EXPECT_EQ(workspaces[1].changeID, "k2");
-
-    LogCapture log;
-    try {
-        parseWorkspaceList(R"({"name":"w","root":"/r"})");
-        ADD_FAILURE() << "a broken line must fail";
-    } catch (const JJError& error) {
-        const auto* parse = error.as<JJError::ParseError>();
-        ASSERT_NE(parse, nullptr);
-        EXPECT_EQ(parse->context, R"(workspaces line={"name":"w","root":"/r"})");
-        EXPECT_EQ(parse->underlying, "missing key `commit_id` at <root>");
-    }
-    EXPECT_EQ(log.text(), "");
+    EXPECT_EQ(workspaces, (std::vector<JJWorkspace>{{"default", "/r", "c1", "k1"},
+                                                    {"gone", std::nullopt, "c2", "k2"}}));
+    EXPECT_EQ(
+        parseFailure([] { parseWorkspaceList(R"({"name":"w","root":"/r"})"); }),
+        Failure(R"(workspaces line={"name":"w","root":"/r"}: missing key `commit_id` at <root>)",
+                ""));
 }
 
 TEST(OutputParsing, CreatedChangeIDComesFromTheFirstMatchingLine) {
@@ -92,6 +84,71 @@ TEST(OutputParsing, CreatedChangeIDComesFromTheFirstMatchingLine) {
     for (const char* text : {"Created new commit ", "Nothing changed.\n", ""}) {
         EXPECT_EQ(parseCreatedChangeID(text), std::nullopt) << text;
     }
+}
+
+JJCommit commitWith(const std::string& id, std::vector<std::string> parents) {
+    JJCommit commit;
+    commit.commitID = id;
+    commit.parents = std::move(parents);
+    return commit;
+}
+
+TEST(RevsetQuoting, EscapesBackslashesThenQuotesInRevsetsFilesetsAndPatterns) {
+    EXPECT_EQ((Texts{revsetQuoted(R"(a"b\c)"), revsetQuoted(""), bookmarkSetRevset(R"(a"b\c)"),
+                     bookmarkTipRevset("feat/ä x"), descriptionSubstringRevset("wip: \"x\""),
+                     exactNamePattern(R"(feat*\"x)")}),
+              (Texts{R"("a\"b\\c")", R"("")", R"(bookmarks(exact:"a\"b\\c"))",
+                     R"(latest(bookmarks(exact:"feat/ä x")))",
+                     R"(description(substring:"wip: \"x\""))", R"(exact:"feat*\\\"x")"}));
+    EXPECT_EQ(
+        rootFilesets({R"(a"b\c)", "plain", "dir/ä b", R"(end\)"}),
+        (Texts{R"(root:"a\"b\\c")", R"(root:"plain")", R"(root:"dir/ä b")", R"(root:"end\\")"}));
+    EXPECT_TRUE(rootFilesets({}).empty());
+}
+
+TEST(RevsetQuoting, MissingParentsAreSortedAndDeduplicated) {
+    EXPECT_FALSE(missingParentRevset({}).has_value());
+    EXPECT_FALSE(missingParentRevset({commitWith("a", {"b"}), commitWith("b", {})}).has_value());
+    EXPECT_EQ(missingParentRevset({commitWith("a", {"z", "b"}), commitWith("b", {"m"}),
+                                   commitWith("c", {"m", "z"})}),
+              std::optional<std::string>(R"(commit_id("m") | commit_id("z"))"));
+}
+
+TEST(JJVersion, ParsesTheLeadingNumbersAndKeepsTheRawText) {
+    using Parsed = std::tuple<int, int, int, std::string, bool>;
+    // A patch that is not a clean integer ("1-dev", "0-abc") counts as 0.
+    const std::vector<std::pair<const char*, Parsed>> cases{
+        {"0.39.0", {0, 39, 0, "0.39.0", true}},
+        {"  jj 0.39.0\n", {0, 39, 0, "0.39.0", true}},
+        {"jj 0.39.1-dev", {0, 39, 0, "0.39.1-dev", true}},
+        {"0.39.0-abc", {0, 39, 0, "0.39.0-abc", true}},
+        {"jj 0.46.2.7", {0, 46, 2, "0.46.2.7", true}},
+        {"1.0", {1, 0, 0, "1.0", true}},
+        {"0.38.9", {0, 38, 9, "0.38.9", false}}};
+    for (const auto& [text, expected] : cases) {
+        const auto version = JJVersion::parsing(text);
+        ASSERT_TRUE(version.has_value()) << text;
+        EXPECT_EQ((Parsed{version->major, version->minor, version->patch, version->description(),
+                          version->isSupported()}),
+                  expected)
+            << text;
+    }
+    EXPECT_EQ(*JJVersion::parsing("0.39.0-abc"), JJVersion::minimumSupported());
+    EXPECT_GT(*JJVersion::parsing("0.40.0"), *JJVersion::parsing("0.39.99"));
+    EXPECT_GT(*JJVersion::parsing("0.39.2"), *JJVersion::parsing("0.39.1"));
+    for (const char* text : {"jj", "", "0", "jj 1", "x.1.2", "1.y", "1..", "jj version"}) {
+        EXPECT_FALSE(JJVersion::parsing(text).has_value()) << text;
+    }
+}
+
+TEST(JJError, DescriptionsAreExact) {
+    // A failed command is worded where it is thrown.
+    EXPECT_EQ((Texts{JJError::unsafeOperation("Refused.").errorDescription(),
+                     JJError(JJError::IncompatibleVersion{"0.38.9", "0.39.0"}).errorDescription(),
+                     JJError(JJError::ParseError{"ops", "missing key"}).errorDescription(),
+                     JJError(JJError::JJNotFound{}).what()}),
+              (Texts{"Refused.", "jj 0.38.9 too old, need 0.39.0+",
+                     "Parse error (ops): missing key", "jj not found in PATH"}));
 }
 
 }  // namespace

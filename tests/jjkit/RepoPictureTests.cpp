@@ -22,17 +22,16 @@ TEST(RepoPicture, DrawsCommitsBookmarksAuthorsWorkspacesAndAnOrigin) {
       workspace second <- A B
       @ <- E
     )");
-    EXPECT_EQ(repo.parents("M"), (Names{"A", "B"}));
-    EXPECT_EQ(repo.parents("T"), (Names{"root"}));
-    EXPECT_EQ(repo.parents("@"), (Names{"E"}));
-    EXPECT_EQ(repo.parents("second@"), (Names{"A", "B"}));
-    EXPECT_EQ(repo.bookmarkTarget("feat"), "B");
-    EXPECT_EQ(repo.bookmarkTarget("wip"), "B");
-    EXPECT_EQ(repo.bookmarkTarget("empty"), "E");
-    EXPECT_EQ(repo.bookmarkTarget("absent"), std::nullopt);
+    EXPECT_EQ((std::vector<Names>{repo.parents("M"), repo.parents("T"), repo.parents("@"),
+                                  repo.parents("second@")}),
+              (std::vector<Names>{{"A", "B"}, {"root"}, {"E"}, {"A", "B"}}));
+    EXPECT_EQ((std::vector<std::optional<std::string>>{
+                  repo.bookmarkTarget("feat"), repo.bookmarkTarget("wip"),
+                  repo.bookmarkTarget("empty"), repo.bookmarkTarget("absent")}),
+              (std::vector<std::optional<std::string>>{"B", "B", "E", std::nullopt}));
     EXPECT_EQ(repo.description("A"), "a \"quoted\" line\nsecond");
-    EXPECT_EQ(repo.changedPaths("A"), (Names{"dir/x y.txt", "f.txt"}));
-    EXPECT_TRUE(repo.changedPaths("E").empty());
+    EXPECT_EQ((std::vector<Names>{repo.changedPaths("A"), repo.changedPaths("E")}),
+              (std::vector<Names>{{"dir/x y.txt", "f.txt"}, {}}));
     EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", repo.id("B"), "-T", "author.name()"}),
               "Ann Other");
     EXPECT_EQ(repo.jj({"log", "--no-graph", "-r", "main@origin", "-T", "change_id"}), repo.id("T"));
@@ -48,8 +47,7 @@ TEST(RepoPicture, DrawsCommitsBookmarksAuthorsWorkspacesAndAnOrigin) {
 TEST(RepoPicture, RefusesWhatItCannotRead) {
     for (const char* text : {"A <-", "A B", "A <- root \"open", "A <- root [x", "A <- root {Ann",
                              "push", "workspace", "@ <- A \"x\""}) {
-        SCOPED_TRACE(text);
-        EXPECT_THROW(picture::parse(text), std::invalid_argument);
+        EXPECT_THROW(picture::parse(text), std::invalid_argument) << text;
     }
 }
 

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "jjkit/client/JJClient.h"
+#include "support/RepoPicture.h"
 #include "support/StateText.h"
 #include "support/TestRepo.h"
 
@@ -17,12 +18,7 @@ namespace {
 using testing::lines;
 using testing::TestRepo;
 
-// `main` pushed to a local origin, so that trunk() is main@origin.
-const std::string published = R"(
-  origin
-  T <- root "base" README=hello [main]
-  push main
-)";
+const std::string published(testing::publishedTrunk);
 
 class RepoStateLoad : public ::testing::Test {
   protected:
@@ -40,61 +36,62 @@ class RepoStateLoad : public ::testing::Test {
     TestRepo repo;
 };
 
-TEST_F(RepoStateLoad, StackedBookmarksOwnTheirCommitsAndStackOnEachOther) {
+TEST_F(RepoStateLoad, StackedBookmarksOwnTheirCommitsAndOneOffStacksAreMineAlone) {
+    // O3 is loaded as the parent of one's own work on top of it.
     repo.draw(published + R"(
       B1 <- T "b1" b=1
       B2 <- B1 "b2 \"quoted\" ä" b=2 [bee]
       A1 <- B2 "a1" a=1 [ay]
+      F <- T "feature" f=1 [feat]
+      O1 <- F "one-off on feat" o=1
+      O2 <- O1 "second one-off" o=2
+      T1 <- T "one-off on trunk" t=1
+      X <- F "theirs" x=1 {Other Person <other@example.org>}
+      O3 <- X "mine on theirs" o=3
+      @ <- A1
     )");
     const RepoState state = load();
     // Trunk is never a parent lane; one's own commits stay one-off entries
-    // even when a bookmark owns them, but they form no one-off lane.
-    EXPECT_EQ(text(state, {"T", "B1", "B2", "A1"}), lines(R"(
+    // even when a bookmark owns them, but they form no one-off lane. X is in
+    // no lane, so O3 stands alone.
+    EXPECT_EQ(text(state, {"T", "B1", "B2", "A1", "F", "O1", "O2", "T1", "X", "O3"}), lines(R"(
       bookmark ay: A1 | local untracked | on bee | base B2 [bee]
       bookmark bee: B2 B1 | local untracked | landed main | base T trunk [main main@git main@origin]
+      bookmark feat: F | local untracked | landed main | base T trunk [main main@git main@origin]
       bookmark main: T root | upstream(origin) upToDate(origin)
       working copy @: ay bee
-      workspace default*: direct | ay inherited(-) | bee inherited(ay) | main inherited(-) | base T trunk [main main@git main@origin]
+      workspace default*: direct | ay inherited(-) | bee inherited(ay) | feat absent | main inherited(-) | base T trunk [main main@git main@origin]
+      lane O2: O2 O1 | on feat | feat at O1
+      lane O3: O3
+      lane T1: T1 | on main | main at T1
       one-off A1 on B2 | owner ay
       one-off B1 on T | owner bee
       one-off B2 on B1 | owner bee
+      one-off F on T | owner feat
+      one-off O1 on F
+      one-off O2 on O1
+      one-off O3 on X
+      one-off T1 on T
+      one-off X on F | theirs
       immutable T root | conflicted | behind trunk
     )"));
-    EXPECT_EQ(state.orphanWIPs.front().changeID, repo.id("A1"));  // newest first
+    EXPECT_EQ(state.orphanWIPs.front().changeID, repo.id("O3"));  // newest first
+    for (const auto& mine : {"O1", "O2", "T1", "O3"}) {
+        EXPECT_TRUE(state.mineChangeIDs.contains(repo.id(mine))) << mine;
+    }
+    EXPECT_FALSE(state.mineChangeIDs.contains(repo.id("X")));
     EXPECT_EQ(state.transitiveDependencies("ay"), std::set<std::string>{"bee"});
     EXPECT_EQ(state.dependents("bee"), std::vector<std::string>{"ay"});
+    // The lane on trunk stands on its own.
+    const auto stacked = state.stackedOneOffLanesByBookmark();
+    ASSERT_EQ(stacked.size(), 1U);
+    const OneOffLane& onFeat = stacked.at("feat");
+    EXPECT_EQ((std::vector<std::string>{onFeat.id(), onFeat.displayName()}),
+              (std::vector<std::string>{repo.id("O2"), "one-off/" + repo.id("O2").substr(0, 8)}));
+    EXPECT_EQ(onFeat.bookmark().commitIDs, (std::vector<std::string>{id("O2"), id("O1")}));
     // The repository path need not be spelled exactly as jj spells the root.
     EXPECT_EQ(load({}, repo.root() + "/"), state);
     EXPECT_EQ(load({}, repo.root() + "/."), state);
-}
-
-TEST_F(RepoStateLoad, ConflictedBookmarksAndConflictsBetweenBookmarks) {
-    // A second conflicted commit on the merge repeats the same pair.
-    repo.draw(published + R"(
-      C1 <- T "c1" c=1
-      C2 <- C1 "c2" c=2
-      C3 <- C2 "c3" c=3
-      L <- T "left side" shared.txt=left [left]
-      R <- T "right side" shared.txt=right [right]
-      M <- L R "conflicted merge"
-      S <- M "still conflicted"
-    )");
-    repo.makeConflictedBookmark("dual", repo.id("C2"), repo.id("C3"), repo.id("C1"));
-    EXPECT_EQ(text(load(), {"T", "C1", "C2", "C3", "L", "R", "M", "S"}), lines(R"(
-      bookmark dual: C3 C1 C2 | tips C3 C1 | local untracked | landed main | divergent | base T trunk [main main@git main@origin]
-      bookmark left: L | local untracked | landed main | base T trunk [main main@git main@origin]
-      bookmark main: T root | upstream(origin) upToDate(origin)
-      bookmark right: R | local untracked | landed main | base T trunk [main main@git main@origin]
-      conflict left right
-      working copy @: left right | conflict
-      workspace default*: direct | dual absent | left inherited(-) | main inherited(-) | right inherited(-) | base T trunk [main main@git main@origin] | conflict
-      one-off C1 on T | owner dual
-      one-off C2 on C1 | owner dual
-      one-off C3 on C2 | owner dual
-      one-off L on T | owner left
-      one-off R on T | owner right
-      immutable T root | conflicted @ M S | behind trunk
-    )"));
 }
 
 TEST_F(RepoStateLoad, ALandedBookmarkMarksTheLanesAboveIt) {
@@ -118,7 +115,7 @@ TEST_F(RepoStateLoad, ALandedBookmarkMarksTheLanesAboveIt) {
     )"));
 }
 
-TEST_F(RepoStateLoad, RemoteSyncStatesAgainstOrigin) {
+TEST_F(RepoStateLoad, RemoteSyncStatesConflictedBookmarksAndConflictsBetweenBookmarks) {
     repo.draw(published + R"(
       A1 <- T "ahead 1" a=1 [ahead]
       B1 <- T "behind 1" b=1 [behind]
@@ -137,75 +134,51 @@ TEST_F(RepoStateLoad, RemoteSyncStatesAgainstOrigin) {
     repo.fetch();
     // The fetch fast-forwards the tracked bookmarks that did not move:
     // moving one back leaves it behind its remote, a new local commit on the
-    // other makes it diverge.
+    // other makes it diverge. A second conflicted commit on the merge of
+    // left and right repeats the same pair.
     repo.bookmark("behind", repo.id("B1"));
     repo.draw(R"(
       DL <- D1 "diverged local" d=local
-      @ <- T
+      C1 <- T "c1" c=1
+      C2 <- C1 "c2" c=2
+      C3 <- C2 "c3" c=3
+      L <- T "left side" shared.txt=left [left]
+      R <- T "right side" shared.txt=right [right]
+      M <- L R "conflicted merge"
+      SC <- M "still conflicted"
     )");
     repo.bookmark("diverged", repo.id("DL"));
-    auto names = testing::idNames(repo, {"T", "A1", "A2", "B1", "D1", "DL", "S"});
+    repo.makeConflictedBookmark("dual", repo.id("C2"), repo.id("C3"), repo.id("C1"));
+    auto names = testing::idNames(
+        repo, {"T", "A1", "A2", "B1", "D1", "DL", "S", "C1", "C2", "C3", "L", "R", "M", "SC"});
     names[repo.commitID("theirs@origin")] = "TH";
     // The colocated repository's "git" remote carries solo too; it never counts.
     EXPECT_EQ(testing::stateText(load(), names), lines(R"(
       bookmark ahead: A2 A1 | upstream(origin) ahead(origin, 1) | landed main | base T trunk [main main@git main@origin]
       bookmark behind: B1 | upstream(origin) behind(origin, 1) | landed main | base T trunk [main main@git main@origin]
       bookmark diverged: DL D1 | upstream(origin) diverged(origin, 1, 1) | landed main | base T trunk [main main@git main@origin]
+      bookmark dual: C3 C1 C2 | tips C3 C1 | local untracked | landed main | divergent | base T trunk [main main@git main@origin]
+      bookmark left: L | local untracked | landed main | base T trunk [main main@git main@origin]
       bookmark main: T root | upstream(origin) upToDate(origin)
+      bookmark right: R | local untracked | landed main | base T trunk [main main@git main@origin]
       bookmark solo: S | local untracked | landed main | base T trunk [main main@git main@origin]
-      working copy @:
-      workspace default*: direct | ahead absent | behind absent | diverged absent | main inherited(-) | solo absent | base T trunk [main main@git main@origin]
+      conflict left right
+      working copy @: left right | conflict
+      workspace default*: direct | ahead absent | behind absent | diverged absent | dual absent | left inherited(-) | main inherited(-) | right inherited(-) | solo absent | base T trunk [main main@git main@origin] | conflict
       one-off A1 on T | owner ahead
       one-off A2 on A1 | owner ahead
       one-off B1 on T | owner behind
+      one-off C1 on T | owner dual
+      one-off C2 on C1 | owner dual
+      one-off C3 on C2 | owner dual
       one-off D1 on T | owner diverged
       one-off DL on D1 | owner diverged
+      one-off L on T | owner left
+      one-off R on T | owner right
       one-off S on T | owner solo
       remote bookmark theirs: TH | upstream(origin) untracked
-      immutable T TH root | conflicted | behind trunk
+      immutable T TH root | conflicted @ M SC | behind trunk
     )"));
-}
-
-TEST_F(RepoStateLoad, OneOffStacksAreMineAndOthersCommitsAreNot) {
-    // O3 is loaded as the parent of one's own work on top of it.
-    repo.draw(published + R"(
-      F <- T "feature" f=1 [feat]
-      O1 <- F "one-off on feat" o=1
-      O2 <- O1 "second one-off" o=2
-      T1 <- T "one-off on trunk" t=1
-      X <- F "theirs" x=1 {Other Person <other@example.org>}
-      O3 <- X "mine on theirs" o=3
-      @ <- T
-    )");
-    const RepoState state = load();
-    // X is in no lane, so O3 stands alone.
-    EXPECT_EQ(text(state, {"T", "F", "O1", "O2", "T1", "X", "O3"}), lines(R"(
-      bookmark feat: F | local untracked | landed main | base T trunk [main main@git main@origin]
-      bookmark main: T root | upstream(origin) upToDate(origin)
-      working copy @:
-      workspace default*: direct | feat absent | main inherited(-) | base T trunk [main main@git main@origin]
-      lane O2: O2 O1 | on feat | feat at O1
-      lane O3: O3
-      lane T1: T1 | on main | main at T1
-      one-off F on T | owner feat
-      one-off O1 on F
-      one-off O2 on O1
-      one-off O3 on X
-      one-off T1 on T
-      one-off X on F | theirs
-      immutable T root | conflicted | behind trunk
-    )"));
-    for (const auto& mine : {"O1", "O2", "T1", "O3"}) {
-        EXPECT_TRUE(state.mineChangeIDs.contains(repo.id(mine))) << mine;
-    }
-    EXPECT_FALSE(state.mineChangeIDs.contains(repo.id("X")));
-    // The lane on trunk stands on its own.
-    const auto stacked = state.stackedOneOffLanesByBookmark();
-    ASSERT_EQ(stacked.size(), 1U);
-    const OneOffLane& onFeat = stacked.at("feat");
-    EXPECT_EQ(onFeat.id(), repo.id("O2"));
-    EXPECT_EQ(onFeat.displayName(), "one-off/" + repo.id("O2").substr(0, 8));
-    EXPECT_EQ(onFeat.bookmark().commitIDs, (std::vector<std::string>{id("O2"), id("O1")}));
 }
 
 TEST_F(RepoStateLoad, WorkspaceOnACompositionPointWithAPartialAttachment) {
@@ -280,13 +253,14 @@ TEST_F(RepoStateLoad, OddRepositoriesStillLoadAndMissingParentsAreFetched) {
                       [&](const auto& entry) { return entry.second->changeID == repo.id("D"); }),
         2);
     EXPECT_EQ(state.workspaces.size(), 2U);
-    EXPECT_EQ(state.selectedWorkspaceName, std::optional<std::string>("default"));
+    EXPECT_EQ(state.selectedWorkspaceName, "default");
 
     // A narrow revset: the parents it misses come from the second query, once.
-    const RepoState narrow = client.repoState(id("C2"));
-    EXPECT_TRUE(narrow.commits.contains(id("C2")));
-    EXPECT_TRUE(narrow.commits.contains(id("C1")));
-    EXPECT_EQ(narrow.commits.size(), 2U);
+    std::set<std::string> loaded;
+    for (const auto& [commitID, commit] : client.repoState(id("C2")).commits) {
+        loaded.insert(commitID);
+    }
+    EXPECT_EQ(loaded, (std::set<std::string>{id("C1"), id("C2")}));
 }
 
 }  // namespace

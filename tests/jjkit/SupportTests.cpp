@@ -35,14 +35,17 @@ std::string printable(std::string_view text) {
     return ::testing::PrintToString(std::string(text));
 }
 
-TEST(SupportUtf8, AcceptsWellFormedTextUpToTheBoundariesAndNothingElse) {
+TEST(SupportUtf8, AcceptsWellFormedTextUpToTheBoundariesAndCountsAndCutsByCodePoint) {
+    // Cut from the middle of a text, a sequence ends where the view ends,
+    // even when the bytes that would complete it follow in memory.
+    const std::string_view complete = "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
     // Around the smallest and largest two-, three- and four-byte forms, either
     // side of the surrogates, and the last code point U+10FFFF.
-    EXPECT_TRUE(utf8::isValid(std::string_view("nul\0in", 6)));
-    for (const std::string_view text :
-         {"", "plain ascii", "\xC2\x80", "\xC3\xA9", "\xDF\xBF", "\xE0\xA0\x80", "\xE2\x82\xAC",
-          "\xED\x9F\xBF", "\xEE\x80\x80", "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF0\x9F\x98\x80",
-          "\xF4\x8F\xBF\xBF", "a\xC3\xA9z\xE2\x82\xAC\xF0\x9F\x98\x80!"}) {
+    for (const auto text : std::initializer_list<std::string_view>{
+             "", "plain ascii", "\xC2\x80", "\xC3\xA9", "\xDF\xBF", "\xE0\xA0\x80", "\xE2\x82\xAC",
+             "\xED\x9F\xBF", "\xEE\x80\x80", "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF0\x9F\x98\x80",
+             "\xF4\x8F\xBF\xBF", "a\xC3\xA9z\xE2\x82\xAC\xF0\x9F\x98\x80!", complete.substr(0, 5),
+             std::string_view("nul\0in", 6)}) {
         EXPECT_TRUE(utf8::isValid(text)) << printable(text);
         EXPECT_EQ(utf8::decodeOrEmpty(text), std::string(text));
     }
@@ -59,25 +62,16 @@ TEST(SupportUtf8, AcceptsWellFormedTextUpToTheBoundariesAndNothingElse) {
              "\xF5\x80\x80\x80", "\xF8\x88\x80\x80\x80"});
     // Lone or stray continuations, and sequences cut short.
     rejects({"\xFF", "\xFE", "\x80", "a\xBF", "\xC3", "\xE2\x82", "\xF0\x9F\x98", "\xE2\x82z",
-             "\xC3\xA9\xC3", "\xF0\x9F\x98\x80\x80"});
-    EXPECT_EQ(utf8::decodeOrEmpty("a long and perfectly readable line\xFF"), "");
-    // A sequence cut short by the end of the text is truncated even when the
-    // bytes that would complete it follow in memory.
-    const std::string_view complete = "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
-    EXPECT_FALSE(utf8::isValid(complete.substr(0, 1)));
-    EXPECT_FALSE(utf8::isValid(complete.substr(2, 2)));
-    EXPECT_FALSE(utf8::isValid(complete.substr(5, 3)));
-    EXPECT_TRUE(utf8::isValid(complete.substr(0, 5)));
-    EXPECT_EQ(utf8::decodeOrEmpty(complete.substr(0, 4)), "");
-}
+             "\xC3\xA9\xC3", "\xF0\x9F\x98\x80\x80", "a long and perfectly readable line\xFF"});
+    rejects({complete.substr(0, 1), complete.substr(2, 2), complete.substr(5, 3),
+             complete.substr(0, 4)});
 
-TEST(SupportUtf8, CountsAndCutsByCodePoint) {
+    // Counting and cutting go by code point; a cut ends on a whole character.
     const std::string mixed = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";  // aé€😀
     EXPECT_EQ(utf8::codePointCount(""), 0U);
     EXPECT_EQ(utf8::codePointCount("abc"), 3U);
     EXPECT_EQ(utf8::prefixCodePoints("", 3), "");
     EXPECT_EQ(utf8::prefixCodePoints("abcdef", 3), "abc");
-    // Each cut ends on a whole character: never half a sequence.
     const std::vector<std::size_t> cutBytes{0, 1, 3, 6, 10, 10};
     for (std::size_t count = 0; count < cutBytes.size(); ++count) {
         EXPECT_EQ(utf8::prefixCodePoints(mixed, count), mixed.substr(0, cutBytes[count])) << count;
@@ -107,11 +101,9 @@ TEST(SupportText, TrimsSplitsJoinsAndComparesPrefixes) {
     EXPECT_EQ(text::join({"a", "", "b"}, "-"), "a--b");
     EXPECT_EQ(text::join({"x", "y", "z"}, ", "), "x, y, z");
 
-    EXPECT_TRUE(text::startsWith("abc", "ab"));
-    EXPECT_TRUE(text::startsWith("abc", "abc"));
-    EXPECT_TRUE(text::startsWith("", ""));
-    EXPECT_FALSE(text::startsWith("ab", "abc"));
-    EXPECT_FALSE(text::startsWith("abc", "b"));
+    EXPECT_TRUE(text::startsWith("abc", "ab") && text::startsWith("abc", "abc") &&
+                text::startsWith("", ""));
+    EXPECT_FALSE(text::startsWith("ab", "abc") || text::startsWith("abc", "b"));
 }
 
 TEST(SupportInternetDateTime, ParsesZuluAndOffsetsAndRejectsEverythingElse) {
@@ -130,29 +122,27 @@ TEST(SupportInternetDateTime, ParsesZuluAndOffsetsAndRejectsEverythingElse) {
               sys_seconds{sys_days{2025y / 12 / 31} + 23h + 15min});
     EXPECT_EQ(parseInternetDateTime("2024-02-29T12:00:00Z"),
               sys_seconds{sys_days{2024y / 2 / 29} + 12h});
-    const auto rejects = [](std::initializer_list<std::string_view> texts) {
-        for (const auto text : texts) {
-            EXPECT_FALSE(parseInternetDateTime(text).has_value()) << '"' << text << '"';
-        }
-    };
     // Fractional seconds, and impossible dates and times.
-    rejects({"2026-11-21T09:30:00.5Z", "2026-11-21T09:30:00.123+01:00", "2026-02-30T10:00:00Z",
-             "2026-02-29T10:00:00Z", "2026-04-31T10:00:00Z", "2026-13-01T10:00:00Z",
-             "2026-00-10T10:00:00Z", "2026-11-00T10:00:00Z", "2026-11-21T24:00:00Z",
-             "2026-11-21T23:60:00Z", "2026-11-21T23:59:61Z"});
-    // Zones that are missing or malformed.
-    rejects({"2026-11-21T09:30:00", "2026-11-21T09:30:00+0100", "2026-11-21T09:30:00+01",
-             "2026-11-21T09:30:00+01:0", "2026-11-21T09:30:00+24:00", "2026-11-21T09:30:00+01:60",
-             "2026-11-21T09:30:00+a1:00", "2026-11-21T09:30:00*01:00", "2026-11-21T09:30:00Z ",
-             "2026-11-21T09:30:00ZZ", "2026-11-21T09:30:00+01:00 "});
-    // Other separators or shapes.
-    rejects({"2026/11/21T09:30:00Z", "2026-11-21X09:30:00Z", "2026-11-21T09.30.00Z",
-             "20261121T093000Z", "2026-1-21T09:30:00Z", "2026-1a-21T09:30:00Z",
-             " 2026-11-21T09:30:00Z", "2026-11-21", "", "garbage",
-             "not a date at all, but long enough"});
+    for (const std::string_view text :
+         {"2026-11-21T09:30:00.5Z", "2026-11-21T09:30:00.123+01:00", "2026-02-30T10:00:00Z",
+          "2026-02-29T10:00:00Z", "2026-04-31T10:00:00Z", "2026-13-01T10:00:00Z",
+          "2026-00-10T10:00:00Z", "2026-11-00T10:00:00Z", "2026-11-21T24:00:00Z",
+          "2026-11-21T23:60:00Z", "2026-11-21T23:59:61Z",
+          // Zones that are missing or malformed.
+          "2026-11-21T09:30:00", "2026-11-21T09:30:00+0100", "2026-11-21T09:30:00+01",
+          "2026-11-21T09:30:00+01:0", "2026-11-21T09:30:00+24:00", "2026-11-21T09:30:00+01:60",
+          "2026-11-21T09:30:00+a1:00", "2026-11-21T09:30:00*01:00", "2026-11-21T09:30:00Z ",
+          "2026-11-21T09:30:00ZZ", "2026-11-21T09:30:00+01:00 ",
+          // Other separators or shapes.
+          "2026/11/21T09:30:00Z", "2026-11-21X09:30:00Z", "2026-11-21T09.30.00Z",
+          "20261121T093000Z", "2026-1-21T09:30:00Z", "2026-1a-21T09:30:00Z",
+          " 2026-11-21T09:30:00Z", "2026-11-21", "", "garbage",
+          "not a date at all, but long enough"}) {
+        EXPECT_FALSE(parseInternetDateTime(text).has_value()) << '"' << text << '"';
+    }
 }
 
-TEST(SupportSearchPath, InheritedEntriesKeepPriorityAndTheUsualFoldersFollowOnce) {
+TEST(SupportSearchPath, InheritedEntriesKeepPriorityTheUsualFoldersFollowOnceForTheUser) {
     const std::string usual =
         "/etc/profiles/per-user/alice/bin:/run/current-system/sw/bin:/usr/local/bin:"
         "/opt/homebrew/bin:/opt/homebrew/sbin:/usr/bin:/bin:/usr/sbin:/sbin";
@@ -172,9 +162,8 @@ TEST(SupportSearchPath, InheritedEntriesKeepPriorityAndTheUsualFoldersFollowOnce
         EXPECT_EQ(repairedSearchPath(inherited, "alice"), repaired) << inherited;
     }
     EXPECT_TRUE(repairedSearchPath("", "bob").starts_with("/etc/profiles/per-user/bob/bin:"));
-}
 
-TEST(SupportSearchPath, UserNamePrefersUserThenLognameThenTheAccount) {
+    // The user name: USER, then LOGNAME, then the account.
     const ScopedEnvironment user("USER");
     const ScopedEnvironment logname("LOGNAME");
     user.set("alice");
@@ -216,7 +205,7 @@ PumpRun pump(const std::vector<std::string>& chunks) {
     return run;
 }
 
-TEST(SupportStderrLinePump, SplitsAtCarriageReturnAndLineFeedInAnyChunking) {
+TEST(SupportStderrLinePump, SplitsAtLineEndsInAnyChunkingAndDropsBlankAndInvalidLines) {
     const std::string input = "a\rb\r\nc";
     // Every way of cutting the input into chunks, byte by byte and whole included.
     const std::size_t cuts = input.size() - 1;
@@ -236,14 +225,13 @@ TEST(SupportStderrLinePump, SplitsAtCarriageReturnAndLineFeedInAnyChunking) {
     // A terminated last line needs no finish; empty chunks are harmless.
     EXPECT_EQ(pump({"one\ntwo\n"}).beforeFinish, (Lines{"one", "two"}));
     EXPECT_EQ(pump({"", "x", "", "\n", ""}).afterFinish, (Lines{"x"}));
-}
 
-TEST(SupportStderrLinePump, DropsBlankAndInvalidLinesTrimsBlanksAndKeepsTheWholeStream) {
-    const std::string input =
+    // Blank and invalid lines are dropped, blanks trimmed, the whole stream kept.
+    const std::string noisy =
         "\n \n\t\t\r\n  \r\n  padded\t \n\tinner  space\t\r\n\xFF bad\n\xC0\xAF\n \tlast \t";
-    const auto run = pump({input});
+    const auto run = pump({noisy});
     EXPECT_EQ(run.afterFinish, (Lines{"padded", "inner  space", "last"}));
-    EXPECT_EQ(run.whole, input);
+    EXPECT_EQ(run.whole, noisy);
     // Only blanks and tabs are trimmed; other control characters stay.
     EXPECT_EQ(pump({"\fform feed\v\n"}).afterFinish, (Lines{"\fform feed\v"}));
     EXPECT_TRUE(pump({"   \t ", "\r\n\r\n", "broken \xE2\x82"}).afterFinish.empty());

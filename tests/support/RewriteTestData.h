@@ -5,8 +5,11 @@
 #include <utility>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "jjkit/records/JJCommit.h"
 #include "jjkit/records/JJWorkspace.h"
+#include "jjkit/rewrites/OperationJournal.h"
 #include "jjkit/support/Text.h"
 #include "support/TestRepo.h"
 
@@ -50,6 +53,17 @@ inline std::vector<std::string> sorted(std::vector<std::string> ids) {
     return ids;
 }
 
+/// The parents of each revision as jj reports them, "W1<F1 M<F2,B", to
+/// compare a whole graph at once.
+inline std::string graph(const TestRepo& repo, const std::vector<std::string>& revisions) {
+    std::string line;
+    for (const auto& revision : revisions) {
+        line.append(line.empty() ? "" : " ").append(revision).append("<");
+        line.append(text::join(repo.parents(revision), ","));
+    }
+    return line;
+}
+
 /// The change IDs that jj itself reports as conflicted among `revset`, sorted.
 inline std::vector<std::string> conflictedChanges(const TestRepo& repo, const std::string& revset) {
     const auto output = repo.jj({"log", "--no-graph", "--ignore-working-copy", "-r",
@@ -59,6 +73,23 @@ inline std::vector<std::string> conflictedChanges(const TestRepo& repo, const st
         changes.emplace_back(line);
     }
     return sorted(std::move(changes));
+}
+
+/// The receipt of a flow that ended without an error or a warning.
+inline LocalStackUpdateReceipt cleanReceipt(std::string before, std::string after,
+                                            std::vector<std::string> workspaces,
+                                            std::vector<std::string> conflicts = {}) {
+    return {std::move(before),   std::move(after), std::nullopt, std::move(workspaces), {},
+            std::move(conflicts)};
+}
+
+/// The one record that the journal of `Plan` holds, read without warnings.
+template <typename Plan>
+OperationRecord<Plan> onlyRecord(const std::string& root) {
+    auto loaded = OperationJournal<Plan>(root).load();
+    EXPECT_EQ(loaded.warnings, std::vector<std::string>{});
+    EXPECT_EQ(loaded.records.size(), 1U);
+    return loaded.records.empty() ? OperationRecord<Plan>{} : loaded.records.front();
 }
 
 }  // namespace vorda::testing

@@ -15,38 +15,23 @@ line=""
 for argument in "$@"; do line="$line[$argument]"; done
 printf '%s\n' "$line" >> "$here/calls.log"
 pwd >> "$here/cwd.log"
-if [ "$1" = "--version" ]; then
-  [ -e "$here/version-fail" ] && exit 1
-  echo "gh version 2.45.0 (scripted)"
-  exit 0
-fi
-if [ "$1 $2" = "pr create" ]; then
-  if [ -e "$here/create-fail" ]; then cat "$here/create-fail" >&2; exit 1; fi
-  echo "https://github.com/example/repo/pull/1"
-  exit 0
-fi
-if [ "$1 $2" != "pr list" ]; then
-  echo "unexpected call" >&2
-  exit 2
-fi
-branch=""
-previous=""
-for argument in "$@"; do
-  [ "$previous" = "--head" ] && branch=$argument
-  previous=$argument
-done
-if [ -e "$here/barrier" ]; then
-  : > "$here/started-$branch"
-  expected=$(cat "$here/barrier")
+case "$1 $2 $3" in
+  "--version  ") call=version ;;
+  "pr create --head") call=create ;;
+  "pr list --head") call="list-$4" ;;
+  *) echo "unexpected call" >&2; exit 2 ;;
+esac
+if [ -e "$here/barrier" ] && [ "$call" != version ] && [ "$call" != create ]; then
+  : > "$here/started-$call"
   polls=0
-  while [ "$(ls "$here" | grep -c '^started-')" -lt "$expected" ]; do
+  while [ "$(ls "$here" | grep -c '^started-')" -lt "$(cat "$here/barrier")" ]; do
     polls=$((polls + 1))
     if [ "$polls" -gt 600 ]; then echo "barrier not reached" >&2; exit 1; fi
     sleep 0.05
   done
 fi
-if [ -e "$here/fail-$branch" ]; then cat "$here/fail-$branch" >&2; exit 1; fi
-if [ -e "$here/pr-$branch.json" ]; then cat "$here/pr-$branch.json"; else echo "[]"; fi
+if [ -e "$here/fail-$call" ]; then cat "$here/fail-$call" >&2; exit 1; fi
+if [ -e "$here/answer-$call" ]; then cat "$here/answer-$call"; else echo "[]"; fi
 )sh";
 
 void writeFile(const fs::path& path, const std::string& contents) {
@@ -72,23 +57,20 @@ ScriptedGh::ScriptedGh() {
 }
 
 void ScriptedGh::answer(const std::string& branch, const std::string& json) const {
-    writeFile(folder_.path() / ("pr-" + branch + ".json"), json);
+    writeFile(folder_.path() / ("answer-list-" + branch), json);
 }
 
-void ScriptedGh::failList(const std::string& branch, const std::string& stderrText) const {
-    writeFile(folder_.path() / ("fail-" + branch), stderrText);
-}
-
-void ScriptedGh::failCreate(const std::string& stderrText) const {
-    writeFile(folder_.path() / "create-fail", stderrText);
-}
-
-void ScriptedGh::failVersion() const {
-    writeFile(folder_.path() / "version-fail", "");
+void ScriptedGh::fail(const std::string& call, const std::string& stderrText) const {
+    writeFile(folder_.path() / ("fail-" + call), stderrText);
 }
 
 void ScriptedGh::requireConcurrentCalls(int count) const {
     writeFile(folder_.path() / "barrier", std::to_string(count));
+}
+
+void ScriptedGh::forgetCalls() const {
+    fs::remove(folder_.path() / "calls.log");
+    fs::remove(folder_.path() / "cwd.log");
 }
 
 std::vector<std::string> ScriptedGh::calls() const {
@@ -101,15 +83,9 @@ std::vector<std::string> ScriptedGh::workingDirectories() const {
 
 std::vector<std::string> ScriptedGh::askedBranches() const {
     std::vector<std::string> branches;
-    const std::string head = "[--head][";
     for (const auto& line : calls()) {
-        const auto start = line.find(head);
-        if (start == std::string::npos) {
-            branches.push_back("unexpected: " + line);
-            continue;
-        }
-        const auto nameStart = start + head.size();
-        branches.push_back(line.substr(nameStart, line.find(']', nameStart) - nameStart));
+        const bool list = line.starts_with("[pr][list][--head][");
+        branches.push_back(list ? line.substr(19, line.find(']', 19) - 19) : "unexpected: " + line);
     }
     std::sort(branches.begin(), branches.end());
     return branches;

@@ -66,11 +66,6 @@ void TestRepo::writeFile(const std::string& relativePath, const std::string& con
     writeInto(root_, relativePath, contents);
 }
 
-void TestRepo::writeFileIn(const std::string& workspaceRoot, const std::string& relativePath,
-                           const std::string& contents) const {
-    writeInto(workspaceRoot, relativePath, contents);
-}
-
 std::string TestRepo::commit(const std::string& message, const FileContents& files) const {
     for (const auto& [path, contents] : files) {
         writeFile(path, contents);
@@ -88,26 +83,6 @@ std::string TestRepo::newChange(const std::vector<std::string>& parents,
     arguments.insert(arguments.end(), parents.begin(), parents.end());
     jj(arguments);
     return changeID("@");
-}
-
-std::string TestRepo::commitAs(const std::string& name, const std::string& email,
-                               const std::string& message, const FileContents& files,
-                               const std::string& parent) const {
-    const std::vector<std::string> identity{"--config", "user.name=" + name, "--config",
-                                            "user.email=" + email};
-    auto withIdentity = [&](std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), identity.begin(), identity.end());
-        return arguments;
-    };
-    // The change is created by that user, so it is theirs from the start.
-    jj(withIdentity({"new", "-m", message, parent}));
-    for (const auto& [path, contents] : files) {
-        writeFile(path, contents);
-    }
-    // Their snapshot records the files; the next working copy is ours again.
-    jj(withIdentity({"debug", "snapshot"}));
-    jj({"new"});
-    return changeID("@-");
 }
 
 void TestRepo::bookmark(const std::string& name, const std::string& revision) const {
@@ -145,14 +120,6 @@ std::string TestRepo::addOrigin() {
     runChecked({"git", "init", "--quiet", "--bare", origin_});
     jj({"git", "remote", "add", "origin", origin_});
     return origin_;
-}
-
-std::string TestRepo::publishMain() {
-    addOrigin();
-    std::string base = commit("base", {{"README", "base\n"}});
-    bookmark("main", base);
-    push("main");
-    return base;
 }
 
 void TestRepo::push(const std::string& bookmarkName) const {
@@ -198,18 +165,6 @@ void TestRepo::makeConflictedBookmark(const std::string& name, const std::string
     jj({"--at-operation", before, "--ignore-working-copy", "bookmark", "set", "--allow-backwards",
         "-r", right, "--", name});
     jj({"debug", "snapshot"});  // lets jj merge the two operations now
-}
-
-std::string TestRepo::makeConflict(const std::string& base, const std::string& path) const {
-    newChange({base}, "left side");
-    writeFile(path, "left\n");
-    const std::string left = changeID("@");
-    newChange({base}, "right side");
-    writeFile(path, "right\n");
-    const std::string right = changeID("@");
-    std::string merged = newChange({left, right}, "conflicted merge");
-    jj({"new"});
-    return merged;
 }
 
 }  // namespace vorda::testing

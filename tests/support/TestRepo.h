@@ -46,8 +46,6 @@ class TestRepo {
     ProcessResult tryJJ(const std::vector<std::string>& arguments) const;
 
     void writeFile(const std::string& relativePath, const std::string& contents) const;
-    void writeFileIn(const std::string& workspaceRoot, const std::string& relativePath,
-                     const std::string& contents) const;
 
     /// Writes `files` into the working copy, gives it `message` and starts a
     /// new change on top. Returns the change ID of the finished commit.
@@ -56,12 +54,6 @@ class TestRepo {
     /// `jj new PARENTS -m MESSAGE`: the new working-copy change's ID.
     std::string newChange(const std::vector<std::string>& parents,
                           const std::string& message = "") const;
-
-    /// A commit on `parent` made by another author and committer, leaving the
-    /// working copy on top of it. Returns its change ID.
-    std::string commitAs(const std::string& name, const std::string& email,
-                         const std::string& message, const FileContents& files,
-                         const std::string& parent) const;
 
     /// Creates or moves a local bookmark.
     void bookmark(const std::string& name, const std::string& revision) const;
@@ -78,10 +70,6 @@ class TestRepo {
     /// A bare Git repository at `<scratch>/origin.git`, added as `origin`.
     std::string addOrigin();
     const std::string& originPath() const { return origin_; }
-
-    /// A published trunk: origin added, a first commit with a README as
-    /// `main`, pushed, so that trunk() is main@origin. Returns its change ID.
-    std::string publishMain();
 
     /// Pushes a bookmark to origin (tracking it first if it is new).
     void push(const std::string& bookmarkName) const;
@@ -101,10 +89,6 @@ class TestRepo {
     /// `left` and a concurrent one to `right`.
     void makeConflictedBookmark(const std::string& name, const std::string& base,
                                 const std::string& left, const std::string& right) const;
-
-    /// A commit on `base` whose file `path` is in conflict, made by merging
-    /// two siblings that changed it differently. Returns its change ID.
-    std::string makeConflict(const std::string& base, const std::string& path) const;
 
     /// Builds the lines of a picture (see RepoPicture.h) into the repository,
     /// top to bottom; names accumulate over several calls.

@@ -36,6 +36,13 @@ std::vector<std::string> identity(const std::string& author) {
     return {"--config", "user.name=" + name, "--config", "user.email=" + email};
 }
 
+/// The lines that template `logTemplate` prints for the revisions of `revset`.
+std::vector<std::string> logLines(const TestRepo& repo, const std::string& revset,
+                                  const std::string& logTemplate) {
+    return linesOf(
+        repo.jj({"log", "--no-graph", "--ignore-working-copy", "-r=" + revset, "-T", logTemplate}));
+}
+
 std::vector<std::string> joined(std::vector<std::string> head,
                                 const std::vector<std::string>& tail) {
     head.insert(head.end(), tail.begin(), tail.end());
@@ -147,9 +154,8 @@ void TestRepo::draw(std::string_view text) {
 
 std::vector<std::string> TestRepo::parents(const std::string& revision) const {
     std::vector<std::string> result;
-    for (const auto& changeID :
-         linesOf(jj({"log", "--no-graph", "--ignore-working-copy", "-r=" + revisionOf(revision),
-                     "-T", R"(parents.map(|c| c.change_id() ++ "\n").join(""))"}))) {
+    for (const auto& changeID : logLines(*this, revisionOf(revision),
+                                         R"(parents.map(|c| c.change_id() ++ "\n").join(""))")) {
         result.push_back(nameOf(changeID));
     }
     return result;
@@ -157,8 +163,7 @@ std::vector<std::string> TestRepo::parents(const std::string& revision) const {
 
 std::optional<std::string> TestRepo::bookmarkTarget(const std::string& name) const {
     const auto targets =
-        linesOf(jj({"log", "--no-graph", "--ignore-working-copy",
-                    "-r=bookmarks(" + exactNamePattern(name) + ")", "-T", R"(change_id ++ "\n")"}));
+        logLines(*this, "bookmarks(" + exactNamePattern(name) + ")", R"(change_id ++ "\n")");
     if (targets.size() > 1) {
         throw std::runtime_error("bookmark " + name + " is conflicted");
     }
@@ -171,10 +176,7 @@ std::optional<std::string> TestRepo::bookmarkTarget(const std::string& name) con
 std::string TestRepo::description(const std::string& revision) const {
     auto text = jj({"log", "--no-graph", "--ignore-working-copy", "-r=" + revisionOf(revision),
                     "-T", "description"});
-    if (!text.empty() && text.back() == '\n') {
-        text.pop_back();
-    }
-    return text;
+    return text.ends_with('\n') ? text.substr(0, text.size() - 1) : text;
 }
 
 std::vector<std::string> TestRepo::changedPaths(const std::string& revision) const {

@@ -15,7 +15,9 @@
 namespace vorda {
 namespace {
 
-std::vector<std::string> identities(const std::vector<BoardSlot>& row) {
+using Row = std::vector<std::string>;
+
+Row identities(const std::vector<BoardSlot>& row) {
     std::vector<std::string> result;
     result.reserve(row.size());
     for (const auto& slot : row) {
@@ -44,35 +46,33 @@ TEST(BoardSlots, FixedOrderIncludedBookmarksAndTheDiffColumn) {
     // An included bookmark shows inside its working-copy column and gets a
     // column of its own only when asked.
     const std::string placeholder = BoardSlot{BoardSlot::NewPlaceholder{}}.identity();
-    EXPECT_EQ(identities(boardSlots(inputs)),
-              (std::vector<std::string>{"wcstack:default", "wcstack:second", "oneoff:kxyz", "shown",
-                                        "included-visible", "hidden", placeholder}));
+    const Row plain = {"wcstack:default",  "wcstack:second", "oneoff:kxyz", "shown",
+                       "included-visible", "hidden",         placeholder};
+    EXPECT_EQ(identities(boardSlots(inputs)), plain);
 
-    // The diff column follows the selected column, wherever it stands.
+    // The diff column follows the selected column, wherever it stands; a
+    // selection that is not on the row brings none.
     inputs.isDiffVisible = true;
-    inputs.selectionColumn = ColumnID::bookmark("shown");
-    auto row = identities(boardSlots(inputs));
-    EXPECT_EQ(row[4], "diff");
-    EXPECT_EQ(row[3], "shown");
-    inputs.selectionColumn = ColumnID::hidden();
-    row = identities(boardSlots(inputs));
-    EXPECT_EQ(row[row.size() - 2], "diff");
-    EXPECT_EQ(row.back(), placeholder);
-    inputs.selectionColumn = ColumnID::workingCopyStack("second");
-    EXPECT_EQ(identities(boardSlots(inputs))[2], "diff");
-    // A selection that is not on the row brings no diff column.
-    inputs.selectionColumn = ColumnID::bookmark("included");
-    EXPECT_EQ(std::count(row.begin(), row.end(), "diff"), 1);
-    EXPECT_EQ(identities(boardSlots(inputs)).size(), 7U);
+    const auto rowWith = [&](ColumnID selection) {
+        inputs.selectionColumn = std::move(selection);
+        return identities(boardSlots(inputs));
+    };
+    EXPECT_EQ(rowWith(ColumnID::bookmark("shown")),
+              (Row{"wcstack:default", "wcstack:second", "oneoff:kxyz", "shown", "diff",
+                   "included-visible", "hidden", placeholder}));
+    EXPECT_EQ(rowWith(ColumnID::hidden()),
+              (Row{"wcstack:default", "wcstack:second", "oneoff:kxyz", "shown", "included-visible",
+                   "hidden", "diff", placeholder}));
+    EXPECT_EQ(rowWith(ColumnID::workingCopyStack("second"))[2], "diff");
+    EXPECT_EQ(rowWith(ColumnID::bookmark("included")), plain);
 
     // A filter that matches nothing leaves the working copies, hidden and
     // the placeholder.
     inputs.oneOffLanes.clear();
     inputs.filteredBookmarks.clear();
     inputs.isDiffVisible = false;
-    EXPECT_EQ(
-        identities(boardSlots(inputs)),
-        (std::vector<std::string>{"wcstack:default", "wcstack:second", "hidden", placeholder}));
+    EXPECT_EQ(identities(boardSlots(inputs)),
+              (Row{"wcstack:default", "wcstack:second", "hidden", placeholder}));
 }
 
 SnapshotRef boardWithTwoBookmarks() {
@@ -119,25 +119,20 @@ TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
     EXPECT_FALSE(selection.selectedBookmarkName().has_value());
     EXPECT_TRUE(selection.isDiffVisible());
 
-    // Gestures that ask first.
-    const Bookmark alpha = model.board().repoState()->bookmarks.at("alpha");
-    view.handleBookmarkAction({BookmarkAction::SquashToSingle{}}, alpha);
-    ASSERT_TRUE(model.sheets().confirmationRequest().has_value());
-    EXPECT_EQ(model.sheets().confirmationRequest()->title, "Combine 2 commits on alpha?");
-    EXPECT_EQ(model.sheets().confirmationRequest()->message,
-              "All 2 commits become a single commit at the tip.");
-    model.sheets().setConfirmationRequest(std::nullopt);
-    view.handleBookmarkAction({BookmarkAction::SquashToSingle{}},
-                              model.board().repoState()->bookmarks.at("beta"));
-    EXPECT_FALSE(model.sheets().confirmationRequest().has_value());
-    view.handleBookmarkAction({BookmarkAction::Abandon{}}, alpha);
-    ASSERT_TRUE(model.sheets().confirmationRequest().has_value());
-    EXPECT_EQ(model.sheets().confirmationRequest()->title, "Abandon alpha?");
-    EXPECT_EQ(model.sheets().confirmationRequest()->message,
-              "This will delete the bookmark and all its commits.");
+    // Gestures that ask first: "title / message", or nothing.
+    const auto ask = [&](const BookmarkAction& action, const std::string& name) {
+        model.sheets().setConfirmationRequest(std::nullopt);
+        view.handleBookmarkAction(action, model.board().repoState()->bookmarks.at(name));
+        const auto& request = model.sheets().confirmationRequest();
+        return request ? request->title + " / " + request->message : std::string();
+    };
+    EXPECT_EQ(ask({BookmarkAction::SquashToSingle{}}, "alpha"),
+              "Combine 2 commits on alpha? / All 2 commits become a single commit at the tip.");
+    EXPECT_EQ(ask({BookmarkAction::SquashToSingle{}}, "beta"), "");
+    EXPECT_EQ(ask({BookmarkAction::Abandon{}}, "alpha"),
+              "Abandon alpha? / This will delete the bookmark and all its commits.");
 
     // A state with nothing to show says so.
-    model.sheets().setConfirmationRequest(std::nullopt);
     model.applySnapshot(testing::makeSnapshot(RepoState{}));
     ASSERT_TRUE(QTest::qWaitFor([&] { return !view.messageText().isEmpty(); }));
     EXPECT_EQ(view.messageText(), "No bookmarks or one-offs");

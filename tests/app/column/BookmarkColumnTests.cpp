@@ -5,7 +5,10 @@
 #include <QContextMenuEvent>
 #include <QLabel>
 #include <QMenu>
+#include <QMouseEvent>
+#include <QPointF>
 #include <QPushButton>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolButton>
@@ -16,12 +19,15 @@
 
 #include "ColumnTestData.h"
 #include "MenuText.h"
+#include "app/column/ColumnResizeHandle.h"
 #include "app/column/ColumnText.h"
+#include "app/column/ColumnWidthStore.h"
 #include "app/column/CommitCardChips.h"
 #include "app/column/CommitCardDelegate.h"
 #include "app/column/CommitCardText.h"
 #include "app/column/CommitListModel.h"
 #include "app/column/CommitListView.h"
+#include "app/column/ResizableColumnWidth.h"
 
 // The column as a widget: that it shows what the column rules and texts
 // decide (the sentences themselves are pinned in ColumnTextTests) and reports
@@ -31,10 +37,12 @@ namespace {
 
 using apptest::findEntry;
 using columntest::bookmarkLane;
+using columntest::changeIDFor;
 using columntest::makeCommit;
 using columntest::makeCommits;
 using LaneKind = BookmarkColumnInput::LaneKind;
 using Role = BookmarkInclusionRole;
+using Parts = std::vector<std::string>;
 
 template <typename Widget = QWidget>
 Widget* child(const BookmarkColumn& column, const char* name) {
@@ -43,24 +51,19 @@ Widget* child(const BookmarkColumn& column, const char* name) {
     return widget;
 }
 
-bool shows(const BookmarkColumn& column, const char* name) {
-    const auto* widget = column.findChild<QWidget*>(QString::fromLatin1(name));
-    return widget != nullptr && widget->isVisibleTo(&column);
-}
-
 // The column's optional parts that show, in a fixed order.
-std::vector<std::string> parts(const BookmarkColumn& column) {
-    std::vector<std::string> shown;
+Parts parts(const BookmarkColumn& column) {
+    Parts shown;
     for (const char* name :
          {"columnHeader", "trunkPinnedBox", "fetchedLabel", "mergedBanner", "unpinButton",
-          "prBadge", "rebaseLocalStackButton", "conflictBanner"}) {
-        if (shows(column, name)) {
+          "prBadge", "rebaseLocalStackButton", "conflictBanner", "workingCopiesButton"}) {
+        const auto* widget = column.findChild<QWidget*>(QString::fromLatin1(name));
+        if (widget != nullptr && widget->isVisibleTo(&column)) {
             shown.emplace_back(name);
         }
     }
     return shown;
 }
-using Parts = std::vector<std::string>;
 
 std::string text(const BookmarkColumn& column, const char* name) {
     return child<QLabel>(column, name)->text().toStdString();
@@ -68,10 +71,10 @@ std::string text(const BookmarkColumn& column, const char* name) {
 
 // The action a `bookmarkAction` signal carried. Read in place: the action
 // has no default value, which `QVariant::value` would need.
-const BookmarkAction& actionAt(const QSignalSpy& spy, int index) {
+const decltype(BookmarkAction::value)& actionAt(const QSignalSpy& spy, int index) {
     const QVariant& argument = spy.at(index).at(0);
     EXPECT_EQ(argument.metaType(), QMetaType::fromType<BookmarkAction>());
-    return *static_cast<const BookmarkAction*>(argument.constData());
+    return static_cast<const BookmarkAction*>(argument.constData())->value;
 }
 
 // Shows the column offscreen at a fixed size, so that rows have geometry.
@@ -98,7 +101,7 @@ TEST(BookmarkColumn, CommitsRenderThroughTheModelWithCardTooltips) {
     ASSERT_EQ(model->rowCount(), 3);
     EXPECT_EQ(column.commitList()->model(), model);
     EXPECT_TRUE(column.commitList()->uniformItemSizes());
-    EXPECT_TRUE(shows(column, "columnTitle"));
+    EXPECT_TRUE(child(column, "columnTitle")->isVisibleTo(&column));
     EXPECT_EQ(text(column, "columnTitle"), "feature");
 
     // Pointing at each part of the first card finds its own tooltip.
@@ -123,6 +126,15 @@ TEST(BookmarkColumn, CommitsRenderThroughTheModelWithCardTooltips) {
     }
     EXPECT_EQ(delegate->sizeHint(option, model->index(0)).height(),
               delegate->sizeHint(option, model->index(2)).height());
+
+    // A lane of five thousand commits, one selected, paints scrolled to its end.
+    BookmarkColumnInput big = bookmarkLane("big", makeCommits(1, 5000));
+    big.selectedChangeIDs = {changeIDFor(3)};
+    column.setInput(big);
+    ASSERT_EQ(model->rowCount(), 5000);
+    column.resize(column.width(), 900);
+    column.commitList()->scrollToBottom();
+    EXPECT_EQ(column.grab().width(), column.width());
 }
 
 TEST(BookmarkColumn, PressingCardsLoadMoreAndMenusReportsTheGesture) {
@@ -138,45 +150,40 @@ TEST(BookmarkColumn, PressingCardsLoadMoreAndMenusReportsTheGesture) {
     QSignalSpy loadMore(&column, &BookmarkColumn::loadMoreRequested);
     QSignalSpy commits(&column, &BookmarkColumn::commitClicked);
     QSignalSpy columns(&column, &BookmarkColumn::columnClicked);
+    QSignalSpy menus(&column, &BookmarkColumn::contextMenuRequested);
     QWidget* viewport = column.commitList()->viewport();
     const auto press = [&](int row, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
         QTest::mouseClick(viewport, Qt::LeftButton, modifiers, rowCenter(column, row));
     };
-
-    press(4);
-    EXPECT_EQ(loadMore.count(), 1);
-    EXPECT_EQ(commits.count(), 0);
-    press(1, Qt::ShiftModifier);
-    press(3, Qt::ControlModifier);
-    ASSERT_EQ(commits.count(), 2);
-    EXPECT_EQ(commits[0][0].value<std::string>(), columntest::changeIDFor(2));
-    EXPECT_EQ(commits[0][1].value<Qt::KeyboardModifiers>(), Qt::ShiftModifier);
-    EXPECT_EQ(commits[1][0].value<std::string>(), columntest::changeIDFor(21));
-
-    // Below the last card the column itself is pressed.
-    QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier, QPoint(20, viewport->height() - 5));
-    EXPECT_EQ(columns.count(), 1);
-    EXPECT_EQ(loadMore.count(), 1);
-
-    // A context menu names the commit under the pointer, if any.
-    QSignalSpy menus(&column, &BookmarkColumn::contextMenuRequested);
     const auto openMenu = [](QWidget* widget, QPoint at) {
         QContextMenuEvent event(QContextMenuEvent::Mouse, at, widget->mapToGlobal(at));
         QCoreApplication::sendEvent(widget, &event);
     };
+
+    press(4);
+    press(1, Qt::ShiftModifier);
+    press(3, Qt::ControlModifier);
+    // Below the last card the column itself is pressed.
+    QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier, QPoint(20, viewport->height() - 5));
+    EXPECT_EQ(loadMore.count(), 1);
+    EXPECT_EQ(columns.count(), 1);
+    ASSERT_EQ(commits.count(), 2);
+    EXPECT_EQ(commits[0][0].value<std::string>(), changeIDFor(2));
+    EXPECT_EQ(commits[0][1].value<Qt::KeyboardModifiers>(), Qt::ShiftModifier);
+    EXPECT_EQ(commits[1][0].value<std::string>(), changeIDFor(21));
+
+    // A context menu names the commit under the pointer, if any.
     openMenu(viewport, rowCenter(column, 1));
     auto* header = child(column, "columnHeader");
     openMenu(header, header->rect().center());
     ASSERT_EQ(menus.count(), 2);
     EXPECT_EQ(menus[0][0].toPoint(), viewport->mapToGlobal(rowCenter(column, 1)));
-    EXPECT_EQ(menus[0][1].value<std::optional<std::string>>(),
-              std::optional<std::string>(columntest::changeIDFor(2)));
+    EXPECT_EQ(menus[0][1].value<std::optional<std::string>>(), changeIDFor(2));
     EXPECT_EQ(menus[1][1].value<std::optional<std::string>>(), std::nullopt);
 
-    // With every ancestor loaded the row goes away.
+    // With every ancestor loaded the row is a commit.
     input.ancestorCommits = makeCommits(20, 3);
     column.setInput(input);
-    EXPECT_EQ(column.commitModel()->row(4).kind, CommitListModel::RowKind::ancestor);
     press(4);
     EXPECT_EQ(loadMore.count(), 1);
     EXPECT_EQ(commits.count(), 3);
@@ -188,12 +195,11 @@ TEST(BookmarkColumn, InclusionControlsShowTheRolesAndReportWithoutChangingThemse
     column.setInput(input);
     showColumn(column);
     auto* toggle = child<QCheckBox>(column, "inclusionToggle");
-    ASSERT_NE(toggle, nullptr);
     QSignalSpy toggled(&column, &BookmarkColumn::inclusionToggled);
     const struct {
         BookmarkInclusionRole role;
-        bool checked;
-        bool enabled;
+        bool checked = false;
+        bool enabled = false;
     } roles[] = {{Role::inherited("platform"), true, false},
                  {Role::inherited(std::nullopt), true, false},
                  {Role::absent(), false, true},
@@ -202,37 +208,33 @@ TEST(BookmarkColumn, InclusionControlsShowTheRolesAndReportWithoutChangingThemse
         input.inclusionRole = c.role;
         column.setInput(input);
         EXPECT_TRUE(toggle->isVisibleTo(&column));
-        EXPECT_EQ(toggle->isChecked(), c.checked);
-        EXPECT_EQ(toggle->isEnabled(), c.enabled);
+        EXPECT_EQ(std::pair(toggle->isChecked(), toggle->isEnabled()),
+                  std::pair(c.checked, c.enabled));
         EXPECT_EQ(toggle->toolTip().toStdString(), columntext::inclusionHelp(c.role));
         // A click asks for the other state and waits for the workspace to say so.
         QTest::mouseClick(toggle, Qt::LeftButton, Qt::NoModifier, toggle->rect().center());
         EXPECT_EQ(toggle->isChecked(), c.checked);
-        if (c.enabled) {
-            ASSERT_FALSE(toggled.isEmpty());
+        EXPECT_EQ(toggled.count(), c.enabled ? 1 : 0);
+        if (!toggled.isEmpty()) {
             EXPECT_EQ(toggled.takeFirst()[0].toBool(), !c.checked);
         }
-        EXPECT_TRUE(toggled.isEmpty());
     }
-
     input.kind = LaneKind::workingCopyStack;
     column.setInput(input);
     EXPECT_FALSE(toggle->isVisibleTo(&column));
 
-    // The working copies menu: one entry for each placement.
+    // The working copies menu: one entry for each placement, sorted by name,
+    // checked where the bookmark is in, inherited ones fixed.
     input.kind = LaneKind::bookmark;
     column.setInput(input);
-    EXPECT_FALSE(shows(column, "workingCopiesButton"));
+    EXPECT_EQ(parts(column), Parts{"columnHeader"});
     input.workspacePlacements = {{"zeta", Role::inherited("platform")},
                                  {"alpha", Role::absent()},
                                  {"dev", Role::directParent()}};
     column.setInput(input);
+    EXPECT_EQ(parts(column), (Parts{"columnHeader", "workingCopiesButton"}));
     auto* button = child<QToolButton>(column, "workingCopiesButton");
-    ASSERT_NE(button, nullptr);
-    EXPECT_TRUE(button->isVisibleTo(&column));
     EXPECT_EQ(button->toolTip().toStdString(), columntext::workspacesMenuTitle("feature"));
-
-    // Sorted by name, checked where the bookmark is in, inherited ones fixed.
     const QMenu& menu = *button->menu();
     EXPECT_EQ(apptest::menuLines(menu),
               (std::vector<std::string>{columntext::workspacesMenuTitle("feature") + " (off)", "-",
@@ -249,31 +251,33 @@ TEST(BookmarkColumn, InclusionControlsShowTheRolesAndReportWithoutChangingThemse
     alpha->trigger();
     dev->trigger();
     ASSERT_EQ(requests.count(), 2);
-    EXPECT_EQ(requests[0][0].value<std::string>(), "alpha");
-    EXPECT_TRUE(requests[0][1].toBool());
-    EXPECT_EQ(requests[1][0].value<std::string>(), "dev");
-    EXPECT_FALSE(requests[1][1].toBool());
+    EXPECT_EQ(std::pair(requests[0][0].value<std::string>(), requests[0][1].toBool()),
+              std::pair(std::string("alpha"), true));
+    EXPECT_EQ(std::pair(requests[1][0].value<std::string>(), requests[1][1].toBool()),
+              std::pair(std::string("dev"), false));
     // The checks wait for the workspace to change.
-    EXPECT_FALSE(alpha->isChecked());
-    EXPECT_TRUE(dev->isChecked());
+    EXPECT_EQ(std::pair(alpha->isChecked(), dev->isChecked()), std::pair(false, true));
 }
 
 TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 1));
     BookmarkColumn column;
-    column.setInput(input);
-    EXPECT_EQ(parts(column), Parts{"columnHeader"});
     QSignalSpy actions(&column, &BookmarkColumn::bookmarkAction);
+    QSignalSpy stacks(&column, &BookmarkColumn::rebaseLocalStacksRequested);
+    QSignalSpy resolves(&column, &BookmarkColumn::resolveConflictRequested);
+    const auto show = [&] {
+        column.setInput(input);
+        return parts(column);
+    };
 
     // Merged into trunk while pinned: the banner offers to unpin.
     input.isMergedIntoTrunk = true;
     input.isPinned = true;
-    column.setInput(input);
-    EXPECT_EQ(parts(column), (Parts{"columnHeader", "mergedBanner", "unpinButton"}));
+    EXPECT_EQ(show(), (Parts{"columnHeader", "mergedBanner", "unpinButton"}));
     EXPECT_EQ(text(column, "mergedBannerTitle"), columntext::mergedBannerTitle(false));
     child<QPushButton>(column, "unpinButton")->click();
     ASSERT_EQ(actions.count(), 1);
-    EXPECT_TRUE(std::holds_alternative<BookmarkAction::TogglePinned>(actionAt(actions, 0).value));
+    EXPECT_TRUE(std::holds_alternative<BookmarkAction::TogglePinned>(actionAt(actions, 0)));
 
     // Merged by its pull request; not pinned, so nothing to unpin.
     input.isMergedIntoTrunk = false;
@@ -282,8 +286,7 @@ TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     pr.number = 12;
     pr.state = GitHubPR::State::merged;
     input.pr = pr;
-    column.setInput(input);
-    EXPECT_EQ(parts(column), (Parts{"columnHeader", "mergedBanner"}));
+    EXPECT_EQ(show(), (Parts{"columnHeader", "mergedBanner"}));
     EXPECT_EQ(text(column, "mergedBannerTitle"), columntext::mergedBannerTitle(true));
 
     // An open pull request with gh at hand, behind trunk: badge and rebase.
@@ -292,24 +295,20 @@ TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     input.pr = pr;
     input.githubAvailable = true;
     input.isBehindTrunk = true;
-    column.setInput(input);
     // The rebase shows only where the board offers it.
-    EXPECT_EQ(parts(column), (Parts{"columnHeader", "prBadge"}));
+    EXPECT_EQ(show(), (Parts{"columnHeader", "prBadge"}));
     input.offersLocalStackRebase = true;
-    column.setInput(input);
-    ASSERT_EQ(parts(column), (Parts{"columnHeader", "prBadge", "rebaseLocalStackButton"}));
+    ASSERT_EQ(show(), (Parts{"columnHeader", "prBadge", "rebaseLocalStackButton"}));
     auto* badge = child<QToolButton>(column, "prBadge");
     EXPECT_EQ(badge->text().toStdString(), columntext::prBadgeText(pr));
     EXPECT_EQ(badge->toolTip().toStdString(), columntext::badgeTooltip(pr));
     badge->click();
-    ASSERT_EQ(actions.count(), 2);
-    EXPECT_TRUE(std::holds_alternative<BookmarkAction::ViewPR>(actionAt(actions, 1).value));
     auto* rebase = child<QPushButton>(column, "rebaseLocalStackButton");
     EXPECT_EQ(rebase->toolTip().toStdString(), columntext::openReviewRebaseHelp(pr));
     rebase->click();
     ASSERT_EQ(actions.count(), 3);
-    const auto* reparent =
-        std::get_if<BookmarkAction::ReparentToTrunk>(&actionAt(actions, 2).value);
+    EXPECT_TRUE(std::holds_alternative<BookmarkAction::ViewPR>(actionAt(actions, 1)));
+    const auto* reparent = std::get_if<BookmarkAction::ReparentToTrunk>(&actionAt(actions, 2));
     ASSERT_NE(reparent, nullptr);
     EXPECT_FALSE(reparent->bypassPRGuard);
 
@@ -318,9 +317,7 @@ TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
     input.selectionColumnID = ColumnID::workingCopyStack("dev");
     input.workspaceName = "dev";
     input.pr.reset();
-    column.setInput(input);
-    EXPECT_EQ(parts(column), (Parts{"columnHeader", "rebaseLocalStackButton"}));
-    QSignalSpy stacks(&column, &BookmarkColumn::rebaseLocalStacksRequested);
+    EXPECT_EQ(show(), (Parts{"columnHeader", "rebaseLocalStackButton"}));
     EXPECT_EQ(rebase->text().toStdString(), columntext::rebaseLocalStacksLabel);
     EXPECT_TRUE(rebase->toolTip().isEmpty());
     rebase->click();
@@ -329,11 +326,9 @@ TEST(BookmarkColumn, BannersAndHeaderActionsFollowTheInput) {
 
     input.kind = LaneKind::bookmark;
     input.conflictPartners = {"api", "docs"};
-    column.setInput(input);
-    ASSERT_EQ(parts(column), (Parts{"columnHeader", "rebaseLocalStackButton", "conflictBanner"}));
+    EXPECT_EQ(show(), (Parts{"columnHeader", "rebaseLocalStackButton", "conflictBanner"}));
     EXPECT_EQ(text(column, "conflictCount"), "2");
     EXPECT_EQ(text(column, "conflictText"), columntext::conflictBannerText({"api", "docs"}));
-    QSignalSpy resolves(&column, &BookmarkColumn::resolveConflictRequested);
     child<QPushButton>(column, "resolveButton")->click();
     EXPECT_EQ(resolves.count(), 1);
 }
@@ -347,7 +342,6 @@ TEST(BookmarkColumn, TrunkColumnShowsThePinnedBoxInsteadOfTheLane) {
     input.isMergedIntoTrunk = true;
     BookmarkColumn column;
     column.setInput(input);
-
     EXPECT_EQ(parts(column), Parts{"trunkPinnedBox"});
     EXPECT_EQ(column.commitModel()->rowCount(), 0);
     EXPECT_EQ(text(column, "pinnedRemoteSummary"), "origin/main@a1b2c3d4e5f6");
@@ -372,29 +366,67 @@ TEST(BookmarkColumn, TrunkColumnShowsThePinnedBoxInsteadOfTheLane) {
     EXPECT_EQ(text(column, "fetchedLabel"), columntext::fetchedText("5 min ago"));
 }
 
-TEST(BookmarkColumn, LaneOfFiveThousandCommitsBuildsAndPaints) {
-    const auto lane = [] {
-        BookmarkColumnInput input = bookmarkLane("big", makeCommits(1, 5000));
-        input.selectedChangeIDs = {columntest::changeIDFor(3)};
-        input.isSelected = true;
-        return input;
-    };
-    BookmarkColumn column;
-    column.setInput(lane());
-    ASSERT_EQ(column.commitModel()->rowCount(), 5000);
-    column.resize(column.width(), 900);
-    const QPixmap picture = column.grab();
-    EXPECT_FALSE(picture.isNull());
-    EXPECT_EQ(picture.width(), column.width());
+void forget(const QString& key) {
+    QSettings settings;
+    settings.remove(key);
+}
 
-    // The next snapshot with the same lane keeps every row.
-    QSignalSpy resets(column.commitModel(), &QAbstractItemModel::modelReset);
-    QSignalSpy inserts(column.commitModel(), &QAbstractItemModel::rowsInserted);
-    column.setInput(lane());
-    EXPECT_EQ(resets.count() + inserts.count(), 0);
-    EXPECT_EQ(column.commitModel()->rowCount(), 5000);
-    column.commitList()->scrollToBottom();
-    EXPECT_FALSE(column.grab().isNull());
+void sendMouse(QWidget* widget, QEvent::Type type, double globalX, Qt::MouseButton button,
+               Qt::MouseButtons buttons) {
+    const QPointF local(2, 10);
+    QMouseEvent event(type, local, QPointF(globalX, 300), button, buttons, Qt::NoModifier);
+    QCoreApplication::sendEvent(widget, &event);
+}
+
+TEST(BookmarkColumn, TrailingHandleResizesWithinTheLimitsAndStoresTheWidthOnRelease) {
+    const QString key = columnwidths::key(ColumnID::bookmark("resizable"));
+    forget(key);
+    BookmarkColumn column;
+    column.setInput(bookmarkLane("resizable", makeCommits(1, 2)));
+    EXPECT_EQ(column.width(), 260);
+
+    auto* handle = column.findChild<ColumnResizeHandle*>(QStringLiteral("resizeHandle"));
+    ASSERT_NE(handle, nullptr);
+    EXPECT_EQ(std::pair(handle->toolTip(), handle->cursor().shape()),
+              std::pair(QStringLiteral("Drag to resize this column"), Qt::SplitHCursor));
+
+    QSignalSpy widths(&column, &BookmarkColumn::widthChanged);
+    sendMouse(handle, QEvent::MouseButtonPress, 500, Qt::LeftButton, Qt::LeftButton);
+    sendMouse(handle, QEvent::MouseMove, 380, Qt::NoButton, Qt::LeftButton);
+    EXPECT_EQ(column.width(), 200);  // 260 - 120, held at the minimum
+    sendMouse(handle, QEvent::MouseMove, 1500, Qt::NoButton, Qt::LeftButton);
+    EXPECT_EQ(column.width(), 1000);          // 260 + 1000, held at the maximum
+    EXPECT_FALSE(QSettings().contains(key));  // nothing stored while dragging
+    sendMouse(handle, QEvent::MouseButtonRelease, 650, Qt::LeftButton, Qt::NoButton);
+    EXPECT_EQ(column.width(), 410);  // the travel from the start width, not from the last step
+    EXPECT_EQ(widths.count(), 3);
+    EXPECT_EQ(QSettings().value(key).toDouble(), 410);
+
+    // A new column of the same lane starts at the stored width, held within
+    // the limits; a stored value that is not a number is no width.
+    const auto stored = [&] {
+        return columnwidths::resizableColumnWidth(key, columnwidths::bookmarkColumnLimits).width;
+    };
+    BookmarkColumn again;
+    again.setInput(bookmarkLane("resizable", makeCommits(1, 2)));
+    EXPECT_EQ(again.width(), 410);
+    columnwidths::storeWidth(key, 5000);
+    EXPECT_EQ(stored(), 1000);
+    columnwidths::storeWidth(key, 12);
+    EXPECT_EQ(stored(), 200);
+    QSettings().setValue(key, QStringLiteral("wide"));
+    EXPECT_EQ(stored(), 260);
+    forget(key);
+
+    // Keys are the column's storage key behind a prefix; the hidden panel
+    // has limits of its own.
+    EXPECT_EQ(columnwidths::key(ColumnID::workingCopyStack("dev")),
+              QStringLiteral("vorda.columnWidth.wcstack:dev"));
+    EXPECT_EQ(columnwidths::diffColumnKey(), QStringLiteral("vorda.diffColumnWidth"));
+    const QString hiddenKey = columnwidths::key(ColumnID::hidden());
+    forget(hiddenKey);
+    EXPECT_EQ(columnwidths::resizableColumnWidth(hiddenKey, columnwidths::hiddenPanelLimits),
+              (ResizableColumnWidth{320, std::nullopt, 200, 1000}));
 }
 
 }  // namespace

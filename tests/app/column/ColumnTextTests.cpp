@@ -1,14 +1,164 @@
 #include "app/column/ColumnText.h"
 
+#include <ctime>
+#include <tuple>
+
 #include <gtest/gtest.h>
 
+#include "ColumnTestData.h"
 #include "app/board/ColumnID.h"
+#include "app/column/ColumnRules.h"
+#include "app/column/CommitCardChips.h"
+#include "app/column/CommitCardText.h"
+#include "app/column/RelativeTime.h"
+#include "support/ScopedEnvironment.h"
 
+// The column's pure rules and texts: which parts show for which lane, the
+// order of a lane's rows, the chips beside a card, and every sentence.
 namespace vorda {
 namespace {
 
 using columntext::WorkspacePlacementHelp;
 using Role = BookmarkInclusionRole;
+using namespace std::chrono_literals;
+using columntest::bookmarkLane;
+using columntest::changeIDFor;
+using columntest::makeCommit;
+using columntest::makeCommits;
+using columntest::testNow;
+using LaneKind = BookmarkColumnInput::LaneKind;
+using Lines = std::vector<std::string>;
+
+// Checks `rule` on `input` as each lane kind.
+void expectByKind(BookmarkColumnInput input, bool (*rule)(const BookmarkColumnInput&),
+                  std::initializer_list<std::pair<LaneKind, bool>> expected) {
+    for (const auto& [kind, result] : expected) {
+        input.kind = kind;
+        EXPECT_EQ(rule(input), result) << static_cast<int>(kind);
+    }
+}
+
+TEST(ColumnRules, BannersBadgesChipsAndTogglesByLaneKindAndState) {
+    using enum BookmarkColumnInput::LaneKind;
+    BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
+    EXPECT_FALSE(columnrules::showsMergedBanner(input));
+    EXPECT_FALSE(columnrules::hasOpenReviewPR(input));
+    input.isMergedIntoTrunk = true;
+    input.isPinned = true;
+    expectByKind(input, columnrules::showsMergedBanner,
+                 {{bookmark, true}, {trunk, false}, {oneOff, false}, {workingCopyStack, false}});
+
+    // The pull request's state: merged shows the banner, open is a review.
+    input.kind = bookmark;
+    input.isMergedIntoTrunk = false;
+    GitHubPR pr;
+    pr.number = 7;
+    for (const auto& [state, merged, review] : {std::tuple{GitHubPR::State::merged, true, false},
+                                                {GitHubPR::State::closed, false, false},
+                                                {GitHubPR::State::open, false, true}}) {
+        pr.state = state;
+        input.pr = pr;
+        EXPECT_EQ(columnrules::showsMergedBanner(input), merged);
+        EXPECT_EQ(columnrules::hasOpenReviewPR(input), review);
+    }
+    expectByKind(input, columnrules::hasOpenReviewPR, {{oneOff, false}, {workingCopyStack, false}});
+    EXPECT_FALSE(columnrules::showsPRBadge(input));  // no gh
+    input.githubAvailable = true;
+    EXPECT_TRUE(columnrules::showsPRBadge(input));
+    input.pr.reset();
+    EXPECT_FALSE(columnrules::showsPRBadge(input));
+
+    expectByKind(input, columnrules::showsBookmarkChip,
+                 {{bookmark, true}, {oneOff, false}, {workingCopyStack, false}});
+    expectByKind(input, columnrules::showsInclusionToggle,
+                 {{bookmark, true}, {oneOff, true}, {trunk, false}, {workingCopyStack, false}});
+    // The chip needs a mutable first commit.
+    EXPECT_FALSE(columnrules::showsBookmarkChip(bookmarkLane("feature", {})));
+    input.commits.front() = SharedCommit(makeCommit(1, "tip", true));
+    EXPECT_FALSE(columnrules::showsBookmarkChip(input));
+
+    // The toggle reads the role, else the enabled flag.
+    EXPECT_EQ(columnrules::effectiveInclusionRole(input), BookmarkInclusionRole::absent());
+    input.isEnabled = true;
+    EXPECT_EQ(columnrules::effectiveInclusionRole(input), BookmarkInclusionRole::directParent());
+    input.inclusionRole = BookmarkInclusionRole::inherited("base");
+    EXPECT_EQ(columnrules::effectiveInclusionRole(input), BookmarkInclusionRole::inherited("base"));
+}
+
+TEST(ColumnRules, HistoryOrderAndLoadMoreFollowTheOpenHistory) {
+    BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
+    input.stackedCommits = makeCommits(10, 1);
+    input.ancestorCommits = makeCommits(20, 2);
+    input.ancestorTotal = 3;
+    input.baseCommits = makeCommits(30, 1);
+    const Lines lane = {changeIDFor(1), changeIDFor(2), changeIDFor(10)};
+    EXPECT_EQ(columnrules::visibleChangeOrder(input), lane);
+    EXPECT_FALSE(columnrules::showsLoadMore(input));  // history closed
+
+    input.isExpanded = true;
+    auto withHistory = lane;
+    withHistory.insert(withHistory.end(), {changeIDFor(20), changeIDFor(21)});
+    EXPECT_EQ(columnrules::visibleChangeOrder(input), withHistory);
+    EXPECT_TRUE(columnrules::showsLoadMore(input));
+    input.ancestorTotal = 2;
+    EXPECT_FALSE(columnrules::showsLoadMore(input));
+    input.ancestorTotal.reset();
+    EXPECT_FALSE(columnrules::showsLoadMore(input));
+
+    // A trunk column offers its commits only once its history is open.
+    input.kind = LaneKind::trunk;
+    EXPECT_EQ(columnrules::visibleChangeOrder(input), withHistory);
+    input.isExpanded = false;
+    EXPECT_TRUE(columnrules::visibleChangeOrder(input).empty());
+}
+
+// Each chip as "kind text", with " immutable" and " hidden" when it is.
+Lines chipLines(const std::vector<CardChip>& chips) {
+    static constexpr const char* kinds[] = {"bookmark", "inlineTip", "advancingTip",
+                                            "compositionPoint", "unnamedInput"};
+    Lines lines;
+    lines.reserve(chips.size());
+    for (const CardChip& chip : chips) {
+        std::string line = kinds[static_cast<int>(chip.kind)];
+        line.append(" ").append(chip.text.toStdString());
+        line.append(chip.isImmutable ? " immutable" : "")
+            .append(chip.isColumnHidden ? " hidden" : "");
+        lines.push_back(std::move(line));
+    }
+    return lines;
+}
+
+TEST(ColumnRules, ChipsBesideACommitLeaveOutTheLanesOwnBookmark) {
+    BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
+    const std::string& tipID = input.commits[0]->commitID;
+    const std::string& secondID = input.commits[1]->commitID;
+    InlineBookmarkTip own{"feature", true, true, tipID, false, false, false, false, false};
+    InlineBookmarkTip other{"docs", true, true, tipID, true, false, true, false, true};
+    InlineBookmarkTip older{"api", false, true, secondID, false, false, false, true, false};
+    input.inlineBookmarkTips = {{tipID, {other, own}}, {secondID, {older}}};
+    input.compositionPoints = {
+        {"dev", secondID, true}, {"ci", secondID, false}, {"dev", tipID + "x", true}};
+
+    // The lane's own bookmark is its chip, not an inline tip.
+    const auto tipChips = cardChips(input, *input.commits[0], true);
+    EXPECT_EQ(chipLines(tipChips), (Lines{"bookmark feature", "inlineTip docs immutable hidden",
+                                          "advancingTip Rebasing docs"}));
+    const auto secondChips = cardChips(input, *input.commits[1], false);
+    EXPECT_EQ(chipLines(secondChips),
+              (Lines{"inlineTip api — older revision", "compositionPoint dev composition point",
+                     "compositionPoint ci composition point"}));
+    EXPECT_EQ(tipChips.at(0).tooltip,
+              QStringLiteral("The bookmark points at the commit below — commits above are not "
+                             "included when pushing. Drag onto a commit to move the bookmark "
+                             "there."));
+    EXPECT_EQ(secondChips.at(1).accessibleLabel, QStringLiteral("Composition · dev"));
+    EXPECT_EQ(secondChips.at(1).tooltip,
+              QStringLiteral("This commit is dev's composition boundary. Drag it to another "
+                             "commit in this lane to change that workspace's view."));
+    EXPECT_EQ(secondChips.at(2).tooltip,
+              QStringLiteral("This workspace-local commit composes ci's working line with "
+                             "directly included bookmarks."));
+}
 
 TEST(ColumnText, InclusionHelpAndPlacementsFollowTheRole) {
     const struct {
@@ -41,12 +191,12 @@ TEST(ColumnText, InclusionHelpAndPlacementsFollowTheRole) {
               "Choose which working copies include feature");
 }
 
-TEST(ColumnText, BadgeTooltipShowsStateAndReviewDecisionWhenThereIsOne) {
+TEST(ColumnText, BadgeTrunkBannerAndStorageWords) {
     using Decision = GitHubPR::ReviewDecision;
     const struct {
-        GitHubPR::State state;
+        GitHubPR::State state{};
         std::optional<Decision> decision;
-        const char* tooltip;
+        const char* tooltip = nullptr;
     } cases[] = {
         {GitHubPR::State::open, std::nullopt, "PR #42 · OPEN. Click to open in browser."},
         {GitHubPR::State::open, Decision::approved,
@@ -67,16 +217,14 @@ TEST(ColumnText, BadgeTooltipShowsStateAndReviewDecisionWhenThereIsOne) {
     EXPECT_EQ(columntext::openReviewRebaseHelp(pr),
               "PR #42 is open for review. Preview the rebase before rewriting published "
               "history; the next push may require a force-push.");
-}
 
-TEST(ColumnText, TrunkBannerAndStorageWords) {
     Bookmark trunk;
     trunk.name = "main";
     const std::string commit = "a1b2c3d4e5f6";
     const struct {
         BookmarkOrigin origin;
         std::optional<std::string> commit;
-        const char* summary;
+        const char* summary = nullptr;
     } summaries[] = {{BookmarkOrigin::upstream("origin"), commit, "origin/main@a1b2c3d4e5f6"},
                      {BookmarkOrigin::upstream("origin"), std::nullopt, "origin/main"},
                      {BookmarkOrigin::upstream("upstream"), std::nullopt, "upstream/main"},
@@ -93,9 +241,70 @@ TEST(ColumnText, TrunkBannerAndStorageWords) {
 
     EXPECT_EQ(ColumnID::bookmark("feature/login").storageKey(), "feature/login");
     EXPECT_EQ(ColumnID::oneOff("kkkkzzzz").storageKey(), "oneoff:kkkkzzzz");
-    EXPECT_EQ(ColumnID::workingCopyStack("dev").storageKey(), "wcstack:dev");
     EXPECT_EQ(ColumnID::workingCopyStack(std::nullopt).storageKey(), "wcstack");
     EXPECT_EQ(ColumnID::hidden().storageKey(), "hidden");
+}
+
+// Pins the local time zone for a test and puts the old one back (members
+// go in reverse: the variable first, then the zone is read again).
+struct UtcZone {
+    struct Reread {
+        ~Reread() { tzset(); }
+    } reread;
+    testing::ScopedEnvironment variable{"TZ"};
+    UtcZone() {
+        variable.set("UTC");
+        tzset();
+    }
+};
+
+TEST(CommitCardText, RelativeTimeSummaryAuthorAndTimeWithTheirFallbacks) {
+    const UtcZone zone;
+    // 2024-03-04 12:00 less 49 days is 2024-01-15 12:00; -3h is a clock ahead of ours.
+    const std::pair<std::chrono::seconds, const char*> cases[] = {
+        {0s, "just now"},          {59s, "just now"},         {-3h, "just now"},
+        {60s, "1 min ago"},        {5min + 59s, "5 min ago"}, {59min, "59 min ago"},
+        {1h, "1 h ago"},           {23h + 59min, "23 h ago"}, {24h, "1 day ago"},
+        {47h, "1 day ago"},        {48h, "2 days ago"},       {13 * 24h, "13 days ago"},
+        {14 * 24h, "2 weeks ago"}, {34 * 24h, "4 weeks ago"}, {49 * 24h, "Jan 15, 2024"}};
+    for (const auto& [distance, text] : cases) {
+        EXPECT_EQ(relativeTimeText(testNow() - distance, testNow()).toStdString(), text)
+            << distance.count();
+    }
+    EXPECT_EQ(absoluteTimeText(testNow() - 90min).toStdString(), "2024-03-04 10:30");
+
+    const std::pair<const char*, const char*> summaries[] = {
+        {"Add login\n\nLonger body", "Add login"},
+        {"  Trimmed\t\n", "Trimmed"},
+        {"", "(no description set)"},
+        {" \nbody only below", "(no description set)"}};
+    for (const auto& [description, summary] : summaries) {
+        EXPECT_EQ(cardtext::summary(makeCommit(1, description)).toStdString(), summary);
+    }
+
+    JJCommit commit = makeCommit(3, "x");
+    EXPECT_EQ(cardtext::cardTooltip(commit).toStdString(),
+              "Change " + commit.changeID + " · commit " + commit.commitID);
+    const auto author = [&] {
+        return std::pair(cardtext::authorLabel(commit.author),
+                         cardtext::authorTooltip(commit.author));
+    };
+    EXPECT_EQ(author(), std::pair(QStringLiteral("Ada Lovelace"),
+                                  QStringLiteral("Ada Lovelace <ada@example.com>")));
+    commit.author.name.clear();
+    EXPECT_EQ(author(),
+              std::pair(QStringLiteral("Unknown author"), QStringLiteral("Author unavailable")));
+
+    const auto time = [&] {
+        return std::pair(cardtext::timestampTooltip(commit.committer),
+                         cardtext::relativeTimestamp(commit.committer, testNow()));
+    };
+    EXPECT_EQ(time(),
+              std::pair(QStringLiteral("Committed 2024-03-04 10:00"), QStringLiteral("2 h ago")));
+    // A time jj printed that cannot be read is shown as it came.
+    commit.committer.timestamp = "yesterday-ish";
+    EXPECT_EQ(time(), std::pair(QStringLiteral("Committed yesterday-ish"),
+                                QStringLiteral("yesterday-ish")));
 }
 
 }  // namespace

@@ -16,6 +16,7 @@ using columntest::makeCommit;
 using columntest::makeCommits;
 using columntest::testNow;
 using RowKind = CommitListModel::RowKind;
+using enum CommitListModel::Role;
 
 std::shared_ptr<const BookmarkColumnInput> shared(BookmarkColumnInput input) {
     return std::make_shared<const BookmarkColumnInput>(std::move(input));
@@ -36,22 +37,20 @@ TEST(CommitListModel, CardDataOfEachCommit) {
     ASSERT_EQ(model.rowCount(), 3);
     for (int row = 0; row < 3; ++row) {
         const JJCommit& commit = commits[static_cast<std::size_t>(row)];
-        const auto text = [&](int role) {
-            return cell(model, row, role).toString();
-        };
-        EXPECT_EQ(text(Qt::DisplayRole), cardtext::summary(commit));
-        EXPECT_EQ(text(Qt::ToolTipRole), cardtext::cardTooltip(commit));
-        EXPECT_EQ(text(CommitListModel::ShortChangeIDRole).toStdString(),
-                  commit.changeID.substr(0, 12));
-        EXPECT_EQ(text(CommitListModel::AuthorRole), cardtext::authorLabel(commit.author));
-        EXPECT_EQ(text(CommitListModel::AuthorToolTipRole), cardtext::authorTooltip(commit.author));
-        EXPECT_EQ(text(CommitListModel::RelativeTimeRole),
-                  cardtext::relativeTimestamp(commit.committer, testNow()));
-        EXPECT_EQ(text(CommitListModel::TimestampToolTipRole),
-                  cardtext::timestampTooltip(commit.committer));
-        EXPECT_EQ(cell(model, row, CommitListModel::IsImmutableRole).toBool(), commit.immutable);
-        EXPECT_EQ(cell(model, row, CommitListModel::RowKindRole).toInt(),
-                  static_cast<int>(RowKind::commit));
+        QStringList card;
+        for (const int role : std::initializer_list<int>{
+                 Qt::DisplayRole, Qt::ToolTipRole, ShortChangeIDRole, AuthorRole, AuthorToolTipRole,
+                 RelativeTimeRole, TimestampToolTipRole, IsImmutableRole, RowKindRole}) {
+            card.append(cell(model, row, role).toString());
+        }
+        EXPECT_EQ(card, (QStringList{cardtext::summary(commit), cardtext::cardTooltip(commit),
+                                     QString::fromStdString(commit.changeID.substr(0, 12)),
+                                     cardtext::authorLabel(commit.author),
+                                     cardtext::authorTooltip(commit.author),
+                                     cardtext::relativeTimestamp(commit.committer, testNow()),
+                                     cardtext::timestampTooltip(commit.committer),
+                                     commit.immutable ? "true" : "false",
+                                     QString::number(static_cast<int>(RowKind::commit))}));
     }
     EXPECT_EQ(cell(model, 2, Qt::AccessibleTextRole).toString(),
               QStringLiteral("Release 1.0, immutable"));
@@ -81,13 +80,11 @@ TEST(CommitListModel, HistoryRowsBaseRowsAndLoadMore) {
     };
     // History closed: commits, stacked, then the base.
     EXPECT_EQ(show(), (std::vector{commit, commit, stacked, base}));
-    EXPECT_EQ(cell(model, 3, CommitListModel::BaseNoteRole).toString(),
-              QStringLiteral("immutable base"));
+    EXPECT_EQ(cell(model, 3, BaseNoteRole).toString(), QStringLiteral("immutable base"));
     input.baseCommits = SharedCommit::shareAll({makeCommit(30, "Shared base")});
     input.mutableBaseBookmarkNames = {"api", "core"};
     show();
-    EXPECT_EQ(cell(model, 3, CommitListModel::BaseNoteRole).toString(),
-              QStringLiteral("on api, core"));
+    EXPECT_EQ(cell(model, 3, BaseNoteRole).toString(), QStringLiteral("on api, core"));
 
     input.isExpanded = true;
     EXPECT_EQ(show(), (std::vector{commit, commit, stacked, ancestor, ancestor, loadMore}));
@@ -124,10 +121,10 @@ TEST(CommitListModel, UnchangedCommitsKeepTheirRowsAndChangesAreSignalledPrecise
     same.selectedChangeIDs = {same.commits[1]->changeID};
     model.setInput(shared(same));
     ASSERT_EQ(changes.count(), 1);
+    EXPECT_EQ(changes[0][0].toModelIndex(), changes[0][1].toModelIndex());
     EXPECT_EQ(changes[0][0].toModelIndex().row(), 1);
-    EXPECT_EQ(changes[0][1].toModelIndex().row(), 1);
-    EXPECT_TRUE(cell(model, 1, CommitListModel::IsSelectedRole).toBool());
-    EXPECT_FALSE(cell(model, 0, CommitListModel::IsSelectedRole).toBool());
+    EXPECT_TRUE(cell(model, 1, IsSelectedRole).toBool());
+    EXPECT_FALSE(cell(model, 0, IsSelectedRole).toBool());
 
     // A running rebase of the third commit touches its row only.
     changes.clear();
@@ -135,7 +132,7 @@ TEST(CommitListModel, UnchangedCommitsKeepTheirRowsAndChangesAreSignalledPrecise
     model.setInput(shared(same));
     ASSERT_EQ(changes.count(), 1);
     EXPECT_EQ(changes[0][0].toModelIndex().row(), 2);
-    EXPECT_TRUE(cell(model, 2, CommitListModel::IsAdvancingRole).toBool());
+    EXPECT_TRUE(cell(model, 2, IsAdvancingRole).toBool());
 
     // The next page of history is inserted behind the loaded one.
     changes.clear();

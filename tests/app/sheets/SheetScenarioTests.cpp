@@ -229,7 +229,11 @@ TEST_F(SheetScenario, EachSheetChangesTheRepositoryAsItSays) {
     EXPECT_EQ(repo_.parents("B"), std::vector<std::string>{"A"});
 
     // The working copy's conflicts, from the status area's count.
-    repo_.makeConflict(repo_.id("T"), "clash.txt");
+    repo_.draw(R"(
+      CL <- T "left" clash.txt=left
+      CR <- T "right" clash.txt=right
+      @ <- CL CR
+    )");
     viewModel().requestRefresh();
     auto* status = window_->toolbar()->statusView();
     ASSERT_TRUE(settles([&] {

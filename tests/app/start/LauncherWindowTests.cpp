@@ -23,11 +23,10 @@ namespace {
 
 using apptest::findEntry;
 using apptest::menuLines;
+using testing::expectLogged;
 using testing::LogCapture;
-using testing::RecordingFactory;
-using testing::StartEnvironment;
-
 using Lines = std::vector<std::string>;
+using Paths = std::vector<QString>;
 
 TEST(LauncherWindowController, ShowsAndHidesItsWindowWheneverItComes) {
     const LogCapture log;
@@ -35,50 +34,44 @@ TEST(LauncherWindowController, ShowsAndHidesItsWindowWheneverItComes) {
     QWidget window;
     window.show();
     controller.registerWindow(&window);
-    EXPECT_FALSE(window.isVisible());
-    EXPECT_FALSE(controller.isVisible());
-    EXPECT_TRUE(log.contains("[launcher] controller.register window=QWidget("));
-    EXPECT_TRUE(log.contains(" isVisible=false\n"));
-
+    const auto shown = [&] {
+        return std::pair(controller.isVisible(), window.isVisible());
+    };
+    EXPECT_EQ(shown(), std::pair(false, false));
     const QSignalSpy spy(&controller, &LauncherWindowController::isVisibleChanged);
     controller.show();
-    EXPECT_TRUE(window.isVisible());
-    EXPECT_TRUE(controller.isVisible());
+    EXPECT_EQ(shown(), std::pair(true, true));
     controller.show();
     EXPECT_EQ(spy.count(), 1);
     controller.hide();
-    EXPECT_FALSE(window.isVisible());
-    EXPECT_FALSE(controller.isVisible());
-    EXPECT_TRUE(log.contains("[launcher] controller.hide window=QWidget("));
+    EXPECT_EQ(shown(), std::pair(false, false));
 
     // Shown before its window exists: the window shows when it comes.
     LauncherWindowController early;
     early.hide();
     early.show();
     EXPECT_TRUE(early.isVisible());
-    EXPECT_TRUE(log.contains("[launcher] controller.hide window=nil\n"));
-    EXPECT_TRUE(log.contains("[launcher] controller.show window=nil\n"));
     QWidget late;
     early.registerWindow(&late);
     EXPECT_TRUE(late.isVisible());
+    expectLogged(log, {"[launcher] controller.register window=QWidget(", " isVisible=false\n",
+                       "[launcher] controller.hide window=QWidget(",
+                       "[launcher] controller.hide window=nil\n",
+                       "[launcher] controller.show window=nil\n"});
 }
 
-class LauncherTest : public ::testing::Test {
+class LauncherTest : public testing::RegistryTest {
   protected:
     LauncherTest() { env_.launcher.registerWindow(&window_); }
 
-    // Folders "a" and "b" in the recent list, "b" first.
-    std::pair<QString, QString> recordTwo() {
-        const QString a = env_.makeFolder("a");
-        const QString b = env_.makeFolder("b");
-        env_.recents.record(a);
-        env_.recents.record(b);
-        return {a, b};
+    QStringList rows() const {
+        QStringList texts;
+        for (int row = 0; row < window_.recentList()->count(); ++row) {
+            texts.append(window_.recentList()->item(row)->text());
+        }
+        return texts;
     }
 
-    StartEnvironment env_;
-    RecordingFactory factory_;
-    RepoWindowRegistry registry_{factory_.factory(), env_.recents, env_.launcher, env_.settings};
     LauncherWindow window_{registry_};
 };
 
@@ -95,12 +88,9 @@ TEST_F(LauncherTest, ItShowsTheIdentityAndTheEmptyListAndClosingOnlyHidesIt) {
         ASSERT_NE(label, nullptr) << name;
         EXPECT_EQ(label->text(), text) << name;
     }
-    const auto* button = window_.findChild<QPushButton*>(QStringLiteral("openRepoButton"));
-    ASSERT_NE(button, nullptr);
-    EXPECT_EQ(button->text(), QStringLiteral("Open Repo\u2026"));
-    const auto* icon = window_.findChild<QLabel*>(QStringLiteral("launcherIcon"));
-    ASSERT_NE(icon, nullptr);
-    EXPECT_FALSE(icon->pixmap().isNull());
+    EXPECT_EQ(window_.findChild<QPushButton*>(QStringLiteral("openRepoButton"))->text(),
+              QStringLiteral("Open Repo\u2026"));
+    EXPECT_FALSE(window_.findChild<QLabel*>(QStringLiteral("launcherIcon"))->pixmap().isNull());
     EXPECT_TRUE(window_.isShowingEmptyState());
 
     const QSignalSpy closed(&window_, &LauncherWindow::closeRequested);
@@ -112,19 +102,20 @@ TEST_F(LauncherTest, ItShowsTheIdentityAndTheEmptyListAndClosingOnlyHidesIt) {
 }
 
 TEST_F(LauncherTest, RowsAreReadWhenShownMarkMissingPathsAndOpenOrGoFromTheirMenus) {
-    const auto [a, b] = recordTwo();
+    const QString a = env_.makeFolder("a");
+    const QString b = env_.makeFolder("b");
     const QString gone = b + QStringLiteral("/gone");
-    env_.recents.record(gone);
+    for (const QString& path : {a, b, gone}) {
+        env_.recents.record(path);
+    }
     EXPECT_TRUE(window_.isShowingEmptyState());
     const LogCapture log;
     env_.launcher.show();
-    EXPECT_TRUE(log.contains("[launcher] LauncherView.task(id:) fired isVisible=true\n"));
+    expectLogged(log, {"[launcher] LauncherView.task(id:) fired isVisible=true\n"});
     EXPECT_FALSE(window_.isShowingEmptyState());
     QListWidget* list = window_.recentList();
-    ASSERT_EQ(list->count(), 3);
-    EXPECT_EQ(list->item(0)->text(), gone);
+    EXPECT_EQ(rows(), (QStringList{gone, b, a}));
     EXPECT_TRUE(list->item(0)->data(RecentRepoDelegate::missingRole).toBool());
-    EXPECT_EQ(list->item(1)->text(), b);
     EXPECT_FALSE(list->item(1)->data(RecentRepoDelegate::missingRole).toBool());
     // The rows paint without trouble, "missing" label included.
     window_.resize(600, 300);
@@ -132,70 +123,57 @@ TEST_F(LauncherTest, RowsAreReadWhenShownMarkMissingPathsAndOpenOrGoFromTheirMen
 
     // Activating a row hides the launcher, records the path and opens it.
     emit list->itemActivated(list->item(2));
-    EXPECT_EQ(*factory_.requests, std::vector<QString>{a});
-    EXPECT_FALSE(env_.launcher.isVisible());
-    EXPECT_FALSE(window_.isVisible());
+    EXPECT_EQ(*factory_.requests, Paths{a});
+    EXPECT_FALSE(env_.launcher.isVisible() || window_.isVisible());
     EXPECT_EQ(env_.recents.all().front().path, a);
 
     // A row's context menu opens or removes it.
     std::unique_ptr<QMenu> menu(window_.makeContextMenu(b, nullptr));
     EXPECT_EQ(menuLines(*menu), (Lines{"Open", "Remove from Recent"}));
     findEntry(*menu, QStringLiteral("Open"))->trigger();
-    EXPECT_EQ(*factory_.requests, (std::vector<QString>{a, b}));
+    EXPECT_EQ(*factory_.requests, (Paths{a, b}));
     menu.reset(window_.makeContextMenu(gone, nullptr));
     findEntry(*menu, QStringLiteral("Remove from Recent"))->trigger();
     EXPECT_EQ(env_.recents.all().size(), 2);
-    ASSERT_EQ(list->count(), 2);
-    EXPECT_EQ(list->item(0)->text(), b);
-    EXPECT_EQ(list->item(1)->text(), a);
+    EXPECT_EQ(rows(), (QStringList{b, a}));
 }
 
-TEST_F(LauncherTest, TheButtonAndTheCommandPickRecordAndOpenThePathAsItStands) {
+TEST_F(LauncherTest, TheButtonTheCommandAndOpenRecentPickRecordAndOpenThePathAsItStands) {
     // A folder inside a repository: nothing searches upwards.
     const QString root = env_.makeFolder("repo");
     std::ofstream(root.toStdString() + "/.jj").close();
     const QString sub = env_.makeFolder("repo/sub");
     std::optional<QString> answer;
     registry_.setDirectoryPicker([&answer](QWidget*) { return answer; });
+    OpenRecentMenu recent(registry_);
+    EXPECT_EQ(recent.title(), QStringLiteral("Open Recent"));
+    emit recent.aboutToShow();
+    EXPECT_EQ(menuLines(recent), Lines{"No Recent Repos (off)"});
 
     window_.openRepoPicker();  // cancelled
     EXPECT_TRUE(factory_.requests->empty());
     EXPECT_TRUE(env_.recents.all().isEmpty());
-
-    const QString chosen = env_.makeFolder("chosen");
+    const QString chosen = env_.makeFolder("b&c");
     answer = chosen;
     window_.findChild<QPushButton*>(QStringLiteral("openRepoButton"))->click();
     answer = sub;
-    OpenRepoCommand command(registry_, &window_);
-    EXPECT_EQ(command.text(), QStringLiteral("Open Repo\u2026"));
-    EXPECT_EQ(command.shortcut(), QKeySequence(QKeySequence::Open));
-    command.trigger();
-    EXPECT_EQ(*factory_.requests, (std::vector<QString>{chosen, sub}));
-    EXPECT_EQ(env_.recents.all().size(), 2);
-    EXPECT_EQ(env_.recents.all().front().path, sub);
-}
+    OpenRepoCommand(registry_, &window_).trigger();
+    EXPECT_EQ(*factory_.requests, (Paths{chosen, sub}));
 
-TEST_F(LauncherTest, OpenRecentMenuListsOpensAndClears) {
-    OpenRecentMenu menu(registry_);
-    EXPECT_EQ(menu.title(), QStringLiteral("Open Recent"));
-    emit menu.aboutToShow();
-    EXPECT_EQ(menuLines(menu), Lines{"No Recent Repos (off)"});
-
-    const QString a = env_.makeFolder("a");
-    const QString b = env_.makeFolder("b&c");
-    env_.recents.record(a);
-    env_.recents.record(b);
-    emit menu.aboutToShow();
-    EXPECT_EQ(menuLines(menu), (Lines{QString(b).replace("&", "&&").toStdString(), a.toStdString(),
-                                      "-", "Clear Menu"}));
-    menu.actions().at(1)->trigger();
-    EXPECT_EQ(*factory_.requests, std::vector<QString>{a});
-    EXPECT_EQ(env_.recents.all().front().path, a);
-
-    findEntry(menu, QStringLiteral("Clear Menu"))->trigger();
+    // The recent menu lists them, newest first, and opens or clears.
+    emit recent.aboutToShow();
+    EXPECT_EQ(menuLines(recent),
+              (Lines{sub.toStdString(), QString(chosen).replace("&", "&&").toStdString(), "-",
+                     "Clear Menu"}));
+    registry_.window(chosen)->close();
+    testing::settleEvents();
+    recent.actions().at(1)->trigger();
+    EXPECT_EQ(*factory_.requests, (Paths{chosen, sub, chosen}));
+    EXPECT_EQ(env_.recents.all().front().path, chosen);
+    findEntry(recent, QStringLiteral("Clear Menu"))->trigger();
     EXPECT_TRUE(env_.recents.all().isEmpty());
-    emit menu.aboutToShow();
-    EXPECT_EQ(menuLines(menu), Lines{"No Recent Repos (off)"});
+    emit recent.aboutToShow();
+    EXPECT_EQ(menuLines(recent), Lines{"No Recent Repos (off)"});
 }
 
 }  // namespace

@@ -5,11 +5,13 @@
 #include <QTimeZone>
 #include <QVariantList>
 #include <QVariantMap>
+#include <QWidget>
 
 #include <gtest/gtest.h>
 
 #include "app/start/RecentReposStore.h"
 #include "app/start/StartTestSupport.h"
+#include "app/start/WindowFrameSaver.h"
 #include "app/start/WindowFramesStore.h"
 #include "support/TempDir.h"
 
@@ -17,6 +19,7 @@ namespace vorda {
 namespace {
 
 using testing::qpath;
+using testing::settleEvents;
 
 QStringList paths(const QList<RecentRepo>& repos) {
     QStringList result;
@@ -28,16 +31,18 @@ QStringList paths(const QList<RecentRepo>& repos) {
 
 class PreferencesTest : public ::testing::Test {
   protected:
+    std::optional<QRectF> stored() { return WindowFramesStore::frame(path_, settings_); }
+
     testing::TempDir folder_;
     QString file_ = qpath(folder_.path() / "settings.ini");
     QSettings settings_{file_, QSettings::IniFormat};
     RecentReposStore store_{settings_};
+    const QString path_ = QStringLiteral("/home/me/repo");
 };
 
 TEST_F(PreferencesTest, RecentReposKeepTheNewestFirstOnceEachUpToTheLimit) {
     EXPECT_TRUE(store_.all().isEmpty());
     EXPECT_EQ(store_.key(), QStringLiteral("com.kelmardev.vorda.recentRepos"));
-    EXPECT_EQ(store_.maxEntries(), 10);
 
     const QDateTime before = QDateTime::currentDateTimeUtc().addMSecs(-1);
     for (int index = 1; index <= 11; ++index) {
@@ -140,6 +145,51 @@ TEST_F(PreferencesTest, WindowFramesRoundTripAndDamagedEntriesReadAsAbsent) {
     EXPECT_EQ(settings_.value(key).toMap().keys(), QStringList{"/b"});
     EXPECT_EQ(frame("/b"), QRectF(5, 6, 7, 8));
     EXPECT_FALSE(frame("/a"));
+}
+
+TEST_F(PreferencesTest, FrameSaverRestoresOncePerAttachmentThenSavesEveryChange) {
+    WindowFramesStore::save(QRectF(40, 50, 420, 310), path_, settings_);
+    QWidget window;
+    window.resize(200, 100);
+    WindowFrameSaver saver(path_, settings_);
+    saver.attach(&window);
+    EXPECT_FALSE(saver.isRestored());
+    window.show();
+    settleEvents();
+    EXPECT_TRUE(saver.isRestored());
+    EXPECT_EQ(window.geometry(), QRect(40, 50, 420, 310));
+
+    // Later moves and resizes are saved; showing again restores nothing.
+    window.setGeometry(100, 110, 300, 200);
+    settleEvents();
+    EXPECT_EQ(stored(), QRectF(window.geometry()));
+    window.hide();
+    window.show();
+    settleEvents();
+    EXPECT_EQ(window.geometry(), QRect(100, 110, 300, 200));
+
+    // Attaching the same window again does nothing. Another window, already
+    // showing, is restored on the event loop, and its moves before that are
+    // not saved.
+    saver.attach(&window);
+    EXPECT_TRUE(saver.isRestored());
+    QWidget other;
+    other.setGeometry(10, 10, 300, 200);
+    other.show();
+    settleEvents();
+    saver.attach(&other);
+    EXPECT_EQ(saver.window(), &other);
+    other.move(20, 20);
+    other.resize(320, 220);
+    EXPECT_FALSE(saver.isRestored());
+    EXPECT_EQ(stored(), QRectF(100, 110, 300, 200));
+    settleEvents();
+    EXPECT_TRUE(saver.isRestored());
+    EXPECT_EQ(other.geometry(), QRect(100, 110, 300, 200));
+    other.move(90, 100);
+    settleEvents();
+    EXPECT_NE(other.geometry(), QRect(100, 110, 300, 200));
+    EXPECT_EQ(stored()->toRect(), other.geometry());
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 #include "app/start/RepoWindowRegistry.h"
 
 #include <QCloseEvent>
-#include <QMainWindow>
-#include <QMenu>
-#include <QMenuBar>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QWidget>
@@ -14,18 +11,19 @@
 #include "app/start/PendingOpenRouter.h"
 #include "app/start/PendingRepoOpens.h"
 #include "app/start/StartTestSupport.h"
+#include "app/start/StartupRouting.h"
 #include "app/start/WindowFrameSaver.h"
 #include "support/LogCapture.h"
 
 namespace vorda {
 namespace {
 
+using testing::expectLogged;
 using testing::LogCapture;
-using testing::RecordingFactory;
 using testing::settleEvents;
-using testing::StartEnvironment;
+using Paths = std::vector<QString>;
 
-class RepoWindowRegistryTest : public ::testing::Test {
+class RepoWindowRegistryTest : public testing::RegistryTest {
   protected:
     RepoWindowRegistryTest() {
         env_.launcher.registerWindow(&launcherWindow_);
@@ -38,10 +36,12 @@ class RepoWindowRegistryTest : public ::testing::Test {
                                                     env_.settings);
     }
 
-    StartEnvironment env_;
+    // Whether the launcher controller and its window say it shows.
+    std::pair<bool, bool> launcherShown() const {
+        return {env_.launcher.isVisible(), launcherWindow_.isVisible()};
+    }
+
     QWidget launcherWindow_;
-    RecordingFactory factory_;
-    RepoWindowRegistry registry_{factory_.factory(), env_.recents, env_.launcher, env_.settings};
 };
 
 TEST_F(RepoWindowRegistryTest, OneWindowPerPathPreparedShownAndBroughtForward) {
@@ -52,71 +52,66 @@ TEST_F(RepoWindowRegistryTest, OneWindowPerPathPreparedShownAndBroughtForward) {
     EXPECT_EQ(first->windowTitle(), QStringLiteral("/repo/a"));
     const auto* saver = first->findChild<WindowFrameSaver*>();
     ASSERT_NE(saver, nullptr);
-    EXPECT_EQ(saver->repoPath(), QStringLiteral("/repo/a"));
-    EXPECT_EQ(saver->window(), first);
+    EXPECT_EQ(std::pair(saver->repoPath(), saver->window()),
+              std::pair(QStringLiteral("/repo/a"), first));
 
     first->hide();
     EXPECT_EQ(registry_.openWindow(QStringLiteral("/repo/a")), first);
     EXPECT_TRUE(first->isVisible());
     EXPECT_EQ(registry_.count(), 1);
-    EXPECT_EQ(registry_.window(QStringLiteral("/repo/a")), first);
     EXPECT_TRUE(env_.recents.all().isEmpty());
 
     registry_.recordAndOpen(QStringLiteral("/repo/b"));
     EXPECT_EQ(registry_.count(), 2);
-    EXPECT_EQ(*factory_.requests, (std::vector<QString>{"/repo/a", "/repo/b"}));
+    EXPECT_EQ(*factory_.requests, (Paths{"/repo/a", "/repo/b"}));
     ASSERT_EQ(env_.recents.all().size(), 1);
     EXPECT_EQ(env_.recents.all().front().path, QStringLiteral("/repo/b"));
+
+    // Activating brings the last window forward; with none, the launcher.
+    registry_.window(QStringLiteral("/repo/b"))->hide();
+    registry_.activate();
+    EXPECT_TRUE(registry_.window(QStringLiteral("/repo/b"))->isVisible());
+    EXPECT_EQ(launcherShown(), std::pair(false, false));
 }
 
 TEST_F(RepoWindowRegistryTest, TheLauncherHidesWhileAWindowExistsAndReturnsAfterTheLast) {
     const LogCapture log;
-    ASSERT_TRUE(launcherWindow_.isVisible());
+    ASSERT_EQ(launcherShown(), std::pair(true, true));
     QWidget* first = registry_.openWindow(QStringLiteral("/repo/a"));
     QWidget* second = registry_.openWindow(QStringLiteral("/repo/b"));
-    EXPECT_FALSE(env_.launcher.isVisible());
-    EXPECT_FALSE(launcherWindow_.isVisible());
+    EXPECT_EQ(launcherShown(), std::pair(false, false));
 
     const QSignalSpy shown(&env_.launcher, &LauncherWindowController::isVisibleChanged);
     first->close();
     settleEvents();
     EXPECT_EQ(registry_.count(), 1);
     EXPECT_EQ(registry_.window(QStringLiteral("/repo/a")), nullptr);
-    EXPECT_FALSE(launcherWindow_.isVisible());
+    EXPECT_EQ(launcherShown(), std::pair(false, false));
     EXPECT_EQ(shown.count(), 0);
 
     second->close();
     settleEvents();
     EXPECT_TRUE(registry_.isEmpty());
-    EXPECT_TRUE(env_.launcher.isVisible());
-    EXPECT_TRUE(launcherWindow_.isVisible());
-    for (const char* line : {"[launcher] RepoWindowLifecycle.attach window=QWidget(",
-                             "[launcher] repo onAttach window=QWidget(", " title=/repo/a\n",
-                             "[launcher] RepoWindowLifecycle willClose window=QWidget(",
-                             " tracker.isEmpty_after_remove=true\n",
-                             "[launcher] repo onClose removed, tracker.isEmpty=true\n",
-                             "[launcher] controller.show window=QWidget("}) {
-        EXPECT_TRUE(log.contains(line)) << line;
-    }
+    EXPECT_EQ(launcherShown(), std::pair(true, true));
+    expectLogged(log, {"[launcher] RepoWindowLifecycle.attach window=QWidget(",
+                       "[launcher] repo onAttach window=QWidget(", " title=/repo/a\n",
+                       "[launcher] RepoWindowLifecycle willClose window=QWidget(",
+                       " tracker.isEmpty_after_remove=true\n",
+                       "[launcher] repo onClose removed, tracker.isEmpty=true\n",
+                       "[launcher] controller.show window=QWidget("});
 
-    // The path of a closed window opens a fresh one.
+    // The path of a closed window opens a fresh one; with the launcher
+    // hidden and no window, activating shows it.
     EXPECT_NE(registry_.openWindow(QStringLiteral("/repo/a")), nullptr);
     EXPECT_EQ(factory_.requests->size(), 3U);
-}
-
-TEST_F(RepoWindowRegistryTest, ActivateBringsTheLastWindowForwardOrShowsTheLauncher) {
+    registry_.window(QStringLiteral("/repo/a"))->close();
+    settleEvents();
     env_.launcher.hide();
     registry_.activate();
-    EXPECT_TRUE(env_.launcher.isVisible());
-
-    QWidget* window = registry_.openWindow(QStringLiteral("/repo/a"));
-    window->hide();
-    registry_.activate();
-    EXPECT_TRUE(window->isVisible());
-    EXPECT_FALSE(env_.launcher.isVisible());
+    EXPECT_EQ(launcherShown(), std::pair(true, true));
 }
 
-TEST_F(RepoWindowRegistryTest, WindowsThatRefuseToCloseOrNeverComeAreHandled) {
+TEST_F(RepoWindowRegistryTest, WindowsThatRefuseToCloseNeverComeOrOutliveTheRegistry) {
     class Stubborn : public QWidget {
       protected:
         void closeEvent(QCloseEvent* event) override { event->ignore(); }
@@ -126,40 +121,14 @@ TEST_F(RepoWindowRegistryTest, WindowsThatRefuseToCloseOrNeverComeAreHandled) {
     EXPECT_TRUE(none->isEmpty());
     EXPECT_TRUE(env_.launcher.isVisible());
 
-    const auto stubborn = registryWith([](const QString&) { return new Stubborn; });
-    EXPECT_FALSE(stubborn->openWindow(QStringLiteral("/repo/a"))->close());
+    auto stubborn = registryWith([](const QString&) { return new Stubborn; });
+    const QPointer<QWidget> window = stubborn->openWindow(QStringLiteral("/repo/a"));
+    EXPECT_FALSE(window->close());
     settleEvents();
     EXPECT_EQ(stubborn->count(), 1);
     EXPECT_FALSE(env_.launcher.isVisible());
-}
-
-TEST_F(RepoWindowRegistryTest, MainWindowsGetTheFileMenuAndTheInstallersMenus) {
-    const auto registry = registryWith([](const QString&) {
-        auto* window = new QMainWindow;
-        window->menuBar()->addMenu(QStringLiteral("Own"));
-        return window;
-    });
-    int installed = 0;
-    registry->setMenuInstaller([&installed](QMenuBar* bar) {
-        ++installed;
-        bar->addMenu(QStringLiteral("Repo"));
-    });
-    auto* window = qobject_cast<QMainWindow*>(registry->openWindow(QStringLiteral("/repo/a")));
-    ASSERT_NE(window, nullptr);
-    EXPECT_EQ(installed, 1);
-    QStringList titles;
-    for (const QAction* action : window->menuBar()->actions()) {
-        titles.append(action->text());
-    }
-    EXPECT_EQ(titles, (QStringList{"&File", "Own", "Repo"}));
-    EXPECT_NE(window->menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu")), nullptr);
-}
-
-TEST_F(RepoWindowRegistryTest, DestroyingTheRegistryClosesItsWindowsQuietly) {
-    auto registry = registryWith(factory_.factory());
-    const QPointer<QWidget> window = registry->openWindow(QStringLiteral("/repo/a"));
-    ASSERT_FALSE(env_.launcher.isVisible());
-    registry.reset();
+    // Destroying the registry closes its windows quietly.
+    stubborn.reset();
     EXPECT_TRUE(window.isNull());
     EXPECT_FALSE(env_.launcher.isVisible());
 }
@@ -177,14 +146,13 @@ TEST_F(RepoWindowRegistryTest, TheRouterOpensWhatArrivedEarlierAndFollowsTheQueu
     const QString a = env_.makeFolder("a");
     pending.enqueue(a);
     EXPECT_TRUE(registry_.isEmpty());
-
     const LogCapture log;
     router.start();
     EXPECT_EQ(registry_.count(), 1);
     EXPECT_TRUE(pending.paths().isEmpty());
     EXPECT_FALSE(env_.launcher.isVisible());
-    EXPECT_TRUE(log.contains("[launcher] controller.hide window="));
-    EXPECT_TRUE(log.contains("[launcher] PendingOpenRouter.open path=" + a.toStdString() + "\n"));
+    expectLogged(log, {"[launcher] controller.hide window=",
+                       "[launcher] PendingOpenRouter.open path=" + a.toStdString() + "\n"});
 
     // The same path again, spelt differently, brings the window forward.
     const QString b = env_.makeFolder("b");
@@ -194,6 +162,69 @@ TEST_F(RepoWindowRegistryTest, TheRouterOpensWhatArrivedEarlierAndFollowsTheQueu
     EXPECT_EQ(factory_.requests->size(), 2U);
     ASSERT_EQ(env_.recents.all().size(), 2);
     EXPECT_EQ(env_.recents.all().front().path, b);
+}
+
+class StartupRoutingTest : public testing::RegistryTest {
+  protected:
+    StartupRoutingTest() { env_.launcher.registerWindow(&launcherWindow_); }
+
+    // Routes, and checks what opened and whether the launcher shows.
+    void route(const Paths& opened, bool launcher) {
+        routing_.route();
+        EXPECT_TRUE(routing_.didRoute());
+        EXPECT_EQ(*factory_.requests, opened);
+        EXPECT_EQ(std::pair(env_.launcher.isVisible(), launcherWindow_.isVisible()),
+                  std::pair(launcher, launcher));
+    }
+
+    QWidget launcherWindow_;
+    PendingRepoOpens pending_;
+    StartupRouting routing_{pending_, registry_};
+};
+
+TEST_F(StartupRoutingTest, AnExternalOpenSkipsTheRecentReopen) {
+    env_.recents.record(env_.makeFolder("recent"));
+    pending_.enqueue(env_.makeFolder("external"));
+    const LogCapture log;
+    route({}, false);
+    EXPECT_EQ(log.text(),
+              "[launcher] LauncherView.task fired didRoute=false\n"
+              "[launcher] LauncherView.task external open pending \u2192 skip recent reopen\n");
+}
+
+TEST_F(StartupRoutingTest, AValidFirstRecentOpensStraightAway) {
+    const QString newest = env_.makeFolder("newest");
+    env_.recents.record(env_.makeFolder("older"));
+    env_.recents.record(newest);
+    const LogCapture log;
+    route({newest}, false);
+    expectLogged(log,
+                 {"[launcher] LauncherView.task recents count=2 top=" + newest.toStdString() + "\n",
+                  "[launcher] LauncherView.task openWindow(value: RepoWindowID(path: " +
+                      newest.toStdString() + "))\n"});
+    EXPECT_FALSE(log.contains("controller.show"));
+}
+
+TEST_F(StartupRoutingTest, AMissingFirstRecentShowsTheLauncherStaysListedAndRoutesOnlyOnce) {
+    const QString present = env_.makeFolder("present");
+    env_.recents.record(present);
+    env_.recents.record(present + QStringLiteral("/gone"));
+    const LogCapture log;
+    route({}, true);
+    EXPECT_EQ(env_.recents.all().size(), 2);
+    expectLogged(log, {"[launcher] LauncherView.task no valid recent \u2192 controller.show()\n"});
+
+    env_.launcher.hide();
+    const LogCapture again;
+    routing_.route();
+    EXPECT_FALSE(env_.launcher.isVisible());
+    EXPECT_EQ(again.text(), "[launcher] LauncherView.task fired didRoute=true\n");
+}
+
+TEST_F(StartupRoutingTest, NoRecentsShowTheLauncher) {
+    const LogCapture log;
+    route({}, true);
+    expectLogged(log, {"[launcher] LauncherView.task recents count=0 top=nil\n"});
 }
 
 }  // namespace

@@ -6,12 +6,17 @@
 #include <QString>
 #include <QWidget>
 #include <filesystem>
+#include <initializer_list>
 #include <memory>
+#include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "app/launcher/LauncherWindowController.h"
 #include "app/start/RecentReposStore.h"
 #include "app/start/RepoWindowRegistry.h"
+#include "support/LogCapture.h"
 #include "support/TempDir.h"
 
 namespace vorda::testing {
@@ -58,6 +63,21 @@ struct RecordingFactory {
             return window;
         };
     }
+};
+
+/// Checks that `log` holds each of `lines`.
+inline void expectLogged(const LogCapture& log, std::initializer_list<std::string> lines) {
+    for (const std::string& line : lines) {
+        EXPECT_TRUE(log.contains(line)) << line << "\nin\n" << log.text();
+    }
+}
+
+/// The environment with a recording registry on it.
+class RegistryTest : public ::testing::Test {
+  protected:
+    StartEnvironment env_;
+    RecordingFactory factory_;
+    RepoWindowRegistry registry_{factory_.factory(), env_.recents, env_.launcher, env_.settings};
 };
 
 }  // namespace vorda::testing
