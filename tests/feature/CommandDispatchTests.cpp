@@ -137,6 +137,16 @@ TEST(CommandDispatch, DirectRowsChangeTheRepositoryAndSayWhatTheyDidAndPullReque
               calls.end())
         << ::testing::PrintToString(calls);
 
+    // A renamed bookmark takes its settings and routes along.
+    const FileRoutingRule route{"8E0C6B1E-3C7D-4E52-9B6A-0F1B2C3D4E5F", "docs/**", "theirs", true};
+    session->execute(RepoCommand::SetRoutingRulesForBookmark{"theirs", {route}});
+    const auto settings = session->settingsStore().settings("theirs");
+    session->execute(RepoCommand::RenameBookmark{"theirs", "theirs-renamed"});
+    EXPECT_EQ(repo.bookmarkTarget("theirs-renamed"), "TH");
+    EXPECT_EQ(session->settingsStore().settings("theirs-renamed"), settings);
+    EXPECT_EQ(session->settingsStore().settings("theirs"), std::nullopt);
+    EXPECT_EQ(session->settingsStore().routingRules().at(0).bookmarkName, "theirs-renamed");
+
     session->execute(
         RepoCommand::DescribeCommit{repo.id("ONE"), "one, \"quoted\"\nand a second line", false});
     EXPECT_EQ(repo.description("ONE"), "one, \"quoted\"\nand a second line");
