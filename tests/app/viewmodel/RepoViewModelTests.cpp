@@ -280,6 +280,17 @@ TEST(RepoViewModelReads, TheNewestDiffRequestWinsOverAnOlderOneStillRunning) {
     for (const auto& text : shown) {
         EXPECT_EQ(text.find("first-file.txt"), std::string::npos) << text;
     }
+
+    // A lane lists its newest commit first; its diff still runs oldest first,
+    // whichever way round the two ends come.
+    for (const auto& ends :
+         {StringList{repo.id("B"), repo.id("A")}, StringList{repo.id("A"), repo.id("B")}}) {
+        model.loadDiffForSelectedChangeIDs(ends);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return !model.diff().isDiffLoading(); }, 30000));
+        const auto text = model.diff().diffText().value_or("");
+        EXPECT_NE(text.find("first-file.txt"), std::string::npos) << text;
+        EXPECT_NE(text.find("second-file.txt"), std::string::npos) << text;
+    }
 }
 
 TEST(DiffCacheRules, KeepsThirtyTwoFixedRevsetsFirstInFirstOut) {
