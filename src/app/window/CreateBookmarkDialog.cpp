@@ -40,6 +40,11 @@ CreateBookmarkDialog::CreateBookmarkDialog(RepoViewModel* viewModel, QWidget* pa
     nameError_->setTextFormat(Qt::PlainText);
     nameError_->setStyleSheet(QStringLiteral("color: #c0392b;"));
     layout->addWidget(nameError_);
+    trackUpstream_ = new QLabel(this);
+    trackUpstream_->setObjectName(QStringLiteral("track-upstream"));
+    trackUpstream_->setTextFormat(Qt::PlainText);
+    trackUpstream_->setForegroundRole(QPalette::PlaceholderText);
+    layout->addWidget(trackUpstream_);
 
     layout->addWidget(sectionLabel(QStringLiteral("PARENT BOOKMARK"), this));
     parent_ = new QComboBox(this);
@@ -127,6 +132,11 @@ std::optional<std::string> CreateBookmarkDialog::nameProblem(const std::string& 
     return "A bookmark named " + trimmedName + " already exists";
 }
 
+std::string CreateBookmarkDialog::trackUpstreamLabel(const std::string& name) {
+    const std::string trimmedName(text::trimWhitespace(name));
+    return "Track upstream origin/" + (trimmedName.empty() ? std::string("<name>") : trimmedName);
+}
+
 bool CreateBookmarkDialog::canCreate(const std::string& name, const RepoState* state) {
     return !text::trimWhitespace(name).empty() && !nameProblem(name, state);
 }
@@ -186,6 +196,7 @@ void CreateBookmarkDialog::updateState() {
     const auto problem = nameProblem(current.name, state);
     nameError_->setText(QString::fromStdString(problem.value_or("")));
     nameError_->setVisible(problem.has_value());
+    trackUpstream_->setText(QString::fromStdString(trackUpstreamLabel(current.name)));
     create_->setEnabled(canCreate(current.name, state));
     revision_->setEnabled(current.startingPoint == StartingPoint::specificRevision);
     detail_->setText(

@@ -60,6 +60,9 @@ class CreateBookmarkDialog : public QDialog {
     /// Why the trimmed `name` cannot be created, shown under the field;
     /// absent when it can, and for an empty name, which only disables.
     static std::optional<std::string> nameProblem(const std::string& name, const RepoState* state);
+    /// Where a push of the new bookmark goes: "Track upstream origin/NAME",
+    /// "<name>" while the name is empty.
+    static std::string trackUpstreamLabel(const std::string& name);
     /// Whether "Create" may be pressed for `name`.
     static bool canCreate(const std::string& name, const RepoState* state);
     /// The explanation under the starting point choice.
@@ -90,6 +93,7 @@ class CreateBookmarkDialog : public QDialog {
     QPointer<RepoViewModel> viewModel_;
     QLineEdit* name_ = nullptr;
     QLabel* nameError_ = nullptr;
+    QLabel* trackUpstream_ = nullptr;
     QComboBox* parent_ = nullptr;
     QButtonGroup* startingPoints_ = nullptr;
     QRadioButton* workingCopy_ = nullptr;

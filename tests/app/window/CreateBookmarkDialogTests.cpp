@@ -75,8 +75,12 @@ TEST(CreateBookmarkDialog, RefusesEmptyAndExistingNamesAndOffersStartingPointsAn
     EXPECT_EQ(dialog.windowTitle(), QStringLiteral("New bookmark"));
     EXPECT_EQ(dialog.nameField()->placeholderText(), QStringLiteral("feat/mobile-nav"));
     EXPECT_FALSE(dialog.createButton()->isEnabled());
+    const auto* upstream = dialog.findChild<QLabel*>(QStringLiteral("track-upstream"));
+    ASSERT_NE(upstream, nullptr);
+    EXPECT_EQ(upstream->text(), QStringLiteral("Track upstream origin/<name>"));
 
     dialog.nameField()->setText(QStringLiteral("fix"));
+    EXPECT_EQ(upstream->text(), QStringLiteral("Track upstream origin/fix"));
     EXPECT_FALSE(dialog.createButton()->isEnabled());
     EXPECT_FALSE(dialog.nameErrorLabel()->isHidden());
     EXPECT_TRUE(dialog.nameErrorLabel()->text().contains(QStringLiteral("fix")));
