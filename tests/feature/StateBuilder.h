@@ -36,12 +36,6 @@ class StateBuilder {
         return *shared;
     }
 
-    JJCommit& immutableCommit(const std::string& commitID, std::vector<std::string> parents = {}) {
-        JJCommit& added = commit(commitID, std::move(parents));
-        added.immutable = true;
-        return added;
-    }
-
     /// Adds a bookmark showing `commitIDs`, tip first.
     Bookmark& bookmark(const std::string& name, std::vector<std::string> commitIDs,
                        BookmarkOrigin origin = BookmarkOrigin::local()) {
@@ -118,11 +112,6 @@ class StateBuilder {
     // The commits of `state_`, still open to the tests' changes.
     std::map<std::string, std::shared_ptr<JJCommit>> commits_;
 };
-
-/// Puts a local bookmark named `name` on `commit`.
-inline void addLocalBookmark(JJCommit& commit, const std::string& name) {
-    commit.localBookmarks.push_back({name, std::nullopt, {commit.commitID}, std::nullopt});
-}
 
 /// A workspace on `commitID` with the given composition kind.
 inline WorkspaceState workspaceOn(
