@@ -181,13 +181,13 @@ TEST(BookmarkLaneBuild, GivesEachBookmarkOneLaneOfItsLoadedCommitsSettingsRulesA
 }
 
 TEST(BookmarkLaneBuild, FindsMergedLanesAnywhereInALongTrunkHistoryDownToItsUnloadedBase) {
-    StateBuilder longer;
-    for (int index = 0; index < 3000; ++index) {
-        longer
-            .commit("t" + std::to_string(index),
-                    {index == 0 ? "beyond" : "t" + std::to_string(index - 1)})
-            .immutable = true;
+    std::string history = "t0:beyond!";
+    for (int index = 1; index < 3000; ++index) {
+        history.append(" t").append(std::to_string(index)).append(":t");
+        history.append(std::to_string(index - 1)).append("!");
     }
+    StateBuilder longer;
+    longer.commits(history);
     longer.commits("side:t5!")
         .bookmarks(
             "main@origin:t2999 at-0:t0 at-1:t1 at-1234:t1234 at-2998:t2998 unloaded-base:beyond "
