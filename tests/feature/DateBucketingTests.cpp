@@ -30,21 +30,17 @@ Date utc(int year, unsigned month, unsigned day, int hour = 0, int minute = 0) {
                 std::chrono::hours{hour} + std::chrono::minutes{minute}};
 }
 
-// Runs a test in one time zone, whatever the machine's, and puts TZ back.
-class ScopedTimeZone {
-  public:
-    explicit ScopedTimeZone(const std::string& zone) {
-        tz_.set(zone);
+// Runs `body` in one time zone, whatever the machine's, and puts TZ back.
+template <typename Body>
+void inZone(const std::string& zone, Body body) {
+    {
+        const testing::ScopedEnvironment tz("TZ");
+        tz.set(zone);
         tzset();
+        body();
     }
-
-  private:
-    struct Reread {
-        ~Reread() { tzset(); }
-    };
-    Reread reread_;  // destroyed last, once TZ is back
-    testing::ScopedEnvironment tz_{"TZ"};
-};
+    tzset();
+}
 
 TEST(DateBucketingParse, ReadsInternetDateTimesAndTheFixedFormOnly) {
     const std::vector<std::pair<std::string, Date>> cases{
@@ -85,17 +81,19 @@ struct BucketCase {
     DateBucket expected;
 };
 
-void expectBuckets(const std::vector<BucketCase>& cases) {
-    for (const auto& [date, relativeTo, expected] : cases) {
-        EXPECT_EQ(DateBucketing::bucket(date, relativeTo), expected)
-            << ::testing::PrintToString(date) << " from " << ::testing::PrintToString(relativeTo);
-    }
+void expectBuckets(const std::string& zone, const std::vector<BucketCase>& cases) {
+    inZone(zone, [&cases] {
+        for (const auto& [date, relativeTo, expected] : cases) {
+            EXPECT_EQ(DateBucketing::bucket(date, relativeTo), expected)
+                << ::testing::PrintToString(date) << " from "
+                << ::testing::PrintToString(relativeTo);
+        }
+    });
 }
 
-TEST(DateBucketingUTC, TiersOfWholeCalendarDaysThenWeeksThenMonths) {
-    const ScopedTimeZone zone("UTC");
+TEST(DateBucketing, TiersOfWholeLocalCalendarDaysThenWeeksThenMonths) {
     const Date now = utc(2024, 3, 20, 12);  // a Wednesday, noon
-    expectBuckets({
+    const std::vector<BucketCase> inUTC{
         {utc(2024, 3, 20), now, {"Today", utc(2024, 3, 20)}},
         {utc(2024, 3, 20, 23, 59), now, {"Today", utc(2024, 3, 20)}},
         {utc(2024, 3, 19, 23, 59), now, {"Yesterday", utc(2024, 3, 19)}},
@@ -103,7 +101,6 @@ TEST(DateBucketingUTC, TiersOfWholeCalendarDaysThenWeeksThenMonths) {
         // Two calendar days back but not yet two whole days: one day.
         {utc(2024, 3, 18, 12, 1), now, {"Yesterday", utc(2024, 3, 18)}},
         {utc(2024, 3, 18, 12), now, {"2 days ago", utc(2024, 3, 18)}},
-        {utc(2024, 3, 18, 11), now, {"2 days ago", utc(2024, 3, 18)}},
         {utc(2024, 3, 6, 12, 1), now, {"13 days ago", utc(2024, 3, 6)}},
         {utc(2024, 3, 6, 12), now, {"14 days ago", utc(2024, 3, 6)}},
         // Fifteen days start the week tier; 62 days are still eight weeks.
@@ -113,47 +110,43 @@ TEST(DateBucketingUTC, TiersOfWholeCalendarDaysThenWeeksThenMonths) {
         {utc(2024, 1, 18, 12), now, {"8 weeks ago", utc(2024, 1, 18)}},
         // From 63 days (nine weeks) on, the month.
         {utc(2024, 1, 17, 12), now, {"January 2024", utc(2024, 1, 1)}},
-        {utc(2024, 1, 10, 12), now, {"January 2024", utc(2024, 1, 1)}},
         {utc(2023, 12, 31, 23, 59), now, {"December 2023", utc(2023, 12, 1)}},
-        {utc(2021, 6, 15), now, {"June 2021", utc(2021, 6, 1)}},
         // Dates ahead count by their distance.
         {utc(2024, 3, 23, 12), now, {"3 days ago", utc(2024, 3, 23)}},
         {utc(2024, 4, 4, 12), now, {"2 weeks ago", utc(2024, 4, 4)}},
         {utc(2024, 8, 1), now, {"August 2024", utc(2024, 8, 1)}},
         // Half past midnight in Berlin is still yesterday here.
         {utc(2024, 3, 31, 22, 10), utc(2024, 4, 1, 6), {"Yesterday", utc(2024, 3, 31)}},
-    });
-}
-
-TEST(DateBucketingBerlin, DaysAreLocalAndDaylightSavingChangesNeitherShortenNorStretchThem) {
+    };
+    expectBuckets("UTC", inUTC);
+    // In Berlin days are local, and daylight saving changes neither shorten
+    // nor stretch them.
     if (!std::filesystem::exists("/usr/share/zoneinfo/Europe/Berlin")) {
         GTEST_SKIP() << "no zoneinfo for Europe/Berlin";
     }
-    const ScopedTimeZone zone("Europe/Berlin");
-    expectBuckets({
-        // 00:10 on 1 April in Berlin, still 31 March in UTC.
-        {utc(2024, 3, 31, 22, 10), utc(2024, 4, 1, 6), {"Today", utc(2024, 3, 31, 22)}},
-        // 00:30 on 1 July in Berlin is a July date, and July starts at 22:00 UTC.
-        {utc(2024, 6, 30, 22, 30), utc(2024, 10, 20, 10), {"July 2024", utc(2024, 6, 30, 22)}},
-        {utc(2024, 1, 15, 10), utc(2024, 10, 20, 10), {"January 2024", utc(2023, 12, 31, 23)}},
-        // Noon to noon across the spring change is 47 hours, yet two days.
-        {utc(2024, 3, 30, 11), utc(2024, 4, 1, 10), {"2 days ago", utc(2024, 3, 29, 23)}},
-        // 12:30 to 12:00 two days later across the autumn change is 48.5
-        // hours, yet not two whole days.
-        {utc(2024, 10, 26, 10, 30), utc(2024, 10, 28, 11), {"Yesterday", utc(2024, 10, 25, 22)}},
-        // The short day itself still starts at its local midnight.
-        {utc(2024, 3, 30, 23, 30), utc(2024, 4, 1, 10), {"Yesterday", utc(2024, 3, 30, 23)}},
-    });
+    expectBuckets(
+        "Europe/Berlin",
+        {
+            // 00:10 on 1 April in Berlin, still 31 March in UTC.
+            {utc(2024, 3, 31, 22, 10), utc(2024, 4, 1, 6), {"Today", utc(2024, 3, 31, 22)}},
+            // 00:30 on 1 July in Berlin is a July date, and July starts at 22:00 UTC.
+            {utc(2024, 6, 30, 22, 30), utc(2024, 10, 20, 10), {"July 2024", utc(2024, 6, 30, 22)}},
+            {utc(2024, 1, 15, 10), utc(2024, 10, 20, 10), {"January 2024", utc(2023, 12, 31, 23)}},
+            // Noon to noon across the spring change is 47 hours, yet two days.
+            {utc(2024, 3, 30, 11), utc(2024, 4, 1, 10), {"2 days ago", utc(2024, 3, 29, 23)}},
+            // 12:30 to 12:00 two days later across the autumn change is 48.5
+            // hours, yet not two whole days.
+            {utc(2024, 10, 26, 10, 30),
+             utc(2024, 10, 28, 11),
+             {"Yesterday", utc(2024, 10, 25, 22)}},
+            // The short day itself still starts at its local midnight.
+            {utc(2024, 3, 30, 23, 30), utc(2024, 4, 1, 10), {"Yesterday", utc(2024, 3, 30, 23)}},
+        });
 }
 
-struct Entry {
-    std::string name;
-    std::string timestamp;
-};
-
-TEST(DateBucketingUTC, GroupsNewestFirstWithUnreadableTimestampsLast) {
-    const ScopedTimeZone zone("UTC");
-    const std::vector<Entry> entries{
+TEST(DateBucketing, GroupsNewestFirstWithUnreadableTimestampsLast) {
+    // Name and timestamp.
+    const std::vector<std::pair<std::string, std::string>> entries{
         {"garbage", "not a date"},
         {"old", "2023-11-02T12:00:00Z"},
         {"four-weeks-b", "2024-02-20T12:00:00Z"},
@@ -163,19 +156,20 @@ TEST(DateBucketingUTC, GroupsNewestFirstWithUnreadableTimestampsLast) {
         {"four-weeks-a", "2024-02-21T12:00:00Z"},
         {"old-later", "2023-11-28T12:00:00.250Z"},
         // Earlier than "today-late" in time, but later as text.
-        {"today-early", "2024-03-20T09:00:00+01:00"},
-    };
-    const auto timestamp = [](const Entry& entry) {
-        return entry.timestamp;
+        {"today-early", "2024-03-20T09:00:00+01:00"}};
+    const auto timestamp = [](const auto& entry) {
+        return entry.second;
     };
     const Date now = utc(2024, 3, 20, 12);
     std::vector<std::pair<DateBucket, std::vector<std::string>>> summary;
-    for (const auto& [bucket, members] : DateBucketing::grouped(entries, timestamp, now)) {
-        summary.emplace_back(bucket, std::vector<std::string>{});
-        for (const auto& entry : members) {
-            summary.back().second.push_back(entry.name);
+    inZone("UTC", [&] {
+        for (const auto& [bucket, members] : DateBucketing::grouped(entries, timestamp, now)) {
+            auto& names = summary.emplace_back(bucket, std::vector<std::string>{}).second;
+            for (const auto& entry : members) {
+                names.push_back(entry.first);
+            }
         }
-    }
+    });
     // Two days under one title stay two groups.
     EXPECT_EQ(summary, (decltype(summary){
                            {{"Today", utc(2024, 3, 20)}, {"today-early", "today-late"}},
@@ -185,7 +179,7 @@ TEST(DateBucketingUTC, GroupsNewestFirstWithUnreadableTimestampsLast) {
                            {{"November 2023", utc(2023, 11, 1)}, {"old-later", "old"}},
                            {{"Older", DateBucketing::distantPast}, {"garbage", "empty"}},
                        }));
-    EXPECT_TRUE(DateBucketing::grouped(std::vector<Entry>{}, timestamp, now).empty());
+    EXPECT_TRUE(DateBucketing::grouped(decltype(entries){}, timestamp, now).empty());
 }
 
 }  // namespace

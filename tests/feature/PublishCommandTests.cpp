@@ -1,6 +1,10 @@
 // Commands that talk to origin or make bookmarks, on real repositories with a
 // local bare origin, checked afterwards with jj and git.
 
+#include <string>
+#include <tuple>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "feature/session/RepoSession.h"
@@ -72,8 +76,8 @@ TEST_F(PublishCommands, PushAsksBeforeForcingAndRecordsWhatItPushed) {
     const auto question = session->execute(RepoCommand::Push{bookmark("diverged")});
     const auto* force = std::get_if<RepoCommandResult::ForcePushRequired>(&question.value);
     ASSERT_NE(force, nullptr);
-    EXPECT_EQ(force->request.bookmark.name, "diverged");
-    EXPECT_TRUE(std::holds_alternative<RemoteSyncState::Diverged>(force->request.syncState.value));
+    EXPECT_EQ(std::tie(force->request.bookmark, force->request.syncState),
+              std::tie(bookmark("diverged"), bookmark("diverged").remoteSyncState));
     EXPECT_EQ(force->request.id.size(), 36U);
     EXPECT_EQ(originTip("diverged"), before) << "nothing is pushed before the user agrees";
 
@@ -103,10 +107,9 @@ TEST_F(PublishCommands, SyncPushesOnlyEnabledBookmarksThatAreAheadAndAdvanceTrun
     session->refreshSnapshot();
 
     EXPECT_EQ(toast(RepoCommand::Sync{}), "Pushed 2 bookmarks");
-    EXPECT_EQ(originTip("alpha"), commitID("A2"));
-    EXPECT_EQ(originTip("beta"), commitID("B2"));
-    EXPECT_EQ(originTip("aside"), commitID("X1"));
-    EXPECT_EQ(originTip("fresh"), "");
+    EXPECT_EQ(
+        (Paths{originTip("alpha"), originTip("beta"), originTip("aside"), originTip("fresh")}),
+        (Paths{commitID("A2"), commitID("B2"), commitID("X1"), ""}));
     const auto log = repo.jj({"op", "log", "--no-graph", "-T", "description ++ \"\\n\""});
     // The log is newest first: beta, pushed last, comes before alpha.
     EXPECT_LT(log.find("beta"), log.find("alpha"));
@@ -141,14 +144,11 @@ TEST_F(PublishCommands, CreateBookmarkFromEachStartingPoint) {
     create("here", {Point::WorkingCopy{}});
     create("on-trunk", {Point::TipOfParent{}});
     create("on-typed", {Point::TipOfParent{}}, "typed");
-    for (const auto& [name, target] : std::map<std::string, std::string>{{"blank", "@"},
-                                                                         {"typed", "main"},
-                                                                         {"here", "@"},
-                                                                         {"on-trunk", "trunk()"},
-                                                                         {"on-typed", "main"}}) {
-        EXPECT_EQ(repo.commitID(name), repo.commitID(target)) << name;
-    }
-    EXPECT_EQ(workingCopy, repo.commitID("@")) << "the working copy was not touched";
+    EXPECT_EQ((Paths{repo.commitID("blank"), repo.commitID("here"), repo.commitID("@")}),
+              Paths(3, workingCopy))
+        << "on the working copy, which was not touched";
+    EXPECT_EQ((Paths{repo.commitID("typed"), repo.commitID("on-typed"), repo.commitID("on-trunk")}),
+              Paths(3, repo.commitID("main")));
 
     // Starting work at once: a commit of its own, named after the bookmark,
     // and the bookmark taken into the working copy's composition. Nothing is
@@ -167,12 +167,14 @@ TEST_F(PublishCommands, CreateBookmarkFromEachStartingPoint) {
 TEST_F(PublishCommands, CarvingHunksMakesThemTheNewBookmarksFirstCommit) {
     std::string lines;
     for (int line = 1; line <= 30; ++line) {
-        lines += "line " + std::to_string(line) + "\n";
+        lines.append("line ").append(std::to_string(line)).append("\n");
     }
     repo.commit("notes", {{"notes.txt", lines}});
-    auto changed = lines;
-    changed.replace(changed.find("line 2\n"), 7, "line two\n");
-    changed.replace(changed.find("line 28\n"), 8, "line twenty-eight\n");
+    const auto edit = [](std::string text, const std::string& from, const std::string& to) {
+        return text.replace(text.find(from), from.size(), to);
+    };
+    const auto carvedText = edit(lines, "line 28\n", "line twenty-eight\n");
+    const auto changed = edit(carvedText, "line 2\n", "line two\n");
     repo.writeFile("notes.txt", changed);
     repo.writeFile("other.txt", "other\n");
     repo.jj({"debug", "snapshot"});
@@ -188,9 +190,7 @@ TEST_F(PublishCommands, CarvingHunksMakesThemTheNewBookmarksFirstCommit) {
     ASSERT_TRUE(carve("carved", {{{"notes.txt", {1}}, {"other.txt", {}}}}).refreshedSnapshot());
     EXPECT_EQ(repo.commitID("carved"), repo.commitID("@-"));
     const auto notes = rootFilesets({"notes.txt"}).front();
-    const auto carved = repo.jj({"file", "show", "-r", "carved", notes});
-    EXPECT_NE(carved.find("line twenty-eight"), std::string::npos);
-    EXPECT_EQ(carved.find("line two\n"), std::string::npos);
+    EXPECT_EQ(repo.jj({"file", "show", "-r", "carved", notes}), carvedText);
     EXPECT_EQ(repo.changedPaths("carved"), Paths{"notes.txt"});
     EXPECT_EQ(repo.jj({"file", "show", "-r", "@", notes}), changed);
     EXPECT_EQ(repo.changedPaths("@"), (Paths{"notes.txt", "other.txt"}));

@@ -107,11 +107,8 @@ TEST_F(PullRequestRefreshTest, TheCacheStandsUntilATipMovesOrAForceOrALimitSaysO
     answer("gamma", 31);
     // Without a cache every tracked bookmark is asked; each changed number is
     // stored, other settings kept; main's answer has none and clears its old one.
-    auto alpha = BookmarkSettings::defaultFor(BookmarkOrigin::upstream("origin"));
-    alpha.tags = {"review"};
-    alpha.pinned = true;
-    BookmarkSettings gamma = numbered(31);
-    gamma.columnVisible = true;
+    const BookmarkSettings alpha{UpdateStrategy::mergeIn, {}, {}, {"review"}, true, false};
+    const BookmarkSettings gamma{UpdateStrategy::rebase, {}, 31, {}, false, true};
     settings.set(numbered(3, alpha), "alpha");
     settings.set(gamma, "gamma");
     settings.set(numbered(40), "main");

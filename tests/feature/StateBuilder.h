@@ -1,8 +1,6 @@
 #pragma once
 
 #include <algorithm>
-#include <map>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -18,30 +16,6 @@ namespace vorda::testing {
 /// fields are filled; nothing is derived.
 class StateBuilder {
   public:
-    /// Adds (or replaces) a mutable commit whose change ID is "change-" + ID.
-    /// The reference stays valid while the builder lives, and what is changed
-    /// through it shows in the state.
-    JJCommit& commit(const std::string& commitID, std::vector<std::string> parents = {}) {
-        JJCommit commit;
-        commit.commitID = commitID;
-        commit.changeID = "change-" + commitID;
-        commit.parents = std::move(parents);
-        commit.committer.timestamp = "2024-03-20T12:00:00Z";
-        auto& shared = commits_[commitID];
-        if (!shared) {
-            shared = std::make_shared<JJCommit>();
-            state_.commits.insert_or_assign(commitID, SharedCommit(shared));
-        }
-        *shared = std::move(commit);
-        return *shared;
-    }
-
-    JJCommit& immutableCommit(const std::string& commitID, std::vector<std::string> parents = {}) {
-        JJCommit& added = commit(commitID, std::move(parents));
-        added.immutable = true;
-        return added;
-    }
-
     /// Adds a bookmark showing `commitIDs`, tip first.
     Bookmark& bookmark(const std::string& name, std::vector<std::string> commitIDs,
                        BookmarkOrigin origin = BookmarkOrigin::local()) {
@@ -56,14 +30,17 @@ class StateBuilder {
         return bookmark(name, std::move(commitIDs), BookmarkOrigin::upstream("origin"));
     }
 
+    /// Adds a parentless mutable commit.
+    StateBuilder& commit(const std::string& commitID) { return commits(commitID); }
+
     StateBuilder& conflict(std::string bookmarkA, std::string bookmarkB) {
         state_.conflicts.push_back({std::move(bookmarkA), std::move(bookmarkB)});
         return *this;
     }
 
-    /// Adds commits written as words "ID:PARENT,PARENT", with "!" after an
-    /// immutable one and "@NAME" after one that carries local bookmark NAME:
-    /// "t0! a1:t0@feature m:a1,t0".
+    /// Adds (or replaces) commits with change ID "change-" + ID, written as
+    /// words "ID:PARENT,PARENT", with "!" after an immutable one and "@NAME"
+    /// after one that carries local bookmark NAME: "t0! a1:t0@feature m:a1,t0".
     StateBuilder& commits(const std::string& text) {
         std::istringstream stream(text);
         for (std::string word; stream >> word;) {
@@ -76,11 +53,17 @@ class StateBuilder {
             if (immutable) {
                 word.pop_back();
             }
-            JJCommit& added = commit(word.substr(0, word.find(':')), listAfterColon(word));
+            const std::string id = word.substr(0, word.find(':'));
+            JJCommit added;
+            added.commitID = id;
+            added.changeID = "change-" + added.commitID;
+            added.parents = listAfterColon(word);
+            added.committer.timestamp = "2024-03-20T12:00:00Z";
             added.immutable = immutable;
             if (!bookmark.empty()) {
                 added.localBookmarks.push_back({bookmark, std::nullopt, {added.commitID}, {}});
             }
+            state_.commits.insert_or_assign(id, SharedCommit(std::move(added)));
         }
         return *this;
     }
@@ -115,14 +98,7 @@ class StateBuilder {
     }
 
     RepoState state_;
-    // The commits of `state_`, still open to the tests' changes.
-    std::map<std::string, std::shared_ptr<JJCommit>> commits_;
 };
-
-/// Puts a local bookmark named `name` on `commit`.
-inline void addLocalBookmark(JJCommit& commit, const std::string& name) {
-    commit.localBookmarks.push_back({name, std::nullopt, {commit.commitID}, std::nullopt});
-}
 
 /// A workspace on `commitID` with the given composition kind.
 inline WorkspaceState workspaceOn(

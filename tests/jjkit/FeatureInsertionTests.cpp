@@ -77,35 +77,33 @@ struct Request {
 /// Trunk `B`; the feature `d`-`t`; an integration merge `M` of the feature
 /// and trunk; the work `s1`-`s2` made on it with the working copy `c` above.
 Request integration() {
-    const auto d = made("d", {"B"});
-    const auto t = made("t", {"d"});
-    const auto m = made("M", {"t", "B"});
-    const auto s1 = made("s1", {"M"});
-    const auto s2 = made("s2", {"s1"});
-    const auto c = made("c", {"s2"});
-    Request request;
-    request.destination = d;
-    request.featureTip = t;
-    request.selected = {s2, s1};
-    request.featurePath = {t, d};
-    request.mutableFeatureAncestry = {t, d};
-    request.affected = {c, s2, s1, m, t};
-    request.workspaces = {workspaceOn("default", c), workspaceOn("side", made("B", {}, true))};
-    return request;
+    const auto d = made("d", {"B"}), t = made("t", {"d"}), c = made("c", {"s2"});
+    const auto s1 = made("s1", {"M"}), s2 = made("s2", {"s1"});
+    return {d,      t,      {s2, s1},
+            {t, d}, {t, d}, {c, s2, s1, made("M", {"t", "B"}), t},
+            {},     {},     {workspaceOn("default", c), workspaceOn("side", made("B", {}, true))},
+            false,  {}};
 }
 
 /// Work made straight on trunk `B` with the composition `R` of it and `X`
 /// under the working copy `c`: it reaches the feature only through a repair.
 Request onTrunk() {
-    Request request;
-    request.destination = made("d", {"B"});
-    request.featureTip = made("t", {"d"});
-    request.selected = {made("s1", {"B"}), made("s2", {"s1"})};
-    request.featurePath = {request.featureTip, request.destination};
-    request.affected = {request.featureTip, request.selected[0], request.selected[1],
-                        made("R", {"s2", "X"}), made("c", {"R"})};
-    request.workspaces = {workspaceOn("default", made("c", {"R"}))};
-    return request;
+    const auto d = made("d", {"B"}), t = made("t", {"d"}), c = made("c", {"R"});
+    const auto s1 = made("s1", {"B"}), s2 = made("s2", {"s1"});
+    return {d,      t,  {s1, s2},
+            {t, d}, {}, {t, s1, s2, made("R", {"s2", "X"}), c},
+            {},     {}, {workspaceOn("default", c)},
+            false,  {}};
+}
+
+/// A repair below the tip: the tip's new edge would close a loop.
+Request looping() {
+    const auto d = made("d", {"B"}), t = made("t", {"R"}), s1 = made("s1", {"B"});
+    const auto c = made("c", {"s1"});
+    return {d,      t,    {s1},
+            {d, t}, {},   {s1, made("R", {"d", "X"}), t, c},
+            {},     {},   {workspaceOn("default", c)},
+            false,  {"R"}};
 }
 
 TEST(FeatureInsertionBuild, ExpectedParentsStateTheWholeOutcome) {
@@ -151,20 +149,6 @@ TEST(FeatureInsertionBuild, ExpectedParentsStateTheWholeOutcome) {
         repaired.build().expectedParents,
         (ParentGraph{
             {"s1", {"d"}}, {"s2", {"s1"}}, {"t", {"s2"}}, {"R", {"B", "X", "t"}}, {"c", {"R"}}}));
-}
-
-/// A repair below the tip: the tip's new edge would close a loop.
-Request looping() {
-    Request request;
-    request.destination = made("d", {"B"});
-    request.featureTip = made("t", {"R"});
-    request.selected = {made("s1", {"B"})};
-    request.featurePath = {request.destination, request.featureTip};
-    request.affected = {request.selected[0], made("R", {"d", "X"}), request.featureTip,
-                        made("c", {"s1"})};
-    request.workspaces = {workspaceOn("default", made("c", {"s1"}))};
-    request.repairs = {"R"};
-    return request;
 }
 
 TEST(FeatureInsertionBuild, RefusalsDecidedFromFrozenDataInTheirOrder) {

@@ -288,6 +288,8 @@ struct Flow {
     /// After the repository was changed during the first save, and after
     /// the rebase failed and nothing moved.
     Findings afterInterference, afterFailedCommand;
+    /// Whether the flow declares steps, the first of them in its second save.
+    bool stepped = false;
 };
 
 void PrintTo(const Flow& flow, std::ostream* out) {
@@ -374,6 +376,7 @@ const Flow flows[] = {
         {{}, {"Repository changed after the last recorded step; inspect intervening operations."}},
         // Nothing moved, so nothing was verified.
         {},
+        true,
     },
 };
 
@@ -509,6 +512,26 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
     ASSERT_GE(saved.size(), 2U);
     EXPECT_EQ(saved.front(), std::nullopt);
     EXPECT_EQ(saved.back(), receipt);
+
+    // A step that cannot be declared is not run; the flow still ends in a
+    // final receipt.
+    if (flow.stepped) {
+        saved.clear();
+        receipt = flow.plan(client, repo)
+                      .run(client,
+                           [&](const Saved& final) {
+                               saved.push_back(final);
+                               if (saved.size() == 2) {
+                                   throw std::runtime_error("disk is full");
+                               }
+                           },
+                           {});
+        EXPECT_EQ(receipt, (LocalStackUpdateReceipt{
+                               operation, operation, "disk is full", {"default"}, {}, {}}));
+        EXPECT_EQ(saved.size(), 3U);
+        EXPECT_EQ(repo.currentOperationID(), operation);
+        EXPECT_EQ(shape(), original);
+    }
 
     // Somebody works on the command line while the first receipt is written:
     // the bookmark goes back, W2 is dropped, the working copy moves away.

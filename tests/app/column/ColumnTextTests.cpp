@@ -29,60 +29,62 @@ using columntest::testNow;
 using LaneKind = BookmarkColumnInput::LaneKind;
 using Lines = std::vector<std::string>;
 
-// Checks `rule` on `input` as each lane kind.
-void expectByKind(BookmarkColumnInput input, bool (*rule)(const BookmarkColumnInput&),
-                  std::initializer_list<std::pair<LaneKind, bool>> expected) {
-    for (const auto& [kind, result] : expected) {
-        input.kind = kind;
-        EXPECT_EQ(rule(input), result) << static_cast<int>(kind);
+// The names of the part rules that hold for `input`.
+std::string shownParts(const BookmarkColumnInput& input) {
+    using namespace columnrules;
+    std::string names;
+    for (const auto& [name, rule] : {std::pair{"merged", &showsMergedBanner},
+                                     {"review", &hasOpenReviewPR},
+                                     {"badge", &showsPRBadge},
+                                     {"chip", &showsBookmarkChip},
+                                     {"toggle", &showsInclusionToggle}}) {
+        if (rule(input)) {
+            names.append(" ").append(name);
+        }
     }
+    return names;
 }
 
 TEST(ColumnRules, BannersBadgesChipsAndTogglesByLaneKindAndState) {
     using enum BookmarkColumnInput::LaneKind;
-    BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
-    EXPECT_FALSE(columnrules::showsMergedBanner(input));
-    EXPECT_FALSE(columnrules::hasOpenReviewPR(input));
-    input.isMergedIntoTrunk = true;
-    input.isPinned = true;
-    expectByKind(input, columnrules::showsMergedBanner,
-                 {{bookmark, true}, {trunk, false}, {oneOff, false}, {workingCopyStack, false}});
-
-    // The pull request's state: merged shows the banner, open is a review.
-    input.kind = bookmark;
-    input.isMergedIntoTrunk = false;
-    GitHubPR pr;
-    pr.number = 7;
-    for (const auto& [state, merged, review] : {std::tuple{GitHubPR::State::merged, true, false},
-                                                {GitHubPR::State::closed, false, false},
-                                                {GitHubPR::State::open, false, true}}) {
-        pr.state = state;
-        input.pr = pr;
-        EXPECT_EQ(columnrules::showsMergedBanner(input), merged);
-        EXPECT_EQ(columnrules::hasOpenReviewPR(input), review);
+    using enum GitHubPR::State;
+    // Lane kind, merged into trunk while pinned, the pull request's state, gh at hand.
+    const std::tuple<LaneKind, bool, std::optional<GitHubPR::State>, bool, const char*> cases[] = {
+        {bookmark, false, {}, false, " chip toggle"},
+        {bookmark, true, {}, false, " merged chip toggle"},
+        {trunk, true, {}, false, " chip"},
+        {oneOff, true, {}, false, " toggle"},
+        {workingCopyStack, true, {}, false, ""},
+        {bookmark, false, merged, false, " merged chip toggle"},
+        {bookmark, false, closed, false, " chip toggle"},
+        {bookmark, false, open, false, " review chip toggle"},
+        {bookmark, false, open, true, " review badge chip toggle"},
+        {bookmark, false, {}, true, " chip toggle"},
+        {oneOff, false, open, true, " badge toggle"},
+        {workingCopyStack, false, open, true, " badge"}};
+    for (const auto& [kind, mergedAndPinned, state, gh, shown] : cases) {
+        BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
+        input.kind = kind;
+        input.isMergedIntoTrunk = input.isPinned = mergedAndPinned;
+        if (state) {
+            input.pr.emplace().number = 7;
+            input.pr->state = *state;
+        }
+        input.githubAvailable = gh;
+        EXPECT_EQ(shownParts(input), shown) << static_cast<int>(kind) << " " << gh;
     }
-    expectByKind(input, columnrules::hasOpenReviewPR, {{oneOff, false}, {workingCopyStack, false}});
-    EXPECT_FALSE(columnrules::showsPRBadge(input));  // no gh
-    input.githubAvailable = true;
-    EXPECT_TRUE(columnrules::showsPRBadge(input));
-    input.pr.reset();
-    EXPECT_FALSE(columnrules::showsPRBadge(input));
-
-    expectByKind(input, columnrules::showsBookmarkChip,
-                 {{bookmark, true}, {oneOff, false}, {workingCopyStack, false}});
-    expectByKind(input, columnrules::showsInclusionToggle,
-                 {{bookmark, true}, {oneOff, true}, {trunk, false}, {workingCopyStack, false}});
     // The chip needs a mutable first commit.
-    EXPECT_FALSE(columnrules::showsBookmarkChip(bookmarkLane("feature", {})));
-    input.commits.front() = SharedCommit(makeCommit(1, "tip", true));
-    EXPECT_FALSE(columnrules::showsBookmarkChip(input));
+    BookmarkColumnInput input = bookmarkLane("feature", {});
+    EXPECT_EQ(shownParts(input), " toggle");
+    input.commits = SharedCommit::shareAll({makeCommit(1, "tip", true)});
+    EXPECT_EQ(shownParts(input), " toggle");
 
     // The toggle reads the role, else the enabled flag.
-    EXPECT_EQ(columnrules::effectiveInclusionRole(input), BookmarkInclusionRole::absent());
+    EXPECT_EQ(columnrules::effectiveInclusionRole(input), Role::absent());
     input.isEnabled = true;
-    EXPECT_EQ(columnrules::effectiveInclusionRole(input), BookmarkInclusionRole::directParent());
-    input.inclusionRole = BookmarkInclusionRole::inherited("base");
-    EXPECT_EQ(columnrules::effectiveInclusionRole(input), BookmarkInclusionRole::inherited("base"));
+    EXPECT_EQ(columnrules::effectiveInclusionRole(input), Role::directParent());
+    input.inclusionRole = Role::inherited("base");
+    EXPECT_EQ(columnrules::effectiveInclusionRole(input), Role::inherited("base"));
 }
 
 TEST(ColumnRules, HistoryOrderAndLoadMoreFollowTheOpenHistory) {
@@ -193,25 +195,20 @@ TEST(ColumnText, InclusionHelpAndPlacementsFollowTheRole) {
 
 TEST(ColumnText, BadgeTrunkBannerAndStorageWords) {
     using Decision = GitHubPR::ReviewDecision;
-    const struct {
-        GitHubPR::State state{};
-        std::optional<Decision> decision;
-        const char* tooltip = nullptr;
-    } cases[] = {
-        {GitHubPR::State::open, std::nullopt, "PR #42 · OPEN. Click to open in browser."},
-        {GitHubPR::State::open, Decision::approved,
-         "PR #42 · OPEN · APPROVED. Click to open in browser."},
-        {GitHubPR::State::closed, Decision::changesRequested,
-         "PR #42 · CLOSED · CHANGES_REQUESTED. Click to open in browser."},
-        {GitHubPR::State::merged, Decision::reviewRequired,
-         "PR #42 · MERGED · REVIEW_REQUIRED. Click to open in browser."},
-        {GitHubPR::State::unknown, std::nullopt, "PR #42 · UNKNOWN. Click to open in browser."}};
+    using enum GitHubPR::State;
+    const std::tuple<GitHubPR::State, std::optional<Decision>, const char*> cases[] = {
+        {open, std::nullopt, "OPEN"},
+        {open, Decision::approved, "OPEN · APPROVED"},
+        {closed, Decision::changesRequested, "CLOSED · CHANGES_REQUESTED"},
+        {merged, Decision::reviewRequired, "MERGED · REVIEW_REQUIRED"},
+        {unknown, std::nullopt, "UNKNOWN"}};
     GitHubPR pr;
     pr.number = 42;
-    for (const auto& c : cases) {
-        pr.state = c.state;
-        pr.reviewDecision = c.decision;
-        EXPECT_EQ(columntext::badgeTooltip(pr), c.tooltip);
+    for (const auto& [state, decision, words] : cases) {
+        pr.state = state;
+        pr.reviewDecision = decision;
+        EXPECT_EQ(columntext::badgeTooltip(pr),
+                  std::string("PR #42 · ").append(words).append(". Click to open in browser."));
     }
     EXPECT_EQ(columntext::prBadgeText(pr), "PR #42");
     EXPECT_EQ(columntext::openReviewRebaseHelp(pr),
