@@ -1,6 +1,7 @@
 #include "app/board/BoardSlot.h"
 
 #include <QApplication>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -80,6 +81,12 @@ SnapshotRef boardWithTwoBookmarks() {
     testing::addBookmark(state, "main", {"t1"}, "2026-01-01T00:00:00Z", true, true);
     testing::addBookmark(state, "alpha", {"a2", "a1"}, "2026-03-01T00:00:00Z");
     testing::addBookmark(state, "beta", {"b1"}, "2026-02-01T00:00:00Z");
+    // A conflicted one-off of one's own on alpha's tip.
+    auto wip = testing::makeCommit("w1", "2026-03-02T00:00:00Z");
+    wip.conflict = true;
+    state.commits.emplace("w1", SharedCommit(wip));
+    state.orphanWIPs.push_back(
+        {"changew1", "w1", "wip", std::nullopt, true, true, {"changea2"}, ""});
     return testing::makeSnapshot(std::move(state),
                                  {{"alpha", testing::boardSettings(true, true)},
                                   {"beta", testing::boardSettings(true, true)}},
@@ -101,14 +108,25 @@ TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
     EXPECT_TRUE(view.messageText().isEmpty());
     EXPECT_NE(view.laneColumn("beta"), nullptr);
 
-    // Clicking a lane's header selects it; escape clears it again.
+    // The one-off stacked on alpha is drawn under alpha's lane.
+    const auto& stacked = view.laneColumn("alpha")->input().stackedCommits;
+    ASSERT_EQ(stacked.size(), 1U);
+    EXPECT_EQ(stacked.front()->commitID, "w1");
+
+    // Clicking a lane's header selects it; the diff opens beside it, and
+    // escape clears the selection and with it the diff column.
+    auto* diffToggle = view.findChild<QPushButton*>(QStringLiteral("diff-toggle"));
+    EXPECT_FALSE(diffToggle->isEnabled());
     Q_EMIT view.laneColumn("alpha")->columnClicked();
     EXPECT_EQ(selection.selectedBookmarkName(), "alpha");
-    selection.setDiffVisible(true);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return diffToggle->isEnabled(); }));
+    QTest::mouseClick(diffToggle, Qt::LeftButton);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return diffToggle->text() == "Hide Diff"; }));
     view.setFocus();
     QTest::keyClick(&view, Qt::Key_Escape);
     EXPECT_FALSE(selection.selectionColumn().has_value());
     EXPECT_TRUE(selection.isDiffVisible());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return diffToggle->text() == "Show Diff"; }));
 
     // Filtering the selected bookmark away clears the selection, not the
     // diff flag.
