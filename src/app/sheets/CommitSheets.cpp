@@ -1,5 +1,6 @@
 #include "app/sheets/CommitSheets.h"
 
+#include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
 #include <QIcon>
@@ -7,7 +8,9 @@
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QStyle>
+#include <QTreeWidget>
 #include <QVBoxLayout>
 #include <filesystem>
 #include <regex>
@@ -23,17 +26,7 @@ DescribeCommitSheet::DescribeCommitSheet(RepoViewModel& viewModel, const JJCommi
       description_(new QPlainTextEdit(QString::fromStdString(commit.description), this)) {
     setObjectName(QStringLiteral("describe-sheet"));
     if (commit.immutable) {
-        auto* row = new QHBoxLayout;
-        auto* lock = new QLabel(this);
-        const int size = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
-        lock->setPixmap(QIcon::fromTheme(QStringLiteral("object-locked"),
-                                         style()->standardIcon(QStyle::SP_MessageBoxWarning))
-                            .pixmap(size));
-        auto* mark = new QLabel(QStringLiteral("Immutable — overriding"), this);
-        mark->setObjectName(QStringLiteral("immutable-mark"));
-        row->addWidget(lock);
-        row->addWidget(mark, 1);
-        body()->addLayout(row);
+        addImmutableMark();
     }
     body()->addWidget(description_);
     description_->setFocus();
@@ -44,6 +37,128 @@ DescribeCommitSheet::DescribeCommitSheet(RepoViewModel& viewModel, const JJCommi
                 changeID, description_->toPlainText().toStdString(), immutable});
         }
     });
+}
+
+namespace {
+
+/// Marks the rows that are hunks (not a file's "(no textual hunks)").
+constexpr int isHunkRole = Qt::UserRole + 1;
+
+}  // namespace
+
+SplitCommitSheet::SplitCommitSheet(RepoViewModel& viewModel, const JJCommit& commit,
+                                   const UnifiedDiff& diff, QWidget* parent)
+    : SheetDialog(QString::fromStdString("Split " + commit.shortChangeID()),
+                  QStringLiteral("Split"), parent),
+      byHunks_(new QCheckBox(QStringLiteral("Split by hunks"), this)),
+      explanation_(new QLabel(this)),
+      choices_(new QTreeWidget(this)),
+      counts_(new QLabel(this)) {
+    setObjectName(QStringLiteral("split-sheet"));
+    if (commit.immutable) {
+        addImmutableMark();
+    }
+    body()->addWidget(byHunks_);
+    explanation_->setWordWrap(true);
+    body()->addWidget(explanation_);
+    choices_->setHeaderHidden(true);
+    for (const auto& file : diff.files) {
+        auto* item = new QTreeWidgetItem(choices_, {QString::fromStdString(file.path)});
+        item->setCheckState(0, Qt::Checked);
+        for (const auto& hunk : file.hunks) {
+            auto* child = new QTreeWidgetItem(item, {QString::fromStdString(hunk.header)});
+            child->setCheckState(0, Qt::Checked);
+            child->setData(0, isHunkRole, true);
+        }
+        if (file.hunks.empty()) {
+            auto* none = new QTreeWidgetItem(item, {QStringLiteral("(no textual hunks)")});
+            none->setFlags(none->flags() & ~Qt::ItemIsUserCheckable);
+        }
+    }
+    choices_->expandAll();
+    body()->addWidget(choices_);
+    body()->addWidget(counts_);
+    connect(byHunks_, &QCheckBox::toggled, this, &SplitCommitSheet::update);
+    connect(choices_, &QTreeWidget::itemChanged, this, &SplitCommitSheet::update);
+    update();
+    setOnConfirm([this, model = QPointer<RepoViewModel>(&viewModel), changeID = commit.changeID,
+                  immutable = commit.immutable] {
+        if (!model) {
+            return;
+        }
+        if (byHunks_->isChecked()) {
+            model->splitCommitByHunks(changeID, staying(), immutable);
+        } else {
+            model->send(RepoCommand::SplitCommit{changeID, stayingPaths(), immutable});
+        }
+    });
+}
+
+std::vector<std::string> SplitCommitSheet::stayingPaths() const {
+    std::vector<std::string> paths;
+    for (int index = 0; index < choices_->topLevelItemCount(); ++index) {
+        const auto* file = choices_->topLevelItem(index);
+        if (file->checkState(0) == Qt::Checked) {
+            paths.push_back(file->text(0).toStdString());
+        }
+    }
+    return paths;
+}
+
+DiffEditorProtocol::HunkSelection SplitCommitSheet::staying() const {
+    DiffEditorProtocol::HunkSelection selection;
+    for (int index = 0; index < choices_->topLevelItemCount(); ++index) {
+        const auto* file = choices_->topLevelItem(index);
+        DiffEditorProtocol::FileKeep keep{file->text(0).toStdString(), {}};
+        bool hasHunks = false;
+        for (int ordinal = 0; ordinal < file->childCount(); ++ordinal) {
+            const auto* hunk = file->child(ordinal);
+            if (hunk->data(0, isHunkRole).toBool()) {
+                hasHunks = true;
+                if (hunk->checkState(0) == Qt::Checked) {
+                    keep.keepHunkOrdinals.push_back(ordinal);
+                }
+            }
+        }
+        // A file without hunks (binary) stays as it is.
+        if (hasHunks) {
+            selection.files.push_back(std::move(keep));
+        }
+    }
+    return selection;
+}
+
+void SplitCommitSheet::update() {
+    const bool byHunks = byHunks_->isChecked();
+    explanation_->setText(
+        byHunks ? QStringLiteral("Checked hunks stay in this commit; unchecked hunks move to a new "
+                                 "commit that takes its place.")
+                : QStringLiteral("Checked files stay in this commit; unchecked files move to a "
+                                 "new commit that takes its place."));
+    std::size_t stay = 0;
+    std::size_t move = 0;
+    const QSignalBlocker quiet(choices_);
+    for (int index = 0; index < choices_->topLevelItemCount(); ++index) {
+        auto* file = choices_->topLevelItem(index);
+        for (int ordinal = 0; ordinal < file->childCount(); ++ordinal) {
+            file->child(ordinal)->setHidden(!byHunks);
+        }
+        if (!byHunks) {
+            (file->checkState(0) == Qt::Checked ? stay : move) += 1;
+            continue;
+        }
+        for (int ordinal = 0; ordinal < file->childCount(); ++ordinal) {
+            const auto* hunk = file->child(ordinal);
+            if (hunk->data(0, isHunkRole).toBool()) {
+                (hunk->checkState(0) == Qt::Checked ? stay : move) += 1;
+            }
+        }
+    }
+    counts_->setText(byHunks ? QString::fromStdString(std::to_string(stay) + " stay · " +
+                                                      std::to_string(move) + " split off")
+                             : QString());
+    counts_->setVisible(byHunks);
+    confirmButton()->setEnabled(stay > 0 && move > 0);
 }
 
 std::string ConflictResolveSheet::conflictedPath(const std::string& line,

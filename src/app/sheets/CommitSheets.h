@@ -4,10 +4,15 @@
 #include <vector>
 
 #include "app/sheets/SheetDialog.h"
+#include "jjkit/diff/DiffEditorProtocol.h"
+#include "jjkit/diff/UnifiedDiffParser.h"
 #include "jjkit/records/JJCommit.h"
 
+class QCheckBox;
+class QLabel;
 class QPlainTextEdit;
 class QPushButton;
+class QTreeWidget;
 
 namespace vorda {
 
@@ -25,6 +30,39 @@ class DescribeCommitSheet : public SheetDialog {
 
   private:
     QPlainTextEdit* description_;
+};
+
+/// "Split SHORT-ID": what stays in the commit; the rest moves to a new commit
+/// that takes its place. By files (checked files stay, `splitCommit`) or,
+/// with "Split by hunks", by hunks (checked hunks stay,
+/// `splitCommitByHunks`). "Split" needs something that stays and something
+/// that moves.
+class SplitCommitSheet : public SheetDialog {
+    Q_OBJECT
+
+  public:
+    SplitCommitSheet(RepoViewModel& viewModel, const JJCommit& commit, const UnifiedDiff& diff,
+                     QWidget* parent);
+
+    QCheckBox* byHunksToggle() const { return byHunks_; }
+    /// Files at the top level, each file's hunks below it; all checked at
+    /// first.
+    QTreeWidget* choices() const { return choices_; }
+    QLabel* explanation() const { return explanation_; }
+    QLabel* counts() const { return counts_; }
+
+    /// The checked files (by files) as paths.
+    std::vector<std::string> stayingPaths() const;
+    /// The checked hunks (by hunks) as the helper's selection.
+    DiffEditorProtocol::HunkSelection staying() const;
+
+  private:
+    void update();
+
+    QCheckBox* byHunks_;
+    QLabel* explanation_;
+    QTreeWidget* choices_;
+    QLabel* counts_;
 };
 
 /// "Resolve conflicts": the working copy's conflicted files, each with

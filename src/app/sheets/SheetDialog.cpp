@@ -1,8 +1,11 @@
 #include "app/sheets/SheetDialog.h"
 
 #include <QDialogButtonBox>
+#include <QHBoxLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QPushButton>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace vorda {
@@ -56,6 +59,20 @@ void SheetDialog::makeDestructive() {
     if (auto* cancel = buttons_->button(QDialogButtonBox::Cancel)) {
         cancel->setDefault(true);
     }
+}
+
+void SheetDialog::addImmutableMark() {
+    auto* row = new QHBoxLayout;
+    auto* lock = new QLabel(this);
+    const int size = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
+    lock->setPixmap(QIcon::fromTheme(QStringLiteral("object-locked"),
+                                     style()->standardIcon(QStyle::SP_MessageBoxWarning))
+                        .pixmap(size));
+    auto* mark = new QLabel(QStringLiteral("Immutable — overriding"), this);
+    mark->setObjectName(QStringLiteral("immutable-mark"));
+    row->addWidget(lock);
+    row->addWidget(mark, 1);
+    body_->addLayout(row);
 }
 
 void SheetDialog::accept() {

@@ -31,6 +31,9 @@ class SheetDialog : public QDialog {
     /// For a confirmation that cannot be taken back: Return cancels, the
     /// confirming button has to be pressed.
     void makeDestructive();
+    /// The lock and "Immutable — overriding": the sheet's command will
+    /// override jj's protection of the commit.
+    void addImmutableMark();
 
     void accept() override;
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/viewmodel/CommandPresentation.h"
+#include "app/viewmodel/DiffApplyHelper.h"
 #include "app/viewmodel/RewriteOutcomes.h"
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/support/DiagnosticLog.h"
@@ -497,6 +498,31 @@ void RepoViewModel::loadChangedFiles(const std::string& changeID,
             commitFilesCache_[changeID] = *outcome.value;
             done(*outcome.value);
         });
+}
+
+void RepoViewModel::loadCommitDiff(const std::string& changeID,
+                                   std::function<void(const std::optional<UnifiedDiff>&)> done) {
+    if (!repoSession_) {
+        done(std::nullopt);
+        return;
+    }
+    work_->run(
+        WorkKind::files,
+        [session = repoSession_, changeID] {
+            return UnifiedDiffParser::parse(session->loadDiff(changeID));
+        },
+        [done = std::move(done)](const Outcome<UnifiedDiff>& outcome) { done(outcome.value); });
+}
+
+void RepoViewModel::splitCommitByHunks(const std::string& changeID,
+                                       const DiffEditorProtocol::HunkSelection& selection,
+                                       bool ignoreImmutable) {
+    const auto helper = diffApplyHelperPath();
+    if (!helper) {
+        activity_->setMutationError("VordaDiffApply helper binary not found. Try rebuilding.");
+        return;
+    }
+    send(RepoCommand::SplitCommitByHunks{changeID, selection, *helper, ignoreImmutable});
 }
 
 namespace {

@@ -17,6 +17,8 @@
 #include "app/viewmodel/SheetRequests.h"
 #include "feature/commands/RepoCommandResult.h"
 #include "feature/session/RepoSession.h"
+#include "jjkit/diff/DiffEditorProtocol.h"
+#include "jjkit/diff/UnifiedDiffParser.h"
 
 namespace vorda {
 
@@ -93,6 +95,15 @@ class RepoViewModel : public QObject {
     void loadChangedFiles(const std::string& changeID,
                           std::function<void(const std::vector<ChangedFile>&)> done);
     void loadRecentOps();
+    /// A commit's diff, parsed; `done` gets nothing on failure or with no
+    /// session.
+    void loadCommitDiff(const std::string& changeID,
+                        std::function<void(const std::optional<UnifiedDiff>&)> done);
+    /// Splits a commit by the hunks `selection` keeps, through the diff
+    /// helper; without the helper nothing is sent and the error says so.
+    void splitCommitByHunks(const std::string& changeID,
+                            const DiffEditorProtocol::HunkSelection& selection,
+                            bool ignoreImmutable);
 
     /// Applies a snapshot as the stream does.
     void applySnapshot(const SnapshotRef& snapshot);

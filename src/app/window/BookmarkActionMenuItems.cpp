@@ -126,6 +126,7 @@ void CommitActionMenuItems::fill(QMenu* menu, const std::optional<JJCommit>& com
         }
     };
     add(QStringLiteral("Describe Commit…"), CommitAction::describe);
+    add(QStringLiteral("Split Commit…"), CommitAction::split);
 }
 
 void discardMenuEntries(QMenu* menu) {

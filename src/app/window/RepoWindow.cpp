@@ -3,6 +3,7 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QMenuBar>
+#include <QPointer>
 
 #include "app/board/ContentView.h"
 #include "app/board/SelectionStore.h"
@@ -61,7 +62,17 @@ RepoCommandTarget RepoWindow::commandTarget() {
     target.commitAction = [this](CommitAction action, const JJCommit& commit) {
         if (action == CommitAction::describe) {
             (new DescribeCommitSheet(*viewModel_, commit, this))->open();
+            return;
         }
+        // The sheet lists the commit's files and hunks: it opens once they
+        // are read.
+        viewModel_->loadCommitDiff(
+            commit.changeID, [this, guard = QPointer<RepoWindow>(this),
+                              commit](const std::optional<UnifiedDiff>& diff) {
+                if (guard && diff) {
+                    (new SplitCommitSheet(*viewModel_, commit, *diff, this))->open();
+                }
+            });
     };
     target.newBookmark = [this] {
         showCreateBookmark();

@@ -3,6 +3,7 @@
 // scripted gh for pull requests). Each sheet's picture is saved under the
 // build folder's test-output/screenshots.
 #include <QApplication>
+#include <QCheckBox>
 #include <QDesktopServices>
 #include <QDir>
 #include <QLabel>
@@ -12,6 +13,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QTest>
+#include <QTreeWidget>
 #include <QUrl>
 #include <functional>
 
@@ -176,6 +178,8 @@ TEST_F(SheetScenario, ForcePushOverADivergedRemoteAfterTheWarning) {
 TEST_F(SheetScenario, EachSheetChangesTheRepositoryAsItSays) {
     repo_.draw(testing::publishedTrunk);
     repo_.draw(R"(
+      P <- T "split base" one.txt="1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12\n"
+      S <- P "to split" one.txt="1 changed\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12 changed\n" two.txt=2
       A <- T "alpha work" a.txt=1 [alpha]
       B <- T "beta work" b.txt=1 [beta]
     )");
@@ -266,6 +270,31 @@ TEST_F(SheetScenario, EachSheetChangesTheRepositoryAsItSays) {
         EXPECT_EQ(repo_.description(name), text);
     };
     describe("B", "beta work, described in the sheet");
+
+    // Split by files, then the part that stayed by hunks.
+    const auto split = [&](bool byHunks, const std::function<void(QTreeWidget*)>& choose) {
+        const auto* commit = board().commitForChangeID(repo_.id("S"));
+        ASSERT_NE(commit, nullptr);
+        window_->commandTarget().commitAction(CommitAction::split, *commit);
+        auto* sheet = openedSheet<SplitCommitSheet>();
+        ASSERT_NE(sheet, nullptr);
+        sheet->byHunksToggle()->setChecked(byHunks);
+        EXPECT_FALSE(sheet->confirmButton()->isEnabled());  // nothing would move yet
+        choose(sheet->choices());
+        saveAndConfirm(sheet, byHunks ? "sheet-split-hunks" : "sheet-split-files");
+        ASSERT_NO_FATAL_FAILURE(settled());
+    };
+    split(false, [](QTreeWidget* files) {
+        ASSERT_EQ(files->topLevelItemCount(), 2);
+        files->topLevelItem(1)->setCheckState(0, Qt::Unchecked);  // two.txt moves
+    });
+    EXPECT_EQ(repo_.changedPaths("S"), std::vector<std::string>{"one.txt"});
+    split(true, [](QTreeWidget* files) {
+        ASSERT_EQ(files->topLevelItem(0)->childCount(), 2);
+        files->topLevelItem(0)->child(1)->setCheckState(0, Qt::Unchecked);  // the last hunk
+    });
+    EXPECT_EQ(repo_.jj({"file", "show", "-r", repo_.id("S"), "root:\"one.txt\""}),
+              "1 changed\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12\n");
     ASSERT_TRUE(board().commitForChangeID(repo_.id("T"))->immutable);
     describe("T", "base, described over its protection");
 

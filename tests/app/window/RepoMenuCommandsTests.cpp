@@ -133,7 +133,7 @@ TEST_F(RepoMenus, BookmarkMenuFollowsTheSelectedBookmark) {
                      "Refresh PR Status (off)", "-", "Unpin from Board", "Hide Column", "Tags",
                      "Tags > [ ] backend", "Tags > [x] ui", "Tags > -", "Tags > Add Tag…", "-",
                      "Rename Bookmark", "Delete Bookmark", "Abandon (Delete Commits)…", "-",
-                     "Describe Commit… (off)"}));
+                     "Describe Commit… (off)", "Split Commit… (off)"}));
     auto* push = entry(QStringLiteral("Push 1 Commit"));
     EXPECT_EQ(push->toolTip().toStdString(),
               BookmarkPushPresentation::tooltip(
@@ -169,10 +169,11 @@ TEST_F(RepoMenus, BookmarkMenuFollowsTheSelectedBookmark) {
     const auto tip = windowtest::makeCommit(3, "Feature tip");
     window_.selection.selectCommit(ColumnID::bookmark("feat"), tip.changeID,
                                    {tip.changeID, windowtest::changeIDFor(2)}, std::string("feat"));
-    EXPECT_EQ(entry(QStringLiteral("Split Commit…")), nullptr);
     entry(QStringLiteral("Describe Commit…"))->trigger();
-    ASSERT_EQ(window_.commitActions.size(), 1U);
+    entry(QStringLiteral("Split Commit…"))->trigger();
+    ASSERT_EQ(window_.commitActions.size(), 2U);
     EXPECT_EQ(window_.commitActions[0].first, CommitAction::describe);
+    EXPECT_EQ(window_.commitActions[1].first, CommitAction::split);
     EXPECT_EQ(window_.commitActions[0].second.commitID, tip.commitID);
 
     // `fix` stands behind trunk, has diverged, one commit, no column of its own.
@@ -244,7 +245,7 @@ TEST(BookmarkActionMenuItems, FillsAnyMenuAndDisablesWithoutABookmark) {
     discardMenuEntries(&context);
     EXPECT_TRUE(context.actions().isEmpty());
     CommitActionMenuItems::fill(&context, std::nullopt, {});
-    EXPECT_EQ(menuLines(context), (Lines{"Describe Commit… (off)"}));
+    EXPECT_EQ(menuLines(context), (Lines{"Describe Commit… (off)", "Split Commit… (off)"}));
 }
 
 }  // namespace

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace vorda {
+
+/// Where `vorda-diff-apply`, the helper jj runs to keep chosen hunks, is:
+/// beside the application's binary, else where the build put it; absent
+/// when neither is there.
+std::optional<std::string> diffApplyHelperPath();
+
+}  // namespace vorda
