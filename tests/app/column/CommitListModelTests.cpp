@@ -109,11 +109,13 @@ TEST(CommitListModel, UnchangedCommitsKeepTheirRowsAndChangesAreSignalledPrecise
         sent.push_back(QStringLiteral("%1 %2-%3").arg(what).arg(first).arg(last).toStdString());
     };
     QObject::connect(&model, &QAbstractItemModel::modelReset, [&] { sent.emplace_back("reset"); });
-    for (const auto& [signal, what] : {std::pair{&QAbstractItemModel::rowsInserted, "insert"},
-                                       {&QAbstractItemModel::rowsRemoved, "remove"}}) {
-        QObject::connect(&model, signal, [&record, what](const QModelIndex&, int first, int last) {
-            record(what, first, last);
-        });
+    for (const auto& signal : {std::pair{&QAbstractItemModel::rowsInserted, "insert"},
+                               {&QAbstractItemModel::rowsRemoved, "remove"}}) {
+        const char* what = signal.second;
+        QObject::connect(&model, signal.first,
+                         [&record, what](const QModelIndex&, int first, int last) {
+                             record(what, first, last);
+                         });
     }
     QObject::connect(&model, &QAbstractItemModel::dataChanged,
                      [&](const QModelIndex& first, const QModelIndex& last) {

@@ -8,7 +8,6 @@
 
 #include "app/start/CommandLineArguments.h"
 #include "app/start/StartTestSupport.h"
-#include "support/LogCapture.h"
 #include "support/TempDir.h"
 #include "support/TestRepo.h"
 
@@ -16,7 +15,6 @@ namespace vorda {
 namespace {
 
 using Kind = CommandLineOpen::Kind;
-using testing::LogCapture;
 using testing::qpath;
 using testing::TempDir;
 using testing::TestRepo;
@@ -73,7 +71,6 @@ TEST(PendingRepoOpensAddress, OurAddressesPreferTheQueryItemThenTheirPath) {
 
 TEST(PendingRepoOpens, EnqueueStandardisesCountsAndLogs) {
     const TempDir folder;
-    const LogCapture log;
     PendingRepoOpens pending;
     const QSignalSpy spy(&pending, &PendingRepoOpens::generationChanged);
     EXPECT_FALSE(pending.hasExternalOpen());
@@ -83,8 +80,6 @@ TEST(PendingRepoOpens, EnqueueStandardisesCountsAndLogs) {
     EXPECT_TRUE(pending.hasExternalOpen());
     EXPECT_EQ(pending.generation(), 1U);
     EXPECT_EQ(spy.count(), 1);
-    testing::expectLogged(log, {"[launcher] PendingRepoOpens.enqueue path=" +
-                                (base + "/a/c").toStdString() + " queue=[\""});
     EXPECT_EQ(pending.takeAll(), QStringList{base + QStringLiteral("/a/c")});
     EXPECT_TRUE(pending.paths().isEmpty());
     EXPECT_TRUE(pending.hasExternalOpen());

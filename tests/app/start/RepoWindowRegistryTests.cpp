@@ -146,13 +146,10 @@ TEST_F(RepoWindowRegistryTest, TheRouterOpensWhatArrivedEarlierAndFollowsTheQueu
     const QString a = env_.makeFolder("a");
     pending.enqueue(a);
     EXPECT_TRUE(registry_.isEmpty());
-    const LogCapture log;
     router.start();
     EXPECT_EQ(registry_.count(), 1);
     EXPECT_TRUE(pending.paths().isEmpty());
     EXPECT_FALSE(env_.launcher.isVisible());
-    expectLogged(log, {"[launcher] controller.hide window=",
-                       "[launcher] PendingOpenRouter.open path=" + a.toStdString() + "\n"});
 
     // The same path again, spelt differently, brings the window forward.
     const QString b = env_.makeFolder("b");
@@ -168,13 +165,16 @@ class StartupRoutingTest : public testing::RegistryTest {
   protected:
     StartupRoutingTest() { env_.launcher.registerWindow(&launcherWindow_); }
 
-    // Routes, and checks what opened and whether the launcher shows.
-    void route(const Paths& opened, bool launcher) {
+    // Routes, checks what opened and whether the launcher shows, and returns
+    // what was logged.
+    std::string route(const Paths& opened, bool launcher) {
+        const LogCapture log;
         routing_.route();
         EXPECT_TRUE(routing_.didRoute());
         EXPECT_EQ(*factory_.requests, opened);
         EXPECT_EQ(std::pair(env_.launcher.isVisible(), launcherWindow_.isVisible()),
                   std::pair(launcher, launcher));
+        return log.text();
     }
 
     QWidget launcherWindow_;
@@ -182,49 +182,41 @@ class StartupRoutingTest : public testing::RegistryTest {
     StartupRouting routing_{pending_, registry_};
 };
 
+const std::string task = "[launcher] LauncherView.task ";
+
 TEST_F(StartupRoutingTest, AnExternalOpenSkipsTheRecentReopen) {
     env_.recents.record(env_.makeFolder("recent"));
     pending_.enqueue(env_.makeFolder("external"));
-    const LogCapture log;
-    route({}, false);
-    EXPECT_EQ(log.text(),
-              "[launcher] LauncherView.task fired didRoute=false\n"
-              "[launcher] LauncherView.task external open pending \u2192 skip recent reopen\n");
+    EXPECT_EQ(route({}, false), task + "fired didRoute=false\n" + task +
+                                    "external open pending \u2192 skip recent reopen\n");
 }
 
 TEST_F(StartupRoutingTest, AValidFirstRecentOpensStraightAway) {
     const QString newest = env_.makeFolder("newest");
     env_.recents.record(env_.makeFolder("older"));
     env_.recents.record(newest);
-    const LogCapture log;
-    route({newest}, false);
-    expectLogged(log,
-                 {"[launcher] LauncherView.task recents count=2 top=" + newest.toStdString() + "\n",
-                  "[launcher] LauncherView.task openWindow(value: RepoWindowID(path: " +
-                      newest.toStdString() + "))\n"});
-    EXPECT_FALSE(log.contains("controller.show"));
+    const std::string log = route({newest}, false);
+    EXPECT_NE(log.find(task + "recents count=2 top=" + newest.toStdString() + "\n" + task +
+                       "openWindow(value: RepoWindowID(path: " + newest.toStdString() + "))\n"),
+              std::string::npos)
+        << log;
+    EXPECT_EQ(log.find("controller.show"), std::string::npos);
 }
 
 TEST_F(StartupRoutingTest, AMissingFirstRecentShowsTheLauncherStaysListedAndRoutesOnlyOnce) {
     const QString present = env_.makeFolder("present");
     env_.recents.record(present);
     env_.recents.record(present + QStringLiteral("/gone"));
-    const LogCapture log;
-    route({}, true);
+    EXPECT_NE(route({}, true).find(task + "no valid recent \u2192 controller.show()\n"),
+              std::string::npos);
     EXPECT_EQ(env_.recents.all().size(), 2);
-    expectLogged(log, {"[launcher] LauncherView.task no valid recent \u2192 controller.show()\n"});
 
     env_.launcher.hide();
-    const LogCapture again;
-    routing_.route();
-    EXPECT_FALSE(env_.launcher.isVisible());
-    EXPECT_EQ(again.text(), "[launcher] LauncherView.task fired didRoute=true\n");
+    EXPECT_EQ(route({}, false), task + "fired didRoute=true\n");
 }
 
 TEST_F(StartupRoutingTest, NoRecentsShowTheLauncher) {
-    const LogCapture log;
-    route({}, true);
-    expectLogged(log, {"[launcher] LauncherView.task recents count=0 top=nil\n"});
+    EXPECT_NE(route({}, true).find(task + "recents count=0 top=nil\n"), std::string::npos);
 }
 
 }  // namespace
