@@ -144,7 +144,7 @@ TEST(FeatureAppendPlanValues, TheBookmarkCommandRunsOnlyOnTheCheckpointItWasPlan
     EXPECT_EQ(FeatureAppendPlan(globbed).bookmarkCommand(movedTip, atOldTip, "op", "op").back(),
               R"(exact:"feat*")");
 
-    const auto withID = [&](std::string commitID) {
+    const auto withID = [&](const std::string& commitID) {
         return rewrittenNode(movedTip, commitID, movedTip.parents);
     };
     // 39 digits, upper case, not hexadecimal; the bookmark moved away,
@@ -159,8 +159,12 @@ TEST(FeatureAppendPlanValues, TheBookmarkCommandRunsOnlyOnTheCheckpointItWasPlan
         {movedTip, atOldTip, "op-3"},
         {data.movedS1(), atOldTip, "op-2"},
     };
-    for (const auto& [tip, bookmarkCommits, current] : cases) {
-        EXPECT_EQ(refusal([&] { plan.bookmarkCommand(tip, bookmarkCommits, current, "op-2"); }),
+    for (const auto& stale : cases) {
+        const auto& [tip, bookmarkCommits, current] = stale;
+        EXPECT_EQ(refusal([&] {
+                      plan.bookmarkCommand(std::get<0>(stale), std::get<1>(stale),
+                                           std::get<2>(stale), "op-2");
+                  }),
                   "Append bookmark step is stale or its rewritten target is invalid. Inspect the "
                   "partial action; do not retry blindly.")
             << tip.commitID << " " << current;
