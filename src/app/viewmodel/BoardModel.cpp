@@ -120,7 +120,9 @@ void BoardModel::addLaneAncestors(const std::string& name, const std::vector<JJC
         known.insert(commit.commitID);
     }
     for (const auto& commit : commits) {
-        if (known.insert(commit.commitID).second) {
+        // The root commit is not history anybody wrote.
+        const bool isRoot = commit.commitID.find_first_not_of('0') == std::string::npos;
+        if (!isRoot && known.insert(commit.commitID).second) {
             list.push_back(commit);
         }
     }

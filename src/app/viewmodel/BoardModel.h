@@ -42,7 +42,8 @@ class BoardModel : public QObject {
     /// Answers whether the lane is now open.
     bool toggleLane(const std::string& name);
     void toggleOneOffLaneExpanded(const std::string& changeID);
-    /// Appends a loaded page of a lane's history, if the lane is still open.
+    /// Appends a loaded page of a lane's history, if the lane is still open:
+    /// the commits not listed yet (pages may overlap), never the root.
     void addLaneAncestors(const std::string& name, const std::vector<JJCommit>& commits,
                           std::optional<std::int64_t> total);
     /// Marks commits as being advanced, or no longer.

@@ -349,12 +349,7 @@ void RepoViewModel::loadMoreAncestors(const std::string& name) {
     };
     auto show = [this, name](const Outcome<Page>& outcome) {
         if (outcome.value) {
-            // The root commit is not history anybody wrote.
-            auto commits = outcome.value->commits;
-            std::erase_if(commits, [](const JJCommit& commit) {
-                return commit.commitID.find_first_not_of('0') == std::string::npos;
-            });
-            board_->addLaneAncestors(name, commits, outcome.value->total);
+            board_->addLaneAncestors(name, outcome.value->commits, outcome.value->total);
         }
     };
     if (name == board_->trunkBookmarkName()) {

@@ -232,6 +232,28 @@ TEST(RepoViewModelRules, RewritePlansAndOutcomesReplaceEachOtherAndToast) {
     EXPECT_EQ(model.activity().toastMessage(), "Appended work to feature");
 }
 
+TEST(RepoViewModelRules, LaneHistoryListsEachCommitOnceAndNeverTheRoot) {
+    BoardModel board;
+    const auto commit = [](const std::string& id) {
+        return testing::makeCommit(id, "2026");
+    };
+    board.addLaneAncestors("main", {commit("c1")}, 3);  // a closed lane takes nothing
+    EXPECT_TRUE(board.laneAncestors().empty());
+    ASSERT_TRUE(board.toggleLane("main"));
+    // Pages band the graph by depth, so they can overlap.
+    board.addLaneAncestors("main", {commit("c1"), commit("c2")}, 3);
+    board.addLaneAncestors("main", {commit("c2"), commit("c3"), commit(std::string(40, '0'))},
+                           std::nullopt);
+    std::vector<std::string> ids;
+    for (const auto& listed : board.laneAncestors().at("main")) {
+        ids.push_back(listed.commitID);
+    }
+    EXPECT_EQ(ids, (std::vector<std::string>{"c1", "c2", "c3"}));
+    EXPECT_EQ(board.laneAncestorTotals().at("main"), 3);
+    EXPECT_FALSE(board.toggleLane("main"));
+    EXPECT_TRUE(board.laneAncestors().empty());
+}
+
 TEST(RepoViewModelRules, LoadWithoutRepositoryLeavesNoSession) {
     const testing::TempDir folder;
     RepoViewModel model;
