@@ -103,6 +103,9 @@ void BackgroundWork::submit(WorkKind kind, bool newestOnly, Job job) {
                 return true;
             });
         }
+        if (!entry.job) {
+            return;
+        }
         queue.entries.push_back(std::move(entry));
         if (!queue.workerStarted) {
             queue.workerStarted = true;
@@ -116,6 +119,10 @@ void BackgroundWork::submit(WorkKind kind, bool newestOnly, Job job) {
 void BackgroundWork::post(std::function<void()> work) const {
     const std::scoped_lock lock(shared_->mutex);
     shared_->postLocked(std::move(work));
+}
+
+void BackgroundWork::supersede(WorkKind kind) {
+    submit(kind, true, nullptr);
 }
 
 std::function<void(std::function<void()>)> BackgroundWork::poster() const {

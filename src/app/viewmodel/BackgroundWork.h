@@ -70,6 +70,10 @@ class BackgroundWork {
         submit(kind, true, wrap(std::move(work), std::move(done)));
     }
 
+    /// Makes every earlier `runNewest` request of `kind` stale without
+    /// starting anything (the answer came from elsewhere, a cache).
+    void supersede(WorkKind kind);
+
     /// Posts `work` to the receiver's thread unless closed; any thread may
     /// call (progress lines, cached results that arrive early).
     void post(std::function<void()> work) const;
@@ -104,6 +108,8 @@ class BackgroundWork {
         };
     }
 
+    /// Queues `job` (none: only supersede); a newest-only job supersedes
+    /// the kind's earlier newest-only requests.
     void submit(WorkKind kind, bool newestOnly, Job job);
 
     std::shared_ptr<Shared> shared_;

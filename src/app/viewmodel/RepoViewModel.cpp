@@ -443,8 +443,7 @@ void RepoViewModel::loadDiffText(const std::string& revset) {
         diff_->setDiffText(*cached);
         diff_->setIsDiffLoading(false);
         // A read still running for an older selection must not win.
-        work_->runNewest(
-            WorkKind::diff, [] { return 0; }, [](const Outcome<int>&) {});
+        work_->supersede(WorkKind::diff);
         Perf::endActionAfterUIFlush(action, "cache hit");
         return;
     }

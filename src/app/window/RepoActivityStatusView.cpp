@@ -52,14 +52,11 @@ RepoActivityStatusView::RepoActivityStatusView(RepoViewModel* viewModel, QWidget
     connect(button_, &QPushButton::clicked, this, &RepoActivityStatusView::buttonPressed);
 
     if (auto* model = viewModel_.data()) {
-        connect(&model->activity(), &ActivityModel::changed, this, [this] {
-            fetchStateChanged();
-            toastChanged();
-        });
+        connect(&model->activity(), &ActivityModel::changed, this,
+                &RepoActivityStatusView::activityChanged);
         connect(&model->board(), &BoardModel::changed, this, &RepoActivityStatusView::refresh);
     }
-    fetchStateChanged();
-    toastChanged();
+    activityChanged();
 }
 
 void RepoActivityStatusView::setToastDuration(std::chrono::milliseconds duration) {
@@ -120,26 +117,23 @@ void RepoActivityStatusView::buttonPressed() {
     }
 }
 
-void RepoActivityStatusView::toastChanged() {
+void RepoActivityStatusView::activityChanged() {
+    const auto* model = viewModel_.data();
     // Every new notice gets its full time; a cleared one stops the clock.
-    const auto* model = viewModel_.data();
     const OptionalText toast = model ? model->activity().toastMessage() : std::nullopt;
-    if (toast == shownToast_) {
-        return;
+    if (toast != shownToast_) {
+        shownToast_ = toast;
+        if (toast) {
+            toastTimer_->start();
+        } else {
+            toastTimer_->stop();
+        }
     }
-    shownToast_ = toast;
-    if (toast) {
-        toastTimer_->start();
-    } else {
-        toastTimer_->stop();
-    }
-    refresh();
-}
-
-void RepoActivityStatusView::fetchStateChanged() {
-    const auto* model = viewModel_.data();
+    // The seconds of a running fetch count up once a second.
     if (model && model->activity().fetchInFlight()) {
-        fetchTick_->start();
+        if (!fetchTick_->isActive()) {
+            fetchTick_->start();
+        }
     } else {
         fetchTick_->stop();
     }

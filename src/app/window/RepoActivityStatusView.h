@@ -54,8 +54,9 @@ class RepoActivityStatusView : public QWidget {
     /// Shows `content_.text`, cut to the room the area has.
     void showText();
     void buttonPressed();
-    void toastChanged();
-    void fetchStateChanged();
+    /// Starts or stops the two timers for what the activity now holds, then
+    /// shows it.
+    void activityChanged();
 
     QPointer<RepoViewModel> viewModel_;
     ActivityStatusContent content_;
