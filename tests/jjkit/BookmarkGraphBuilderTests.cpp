@@ -88,25 +88,6 @@ TEST(BookmarkGraphBuilder, NoBookmarksMakesEveryOwnMutableCommitOneOff) {
     )"));
 }
 
-TEST(BookmarkGraphBuilder, TheApexBelongsToNoLane) {
-    auto in = input({commit("w", {"apex"}), commit("apex", {"f", "root"}),
-                     commit("f", {"root"}, {"feat"}), commit("root", {}, {"main"}, true)});
-    in.commits[0].workingCopy = true;
-    in.commits[1].description = "wip: Vorda apex commit\n";
-    in.trunkCommitID = "root";
-    const RepoState state = BookmarkGraphBuilder::build(std::move(in));
-    // Only "f" is left as one-off work of mine, and feat owns it.
-    EXPECT_EQ(show(state), lines(R"(
-      bookmark feat: f | local untracked | base root trunk [main]
-      bookmark main: root | local untracked
-      working copy @: feat
-      apex apex: feat trunk | immutable root
-      one-off f on root | owner feat
-      immutable root | conflicted | behind trunk
-    )"));
-    EXPECT_TRUE(state.workingCopyIsAttachedToApex());
-}
-
 TEST(BookmarkGraphBuilder, GivesOrphansNewestFirstAndUnreadableTimesLastInListOrder) {
     // In list order, which is also the order of the IDs.
     const std::map<std::string, std::string> times{
@@ -156,32 +137,6 @@ TEST(BookmarkGraphBuilder, EqualInputGivesEqualOutputAndListOrderChangesNoBookma
               (std::vector<std::vector<std::string>>{{"f3"}, {"feature"}}));
     std::reverse(commits.begin(), commits.end());
     EXPECT_EQ(BookmarkGraphBuilder::build(input(commits)).bookmarks, childrenFirst.bookmarks);
-}
-
-TEST(BookmarkGraphBuilder, GivesEachBookmarkItsRoleInAComposedWorkspace) {
-    auto in = input({commit("w", {"comp"}), commit("comp", {"f1", "o1", "root"}),
-                     commit("f2", {"f1"}, {"feat"}), commit("f1", {"root"}),
-                     commit("o1", {"u1"}, {"other"}), commit("u1", {"root"}, {"under"}),
-                     commit("root", {}, {"main"}, true)});
-    in.commits[0].workingCopy = true;
-    in.commits[1].description = "wip: Vorda composition default\n";
-    in.workspaces.push_back({"default", "/work", "w", "change-w"});
-    in.compositionChangeIDs["default"] = "change-comp";
-    const RepoState state = BookmarkGraphBuilder::build(std::move(in));
-    // Neither the composition point nor the working copy is one-off work.
-    EXPECT_EQ(show(state), lines(R"(
-      bookmark feat: f2 f1 | local untracked | base root trunk [main]
-      bookmark main: root | local untracked
-      bookmark other: o1 | local untracked | on under | base u1 [under]
-      bookmark under: u1 | local untracked | base root trunk [main]
-      working copy @: feat other under
-      workspace default: composed comp/comp | parents other | attached f1 mutable | attached o1 mutable other | attached root protected main | feat partial(f1) | main inherited(-) | other directParent | under inherited(other) | base root trunk [main]
-      one-off f1 on root | owner feat
-      one-off f2 on f1 | owner feat
-      one-off o1 on u1 | owner other
-      one-off u1 on root | owner under
-      immutable root | conflicted | behind trunk
-    )"));
 }
 
 TEST(CommitGraph, KeepsTheFirstOfRepeatedCommitsAndOnlyLoadedParents) {

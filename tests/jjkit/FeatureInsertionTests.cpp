@@ -24,6 +24,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::commitNode;
+using testing::parentText;
 using testing::refusal;
 using testing::TestRepo;
 using testing::workspaceOn;
@@ -114,16 +115,11 @@ TEST(FeatureInsertionBuild, ExpectedParentsStateTheWholeOutcome) {
     request.affected.push_back(made("Q", {"s2", "d"}));
     const auto plan = request.build();
     EXPECT_EQ(flow::commitIDsOf(plan.selected), (std::vector<std::string>{"s1", "s2"}));
-    const ParentGraph expected{
-        {"s1", {"d"}},       // the run starts right after the destination
-        {"s2", {"s1"}},      // and keeps its shape
-        {"t", {"s2"}},       // the destination's child stands on the run
-        {"M", {"t", "B"}},   // the composition keeps its parents
-        {"c", {"M"}},        // the selection's children fall back to its base
-        {"k", {"M"}},        //
-        {"Q", {"M", "s2"}},  // the destination edge becomes one to the run
-    };
-    EXPECT_EQ(plan.expectedParents, expected);
+    // The run starts right after the destination and keeps its shape; the
+    // destination's child stands on the run; the composition keeps its
+    // parents; the selection's children fall back to its base; the
+    // destination edge becomes one to the run.
+    EXPECT_EQ(parentText(plan.expectedParents), "M<t,B Q<M,s2 c<M k<M s1<d s2<s1 t<s2");
     EXPECT_EQ(plan.affectedWorkspaces, std::vector<JJWorkspace>{request.workspaces.front()});
     EXPECT_EQ(plan.commandArguments(),
               (std::vector<std::string>{"rebase", "-r", "commit_id(s1) | commit_id(s2)",
@@ -139,16 +135,12 @@ TEST(FeatureInsertionBuild, ExpectedParentsStateTheWholeOutcome) {
     appending.affected = {made("c", {"s2"}), made("s2", {"s1"}), made("s1", {"M"}),
                           made("M", {"t", "B"})};
     appending.appending = true;
-    EXPECT_EQ(appending.build().expectedParents,
-              (ParentGraph{{"s1", {"t"}}, {"s2", {"s1"}}, {"M", {"s2", "B"}}, {"c", {"M"}}}));
+    EXPECT_EQ(parentText(appending.build().expectedParents), "M<s2,B c<M s1<t s2<s1");
 
     // A named repair gains the feature's head as its last parent.
     auto repaired = onTrunk();
     repaired.repairs = {"R"};
-    EXPECT_EQ(
-        repaired.build().expectedParents,
-        (ParentGraph{
-            {"s1", {"d"}}, {"s2", {"s1"}}, {"t", {"s2"}}, {"R", {"B", "X", "t"}}, {"c", {"R"}}}));
+    EXPECT_EQ(parentText(repaired.build().expectedParents), "R<B,X,t c<R s1<d s2<s1 t<s2");
 }
 
 TEST(FeatureInsertionBuild, RefusalsDecidedFromFrozenDataInTheirOrder) {
@@ -373,21 +365,16 @@ TEST(FeatureInsertionPlanning, EachReadOfTheRepositoryCanRefuse) {
     }
     // Named explicitly, the composition gains the feature as its last parent.
     const auto plan = route({id("C"), id("C")});
-    const auto commit = [&](const std::string& name) {
-        return repo.commitID(name == "side@" ? name : repo.id(name));
-    };
-    for (const auto& [child, parents] :
-         std::vector<std::pair<std::string, std::string>>{{"C", "B OTHER F2"},
-                                                          {"HOLDING", "F2 B"},
-                                                          {"side@", "C"},
-                                                          {"F2", "V2"},
-                                                          {"V1", "F1"}}) {
-        std::vector<std::string> expected;
-        for (const auto parent : text::splitNonEmpty(parents, ' ')) {
-            expected.push_back(commit(std::string(parent)));
-        }
-        EXPECT_EQ(plan.expectedParents.at(commit(child)), expected) << child;
+    std::map<std::string, std::string> names;
+    for (const std::string name : {"side@", "default@"}) {
+        names[repo.commitID(name)] = name;
     }
+    for (const auto* name :
+         {"B", "F1", "F2", "OTHER", "V1", "V2", "C", "HOLDING", "M", "W1", "W2"}) {
+        names[repo.commitID(id(name))] = name;
+    }
+    EXPECT_EQ(parentText(plan.expectedParents, names),
+              "C<B,OTHER,F2 F2<V2 HOLDING<F2,B M<F2,B V1<F1 V2<V1 W1<M W2<W1 default@<W2 side@<C");
     // Executing replans without repairs, which cannot give this plan again.
     EXPECT_EQ(refusal([&] { client.executeFeatureInsertion(plan); }),
               "Routing scope or configuration changed. Generate a new preview.");
@@ -407,11 +394,12 @@ TEST(FeatureInsertionExecution, RoutesWorkIntoTheFeatureAndReportsItsConflicts) 
 
     const JJClient client(repo.root());
     const auto plan = client.planFeatureInsertion({id("W2"), id("W1")}, id("F1"), "feat");
-    EXPECT_EQ(flow::changeIDsOf(plan.selected), (std::vector<std::string>{id("W1"), id("W2")}));
-    EXPECT_EQ(plan.destination.changeID, id("F1"));
-    EXPECT_EQ(plan.featureTip.changeID, id("F2"));
-    EXPECT_EQ(plan.operationID, repo.currentOperationID());
-    EXPECT_EQ(plan.workspaceRoot, fs::canonical(repo.root()).string());
+    EXPECT_EQ((std::vector{flow::changeIDsOf(plan.selected),
+                           {plan.destination.changeID, plan.featureTip.changeID, plan.operationID,
+                            plan.workspaceRoot}}),
+              (std::vector<std::vector<std::string>>{{id("W1"), id("W2")},
+                                                     {id("F1"), id("F2"), repo.currentOperationID(),
+                                                      fs::canonical(repo.root()).string()}}));
     // Planning the same request again gives the same plan.
     EXPECT_EQ(client.planFeatureInsertion({id("W1"), id("W2")}, id("F1"), "feat"), plan);
 
@@ -427,15 +415,13 @@ TEST(FeatureInsertionExecution, RoutesWorkIntoTheFeatureAndReportsItsConflicts) 
                                              {"default", "review"}, conflicted));
     EXPECT_EQ(testing::graph(repo, {"W1", "W2", "F2", "M", workingCopy, review}),
               "W1<F1 W2<W1 F2<W2 M<F2,B " + workingCopy + "<M " + review + "<M");
-    EXPECT_EQ(repo.bookmarkTarget("feat"), "F2");
-    EXPECT_EQ(repo.changeID("default@"), workingCopy);
-    EXPECT_EQ(repo.changeID("review@"), review);
-    EXPECT_EQ(repo.jj({"file", "show", "--ignore-working-copy", "-r", "feat", "root:work.txt"}),
-              "one\ntwo");
+    EXPECT_EQ((std::vector{*repo.bookmarkTarget("feat"), repo.changeID("default@"),
+                           repo.changeID("review@"),
+                           repo.jj({"file", "show", "-r", "feat", "root:work.txt"})}),
+              (std::vector<std::string>{"F2", workingCopy, review, "one\ntwo"}));
     const auto stored = testing::onlyRecord<FeatureInsertionPlan>(repo.root());
-    EXPECT_EQ(stored.plan, plan);
-    EXPECT_EQ(stored.receipt, receipt);
-    EXPECT_EQ(stored.steps, std::nullopt);
+    EXPECT_EQ(std::tuple(stored.plan, stored.receipt, stored.steps.has_value()),
+              std::tuple(plan, receipt, false));
 }
 
 }  // namespace

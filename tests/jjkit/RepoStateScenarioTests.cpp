@@ -181,29 +181,35 @@ TEST_F(RepoStateLoad, RemoteSyncStatesConflictedBookmarksAndConflictsBetweenBook
     )"));
 }
 
-TEST_F(RepoStateLoad, WorkspaceOnACompositionPointWithAPartialAttachment) {
+TEST_F(RepoStateLoad, WorkspaceOnACompositionPointWithPartialInheritedAndProtectedAttachments) {
     repo.draw(published + R"(
       X1 <- T "x1" x=1
       X2 <- X1 "x2" x=2 [ex]
-      Y1 <- T "y1" y=1 [why]
-      C <- X1 Y1 "wip: Vorda composition default"
+      U1 <- T "u1" u=1 [under]
+      Y1 <- U1 "y1" y=1 [why]
+      P <- T "released" p=1
+      C <- X1 Y1 P "wip: Vorda composition default"
       workspace second <- T
       @ <- C
     )");
+    repo.jj({"tag", "set", "release", "-r", repo.id("P")});
     const RepoState state = load({{"default", repo.id("C")}});
-    EXPECT_EQ(text(state, {"T", "X1", "X2", "Y1", "C"}), lines(R"(
+    EXPECT_EQ(text(state, {"T", "X1", "X2", "U1", "Y1", "P", "C"}), lines(R"(
       bookmark ex: X2 X1 | local untracked | landed main | base T trunk [main main@git main@origin]
       bookmark main: T root | upstream(origin) upToDate(origin)
-      bookmark why: Y1 | local untracked | landed main | base T trunk [main main@git main@origin]
-      working copy @: ex why
-      workspace default*: composed C/C | parents why | attached X1 mutable | attached Y1 mutable why | ex partial(X1) | main inherited(-) | why directParent | base T trunk [main main@git main@origin]
-      workspace second: direct | ex absent | main inherited(-) | why absent | base T trunk [main main@git main@origin]
+      bookmark under: U1 | local untracked | landed main | base T trunk [main main@git main@origin]
+      bookmark why: Y1 | local untracked | on under | base U1 [under]
+      working copy @: ex under why
+      workspace default*: composed C/C | parents why | attached X1 mutable | attached Y1 mutable why | attached P protected | ex partial(X1) | main inherited(-) | under inherited(why) | why directParent | base P [] | base T trunk [main main@git main@origin]
+      workspace second: direct | ex absent | main inherited(-) | under absent | why absent | base T trunk [main main@git main@origin]
+      one-off U1 on T | owner under
       one-off X1 on T | owner ex
       one-off X2 on X1 | owner ex
-      one-off Y1 on T | owner why
-      immutable T root | conflicted | behind trunk
+      one-off Y1 on U1 | owner why
+      immutable P T root | conflicted | behind trunk
     )"));
-    EXPECT_EQ(state.boardEnabledBookmarkNames(), (std::set<std::string>{"ex", "main", "why"}));
+    EXPECT_EQ(state.boardEnabledBookmarkNames(),
+              (std::set<std::string>{"ex", "main", "under", "why"}));
     EXPECT_EQ(state.inclusionRole("why", "no-such-workspace"), BookmarkInclusionRole::absent());
     // Without the remembered composition point the workspace is direct.
     EXPECT_TRUE(load().workspaces.at("default").composition.isDirect());

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <iterator>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -62,6 +64,23 @@ inline std::string graph(const TestRepo& repo, const std::vector<std::string>& r
         line.append(text::join(repo.parents(revision), ","));
     }
     return line;
+}
+
+/// A planned parent graph as "c<a,b d<c", each ID shown by its name in
+/// `names` where it has one, to compare a whole plan at once.
+inline std::string parentText(const std::map<std::string, std::vector<std::string>>& parents,
+                              const std::map<std::string, std::string>& names = {}) {
+    const auto name = [&](const std::string& id) {
+        const auto found = names.find(id);
+        return found == names.end() ? id : found->second;
+    };
+    std::vector<std::string> entries;
+    for (const auto& [child, ids] : parents) {
+        std::vector<std::string> shown;
+        std::transform(ids.begin(), ids.end(), std::back_inserter(shown), name);
+        entries.push_back(name(child).append("<").append(text::join(shown, ",")));
+    }
+    return text::join(sorted(std::move(entries)), " ");
 }
 
 /// The change IDs that jj itself reports as conflicted among `revset`, sorted.
