@@ -29,24 +29,25 @@
 #include "feature/wire/SnapshotWire.h"
 
 namespace vorda {
-namespace member_counting {
-
-/// Stands for any member in an aggregate initialisation. Not for a command's
-/// variant: a command would then have two ways to be made from it, and a
-/// record holding a command would count short.
-struct AnyMember {
-    template <typename T>
-    requires(!std::is_same_v<T, RepoCommand::Value>) operator T() const;
-};
-
-}  // namespace member_counting
-
 namespace {
 
-using member_counting::AnyMember;
 using nlohmann::json;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+
+template <typename T>
+T sampleOf(std::size_t seed);
+
+/// Becomes the sample of whatever member it initialises. Not a command's
+/// variant: a command would then have two ways to be made from it, and a
+/// record holding a command would count short.
+struct Sample {
+    std::size_t seed;
+    template <typename T>
+    requires(!std::is_same_v<T, RepoCommand::Value>) operator T() const {
+        return sampleOf<T>(seed);
+    }
+};
 
 // ---------------------------------------------------------------------------
 // Key completeness. A member is counted the way aggregate initialisation
@@ -54,13 +55,10 @@ using ::testing::HasSubstr;
 // keys, fails to compile as soon as a sample below reaches the record; one that
 // codes it wrongly fails a round trip or a golden text.
 
-template <std::size_t>
-using AnyMemberAt = AnyMember;
-
 template <typename T, std::size_t... Index>
 constexpr bool takesInitialisers(std::index_sequence<Index...> /*members*/) {
     return requires {
-        T{AnyMemberAt<Index>{}...};
+        T{Sample{Index}...};
     };
 }
 
@@ -114,18 +112,6 @@ constexpr bool tableIsComplete() {
 /// Quotes, a backslash, a line feed and characters beyond ASCII.
 const std::string tricky = "say \"hi\" \\ then\nnext line: ü 日本 😀";
 const std::string uuid = "3F2504E0-4F89-11D3-9A0C-0305E82C3301";
-
-template <typename T>
-T sampleOf(std::size_t seed);
-
-/// Becomes the sample of whatever member it initialises.
-struct Sample {
-    std::size_t seed;
-    template <typename T>
-    requires(!std::is_same_v<T, RepoCommand::Value>) operator T() const {
-        return sampleOf<T>(seed);
-    }
-};
 
 /// Every record that a sample reaches has its table checked on the way.
 template <typename T>
@@ -340,8 +326,6 @@ TEST(WireModel, RecordsUseTheirFieldNamesAndEnumerationsTheirCaseNames) {
     expectWire(JJOp{"op", "describe", "now"},
                R"({"opID":"op","description":"describe","startTime":"now"})");
 
-    const Apex apex = sampleOf<Apex>(3);
-    EXPECT_EQ(wireDecode<Apex>(JsonReader(wireEncode(apex))), apex);
     const json review = wireEncode(sampleOf<RebaseConflictReview>(4));
     EXPECT_EQ(reencoded<RebaseConflictReview>(review), review);
 }
@@ -379,6 +363,15 @@ TEST(WireModel, CommandsAndResultsHaveTheirExactJSON) {
          R"({"recentOps":{"_0":[{"opID":"op","description":"d","startTime":"t"}]}})"},
         {encodeResult(R::Failure{{C::Undo{}, "no"}}),
          R"({"failure":{"_0":{"command":{"undo":{}},"message":"no"}}})"},
+        // Absent optionals, unknown keys and keys repeated in other objects are accepted.
+        {encodeCommand(parseCommand(R"({"createBookmark":{"_0":{"name":"x","later":[1,2],
+             "parent":null,"startingPoint":{"tipOfParent":{}},"enableAfterCreating":true,
+             "trackUpstream":false},"extra":true}})")),
+         R"({"createBookmark":{"_0":{"name":"x","startingPoint":{"tipOfParent":{}},
+             "enableAfterCreating":true,"trackUpstream":false}}})"},
+        {encodeCommand(parseCommand(
+             R"({"renameBookmark":{"old":"a","new":"b","x":{"old":1},"y":[{"old":2}]}})")),
+         R"({"renameBookmark":{"old":"a","new":"b"}})"},
     };
     for (const auto& [encoded, expected] : cases) {
         EXPECT_EQ(encoded, json::parse(expected));
@@ -461,20 +454,6 @@ TEST(WireCommands, DecodingFailuresSayWhereAndWhat) {
     }
 }
 
-TEST(WireCommands, AbsentOptionalsUnknownKeysAndKeysRepeatedInOtherObjectsAreAccepted) {
-    const json expected = encodeCommand(RepoCommand::CreateBookmark{
-        {"x", std::nullopt, {BookmarkStartingPoint::TipOfParent{}}, true, false}});
-    for (const auto* parent : {R"("later":[1,2],)", R"("parent":null,)"}) {
-        std::string text = R"({"createBookmark":{"_0":{"name":"x",)";
-        text.append(parent).append(R"("startingPoint":{"tipOfParent":{}},
-            "enableAfterCreating":true,"trackUpstream":false},"extra":true}})");
-        EXPECT_EQ(encodeCommand(parseCommand(text)), expected) << text;
-    }
-    EXPECT_EQ(encodeCommand(parseCommand(R"({"renameBookmark":{"old":"a","new":"b","x":{"old":1},
-                                            "y":[{"old":2}]}})")),
-              encodeCommand(RepoCommand::RenameBookmark{"a", "b"}));
-}
-
 // ---------------------------------------------------------------------------
 // Snapshots and results
 
@@ -505,13 +484,7 @@ TEST(WireSnapshot, EncodesTheSameTextWhateverTheIndexOrderAndRoundTrips) {
     const RepoSnapshot snapshot = sampleSnapshot(order);
     const std::string text = wireText(encodeSnapshot(snapshot));
     EXPECT_EQ(wireText(encodeSnapshot(sampleSnapshot({order.rbegin(), order.rend()}))), text);
-
     const json encoded = json::parse(text);
-    std::vector<std::string> commitKeys;
-    for (const auto& entry : encoded["repoState"]["commits"].items()) {
-        commitKeys.push_back(entry.key());
-    }
-    EXPECT_THAT(commitKeys, ::testing::ElementsAre("feature-tip", "o", "trunk", "wc", "x"));
     const auto& [name, lane] = *snapshot.lanesByBookmark.begin();
     EXPECT_EQ(encoded["lanesByBookmark"][name]["commits"][0]["commitID"],
               lane.commits[0]->commitID);
@@ -533,8 +506,7 @@ TEST(WireResults, EveryCaseEncodesWithAnUnlabelledPayloadAndRoundTrips) {
         const json encoded = encodeResult(result);
         SCOPED_TRACE(encoded.begin().key());
         ASSERT_EQ(encoded.size(), 1U);
-        EXPECT_EQ(encoded.begin()->size(), 1U);
-        EXPECT_TRUE(encoded.begin()->contains("_0"));
+        EXPECT_EQ(*encoded.begin(), json({{"_0", encoded.begin()->at("_0")}}));
         EXPECT_EQ(encodeResult(decodeResult(encoded)), encoded);
         expectOnlyDecodingErrors(encoded, decodeResult);
     }

@@ -24,18 +24,9 @@ using Names = std::vector<std::string>;
 using Points = std::map<std::string, std::string>;
 using Role = BookmarkInclusionRole;
 
-RepoCommand inclusion(const std::string& workspace, const std::string& bookmark, bool include) {
-    return RepoCommand::SetWorkspaceBookmarkInclusion{workspace, bookmark, include};
-}
-
-RepoCommand attachment(const std::string& workspace, const std::string& bookmark,
-                       const std::string& commitID) {
-    return RepoCommand::SetWorkspaceBookmarkAttachment{workspace, bookmark, commitID};
-}
-
-RepoCommand advance(const std::string& workspace) {
-    return RepoCommand::AdvanceWorkspaceOntoTrunk{workspace};
-}
+using Include = RepoCommand::SetWorkspaceBookmarkInclusion;
+using Attach = RepoCommand::SetWorkspaceBookmarkAttachment;
+using Advance = RepoCommand::AdvanceWorkspaceOntoTrunk;
 
 // `main` published to a local origin, so trunk is main@origin, and a
 // session on the default workspace.
@@ -91,7 +82,6 @@ class WorkspaceCommands : public ::testing::Test {
     /// its former working copy and bee, is recorded and is its working copy.
     std::string expectNewPointWithBee(const std::string& name, const std::string& formerCopy) {
         const auto points = storedPoints();
-        EXPECT_EQ(points.size(), 1U);
         std::string created = points.contains(name) ? points.at(name) : "none";
         EXPECT_EQ(repo.description(created), "wip: Vorda composition " + name);
         EXPECT_EQ(repo.parents(created), (Names{formerCopy, "BEE"}));
@@ -127,18 +117,18 @@ TEST_F(WorkspaceCommands, IncludingRemovingAndMovingRewriteTheParentsOfAMaterial
     recordPoint("P", "second");
     const std::string inherited = " is inherited; rebase its containing history to remove it";
     run({
-        {inclusion("nope", "cee", true), "Workspace nope no longer exists"},
-        {inclusion("second", "nope", true), "Bookmark nope no longer exists"},
-        {inclusion("second", "low", true), "low is already included in second"},
-        {inclusion("second", "low", false), "low" + inherited},
-        {inclusion("second", "main", false), "main" + inherited},
-        {inclusion("second", "bee", false), "bee is not included in second"},
-        {inclusion("second", "cee", true), "Included cee in second", {"AY", "HIGH", "CEE"}},
-        {inclusion("second", "cee", true), "cee is already included in second"},
-        {inclusion("second", "cee", false), "Removed cee from second", {"AY", "HIGH"}},
-        {inclusion("second", "cee", false), "cee is not included in second"},
+        {Include{"nope", "cee", true}, "Workspace nope no longer exists"},
+        {Include{"second", "nope", true}, "Bookmark nope no longer exists"},
+        {Include{"second", "low", true}, "low is already included in second"},
+        {Include{"second", "low", false}, "low" + inherited},
+        {Include{"second", "main", false}, "main" + inherited},
+        {Include{"second", "bee", false}, "bee is not included in second"},
+        {Include{"second", "cee", true}, "Included cee in second", {"AY", "HIGH", "CEE"}},
+        {Include{"second", "cee", true}, "cee is already included in second"},
+        {Include{"second", "cee", false}, "Removed cee from second", {"AY", "HIGH"}},
+        {Include{"second", "cee", false}, "cee is not included in second"},
         // A bookmark the composition had from the start goes the same way.
-        {inclusion("second", "ay", false), "Removed ay from second", {"HIGH"}},
+        {Include{"second", "ay", false}, "Removed ay from second", {"HIGH"}},
     });
     EXPECT_EQ(repo.parents("second@"), Names{"P"});  // the working copy came along
     EXPECT_EQ(storedPoints(), (Points{{"second", repo.id("P")}}));
@@ -151,58 +141,37 @@ TEST_F(WorkspaceCommands, IncludingRemovingAndMovingRewriteTheParentsOfAMaterial
     // Moving an attachment pins the bookmark at an older commit.
     const std::string direct = "Select a direct composition attachment to move";
     run({
-        {inclusion("second", "ex", true), "Included ex in second", {"HIGH", "X2"}},
-        {attachment("second", "ex", commitID("X1")),
+        {Include{"second", "ex", true}, "Included ex in second", {"HIGH", "X2"}},
+        {Attach{"second", "ex", commitID("X1")},
          "Moved ex's composition point on second",
          {"HIGH", "X1"}},
-        {attachment("second", "ex", commitID("X1")), "That revision is already included"},
-        {attachment("second", "ex", commitID("AY")), "That commit is no longer in ex"},
-        {attachment("second", "nope", commitID("AY")), "That commit is no longer in nope"},
-        {attachment("nope", "ex", commitID("X1")), "Workspace nope no longer exists"},
-        {attachment("second", "low", commitID("LOW")), direct},
+        {Attach{"second", "ex", commitID("X1")}, "That revision is already included"},
+        {Attach{"second", "ex", commitID("AY")}, "That commit is no longer in ex"},
+        {Attach{"second", "nope", commitID("AY")}, "That commit is no longer in nope"},
+        {Attach{"nope", "ex", commitID("X1")}, "Workspace nope no longer exists"},
+        {Attach{"second", "low", commitID("LOW")}, direct},
         // The default workspace has no composition point to move anything on.
-        {attachment("default", "ex", commitID("X1")), direct},
+        {Attach{"default", "ex", commitID("X1")}, direct},
     });
     EXPECT_EQ(storedPoints(), (Points{{"second", repo.id("P")}}));
     EXPECT_EQ(workspace("second").bookmarkRoles.at("ex"), Role::partial(commitID("X1")));
 
     // A partial attachment is removed by its pinned commit.
-    run({{inclusion("second", "ex", false), "Removed ex from second", {"HIGH"}}});
+    run({{Include{"second", "ex", false}, "Removed ex from second", {"HIGH"}}});
 }
 
-TEST_F(WorkspaceCommands, IncludingInADirectWorkspaceCreatesItsCompositionPoint) {
-    repo.draw(R"(
-      AY <- T "ay a" a=a [ay]
-      BEE <- T "bee b" b=b [bee]
-      @ <- AY
-    )");
-    const auto workingCopy = repo.changeID("@");
-    run({
-        {inclusion("default", "ay", false),
-         "ay is inherited; rebase its containing history to remove it"},
-        {inclusion("default", "ay", true), "ay is already included in default"},
-    });
-    EXPECT_TRUE(storedPoints().empty());
-
-    EXPECT_EQ(toast(inclusion("default", "bee", true)), "Included bee in default");
-    const auto created = expectNewPointWithBee("default", workingCopy);
-    EXPECT_EQ(workspace("default").bookmarkRoles.at("ay"), Role::inherited(std::nullopt));
-
-    // Now that it is materialized, the new bookmark can go again.
-    EXPECT_EQ(toast(inclusion("default", "bee", false)), "Removed bee from default");
-    EXPECT_EQ(repo.parents(created), Names{workingCopy});
-}
-
-TEST_F(WorkspaceCommands, IncludingInALegacySharedCompositionGivesTheWorkspaceItsOwnPoint) {
-    // ay's tip is above the commit the apex holds.
+TEST_F(WorkspaceCommands, IncludingInADirectOrLegacySharedWorkspaceGivesItItsOwnPoint) {
+    // ay's tip is above the commit the apex holds; "third" is direct on ay.
     repo.draw(R"(
       A1 <- T "a1" a=1
       AY <- A1 "ay a" a=a [ay]
       BEE <- T "bee b" b=b [bee]
+      workspace third <- AY
       APEX <- T A1 "wip: Vorda apex commit"
       workspace second <- APEX
       @ <- APEX
     )");
+    const auto thirdCopy = repo.changeID("third@");
     const auto secondCopy = repo.changeID("second@");
     for (const auto* name : {"default", "second"}) {
         const auto state = workspace(name);
@@ -212,14 +181,25 @@ TEST_F(WorkspaceCommands, IncludingInALegacySharedCompositionGivesTheWorkspaceIt
         EXPECT_EQ(state.bookmarkRoles.at("ay"), Role::partial(commitID("A1"))) << name;
     }
     run({
-        {inclusion("second", "ay", false), "ay is inherited through shared history"},
-        {inclusion("second", "ay", true), "ay is already included in second"},
+        {Include{"third", "ay", false},
+         "ay is inherited; rebase its containing history to remove it"},
+        {Include{"third", "ay", true}, "ay is already included in third"},
+        {Include{"second", "ay", false}, "ay is inherited through shared history"},
+        {Include{"second", "ay", true}, "ay is already included in second"},
     });
+    EXPECT_TRUE(storedPoints().empty());
 
-    EXPECT_EQ(toast(inclusion("second", "bee", true)), "Included bee in second");
-    EXPECT_NE(expectNewPointWithBee("second", secondCopy), repo.id("APEX"));
+    EXPECT_EQ(toast(Include{"third", "bee", true}), "Included bee in third");
+    const auto third = expectNewPointWithBee("third", thirdCopy);
+    EXPECT_EQ(workspace("third").bookmarkRoles.at("ay"), Role::inherited(std::nullopt));
+    // Now that it is materialized, the new bookmark can go again.
+    EXPECT_EQ(toast(Include{"third", "bee", false}), "Removed bee from third");
+    EXPECT_EQ(repo.parents(third), Names{thirdCopy});
+
+    EXPECT_EQ(toast(Include{"second", "bee", true}), "Included bee in second");
+    const auto second = expectNewPointWithBee("second", secondCopy);
+    EXPECT_EQ(storedPoints(), (Points{{"second", second}, {"third", third}}));
     EXPECT_EQ(repo.parents("APEX"), (Names{"T", "A1"}));  // the apex is left alone
-
     const auto other = workspace("default");
     EXPECT_TRUE(std::holds_alternative<WorkspaceComposition::LegacyShared>(other.composition.kind));
     EXPECT_EQ(other.bookmarkRoles.at("bee"), Role::absent());
@@ -294,21 +274,21 @@ TEST_F(WorkspaceCommands, AdvancingOntoTrunkMovesOnlyTheWorkspacesOwnWork) {
     ASSERT_NE(trunk, repo.id("T"));
 
     run({
-        {advance("nope"), "Workspace nope no longer exists"},
-        {advance("lane"), "lane sits on its bookmarks — rebase those lanes onto trunk instead"},
+        {Advance{"nope"}, "Workspace nope no longer exists"},
+        {Advance{"lane"}, "lane sits on its bookmarks — rebase those lanes onto trunk instead"},
     });
 
-    EXPECT_EQ(toast(advance("default")), "Advanced default onto current trunk");
+    EXPECT_EQ(toast(Advance{"default"}), "Advanced default onto current trunk");
     EXPECT_EQ(repo.parents("O1"), Names{trunk});
     EXPECT_EQ(repo.parents("O2"), Names{"O1"});
     EXPECT_EQ(repo.parents("@"), Names{"O2"});
-    EXPECT_EQ(toast(advance("default")), "default is already based on current trunk");
+    EXPECT_EQ(toast(Advance{"default"}), "default is already based on current trunk");
 
     // A composition point takes trunk as its last parent; its bookmarks stay.
-    EXPECT_EQ(toast(advance("second")), "Advanced second onto current trunk");
+    EXPECT_EQ(toast(Advance{"second"}), "Advanced second onto current trunk");
     EXPECT_EQ(repo.parents("P"), (Names{"AY", "FEAT", trunk}));
     EXPECT_EQ(repo.parents("AY"), Names{"T"});
-    EXPECT_EQ(toast(advance("second")), "second is already based on current trunk");
+    EXPECT_EQ(toast(Advance{"second"}), "second is already based on current trunk");
 }
 
 TEST_F(WorkspaceCommands, AbandoningAnApexParentRewritesTheApexBeforeAbandoning) {
