@@ -191,32 +191,25 @@ TEST_F(DiffApply, FileReplacingAFolderIsRestoredOnceTheFolderEmpties) {
 // ---------------------------------------------------------------------------
 // Malformed selections
 
-class DiffApplyRefusal : public DiffApply {
-  protected:
-    DiffApplyRefusal() {
-        make(left, "a.txt", file(numberedLines(40)));
-        make(right, "a.txt", file(numberedLines(40, {5, 20, 35})));
-        make(right, "added.txt", file("new\n"));
-        make(left, "deleted.txt", file("old\n"));
-        make(right, "JJ-INSTRUCTIONS", file("note\n"));
-        before = snapshot(right);
-    }
-
-    /// Runs the command line on `text` as the selection file; returns the
-    /// exit status and what went to stderr.
-    std::pair<int, std::string> run(const std::string& text) const {
-        std::ofstream(selectionFile, std::ios::binary | std::ios::trunc) << text;
+TEST_F(DiffApply, BadSelectionsAndArgumentsFailWithOneLineAndLeaveRightUntouched) {
+    make(left, "a.txt", file(numberedLines(40)));
+    make(right, "a.txt", file(numberedLines(40, {5, 20, 35})));
+    make(right, "added.txt", file("new\n"));
+    make(left, "deleted.txt", file("old\n"));
+    make(right, "JJ-INSTRUCTIONS", file("note\n"));
+    const auto before = snapshot(right);
+    // The command line on a selection file, and one with `text` in it: the
+    // exit status and what went to stderr.
+    const fs::path selectionFile = scratch.path() / "selection.json";
+    const auto runOn = [&](const std::vector<std::string>& arguments) {
         std::ostringstream errors;
-        const int status = HunkApplication::runCommandLine(
-            {selectionFile.string(), left.string(), right.string()}, errors);
-        return {status, errors.str()};
-    }
-
-    fs::path selectionFile = scratch.path() / "selection.json";
-    std::map<std::string, std::string> before;
-};
-
-TEST_F(DiffApplyRefusal, BadSelectionsAndArgumentsFailWithOneLineAndLeaveRightUntouched) {
+        const int status = HunkApplication::runCommandLine(arguments, errors);
+        return std::pair{status, errors.str()};
+    };
+    const auto run = [&](const std::string& text) {
+        std::ofstream(selectionFile, std::ios::binary | std::ios::trunc) << text;
+        return runOn({selectionFile.string(), left.string(), right.string()});
+    };
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"", "malformed selection"},
         {"not json", "malformed selection"},
@@ -272,16 +265,14 @@ TEST_F(DiffApplyRefusal, BadSelectionsAndArgumentsFailWithOneLineAndLeaveRightUn
     // An empty selection is no error and changes nothing either.
     EXPECT_EQ(run(R"({"files":[]})"), (std::pair<int, std::string>{0, ""}));
 
-    std::ostringstream errors;
     const fs::path missing = scratch.path() / "missing.json";
-    EXPECT_EQ(
-        HunkApplication::runCommandLine({missing.string(), left.string(), right.string()}, errors),
-        1);
-    EXPECT_EQ(errors.str(), "vorda-diff-apply: cannot read the selection " + missing.string() +
-                                ": No such file or directory\n");
-    std::ostringstream usage;
-    EXPECT_EQ(HunkApplication::runCommandLine({left.string(), right.string()}, usage), 2);
-    EXPECT_NE(usage.str().find("usage: vorda-diff-apply <selection.json>"), std::string::npos);
+    EXPECT_EQ(runOn({missing.string(), left.string(), right.string()}),
+              std::pair(1, "vorda-diff-apply: cannot read the selection " + missing.string() +
+                               ": No such file or directory\n"));
+    const auto usage = runOn({left.string(), right.string()});
+    EXPECT_TRUE(usage.first == 2 &&
+                usage.second.find("usage: vorda-diff-apply <selection.json>") != std::string::npos)
+        << usage.second;
     EXPECT_EQ(snapshot(right), before);
 }
 
@@ -350,8 +341,8 @@ TEST(DiffApplySession, EachSessionWritesItsSelectionAndABridgeToTheHelperInItsOw
     // The script hands its arguments to the helper intact.
     const auto result = ProcessExecutor::execute(
         {script.string(), "/tmp/left side", "/tmp/right 'side'"}, std::nullopt, "test", "bridge");
-    EXPECT_EQ(result.exitCode, 0) << result.stderr;
-    EXPECT_EQ(result.stdout, selectionFile.string() + "\n/tmp/left side\n/tmp/right 'side'\n");
+    EXPECT_EQ(std::pair(result.exitCode, result.stdout),
+              std::pair(0, selectionFile.string() + "\n/tmp/left side\n/tmp/right 'side'\n"));
 
     const auto second = DiffEditorProtocol::prepare({}, selection, helper);
     EXPECT_EQ(sessionFolders().size(), 2U);

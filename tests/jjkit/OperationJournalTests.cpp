@@ -65,7 +65,7 @@ UpdateRecord record(const std::string& operationID, double startedAt) {
     return value;
 }
 
-TEST(OperationJournal, LivesInTheSharedStoreAndWritesItsExactForm) {
+TEST(OperationJournal, LivesInTheSharedStoreWritesItsExactFormAndWarnsOfBadFiles) {
     TestRepo repo;
     const auto second = repo.addWorkspace("second");
     const OperationJournal<LocalStackUpdatePlan> journal(repo.root());
@@ -106,12 +106,10 @@ TEST(OperationJournal, LivesInTheSharedStoreAndWritesItsExactForm) {
     EXPECT_EQ(nlohmann::json::parse(readText(file)).at("receipt").at("afterOperationID"), "op2");
     // Other plan types have folders of their own.
     EXPECT_TRUE(OperationJournal<FeatureAppendPlan>(repo.root()).load().records.empty());
-}
 
-TEST(OperationJournal, BadFilesBecomeWarningsAndNeverHideGoodOnes) {
-    TestRepo repo;
-    const OperationJournal<LocalStackUpdatePlan> journal(repo.root());
-    // Saved out of date order: the load sorts by the start time, not names.
+    // Bad files become warnings and never hide good ones. Saved out of date
+    // order: the load sorts by the start time, not names.
+    fs::remove(file);
     for (const auto& [operation, startedAt] :
          {std::pair{"op-new", 200.0}, {"op-newest", 300.0}, {"op-old", 100.5}}) {
         journal.save(record(operation, startedAt));
@@ -134,11 +132,12 @@ TEST(OperationJournal, BadFilesBecomeWarningsAndNeverHideGoodOnes) {
     missingPlan.erase("plan");
     writeText(journal.directory / (missingID + ".json"), missingPlan.dump());
 
-    const auto loaded = journal.load();
-    ASSERT_EQ(loaded.records.size(), 3U);
-    EXPECT_EQ(loaded.records[0].plan.operationID, "op-newest");
-    EXPECT_EQ(loaded.records[1].plan.operationID, "op-new");
-    EXPECT_EQ(loaded.records[2].plan.operationID, "op-old");
+    const auto all = journal.load();
+    std::vector<std::string> operations;
+    for (const auto& each : all.records) {
+        operations.push_back(each.plan.operationID);
+    }
+    EXPECT_EQ(operations, (std::vector<std::string>{"op-newest", "op-new", "op-old"}));
 
     // One warning per bad "json" file, in file name order.
     const std::string mismatch = "Unsupported receipt version or mismatched identity.";
@@ -150,9 +149,9 @@ TEST(OperationJournal, BadFilesBecomeWarningsAndNeverHideGoodOnes) {
         {missingID + ".json", "missing key `plan`"},
     };
     std::sort(expected.begin(), expected.end());
-    ASSERT_EQ(loaded.warnings.size(), expected.size());
+    ASSERT_EQ(all.warnings.size(), expected.size());
     for (std::size_t index = 0; index < expected.size(); ++index) {
-        const auto& warning = loaded.warnings[index];
+        const auto& warning = all.warnings[index];
         const auto prefix = "Could not read operation receipt " + expected[index].first + ": ";
         EXPECT_EQ(warning.rfind(prefix, 0), 0U) << warning;
         EXPECT_NE(warning.find(expected[index].second, prefix.size()), std::string::npos)
@@ -452,20 +451,13 @@ TEST_P(PlannedFlowShape, StaleForeignAndCancelledPreviewsRunNothingAndSaveNothin
 
     // Without the first receipt nothing runs: its failing save is thrown.
     const auto operations = repo.operationCount();
-    try {
-        run(client,
-            [&](const Saved&) {
-                ++saves;
-                throw std::runtime_error("disk full");
-            },
-            {});
-        ADD_FAILURE() << "the failing first save was not thrown";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "disk full");
-    }
-    EXPECT_EQ(saves, 1);
-    EXPECT_EQ(repo.operationCount(), operations);
-    EXPECT_EQ(shape(), original);
+    const auto failingSave = [&](const Saved&) {
+        ++saves;
+        throw std::logic_error("disk full");
+    };
+    EXPECT_THROW(run(client, failingSave, {}), std::logic_error);
+    EXPECT_EQ(std::tuple(saves, repo.operationCount(), shape()),
+              std::tuple(1, operations, original));
 
     // None of that spoiled the preview. Only the final save fails now: the
     // rewrite stands, the receipt says so and the stored record has none.
@@ -478,9 +470,10 @@ TEST_P(PlannedFlowShape, StaleForeignAndCancelledPreviewsRunNothingAndSaveNothin
                                  saved.push_back(final);
                              },
                              {});
-    EXPECT_EQ(receipt.commandError, std::nullopt);
-    EXPECT_EQ(receipt.verificationWarnings, std::vector<std::string>{flow.finalSaveFailed});
-    EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
+    EXPECT_EQ(
+        std::tuple(receipt.commandError, receipt.verificationWarnings, receipt.afterOperationID),
+        std::tuple(std::nullopt, std::vector<std::string>{flow.finalSaveFailed},
+                   repo.currentOperationID()));
     EXPECT_NE(shape(), original);
     EXPECT_FALSE(saved.empty());
 }
@@ -503,15 +496,14 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
     EXPECT_EQ(receipt.commandError,
               JJError(JJError::CommandFailed{planned.command, 1, "injected failure\n"})
                   .errorDescription());
-    EXPECT_EQ(receipt.beforeOperationID, operation);
-    EXPECT_EQ(receipt.afterOperationID, operation);
-    EXPECT_EQ(repo.currentOperationID(), operation);
+    EXPECT_EQ((std::vector{receipt.beforeOperationID, receipt.afterOperationID.value_or(""),
+                           repo.currentOperationID()}),
+              std::vector<std::string>(3, operation));
     EXPECT_EQ(receipt.verificationWarnings,
               flow.afterFailedCommand.expected(repo, planned, repo.changeID("@")));
     EXPECT_EQ(shape(), original);
     ASSERT_GE(saved.size(), 2U);
-    EXPECT_EQ(saved.front(), std::nullopt);
-    EXPECT_EQ(saved.back(), receipt);
+    EXPECT_EQ(std::pair(saved.front(), saved.back()), std::pair(Saved(), Saved(receipt)));
 
     // A step that cannot be declared is not run; the flow still ends in a
     // final receipt.
@@ -528,9 +520,8 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
                            {});
         EXPECT_EQ(receipt, (LocalStackUpdateReceipt{
                                operation, operation, "disk is full", {"default"}, {}, {}}));
-        EXPECT_EQ(saved.size(), 3U);
-        EXPECT_EQ(repo.currentOperationID(), operation);
-        EXPECT_EQ(shape(), original);
+        EXPECT_EQ(std::tuple(saved.size(), repo.currentOperationID(), shape()),
+                  std::tuple(3U, operation, original));
     }
 
     // Somebody works on the command line while the first receipt is written:
