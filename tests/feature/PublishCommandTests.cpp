@@ -44,21 +44,34 @@ class PublishCommands : public ::testing::Test {
     std::shared_ptr<RepoSession> session = RepoSession::open(repo.root());
 };
 
-TEST_F(PublishCommands, PushAsksBeforeForcingAndRecordsWhatItPushed) {
-    // ahead is ahead of origin, solo never pushed, and diverged moved on both
-    // sides.
+TEST_F(PublishCommands, PushAsksBeforeForcingAndSyncPushesOnlyEnabledBookmarksThatAreAhead) {
+    // ahead, alpha, beta and aside are ahead of origin, solo and fresh never
+    // pushed, and diverged moved on both sides; the working copy includes
+    // alpha, beta and fresh.
     repo.draw(R"(
       A1 <- T "a" a=1 [ahead]
-      push ahead
-      A2 <- A1 "a2" a=2
-      S <- T "solo" s=1 [solo]
+      L1 <- T "l" l=1 [alpha]
+      B1 <- T "b" b=1 [beta]
+      X1 <- T "x" x=1 [aside]
       D1 <- T "d" d=1 [diverged]
-      push diverged
+      push ahead beta alpha aside diverged
+      A2 <- A1 "a2" a=2
+      L2 <- L1 "l2" l=2
+      B2 <- B1 "b2" b=2
+      X2 <- X1 "x2" x=2
+      S <- T "solo" s=1 [solo]
+      F <- T "f" f=1 [fresh]
     )");
     repo.advanceOrigin("diverged", "upstream side", {{"d", "upstream\n"}});
     repo.fetch();
-    repo.draw(R"(D2 <- D1 "d local" d=local)");
+    repo.draw(R"(
+      D2 <- D1 "d local" d=local
+      @ <- L2 B2 F
+    )");
     repo.bookmark("ahead", repo.id("A2"));
+    repo.bookmark("alpha", repo.id("L2"));
+    repo.bookmark("beta", repo.id("B2"));
+    repo.bookmark("aside", repo.id("X2"));
     repo.bookmark("diverged", repo.id("D2"));
     session->refreshSnapshot();
     ASSERT_TRUE(std::holds_alternative<RemoteSyncState::Diverged>(
@@ -85,31 +98,11 @@ TEST_F(PublishCommands, PushAsksBeforeForcingAndRecordsWhatItPushed) {
     EXPECT_EQ(originTip("diverged"), commitID("D2"));
     EXPECT_EQ(bookmark("diverged").remoteSyncState,
               (RemoteSyncState{RemoteSyncState::UpToDate{"origin"}}));
-}
-
-TEST_F(PublishCommands, SyncPushesOnlyEnabledBookmarksThatAreAheadAndAdvanceTrunkOnlyABehindOne) {
-    // aside is ahead but not in the working copy; fresh is in it but was
-    // never pushed.
-    repo.draw(R"(
-      B1 <- T "b" b=1 [beta]
-      A1 <- T "a" a=1 [alpha]
-      X1 <- T "x" x=1 [aside]
-      push beta alpha aside
-      B2 <- B1 "b2" b=2
-      A2 <- A1 "a2" a=2
-      X2 <- X1 "x2" x=2
-      F <- T "f" f=1 [fresh]
-      @ <- A2 B2 F
-    )");
-    repo.bookmark("beta", repo.id("B2"));
-    repo.bookmark("alpha", repo.id("A2"));
-    repo.bookmark("aside", repo.id("X2"));
-    session->refreshSnapshot();
 
     EXPECT_EQ(toast(RepoCommand::Sync{}), "Pushed 2 bookmarks");
     EXPECT_EQ(
         (Paths{originTip("alpha"), originTip("beta"), originTip("aside"), originTip("fresh")}),
-        (Paths{commitID("A2"), commitID("B2"), commitID("X1"), ""}));
+        (Paths{commitID("L2"), commitID("B2"), commitID("X1"), ""}));
     const auto log = repo.jj({"op", "log", "--no-graph", "-T", "description ++ \"\\n\""});
     // The log is newest first: beta, pushed last, comes before alpha.
     EXPECT_LT(log.find("beta"), log.find("alpha"));
@@ -129,16 +122,48 @@ TEST_F(PublishCommands, SyncPushesOnlyEnabledBookmarksThatAreAheadAndAdvanceTrun
     EXPECT_EQ(repo.commitID("main"), originTip("main"));
 }
 
-TEST_F(PublishCommands, CreateBookmarkFromEachStartingPoint) {
-    repo.writeFile("wip.txt", "work\n");
+TEST_F(PublishCommands, CreateBookmarkByCarvingHunksOrFromEachStartingPoint) {
+    // Carved hunks make the new bookmark's first commit.
+    std::string lines;
+    for (int line = 1; line <= 30; ++line) {
+        lines.append("line ").append(std::to_string(line)).append("\n");
+    }
+    repo.commit("notes", {{"notes.txt", lines}});
+    const auto edit = [](std::string text, const std::string& from, const std::string& to) {
+        return text.replace(text.find(from), from.size(), to);
+    };
+    const auto carvedText = edit(lines, "line 28\n", "line twenty-eight\n");
+    const auto changed = edit(carvedText, "line 2\n", "line two\n");
+    repo.writeFile("notes.txt", changed);
+    repo.writeFile("other.txt", "other\n");
     repo.jj({"debug", "snapshot"});
-    const auto workingCopy = repo.commitID("@");
+
+    using Point = BookmarkStartingPoint;
     auto create = [&](const std::string& name, BookmarkStartingPoint point,
                       std::optional<std::string> parent = std::nullopt) {
         return session->execute(
             RepoCommand::CreateBookmark{{name, std::move(parent), std::move(point), false, false}});
     };
-    using Point = BookmarkStartingPoint;
+    ASSERT_TRUE(
+        create("carved", {Point::WorkingCopyCarveHunks{{{{"notes.txt", {1}}, {"other.txt", {}}}},
+                                                       VORDA_DIFF_APPLY_PATH}})
+            .refreshedSnapshot());
+    EXPECT_EQ(repo.commitID("carved"), repo.commitID("@-"));
+    const auto notes = rootFilesets({"notes.txt"}).front();
+    EXPECT_EQ(repo.jj({"file", "show", "-r", "carved", notes}), carvedText);
+    EXPECT_EQ(repo.changedPaths("carved"), Paths{"notes.txt"});
+    EXPECT_EQ(repo.jj({"file", "show", "-r", "@", notes}), changed);
+    EXPECT_EQ(repo.changedPaths("@"), (Paths{"notes.txt", "other.txt"}));
+
+    const int operations = repo.operationCount();
+    EXPECT_EQ(*create("nothing",
+                      {Point::WorkingCopyCarveHunks{{{{"notes.txt", {}}}}, VORDA_DIFF_APPLY_PATH}})
+                   .toastText(),
+              "No hunks selected");
+    EXPECT_EQ(repo.operationCount(), operations);
+
+    // Every other starting point, after the carve.
+    const auto workingCopy = repo.commitID("@");
     EXPECT_TRUE(create("blank", {Point::SpecificRevision{" \n\t"}}).refreshedSnapshot());
     create("typed", {Point::SpecificRevision{"  " + repo.id("T") + "\n"}});
     create("here", {Point::WorkingCopy{}});
@@ -162,42 +187,6 @@ TEST_F(PublishCommands, CreateBookmarkFromEachStartingPoint) {
     EXPECT_EQ(repo.parents(*tip), Paths{"T"});
     EXPECT_FALSE(
         session->lastSnapshot()->repoState.inclusionRole("new work", "default").isAbsent());
-}
-
-TEST_F(PublishCommands, CarvingHunksMakesThemTheNewBookmarksFirstCommit) {
-    std::string lines;
-    for (int line = 1; line <= 30; ++line) {
-        lines.append("line ").append(std::to_string(line)).append("\n");
-    }
-    repo.commit("notes", {{"notes.txt", lines}});
-    const auto edit = [](std::string text, const std::string& from, const std::string& to) {
-        return text.replace(text.find(from), from.size(), to);
-    };
-    const auto carvedText = edit(lines, "line 28\n", "line twenty-eight\n");
-    const auto changed = edit(carvedText, "line 2\n", "line two\n");
-    repo.writeFile("notes.txt", changed);
-    repo.writeFile("other.txt", "other\n");
-    repo.jj({"debug", "snapshot"});
-
-    const auto carve = [&](const std::string& name, DiffEditorProtocol::HunkSelection keep) {
-        return session->execute(RepoCommand::CreateBookmark{
-            {name,
-             std::nullopt,
-             {BookmarkStartingPoint::WorkingCopyCarveHunks{std::move(keep), VORDA_DIFF_APPLY_PATH}},
-             false,
-             false}});
-    };
-    ASSERT_TRUE(carve("carved", {{{"notes.txt", {1}}, {"other.txt", {}}}}).refreshedSnapshot());
-    EXPECT_EQ(repo.commitID("carved"), repo.commitID("@-"));
-    const auto notes = rootFilesets({"notes.txt"}).front();
-    EXPECT_EQ(repo.jj({"file", "show", "-r", "carved", notes}), carvedText);
-    EXPECT_EQ(repo.changedPaths("carved"), Paths{"notes.txt"});
-    EXPECT_EQ(repo.jj({"file", "show", "-r", "@", notes}), changed);
-    EXPECT_EQ(repo.changedPaths("@"), (Paths{"notes.txt", "other.txt"}));
-
-    const int operations = repo.operationCount();
-    EXPECT_EQ(*carve("nothing", {{{"notes.txt", {}}}}).toastText(), "No hunks selected");
-    EXPECT_EQ(repo.operationCount(), operations);
 }
 
 }  // namespace

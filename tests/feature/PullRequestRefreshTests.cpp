@@ -28,12 +28,9 @@ const std::chrono::system_clock::time_point never{};
 
 GitHubPR pr(int number) {
     const auto n = std::to_string(number);
-    return {number,
-            "https://github.com/o/r/pull/" + n,
-            GitHubPR::State::open,
-            false,
-            "PR " + n,
-            GitHubPR::ReviewDecision::approved,
+    const auto url = "https://github.com/o/r/pull/" + n;
+    return {number, url,       GitHubPR::State::open,
+            false,  "PR " + n, GitHubPR::ReviewDecision::approved,
             2};
 }
 
@@ -65,12 +62,12 @@ class PullRequestRefreshTest : public ::testing::Test {
   protected:
     PullRequestRefreshTest() {
         testing::StateBuilder builder;
+        builder.commits("tip-main tip-alpha tip-beta tip-gamma tip-solo tip-theirs");
+        builder.bookmarks("solo:tip-solo theirs@origin:tip-theirs");
         for (const std::string name : {"main", "alpha", "beta", "gamma"}) {
-            builder.commit("tip-" + name);
-            builder.upstreamBookmark(name, {"tip-" + name}).remoteSyncState = {
-                RemoteSyncState::UpToDate{"origin"}};
+            builder.bookmark(name, {"tip-" + name}, BookmarkOrigin::upstream("origin"))
+                .remoteSyncState = {RemoteSyncState::UpToDate{"origin"}};
         }
-        builder.commits("tip-solo tip-theirs").bookmarks("solo:tip-solo theirs@origin:tip-theirs");
         state = builder.state();
     }
 

@@ -26,13 +26,6 @@ class StateBuilder {
         return state_.bookmarks.insert_or_assign(name, std::move(bookmark)).first->second;
     }
 
-    Bookmark& upstreamBookmark(const std::string& name, std::vector<std::string> commitIDs) {
-        return bookmark(name, std::move(commitIDs), BookmarkOrigin::upstream("origin"));
-    }
-
-    /// Adds a parentless mutable commit.
-    StateBuilder& commit(const std::string& commitID) { return commits(commitID); }
-
     StateBuilder& conflict(std::string bookmarkA, std::string bookmarkB) {
         state_.conflicts.push_back({std::move(bookmarkA), std::move(bookmarkB)});
         return *this;
@@ -74,11 +67,9 @@ class StateBuilder {
         std::istringstream stream(text);
         for (std::string word; stream >> word;) {
             const std::string name = word.substr(0, word.find_first_of("@:"));
-            if (word.starts_with(name + "@origin")) {
-                upstreamBookmark(name, listAfterColon(word));
-            } else {
-                bookmark(name, listAfterColon(word));
-            }
+            bookmark(name, listAfterColon(word),
+                     word.starts_with(name + "@origin") ? BookmarkOrigin::upstream("origin")
+                                                        : BookmarkOrigin::local());
         }
         return *this;
     }
