@@ -1,6 +1,6 @@
 // The demo repository, read back the way the board reads it: every kind of
 // lane and badge it promises must be there, it never writes into a folder that
-// already holds something, and a copy of it works on its own origin.
+// already holds something, and it works with its own origin.
 
 #include "cli/DemoRepository.h"
 
@@ -14,7 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include "cli/DemoCopy.h"
 #include "jjkit/client/JJClient.h"
 #include "jjkit/settings/BookmarkSettingsStore.h"
 #include "support/ScopedEnvironment.h"
@@ -74,12 +73,21 @@ Set mutableAuthors(const RepoState& state) {
     return authors;
 }
 
-TEST(DemoRepository, BuildsABoardWithEveryKindOfLaneAndACopyFetchesFromItsOwnOrigin) {
-    const TempDir scratch;
-    const fs::path folder = scratch.path() / "demo";
-    const std::string repo = testing::copyDemo(folder);
+TEST(DemoRepository, BuildsABoardWithEveryKindOfLaneOwnedByTheDemoUserAndRefusesToOverwrite) {
+    // Without a configured identity: the repository's own configuration tells
+    // jj whose work it is.
+    const TempDir scratch("vorda-demo");
+    const fs::path config = scratch.path() / "jj-config.toml";
+    std::ofstream(config) << "[ui]\npaginate = \"never\"\ncolor = \"never\"\n";
+    const testing::ScopedEnvironment jjConfig("JJ_CONFIG");
+    jjConfig.set(config.string());
+    // A folder that does not exist yet, two levels deep, is created.
+    const fs::path folder = scratch.path() / "nested" / "demo";
+    createDemoRepository(folder.string());
+    const std::string repo = demoRepositoryPath(folder.string());
     EXPECT_EQ(repo, (folder / "repo").string());
     EXPECT_FALSE(fs::exists(folder / "mira-clone"));  // the teammate's checkout is gone
+    EXPECT_EQ(jj(repo, {"config", "get", "user.email"}), "you@tally.example\n");
     const RepoState state = loadAsTheSessionDoes(repo);
 
     // Every commit by its description, working copies by their workspace.
@@ -120,9 +128,9 @@ TEST(DemoRepository, BuildsABoardWithEveryKindOfLaneAndACopyFetchesFromItsOwnOri
       immutable Add-a-dark Keep-tasks-in Print-the-task Read-settings-from | conflicted Mention-relative-due | behind trunk Add-a---since Add-a-SQLite Colour-overdue-tasks Export-tasks-as Index-tasks-by Move-existing-JSON Respect-NO_COLOR-in default@ integration@ wip:-Vorda-composition
     )"));
     EXPECT_EQ(mutableAuthors(state),
-              (Set{"Mira Okafor <mira@tally.example> theirs render-colors@origin",
-                   "Vorda Test <test@vorda.invalid> mine",
-                   "Vorda Test <test@vorda.invalid> mine storage-sqlite@origin"}));
+              (Set{"Demo User <you@tally.example> mine",
+                   "Demo User <you@tally.example> mine storage-sqlite@origin",
+                   "Mira Okafor <mira@tally.example> theirs render-colors@origin"}));
     EXPECT_EQ(state.workspaces.at("integration").workspace.root,
               std::optional<std::string>(folder / "integration"));
     Set changed;
@@ -132,31 +140,17 @@ TEST(DemoRepository, BuildsABoardWithEveryKindOfLaneAndACopyFetchesFromItsOwnOri
     EXPECT_EQ(changed, (Set{"tally/export.py M", "tests/test_export.py A"}));
     EXPECT_GE(days.size(), 4U);  // work spread over several days fills the date groups
 
-    // A second build into the same folder is refused and changes nothing.
+    // A second build into the same folder, or onto a file, is refused and
+    // changes nothing.
+    const fs::path file = scratch.path() / "plain-file";
+    std::ofstream(file) << "data\n";
     const auto contents = [&] {
         return std::tuple(listing(folder), readFile(repo + "/.jj/repo/Vorda-settings.json"),
-                          jj(repo, {"op", "log", "--no-graph", "-n", "1", "-T", "id"}));
+                          jj(repo, {"op", "log", "--no-graph", "-n", "1", "-T", "id"}),
+                          readFile(file));
     };
     const auto before = contents();
-    EXPECT_THROW(createDemoRepository(folder.string()), std::runtime_error);
-    EXPECT_EQ(contents(), before);
-
-    // A branch that only the copy's origin has arrives with a fetch.
-    runChecked({"git", "-C", (folder / "origin.git").string(), "branch", "copy-only", "main"});
-    jj(repo, {"git", "fetch"});
-    EXPECT_EQ(jj(repo, {"log", "--no-graph", "-r", "copy-only@origin", "-T", "commit_id"}),
-              jj(repo, {"log", "--no-graph", "-r", "main@origin", "-T", "commit_id"}));
-}
-
-TEST(DemoRepository, RefusesAnythingButAnEmptyFolderAndLeavesItAlone) {
-    const TempDir scratch("vorda-demo-refusal");
-    const fs::path occupied = scratch.path() / "occupied";
-    const fs::path file = scratch.path() / "plain-file";
-    fs::create_directories(occupied / "notes");
-    std::ofstream(occupied / "notes" / "keep.txt") << "mine\n";
-    std::ofstream(file) << "data\n";
-    for (const auto& [path, reason] :
-         {std::pair{occupied, "not empty"}, {file, "not a directory"}}) {
+    for (const auto& [path, reason] : {std::pair{folder, "not empty"}, {file, "not a directory"}}) {
         try {
             createDemoRepository(path.string());
             ADD_FAILURE() << path << " was accepted";
@@ -165,31 +159,13 @@ TEST(DemoRepository, RefusesAnythingButAnEmptyFolderAndLeavesItAlone) {
             EXPECT_NE(std::string(error.what()).find(path.string()), std::string::npos);
         }
     }
-    EXPECT_EQ(readFile(occupied / "notes" / "keep.txt") + readFile(file), "mine\ndata\n");
-    EXPECT_EQ(listing(scratch.path()),
-              (Set{"occupied", "occupied/notes", "occupied/notes/keep.txt", "plain-file"}));
-}
+    EXPECT_EQ(contents(), before);
 
-TEST(DemoRepository, WithoutAConfiguredIdentityTheDemoUserOwnsTheWork) {
-    const TempDir scratch("vorda-demo-anonymous");
-    const fs::path config = scratch.path() / "jj-config.toml";
-    std::ofstream(config) << "[ui]\npaginate = \"never\"\ncolor = \"never\"\n";
-    const testing::ScopedEnvironment jjConfig("JJ_CONFIG");
-    jjConfig.set(config.string());
-
-    // A folder that does not exist yet, two levels deep, is created.
-    const fs::path folder = scratch.path() / "nested" / "demo";
-    createDemoRepository(folder.string());
-    const std::string repo = demoRepositoryPath(folder.string());
-
-    // Read with the same identity-less configuration: the repository's own
-    // configuration tells jj whose work it is.
-    const RepoState state = loadAsTheSessionDoes(repo);
-    EXPECT_EQ(mutableAuthors(state),
-              (Set{"Demo User <you@tally.example> mine",
-                   "Demo User <you@tally.example> mine storage-sqlite@origin",
-                   "Mira Okafor <mira@tally.example> theirs render-colors@origin"}));
-    EXPECT_EQ(jj(repo, {"config", "get", "user.email"}), "you@tally.example\n");
+    // A branch that only its origin has arrives with a fetch.
+    runChecked({"git", "-C", (folder / "origin.git").string(), "branch", "copy-only", "main"});
+    jj(repo, {"git", "fetch"});
+    EXPECT_EQ(jj(repo, {"log", "--no-graph", "-r", "copy-only@origin", "-T", "commit_id"}),
+              jj(repo, {"log", "--no-graph", "-r", "main@origin", "-T", "commit_id"}));
 }
 
 }  // namespace

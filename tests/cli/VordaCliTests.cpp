@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "cli/DemoCopy.h"
 #include "jjkit/process/ProcessExecutor.h"
 #include "support/TempDir.h"
 #include "support/TestRepo.h"
@@ -43,7 +42,7 @@ json succeeded(const std::vector<std::string>& arguments, const std::string& rep
     return json::parse(result.stdout);
 }
 
-TEST(VordaCli, DemoThenSnapshotFromAFolderInsideTheRepository) {
+TEST(VordaCli, DemoSnapshotAndAStackUpdatePlannedByOneCallAndExecutedByTwoAtOnce) {
     TempDir scratch;
     const auto demo = (scratch.path() / "demo").string();
     const auto repo = succeeded({"demo", demo}).at("repo").get<std::string>();
@@ -63,6 +62,10 @@ TEST(VordaCli, DemoThenSnapshotFromAFolderInsideTheRepository) {
     EXPECT_TRUE(
         state.at("/workspaces/integration/composition/kind"_json_pointer).contains("materialized"));
     EXPECT_EQ(snapshot.at("trunkBookmarkName"), "main");
+    // The configured identity owns the demo's own work.
+    const auto tip = state.at("/bookmarks/storage-sqlite/commitIDs/0"_json_pointer);
+    EXPECT_EQ(state.at("commits").at(tip.get<std::string>()).at("/author/email"_json_pointer),
+              "test@vorda.invalid");
 
     // Asked again, the same repository gives the same document; only the
     // hunks' identities are minted anew by each read.
@@ -74,6 +77,71 @@ TEST(VordaCli, DemoThenSnapshotFromAFolderInsideTheRepository) {
     const auto refused = cli({"demo", demo});
     EXPECT_EQ(refused.exitCode, 1);
     EXPECT_NE(refused.stderr.find(demo), std::string::npos) << refused.stderr;
+
+    // A plan printed by one call is executed by the next and its receipt listed.
+    const auto jj = [&](const std::vector<std::string>& arguments) {
+        std::vector<std::string> command{"jj", "--no-pager", "-R", repo, "--ignore-working-copy"};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return testing::runChecked(command);
+    };
+    const auto stackBase = [&] {
+        return jj({"log", "--no-graph", "-r",
+                   "roots(::bookmarks(exact:\"storage-sqlite\") ~ ::trunk())", "-T",
+                   "parents.map(|p| p.commit_id())"});
+    };
+    const auto trunk = jj({"log", "--no-graph", "-r", "trunk()", "-T", "commit_id"});
+    ASSERT_NE(stackBase(), trunk);
+
+    const auto plan =
+        succeeded({"exec", R"({"planLocalStackUpdate":{"bookmarks":["storage-sqlite"],)"
+                           R"("oneOffChangeIDs":[]}})"},
+                  repo)
+            .at("localStackUpdatePlan")
+            .at("_0");
+    EXPECT_EQ(plan.at("bookmarkNames"), json::array({"storage-sqlite"}));
+    EXPECT_EQ(plan.at("destination").at("commit_id"), trunk);
+    // The stack carries its descendants along: the export stacked on it and
+    // both working copies above them.
+    EXPECT_EQ(plan.at("affectedWorkspaces").size(), 2U);
+
+    // Two further processes take the printed plan back unchanged, at once:
+    // one runs it, the other waits its turn and then finds it expired.
+    const auto command = json{{"executeLocalStackUpdate", {{"plan", plan}}}}.dump();
+    const auto rebases = [&] {
+        static const std::regex rebase("rebase");
+        const auto log = jj({"op", "log", "--no-graph", "-T", "description ++ \"\\n\""});
+        return std::distance(std::sregex_iterator(log.begin(), log.end(), rebase), {});
+    };
+    const auto rebasesBefore = rebases();
+    auto concurrent = std::async(std::launch::async, [&] { return cli({"exec", command}, repo); });
+    auto executed = cli({"exec", command}, repo);
+    auto late = concurrent.get();
+    if (executed.exitCode != 0) {
+        std::swap(executed, late);
+    }
+    ASSERT_EQ(executed.exitCode, 0) << executed.stdout << executed.stderr;
+    EXPECT_EQ(rebases(), rebasesBefore + 1);
+    const auto receipt = json::parse(executed.stdout).at("localStackUpdateCompleted").at("_0");
+    EXPECT_FALSE(receipt.contains("commandError")) << receipt;
+    EXPECT_EQ(receipt.at("verificationWarnings"), json::array()) << receipt;
+    EXPECT_EQ(stackBase(), trunk);
+
+    // The one record, but for its identity and time.
+    auto receipts = succeeded({"query", "loadUpdateReceipts"}, repo);
+    receipts.at("/records/0"_json_pointer).erase("id");
+    receipts.at("/records/0"_json_pointer).erase("startedAt");
+    EXPECT_EQ(receipts,
+              (json{{"records", {{{"plan", plan}, {"receipt", receipt}, {"schemaVersion", 1}}}},
+                    {"warnings", json::array()},
+                    {"guidance",
+                     {"The observed operation matches the verified result. Inspect any "
+                      "reported conflicts; no automatic recovery is needed."}}}));
+
+    // The plan's second run found it stale: refused, nothing recorded.
+    EXPECT_EQ(late.exitCode, 1);
+    EXPECT_EQ(json::parse(late.stdout).at("error").at("message"),
+              "Preview expired because the repository or working copy changed. Generate a fresh "
+              "preview.");
 }
 
 TEST(VordaCli, ExecAndQueryRunCommandsAndPlansAndTellFailuresFromBadInput) {
@@ -146,80 +214,22 @@ TEST(VordaCli, ExecAndQueryRunCommandsAndPlansAndTellFailuresFromBadInput) {
                           .at("_0");
     succeeded({"exec", json{{"executeFeatureAppend", {{"plan", plan}}}}.dump()}, root);
     EXPECT_EQ(repo.bookmarkTarget("feat"), "X");
+    EXPECT_EQ(repo.parents("X"), std::vector<std::string>{"F"});
     const auto record = succeeded({"query", "loadAppendReceipts"}, root).at("records").at(0);
-    EXPECT_EQ(succeeded({"query", "inspectFeatureAppend", json{{"record", record}}.dump()}, root)
-                  .at("guidance"),
-              "The planned parent topology and advanced bookmark are present. This does not "
-              "prove command provenance or unchanged file contents; no automatic recovery is "
-              "needed.");
-}
-
-TEST(VordaCli, APlanPrintedByOneCallIsExecutedByTheNextAndItsReceiptListed) {
-    TempDir scratch;
-    const auto repo = testing::copyDemo(scratch.path() / "demo");
-    const auto jj = [&](const std::vector<std::string>& arguments) {
-        std::vector<std::string> command{"jj", "--no-pager", "-R", repo, "--ignore-working-copy"};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        return testing::runChecked(command);
-    };
-    const auto stackBase = [&] {
-        return jj({"log", "--no-graph", "-r",
-                   "roots(::bookmarks(exact:\"storage-sqlite\") ~ ::trunk())", "-T",
-                   "parents.map(|p| p.commit_id())"});
-    };
-    const auto trunk = jj({"log", "--no-graph", "-r", "trunk()", "-T", "commit_id"});
-    ASSERT_NE(stackBase(), trunk);
-
-    const auto plan =
-        succeeded({"exec", R"({"planLocalStackUpdate":{"bookmarks":["storage-sqlite"],)"
-                           R"("oneOffChangeIDs":[]}})"},
-                  repo)
-            .at("localStackUpdatePlan")
-            .at("_0");
-    EXPECT_EQ(plan.at("bookmarkNames"), json::array({"storage-sqlite"}));
-    EXPECT_EQ(plan.at("destination").at("commit_id"), trunk);
-    // The stack carries its descendants along: the export stacked on it and
-    // both working copies above them.
-    EXPECT_EQ(plan.at("affectedWorkspaces").size(), 2U);
-
-    // Two further processes take the printed plan back unchanged, at once:
-    // one runs it, the other waits its turn and then finds it expired.
-    const auto command = json{{"executeLocalStackUpdate", {{"plan", plan}}}}.dump();
-    const auto rebases = [&] {
-        static const std::regex rebase("rebase");
-        const auto log = jj({"op", "log", "--no-graph", "-T", "description ++ \"\\n\""});
-        return std::distance(std::sregex_iterator(log.begin(), log.end(), rebase), {});
-    };
-    const auto rebasesBefore = rebases();
-    auto concurrent = std::async(std::launch::async, [&] { return cli({"exec", command}, repo); });
-    auto executed = cli({"exec", command}, repo);
-    auto again = concurrent.get();
-    if (executed.exitCode != 0) {
-        std::swap(executed, again);
-    }
-    ASSERT_EQ(executed.exitCode, 0) << executed.stdout << executed.stderr;
-    EXPECT_EQ(rebases(), rebasesBefore + 1);
-    const auto receipt = json::parse(executed.stdout).at("localStackUpdateCompleted").at("_0");
-    EXPECT_FALSE(receipt.contains("commandError")) << receipt;
-    EXPECT_EQ(receipt.at("verificationWarnings"), json::array()) << receipt;
-    EXPECT_EQ(stackBase(), trunk);
-
-    // The one record, but for its identity and time.
-    auto receipts = succeeded({"query", "loadUpdateReceipts"}, repo);
-    receipts.at("/records/0"_json_pointer).erase("id");
-    receipts.at("/records/0"_json_pointer).erase("startedAt");
-    EXPECT_EQ(receipts,
-              (json{{"records", {{{"plan", plan}, {"receipt", receipt}, {"schemaVersion", 1}}}},
+    const auto current = repo.currentOperationID();
+    EXPECT_EQ(succeeded({"query", "inspectFeatureAppend", json{{"record", record}}.dump()}, root),
+              (json{{"recordID", record.at("id")},
+                    {"operationID", current},
+                    {"latestRecordedOperationID", current},
+                    {"topology", "Routed parent topology"},
+                    {"bookmark", "Bookmark points to the uniquely visible moved tip"},
                     {"warnings", json::array()},
+                    {"conflictedChangeIDs", json::array()},
+                    {"changedSinceCheckpoint", false},
                     {"guidance",
-                     {"The observed operation matches the verified result. Inspect any "
-                      "reported conflicts; no automatic recovery is needed."}}}));
-
-    // The plan's second run found it stale: refused, nothing recorded.
-    EXPECT_EQ(again.exitCode, 1);
-    EXPECT_EQ(json::parse(again.stdout).at("error").at("message"),
-              "Preview expired because the repository or working copy changed. Generate a fresh "
-              "preview.");
+                     "The planned parent topology and advanced bookmark are present. This does "
+                     "not prove command provenance or unchanged file contents; no automatic "
+                     "recovery is needed."}}));
 }
 
 TEST(VordaCli, WatchPrintsASnapshotAfterAChangeFromTheCommandLine) {

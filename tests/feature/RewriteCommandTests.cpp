@@ -1,6 +1,7 @@
 // Planned rewrites through the session: a plan is a result that changes
 // nothing, its execution a completed result that is reported even when the
-// read after it fails, and the journals and inspection as the session's reads.
+// read after it fails, and the journals as the session's reads. An append and
+// its inspection go through the session in the vorda-cli tests.
 
 #include <string>
 #include <tuple>
@@ -93,45 +94,6 @@ TEST(RewriteCommands, APlanSentAsTextIsExecutedByALaterCommandAndLeavesItsReceip
     EXPECT_EQ(session->snapshotReadGeneration(), readsBeforeFailure + 1);
     EXPECT_EQ(session->lastSnapshot()->repoState.bookmarks.at("other").commitIDs,
               std::vector<std::string>{otherBefore});
-}
-
-TEST(RewriteCommands, AnAppendThroughTheSessionIsInspectedFromItsRecord) {
-    // The integration environment: a merge of two features, with finished
-    // work on it.
-    TestRepo repo;
-    repo.draw(R"(
-        origin
-        B <- root "base" README=base [main]
-        push main
-        F1 <- B "feature one" feature.txt=one [feat]
-        O1 <- B "other one" other.txt=other [other]
-        M <- F1 O1 "wip: integration"
-        W <- M "finished work" work.txt=work
-    )");
-    const auto session = RepoSession::open(repo.root());
-    const auto planned = session->execute(RepoCommand::PlanFeatureAppend{{repo.id("W")}, "feat"});
-    const auto& plan = resultCase<RepoCommandResult::FeatureAppendPlan>(planned).plan;
-    EXPECT_EQ(plan.bookmarkAdvance.targetChangeID, repo.id("W"));
-
-    const auto executed = session->execute(RepoCommand::ExecuteFeatureAppend{plan});
-    const auto& record = resultCase<RepoCommandResult::FeatureAppendCompleted>(executed).record;
-    EXPECT_TRUE(record.receipt && record.receipt->succeeded()) << encodeResult(executed).dump();
-    EXPECT_EQ(repo.bookmarkTarget("feat"), "W");
-    EXPECT_EQ(repo.parents("W"), std::vector<std::string>{"F1"});
-
-    // The session reads the record back from its journal and inspects it.
-    const auto appends = session->loadAppendReceipts().records;
-    ASSERT_EQ(appends, std::vector<OperationRecord<FeatureAppendPlan>>{record});
-    const auto operation = repo.currentOperationID();
-    EXPECT_EQ(session->inspectFeatureAppend(appends.front()),
-              (FeatureAppendInspection{record.id,
-                                       operation,
-                                       operation,
-                                       FeatureAppendInspection::Topology::routed,
-                                       FeatureAppendInspection::BookmarkState::advanced,
-                                       {},
-                                       {},
-                                       false}));
 }
 
 }  // namespace
