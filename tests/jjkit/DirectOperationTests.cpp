@@ -212,9 +212,17 @@ TEST_F(DirectOperations, DivergentChangesResolveToTheNewestAndBookmarksAreCreate
     EXPECT_EQ(repo.commitID("shared"), repo.commitID("shared@origin"));
 }
 
-TEST_F(DirectOperations, FilesMoveBetweenCommitsWhateverTheirNames) {
+TEST_F(DirectOperations,
+       FilesMoveWhateverTheirNamesAndCommitsAreRebasedDuplicatedAndRebasedIntoABookmark) {
+    repo.draw(R"(
+      A1 <- T "a1" a=1 [feat]
+      A2 <- A1 "a2" a=2
+      B1 <- T "b1" b=1
+      L <- T "loose" l=1
+      W <- T "low" w=1
+      G <- T "target" t=1
+    )");
     const std::string awkward = "dir with blank/quote \"é\".txt";
-    repo.draw("G <- T \"target\" t=1");
     repo.writeFile(awkward, "awkward\n");
     repo.writeFile("plain.txt", "plain\n");
     repo.writeFile("stays.txt", "stays\n");
@@ -234,16 +242,7 @@ TEST_F(DirectOperations, FilesMoveBetweenCommitsWhateverTheirNames) {
     client.splitByFiles(repo.id("G"), {awkward});
     EXPECT_EQ(paths("children(" + repo.id("G") + ") ~ @"), (std::vector<Names>{{awkward}, {"t"}}));
     EXPECT_EQ(graph(repo, {"G"}), "G<T");
-}
 
-TEST_F(DirectOperations, RebasesDuplicatesAndRebasesIntoABookmark) {
-    repo.draw(R"(
-      A1 <- T "a1" a=1 [feat]
-      A2 <- A1 "a2" a=2
-      B1 <- T "b1" b=1
-      L <- T "loose" l=1
-      W <- T "low" w=1
-    )");
     const auto operations = repo.operationCount();
     client.rebaseRevsOnto({}, repo.id("B1"));
     client.rebaseSubtreesOnto({}, repo.id("B1"));
@@ -410,7 +409,7 @@ TEST_F(DirectOperations, ApexParentsResolveAsOfTheLastRead) {
               "Apex attachment data is incomplete. Refresh before editing parents.");
 }
 
-TEST_F(DirectOperations, FetchStreamsItsLinesAndPushSendsOneBookmarkOrFailsWithJJsMessage) {
+TEST_F(DirectOperations, FetchStreamsItsLinesPushSendsOneBookmarkAndTheOperationLogRestores) {
     repo.advanceOrigin("main", "upstream work", {{"u", "1"}});
     const LogCapture log;
     std::mutex mutex;
@@ -457,10 +456,7 @@ TEST_F(DirectOperations, FetchStreamsItsLinesAndPushSendsOneBookmarkOrFailsWithJ
           "gitPush bookmark=feature remote=origin", "gitPush bookmark=main remote=default"}) {
         EXPECT_TRUE(log.contains(entry)) << entry;
     }
-}
-
-TEST_F(DirectOperations, OperationLogReadsRestoresGuardedAndUndoes) {
-    repo.draw("A <- T \"one\" a=1");
+    // The operation log: read, restored when confirmed, undone.
 
     const auto several = client.opLog(3);
     ASSERT_EQ(several.size(), 3U);

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -17,13 +19,11 @@
 #include "jjkit/trace/PerfReport.h"
 #include "jjkit/trace/TraceSettings.h"
 #include "support/LogCapture.h"
-#include "support/ManualScheduler.h"
 
 namespace vorda {
 namespace {
 
 using testing::LogCapture;
-using testing::ManualScheduler;
 using Lines = std::vector<std::string>;
 
 constexpr std::uint64_t ms = 1'000'000;
@@ -271,7 +271,15 @@ TEST(PerfLive, ActionsAndUIUpdatesEndedAfterTheUIFlushWaitTwoRoundsAndCountBodie
     }
     LogCapture log;
     {
-        ManualScheduler scheduler;
+        // A UI flush scheduler whose queued work runs one round at a time.
+        std::vector<std::function<void()>> queued;
+        Perf::setUIFlushScheduler(
+            [&](std::function<void()> work) { queued.push_back(std::move(work)); });
+        const auto runRound = [&] {
+            for (auto& work : std::exchange(queued, {})) {
+                work();
+            }
+        };
         const std::uint64_t action = Perf::beginAction("live flushed");
         Perf::record("live flushed work", PerfCategory::webview, Perf::nowNs(), Perf::nowNs());
         Bench::tickBody("live body before");  // before the end was asked for: not counted
@@ -284,11 +292,12 @@ TEST(PerfLive, ActionsAndUIUpdatesEndedAfterTheUIFlushWaitTwoRoundsAndCountBodie
         });
         EXPECT_TRUE(updated) << "the update itself runs at once";
         Bench::tickBody("live body");
-        scheduler.runRound();
+        runRound();
         EXPECT_EQ(log.text(), "") << "reported after one round";
         Bench::tickBody("live other body");
-        scheduler.runRound();
-        EXPECT_EQ(scheduler.pending(), 0U);
+        runRound();
+        EXPECT_TRUE(queued.empty());
+        Perf::setUIFlushScheduler({});
     }
 
     // With the scheduler removed, the report is written at once; without a

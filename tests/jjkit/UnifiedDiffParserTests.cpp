@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <set>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -38,11 +39,6 @@ std::string render(const UnifiedDiff& diff) {
 const std::string oneFile = "diff --git a/f b/f\n--- a/f\n+++ b/f\n";
 
 TEST(UnifiedDiffParser, ReadsFilesHunksAndLines) {
-    struct Case {
-        std::string name;
-        std::string text;
-        std::string expected;
-    };
     // A working copy that adds a file, changes a binary file, deletes a file,
     // edits a file with an empty context line, renames a file without
     // changing it, and edits a file lacking its final line feed.
@@ -59,7 +55,7 @@ TEST(UnifiedDiffParser, ReadsFilesHunksAndLines) {
     repo.writeFile("blob.bin", std::string("a\0c", 3));
     repo.writeFile("keep.txt", "alpha\nBETA\ngamma\n\ndelta\nepsilon\n");
     repo.writeFile("tail.txt", "no newline changed");
-    std::vector<Case> cases = {
+    std::vector<std::tuple<std::string, std::string, std::string>> cases = {
         {"real jj diff", repo.jj({"diff", "--git"}),
          "A added.txt [-0,0 +1,2|+fresh|+file]\n"
          "M blob.bin binary\n"
@@ -118,9 +114,8 @@ TEST(UnifiedDiffParser, ReadsFilesHunksAndLines) {
         cases.push_back({bad, oneFile + bad + "\n+lost\n@@ -5,1 +5,1 @@\n-old\n+new\n",
                          "M f [-5,1 +5,1|-old|+new]\n"});
     }
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.name);
-        EXPECT_EQ(render(UnifiedDiffParser::parse(testCase.text)), testCase.expected);
+    for (const auto& [name, text, expected] : cases) {
+        EXPECT_EQ(render(UnifiedDiffParser::parse(text)), expected) << name;
     }
 }
 
