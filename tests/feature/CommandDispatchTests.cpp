@@ -27,63 +27,7 @@ std::string toast(RepoSession& session, const RepoCommand& command) {
     return result.toastText() != nullptr ? *result.toastText() : "<not a toast>";
 }
 
-TEST(CommandDispatch, RowsThatRefuseOrOnlyTouchSettingsStartNoJJ) {
-    TestRepo repo;
-    repo.draw(R"(A <- root "one" a=1 [feature])");
-    const auto session = RepoSession::open(repo.root());
-    // Before any read there is nothing to reuse: the first settings row reads.
-    const auto first = session->execute(RepoCommand::ToggleTag{"review", "feature"});
-    EXPECT_EQ(first.refreshedSnapshot()->lanesByBookmark.at("feature").tags,
-              std::vector<std::string>{"review"});
-    EXPECT_EQ(session->snapshotReadGeneration(), 1U);
-
-    LogCapture log;
-    for (const auto& [command, expected] : std::vector<std::pair<RepoCommand, std::string>>{
-             {RepoCommand::StageFiles{{}, "feature"}, "No files selected"},
-             {RepoCommand::UnstageFiles{{}, "feature"}, "No files selected"},
-             {RepoCommand::SplitCommit{"feature", {}}, "No files selected"},
-             {RepoCommand::StageHunks{"a", {}, "feature", "/no/helper"}, "No hunks selected"}}) {
-        EXPECT_EQ(toast(*session, command), expected);
-    }
-
-    const auto lane = [&](const RepoCommand& command) {
-        return session->execute(command).refreshedSnapshot()->lanesByBookmark.at("feature");
-    };
-    lane(RepoCommand::ToggleTag{"urgent", "feature"});
-    lane(RepoCommand::ToggleTag{"review", "feature"});
-    lane(RepoCommand::TogglePinned{"feature"});
-    lane(RepoCommand::ToggleBookmarkColumnVisibility{"feature"});
-    const auto strategic = lane(RepoCommand::SetUpdateStrategy{UpdateStrategy::mergeIn, "feature"});
-    EXPECT_EQ(session->settingsStore().settings("feature"),
-              (BookmarkSettings{UpdateStrategy::mergeIn, {}, {}, {"urgent"}, true, true}));
-    EXPECT_EQ(std::tuple(strategic.updateStrategy, strategic.tags, strategic.isPinned),
-              std::tuple(UpdateStrategy::mergeIn, std::vector<std::string>{"urgent"}, true));
-    // Closing a column also unpins it.
-    const auto closed = lane(RepoCommand::CloseBookmarkColumn{"feature"});
-    EXPECT_EQ(std::pair(closed.isPinned, closed.isColumnVisible), std::pair(false, false));
-
-    // Rules for one bookmark replace only that bookmark's rules.
-    const FileRoutingRule docs{"8E0C6B1E-3C7D-4E52-9B6A-0F1B2C3D4E5F", "docs/**", "feature", true};
-    const FileRoutingRule other{"1A2B3C4D-5E6F-4A1B-8C2D-3E4F5A6B7C8D", "*.md", "other", true};
-    const FileRoutingRule tests{"2B3C4D5E-6F7A-4B2C-9D3E-4F5A6B7C8D9E", "tests/*", "feature",
-                                false};
-    session->execute(RepoCommand::SetRoutingRules{{docs, other}});
-    const auto result =
-        session->execute(RepoCommand::SetRoutingRulesForBookmark{"feature", {tests}});
-    EXPECT_EQ(session->settingsStore().routingRules(),
-              (std::vector<FileRoutingRule>{other, tests}));
-    EXPECT_EQ(result.refreshedSnapshot()->lanesByBookmark.at("feature").routingRules,
-              std::vector<FileRoutingRule>{tests});
-
-    // The cached state served every row, and the last snapshot went out.
-    EXPECT_FALSE(log.contains("START")) << log.text();
-    EXPECT_EQ(session->snapshotReadGeneration(), 1U);
-    EXPECT_EQ(result.refreshedSnapshot()->repoState, first.refreshedSnapshot()->repoState);
-    EXPECT_EQ(session->lastSnapshot(), result.refreshedSnapshot());
-    EXPECT_EQ(session->snapshots().next(), result.refreshedSnapshot());
-}
-
-TEST(CommandDispatch, DirectRowsChangeTheRepositoryAndSayWhatTheyDidAndPullRequestsGoThroughGh) {
+TEST(CommandDispatch, RowsChangeTheRepositoryOrOnlyItsSettingsAndSayWhatTheyDid) {
     // theirs is a branch only origin has; L1 and L2 are one-offs on the old trunk.
     testing::ScriptedGh gh;
     TestRepo repo;
@@ -173,6 +117,58 @@ TEST(CommandDispatch, DirectRowsChangeTheRepositoryAndSayWhatTheyDidAndPullReque
     const auto generation = session->snapshotReadGeneration();
     EXPECT_THROW(session->execute(RepoCommand::RenameBookmark{"no-such", "other"}), JJError);
     EXPECT_EQ(session->snapshotReadGeneration(), generation);
+
+    // A fresh session: rows that refuse or only touch settings start no jj
+    // once there is a state to reuse.
+    const auto fresh = RepoSession::open(repo.root());
+    // Before any read there is nothing to reuse: the first settings row reads.
+    const auto first = fresh->execute(RepoCommand::ToggleTag{"review", "feature"});
+    EXPECT_EQ(first.refreshedSnapshot()->lanesByBookmark.at("feature").tags,
+              std::vector<std::string>{"review"});
+    EXPECT_EQ(fresh->snapshotReadGeneration(), 1U);
+
+    LogCapture log;
+    for (const auto& [command, expected] : std::vector<std::pair<RepoCommand, std::string>>{
+             {RepoCommand::StageFiles{{}, "feature"}, "No files selected"},
+             {RepoCommand::UnstageFiles{{}, "feature"}, "No files selected"},
+             {RepoCommand::SplitCommit{"feature", {}}, "No files selected"},
+             {RepoCommand::StageHunks{"a", {}, "feature", "/no/helper"}, "No hunks selected"}}) {
+        EXPECT_EQ(toast(*fresh, command), expected);
+    }
+
+    const auto lane = [&](const RepoCommand& command) {
+        return fresh->execute(command).refreshedSnapshot()->lanesByBookmark.at("feature");
+    };
+    lane(RepoCommand::ToggleTag{"urgent", "feature"});
+    lane(RepoCommand::ToggleTag{"review", "feature"});
+    lane(RepoCommand::TogglePinned{"feature"});
+    lane(RepoCommand::ToggleBookmarkColumnVisibility{"feature"});
+    const auto strategic = lane(RepoCommand::SetUpdateStrategy{UpdateStrategy::mergeIn, "feature"});
+    EXPECT_EQ(fresh->settingsStore().settings("feature"),
+              (BookmarkSettings{UpdateStrategy::mergeIn, {}, {}, {"urgent"}, true, true}));
+    EXPECT_EQ(std::tuple(strategic.updateStrategy, strategic.tags, strategic.isPinned),
+              std::tuple(UpdateStrategy::mergeIn, std::vector<std::string>{"urgent"}, true));
+    // Closing a column also unpins it.
+    const auto closed = lane(RepoCommand::CloseBookmarkColumn{"feature"});
+    EXPECT_EQ(std::pair(closed.isPinned, closed.isColumnVisible), std::pair(false, false));
+
+    // Rules for one bookmark replace only that bookmark's rules.
+    const FileRoutingRule docs{"8E0C6B1E-3C7D-4E52-9B6A-0F1B2C3D4E5F", "docs/**", "feature", true};
+    const FileRoutingRule other{"1A2B3C4D-5E6F-4A1B-8C2D-3E4F5A6B7C8D", "*.md", "other", true};
+    const FileRoutingRule tests{"2B3C4D5E-6F7A-4B2C-9D3E-4F5A6B7C8D9E", "tests/*", "feature",
+                                false};
+    fresh->execute(RepoCommand::SetRoutingRules{{docs, other}});
+    const auto result = fresh->execute(RepoCommand::SetRoutingRulesForBookmark{"feature", {tests}});
+    EXPECT_EQ(fresh->settingsStore().routingRules(), (std::vector<FileRoutingRule>{other, tests}));
+    EXPECT_EQ(result.refreshedSnapshot()->lanesByBookmark.at("feature").routingRules,
+              std::vector<FileRoutingRule>{tests});
+
+    // The cached state served every row, and the last snapshot went out.
+    EXPECT_FALSE(log.contains("START")) << log.text();
+    EXPECT_EQ(fresh->snapshotReadGeneration(), 1U);
+    EXPECT_EQ(result.refreshedSnapshot()->repoState, first.refreshedSnapshot()->repoState);
+    EXPECT_EQ(fresh->lastSnapshot(), result.refreshedSnapshot());
+    EXPECT_EQ(fresh->snapshots().next(), result.refreshedSnapshot());
 }
 
 TEST(CommandDispatch, TwoWorkspacesOfOneRepositoryTakeTurnsInArrivalOrder) {

@@ -1,6 +1,7 @@
 // Automatic routing of working-copy files into bookmarks: the glob rules and
 // a pass on a real repository, driven by a refresh as the watcher drives it.
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -96,14 +97,9 @@ TEST(FileRouting, ARefreshMovesMatchingFilesIntoTheFirstEnabledMatchingRulesBook
     const auto routed = session->snapshots().next().value_or(nullptr);
     ASSERT_TRUE(routed);
     EXPECT_EQ(routed, session->lastSnapshot());
-    const auto& commits = routed->repoState.commits;
-    const auto workingCopy =
-        std::ranges::find_if(commits, [](const auto& entry) { return entry.second->workingCopy; });
-    ASSERT_NE(workingCopy, commits.end());
     Paths shown;
-    for (const auto& file : workingCopy->second->changedFiles) {
-        shown.push_back(file.path);
-    }
+    std::ranges::transform(routed->repoState.commits.at(repo.commitID("@"))->changedFiles,
+                           std::back_inserter(shown), &ChangedFile::path);
     EXPECT_EQ(shown, left);
 }
 

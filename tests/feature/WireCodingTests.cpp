@@ -55,18 +55,16 @@ struct Sample {
 // keys, fails to compile as soon as a sample below reaches the record; one that
 // codes it wrongly fails a round trip or a golden text.
 
-template <typename T, std::size_t... Index>
-constexpr bool takesInitialisers(std::index_sequence<Index...> /*members*/) {
-    return requires {
-        T{Sample{Index}...};
-    };
-}
-
 /// The most initialisers the aggregate `T` takes: its member count. Counted
 /// down, since a member without a default value needs its initialiser.
 template <typename T, std::size_t Count = 16>
 constexpr std::size_t memberCount() {
-    if constexpr (Count == 0 || takesInitialisers<T>(std::make_index_sequence<Count>{})) {
+    constexpr auto takesInitialisers = []<std::size_t... Index>(std::index_sequence<Index...>) {
+        return requires {
+            T{Sample{Index}...};
+        };
+    };
+    if constexpr (Count == 0 || takesInitialisers(std::make_index_sequence<Count>{})) {
         return Count;
     } else {
         return memberCount<T, Count - 1>();
@@ -379,8 +377,6 @@ TEST(WireModel, CommandsAndResultsHaveTheirExactJSON) {
     // Bytes that are not UTF-8 become replacement characters.
     const std::string text = wireText(encodeCommand(RepoCommand::ResolveFile{"caf\xe9.txt"}));
     EXPECT_EQ(text, "{\"resolveFile\":{\"path\":\"caf\xef\xbf\xbd.txt\"}}");
-    EXPECT_EQ(std::get<RepoCommand::ResolveFile>(parseCommand(text).value).path,
-              "caf\xef\xbf\xbd.txt");
 }
 
 /// The description of the failure to decode `text` as a command.
