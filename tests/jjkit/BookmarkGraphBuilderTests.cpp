@@ -72,20 +72,7 @@ TEST(BookmarkGraphBuilder, CyclesDuplicatesAndMissingParentsStillBuild) {
       one-off d on d
       immutable | conflicted | behind trunk
     )"));
-    EXPECT_EQ(state.commits.size(), 4U);
-    EXPECT_EQ(state.commits.at("a")->parents, std::vector<std::string>{"b"});
     EXPECT_EQ(state.transitiveDependencies("ay"), (std::set<std::string>{"ay", "bee"}));
-}
-
-TEST(BookmarkGraphBuilder, NoBookmarksMakesEveryOwnMutableCommitOneOff) {
-    EXPECT_EQ(show(BookmarkGraphBuilder::build(input(
-                  {commit("b", {"a"}), commit("a", {"root"}), commit("root", {}, {}, true)}))),
-              lines(R"(
-      lane b: b a
-      one-off a on root
-      one-off b on a
-      immutable root | conflicted | behind trunk
-    )"));
 }
 
 TEST(BookmarkGraphBuilder, GivesOrphansNewestFirstAndUnreadableTimesLastInListOrder) {

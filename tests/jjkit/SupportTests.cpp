@@ -277,18 +277,13 @@ TEST(SupportDiagnosticLog, SinkReceivesWholeWritesAndCanBeRestored) {
             });
         }
     }
-    std::map<std::string, Lines> byWriter;
-    std::map<std::string, Lines> expected;
+    std::map<std::string, int> written;
     for (const auto& text : inner) {
-        byWriter[text.substr(0, text.find(" line"))].push_back(text);
+        const auto writer = text.substr(0, text.find(" line"));
+        EXPECT_EQ(text, writer + " line " + std::to_string(written[writer]++) + "\n");
     }
-    for (int thread = 0; thread < threadCount; ++thread) {
-        const std::string writer = "writer " + std::to_string(thread);
-        for (int index = 0; index < linesPerThread; ++index) {
-            expected[writer].push_back(writer + " line " + std::to_string(index) + "\n");
-        }
-    }
-    EXPECT_EQ(byWriter, expected);
+    EXPECT_EQ(inner.size(), static_cast<std::size_t>(threadCount * linesPerThread));
+    EXPECT_EQ(written.size(), static_cast<std::size_t>(threadCount));
 
     // Putting the first sink back routes writes there again.
     DiagnosticLog::setSink(std::move(previous));
