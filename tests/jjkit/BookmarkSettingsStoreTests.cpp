@@ -9,6 +9,7 @@
 #include <system_error>
 #include <thread>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -281,20 +282,17 @@ TEST_F(BookmarkSettingsStoreTest, TheFileIsReadOnceWritesReadItAfreshAndFailedWr
 
     // Unencodable values are refused before the file is touched.
     const std::string before = readFile(settingsFile());
-    const auto errorOf = [](const std::function<void()>& write) {
-        try {
-            write();
-        } catch (const std::system_error& error) {
-            return error.code();
-        }
-        return std::error_code();
+    const auto fails = [](std::errc code) {
+        return ::testing::Throws<std::system_error>(
+            ::testing::Property(&std::system_error::code, std::make_error_code(code)));
     };
-    EXPECT_EQ(errorOf([&] { store.set(fullSettings(), "bad\xC3"); }),
-              std::errc::illegal_byte_sequence);
-    EXPECT_EQ(errorOf([&] {
-                  store.setRoutingRules({{"not-a-uuid", "*", "b", true}});
-              }),
-              std::errc::invalid_argument);
+    EXPECT_THAT([&] { store.set(fullSettings(), "bad\xC3"); },
+                fails(std::errc::illegal_byte_sequence));
+    EXPECT_THAT(
+        [&] {
+            store.setRoutingRules({{"not-a-uuid", "*", "b", true}});
+        },
+        fails(std::errc::invalid_argument));
     EXPECT_EQ(counts(), "1 1 late");
     EXPECT_EQ(readFile(settingsFile()), before);
 

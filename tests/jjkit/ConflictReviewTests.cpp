@@ -2,6 +2,7 @@
 
 #include "jjkit/diff/ConflictReview.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/LogCapture.h"
@@ -11,6 +12,8 @@
 namespace vorda {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::HasSubstr;
 using testing::LogCapture;
 using testing::refusal;
 using testing::TestRepo;
@@ -41,9 +44,8 @@ TEST(ConflictReview, ReadsEveryConflictedFileWithoutSnapshottingAndRefusesPartia
     std::vector<std::string> paths;
     for (const auto& file : review.files) {
         paths.push_back(file.path);
-        for (const auto* part : {"<<<<<<<", "left", "right"}) {
-            EXPECT_NE(file.contents.find(part), std::string::npos) << file.path;
-        }
+        EXPECT_THAT(file.contents,
+                    AllOf(HasSubstr("<<<<<<<"), HasSubstr("left"), HasSubstr("right")));
     }
     EXPECT_EQ(paths, (std::vector<std::string>{"dir/ñandú.txt", "quote\"d.txt", "with blank.txt"}));
     EXPECT_TRUE(log.contains("rebase-review/conflict-paths"));
@@ -52,7 +54,7 @@ TEST(ConflictReview, ReadsEveryConflictedFileWithoutSnapshottingAndRefusesPartia
     // A commit without conflicts has its patch and no files.
     const auto calm = RebaseConflictReview::load(client, sides[0]);
     EXPECT_FALSE(calm.commit.conflict);
-    EXPECT_NE(calm.patch.find("changed on one side only"), std::string::npos);
+    EXPECT_THAT(calm.patch, HasSubstr("changed on one side only"));
     EXPECT_TRUE(calm.files.empty());
 
     // Anything but a full change ID is refused before any process runs.

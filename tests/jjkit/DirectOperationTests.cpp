@@ -7,6 +7,7 @@
 #include <functional>
 #include <mutex>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "jjkit/client/JJClient.h"
@@ -20,8 +21,13 @@
 namespace vorda {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::Each;
 using testing::graph;
+using ::testing::HasSubstr;
 using testing::LogCapture;
+using ::testing::Not;
 using testing::refusal;
 using testing::TestRepo;
 using Names = std::vector<std::string>;
@@ -288,10 +294,8 @@ TEST_F(DirectOperations, QueriesAnswerForRealHistoryAndConflictedFiles) {
     EXPECT_EQ(client.changedFiles(a2),
               (std::vector<ChangedFile>{{"a", "M", 1, 1}, {"b", "A", 1, 0}}));
     EXPECT_TRUE(client.changedFiles("none()").empty());
-    EXPECT_NE(client.diff(a2).find("+++ b/b"), std::string::npos);
-    const auto combined = client.combinedDiff();
-    EXPECT_NE(combined.find("+++ b/a"), std::string::npos);
-    EXPECT_NE(combined.find("+++ b/b"), std::string::npos);
+    EXPECT_THAT(client.diff(a2), HasSubstr("+++ b/b"));
+    EXPECT_THAT(client.combinedDiff(), AllOf(HasSubstr("+++ b/a"), HasSubstr("+++ b/b")));
 
     // Pages are bands of depth below the tip, which is never in them.
     EXPECT_EQ(summaries(client.loadAncestors(a3, 1, 0)), Names{"a2"});
@@ -309,7 +313,7 @@ TEST_F(DirectOperations, QueriesAnswerForRealHistoryAndConflictedFiles) {
     const auto files = client.conflictedFiles();
     ASSERT_EQ(files.size(), 1U);
     // jj prints the path as seen from the current folder, columns behind it.
-    EXPECT_NE(files.front().find("clash.txt"), std::string::npos) << files.front();
+    EXPECT_THAT(files.front(), HasSubstr("clash.txt"));
     repo.writeFile("clash.txt", "resolved\n");
     repo.jj({"debug", "snapshot"});
     EXPECT_TRUE(client.conflictedFiles().empty());
@@ -420,11 +424,8 @@ TEST_F(DirectOperations, FetchStreamsItsLinesPushSendsOneBookmarkAndTheOperation
     });
     EXPECT_FALSE(log.contains("--remote"));
     const std::scoped_lock lock(mutex);
-    EXPECT_TRUE(std::ranges::any_of(
-        lines, [](const auto& line) { return line.find("main@origin") != std::string::npos; }));
-    EXPECT_TRUE(std::ranges::none_of(lines, [](const auto& line) {
-        return line.find('\n') != std::string::npos;
-    })) << "one line each";
+    EXPECT_THAT(lines, Contains(HasSubstr("main@origin")));
+    EXPECT_THAT(lines, Each(Not(HasSubstr("\n")))) << "one line each";
     EXPECT_NE(repo.commitID("main@origin"), commitID("T"));
     client.gitFetch("origin");
 

@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -14,6 +15,9 @@
 namespace vorda {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
 using testing::TestRepo;
 using Targets = std::map<std::string, std::string>;
 
@@ -121,13 +125,11 @@ TEST_F(HostileInput, PathsNameExactlyTheirFileAndTextsThatLookLikeOptionsAreText
     for (const auto& path : paths) {
         SCOPED_TRACE(path);
         client.moveFiles({path}, parent);
-        const auto inParent = repo.jj({"file", "list", "-r", parent});
-        EXPECT_NE(inParent.find(path + "\n"), std::string::npos);
-        EXPECT_EQ(inParent.find(decoy + "\n"), std::string::npos);
+        EXPECT_THAT(repo.jj({"file", "list", "-r", parent}),
+                    AllOf(HasSubstr(path + "\n"), Not(HasSubstr(decoy + "\n"))));
     }
     client.pullFiles({paths.front()}, parent);
-    EXPECT_EQ(repo.jj({"file", "list", "-r", parent}).find(paths.front() + "\n"),
-              std::string::npos);
+    EXPECT_THAT(repo.jj({"file", "list", "-r", parent}), Not(HasSubstr(paths.front() + "\n")));
 
     for (const std::string message :
          {"- fix typo\n- update docs", "-r", "--help", "--message=x", R"(back\slash "q" ü)"}) {

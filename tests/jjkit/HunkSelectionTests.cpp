@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "jjkit/client/JJClient.h"
@@ -217,14 +218,12 @@ TEST(HunkSelectionRepo, SquashAndSplitTakeExactlyTheChosenHunksOrFailWhole) {
 
     // A hunk that is not there fails the helper, hence jj: nothing is split.
     const auto operations = repo.operationCount();
-    try {
-        runWithSelection({"split", "-r", whole, "-m", "never"}, {{{"story.txt", {0, 3}}}});
-        ADD_FAILURE() << "jj succeeded";
-    } catch (const JJError& error) {
-        EXPECT_NE(error.errorDescription().find("no hunk 3 in story.txt (it has 3)"),
-                  std::string::npos)
-            << error.errorDescription();
-    }
+    EXPECT_THAT(
+        [&] {
+            runWithSelection({"split", "-r", whole, "-m", "never"}, {{{"story.txt", {0, 3}}}});
+        },
+        ::testing::ThrowsMessage<JJError>(
+            ::testing::HasSubstr("no hunk 3 in story.txt (it has 3)")));
     EXPECT_EQ(repo.operationCount(), operations);
 
     // The bookmark tip takes hunks 0 and 2 of the story and nothing else; the

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
@@ -134,15 +135,10 @@ TEST_F(PRCacheStoreTest, EntriesRoundTripAcrossStoresAndAreReplacedAndRemovedByN
 TEST_F(PRCacheStoreTest, WhatCannotBeADatabaseThrowsAClearError) {
     fs::create_directories(cacheFile().parent_path());
     std::ofstream(cacheFile(), std::ios::binary) << std::string(4096, '\xA5');
-    try {
-        PRCacheStore store(root());
-        store.all();
-        ADD_FAILURE() << "a garbage file opened as a cache";
-    } catch (const PRCacheStoreError& error) {
-        const std::string message = error.what();
-        EXPECT_NE(message.find(cacheFile().string()), std::string::npos) << message;
-        EXPECT_NE(message.find("not a database"), std::string::npos) << message;
-    }
+    EXPECT_THAT(
+        [&] { (void)PRCacheStore(root()).all(); },
+        ::testing::ThrowsMessage<PRCacheStoreError>(::testing::AllOf(
+            ::testing::HasSubstr(cacheFile().string()), ::testing::HasSubstr("not a database"))));
 
     // A FIFO in place of the cache, or a file where the .jj folder belongs.
     fs::remove(cacheFile());
