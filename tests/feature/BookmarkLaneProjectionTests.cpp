@@ -186,14 +186,12 @@ TEST(BookmarkLaneBuild, FindsMergedLanesAnywhereInALongTrunkHistoryDownToItsUnlo
         history.append(" t").append(std::to_string(index)).append(":t");
         history.append(std::to_string(index - 1)).append("!");
     }
-    StateBuilder longer;
-    longer.commits(history);
-    longer.commits("side:t5!")
-        .bookmarks(
-            "main@origin:t2999 at-0:t0 at-1:t1 at-1234:t1234 at-2998:t2998 unloaded-base:beyond "
-            "side:side elsewhere:nowhere");
+    const auto longer = stateOf(
+        history + " side:t5!",
+        "main@origin:t2999 at-0:t0 at-1:t1 at-1234:t1234 at-2998:t2998 unloaded-base:beyond "
+        "side:side elsewhere:nowhere");
     Names merged;
-    for (const auto& [name, lane] : build(longer.state(), "main")) {
+    for (const auto& [name, lane] : build(longer, "main")) {
         if (lane.isMergedIntoTrunk) {
             merged.push_back(name);
         }

@@ -6,6 +6,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -75,11 +76,8 @@ TEST(DateBucketingParse, ReadsInternetDateTimesAndTheFixedFormOnly) {
     }
 }
 
-struct BucketCase {
-    Date date;
-    Date relativeTo;
-    DateBucket expected;
-};
+/// A date, the date it is seen from, and its bucket.
+using BucketCase = std::tuple<Date, Date, DateBucket>;
 
 void expectBuckets(const std::string& zone, const std::vector<BucketCase>& cases) {
     inZone(zone, [&cases] {

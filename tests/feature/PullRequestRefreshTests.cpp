@@ -6,6 +6,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -121,33 +122,31 @@ TEST_F(PullRequestRefreshTest, TheCacheStandsUntilATipMovesOrAForceOrALimitSaysO
 
     // A cached answer stands while its tip is the bookmark's, a cached "no
     // pull request" too; the cached badges come before any question.
-    struct Case {
-        bool force;
-        std::string forced, limitTo, asked, cached, result;
-    };
-    const std::vector<Case> cases{
-        {false, "", "", "gamma main", "alpha:1", "alpha:1 gamma:31"},
-        {true, "", "", "alpha beta gamma main", "", "alpha:10 beta:21 gamma:31"},
-        // Only the named ones; a forced one reaches beyond them, untracked ones never.
-        {false, "beta solo theirs", "alpha", "beta", "alpha:1", "alpha:1 beta:21"},
-        {false, "", "gamma solo nonexistent", "gamma", "", "gamma:31"},
-    };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.asked);
+    // Force, forced branches, limit; then the branches asked, the cached badges, the result.
+    const std::vector<
+        std::tuple<bool, std::string, std::string, std::string, std::string, std::string>>
+        cases{
+            {false, "", "", "gamma main", "alpha:1", "alpha:1 gamma:31"},
+            {true, "", "", "alpha beta gamma main", "", "alpha:10 beta:21 gamma:31"},
+            // Only the named ones; a forced one reaches beyond them, untracked ones never.
+            {false, "beta solo theirs", "alpha", "beta", "alpha:1", "alpha:1 beta:21"},
+            {false, "", "gamma solo nonexistent", "gamma", "", "gamma:31"},
+        };
+    for (const auto& [force, forced, limitTo, asked, cachedBadges, badgesAfter] : cases) {
+        SCOPED_TRACE(asked);
         cache.set(Entry{"tip-alpha", pr(1), never}, "alpha");
         cache.set(Entry{"tip-beta", std::nullopt, never}, "beta");
         cache.set(Entry{"moved-away", pr(30), never}, "gamma");
         cache.remove("main");
         gh.forgetCalls();
         std::vector<PRs> cachedCalls;
-        const auto result =
-            refresh(&cache, row.force, row.forced, row.limitTo, [&](const PRs& cached) {
-                EXPECT_TRUE(gh.calls().empty());
-                cachedCalls.push_back(cached);
-            });
-        EXPECT_EQ(gh.askedBranches(), words(row.asked));
-        EXPECT_EQ(cachedCalls, std::vector<PRs>{badges(row.cached)});
-        EXPECT_EQ(result, badges(row.result));
+        const auto result = refresh(&cache, force, forced, limitTo, [&](const PRs& cached) {
+            EXPECT_TRUE(gh.calls().empty());
+            cachedCalls.push_back(cached);
+        });
+        EXPECT_EQ(gh.askedBranches(), words(asked));
+        EXPECT_EQ(cachedCalls, std::vector<PRs>{badges(cachedBadges)});
+        EXPECT_EQ(result, badges(badgesAfter));
     }
 
     // A bookmark that shows no commit is always asked, even when its cached

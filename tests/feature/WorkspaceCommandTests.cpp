@@ -271,7 +271,6 @@ TEST_F(WorkspaceCommands, AdvancingOntoTrunkMovesOnlyTheWorkspacesOwnWork) {
     repo.advanceOrigin("main", "upstream", {{"upstream", "1\n"}});
     repo.fetch();
     const auto trunk = repo.changeID("main@origin");
-    ASSERT_NE(trunk, repo.id("T"));
 
     run({
         {Advance{"nope"}, "Workspace nope no longer exists"},
