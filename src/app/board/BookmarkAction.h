@@ -43,6 +43,6 @@ struct BookmarkAction {
 };
 
 /// A gesture on a commit.
-enum class CommitAction { describe, split };
+enum class CommitAction { describe, split, reviewConflicts };
 
 }  // namespace vorda

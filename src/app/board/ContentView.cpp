@@ -335,7 +335,11 @@ void ContentView::wireLaneColumn(BookmarkColumn* column) {
     connect(column, &BookmarkColumn::contextMenuRequested, this,
             [this, column](const QPoint& position, const std::optional<std::string>&) {
                 const auto& input = column->input();
-                if (input.isWorkingCopyLane() || input.isSyntheticOneOff()) {
+                if (input.isSyntheticOneOff()) {
+                    showOneOffMenu(input, position);
+                    return;
+                }
+                if (input.isWorkingCopyLane()) {
                     return;
                 }
                 QMenu menu(this);
@@ -346,6 +350,18 @@ void ContentView::wireLaneColumn(BookmarkColumn* column) {
                     });
                 menu.exec(position);
             });
+}
+
+void ContentView::showOneOffMenu(const BookmarkColumnInput& input, const QPoint& position) {
+    const auto* id = std::get_if<ColumnID::OneOff>(&input.selectionColumnID.value);
+    const auto lane = id != nullptr ? viewModel_->board().oneOffLane(id->changeID) : std::nullopt;
+    if (!lane) {
+        return;
+    }
+    QMenu menu(this);
+    connect(menu.addAction(tr("Name One-off Branch…")), &QAction::triggered, this,
+            [this, tip = lane->tip] { (new PromoteOneOffSheet(*viewModel_, tip, this))->open(); });
+    menu.exec(position);
 }
 
 void ContentView::rebuildTagMenu() {

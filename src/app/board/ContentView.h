@@ -66,6 +66,8 @@ class ContentView : public QWidget {
     BookmarkColumn* makeLaneColumn(const std::string& identity);
     void wireLaneColumn(BookmarkColumn* column);
     void rebuildTagMenu();
+    /// The context menu of a one-off lane: "Name One-off Branch…".
+    void showOneOffMenu(const BookmarkColumnInput& input, const QPoint& position);
     /// Opens the dialogs the repository asks for, each request once.
     void showRequestedSheets();
     void showConfirmation(const ConfirmationRequest& request);

@@ -13,6 +13,7 @@
 #include "app/column/ColumnWidthStore.h"
 #include "app/viewmodel/CommandPresentation.h"
 #include "app/viewmodel/RepoViewModel.h"
+#include "app/window/CreateBookmarkDialog.h"
 #include "jjkit/support/Text.h"
 #include "jjkit/templates/RevsetQuoting.h"
 
@@ -138,6 +139,36 @@ std::string CreatePRSheet::defaultPRTitle(const Bookmark& bookmark, const RepoSt
         }
     }
     return bookmark.name;
+}
+
+PromoteOneOffSheet::PromoteOneOffSheet(RepoViewModel& viewModel, const OrphanWIP& tip,
+                                       QWidget* parent)
+    : SheetDialog(QStringLiteral("Name one-off branch"), QStringLiteral("Create Bookmark"), parent),
+      name_(new QLineEdit(this)) {
+    setObjectName(QStringLiteral("promote-one-off-sheet"));
+    const auto summary = text::firstNonBlankLine(tip.description);
+    addParagraph(summary.empty() ? QStringLiteral("(no description set)") : qText(summary));
+    addSection(QStringLiteral("Bookmark name"));
+    body()->addWidget(name_);
+    auto* problem = addParagraph({});
+    const auto update = [this, problem, model = QPointer<RepoViewModel>(&viewModel)] {
+        const auto* current = model.data();
+        const auto* state = current != nullptr ? current->board().repoState() : nullptr;
+        const auto name = name_->text().toStdString();
+        const auto refusal = CreateBookmarkDialog::nameProblem(name, state);
+        problem->setText(qText(refusal.value_or("")));
+        problem->setVisible(refusal.has_value());
+        confirmButton()->setEnabled(CreateBookmarkDialog::canCreate(name, state));
+    };
+    connect(name_, &QLineEdit::textChanged, this, update);
+    update();
+    setOnConfirm(commandSender(viewModel, [this, commitID = tip.commitID] {
+        CreateBookmarkInput input;
+        input.name = trimmed(name_->text());
+        input.startingPoint.value =
+            BookmarkStartingPoint::SpecificRevision{"commit_id(" + commitID + ")"};
+        return RepoCommand{RepoCommand::CreateBookmark{std::move(input)}};
+    }));
 }
 
 RebaseBookmarkSheet::RebaseBookmarkSheet(RepoViewModel& viewModel, const Bookmark& bookmark,

@@ -66,6 +66,20 @@ class CreatePRSheet : public SheetDialog {
     QCheckBox* draft_;
 };
 
+/// "Name one-off branch": a bookmark name for a one-off stack, with the
+/// tip's summary. "Create Bookmark" creates the bookmark at the tip's
+/// commit; it needs a trimmed name no bookmark has.
+class PromoteOneOffSheet : public SheetDialog {
+    Q_OBJECT
+
+  public:
+    PromoteOneOffSheet(RepoViewModel& viewModel, const OrphanWIP& tip, QWidget* parent);
+    QLineEdit* nameField() const { return name_; }
+
+  private:
+    QLineEdit* name_;
+};
+
 /// "Rebase NAME": the new parent (trunk, marked "current", or another
 /// bookmark) and a preview of what moves. "Rebase" sends `rebaseBookmark`.
 class RebaseBookmarkSheet : public SheetDialog {

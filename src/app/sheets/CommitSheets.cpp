@@ -1,16 +1,13 @@
 #include "app/sheets/CommitSheets.h"
 
 #include <QCheckBox>
-#include <QDialogButtonBox>
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QPushButton>
-#include <QSignalBlocker>
 #include <QStyle>
-#include <QTreeWidget>
 #include <QVBoxLayout>
 #include <filesystem>
 #include <regex>
@@ -39,20 +36,13 @@ DescribeCommitSheet::DescribeCommitSheet(RepoViewModel& viewModel, const JJCommi
     });
 }
 
-namespace {
-
-/// Marks the rows that are hunks (not a file's "(no textual hunks)").
-constexpr int isHunkRole = Qt::UserRole + 1;
-
-}  // namespace
-
 SplitCommitSheet::SplitCommitSheet(RepoViewModel& viewModel, const JJCommit& commit,
                                    const UnifiedDiff& diff, QWidget* parent)
     : SheetDialog(QString::fromStdString("Split " + commit.shortChangeID()),
                   QStringLiteral("Split"), parent),
       byHunks_(new QCheckBox(QStringLiteral("Split by hunks"), this)),
       explanation_(new QLabel(this)),
-      choices_(new QTreeWidget(this)),
+      choices_(new HunkChoiceTree(diff, true, this)),
       counts_(new QLabel(this)) {
     setObjectName(QStringLiteral("split-sheet"));
     if (commit.immutable) {
@@ -61,25 +51,10 @@ SplitCommitSheet::SplitCommitSheet(RepoViewModel& viewModel, const JJCommit& com
     body()->addWidget(byHunks_);
     explanation_->setWordWrap(true);
     body()->addWidget(explanation_);
-    choices_->setHeaderHidden(true);
-    for (const auto& file : diff.files) {
-        auto* item = new QTreeWidgetItem(choices_, {QString::fromStdString(file.path)});
-        item->setCheckState(0, Qt::Checked);
-        for (const auto& hunk : file.hunks) {
-            auto* child = new QTreeWidgetItem(item, {QString::fromStdString(hunk.header)});
-            child->setCheckState(0, Qt::Checked);
-            child->setData(0, isHunkRole, true);
-        }
-        if (file.hunks.empty()) {
-            auto* none = new QTreeWidgetItem(item, {QStringLiteral("(no textual hunks)")});
-            none->setFlags(none->flags() & ~Qt::ItemIsUserCheckable);
-        }
-    }
-    choices_->expandAll();
     body()->addWidget(choices_);
     body()->addWidget(counts_);
     connect(byHunks_, &QCheckBox::toggled, this, &SplitCommitSheet::update);
-    connect(choices_, &QTreeWidget::itemChanged, this, &SplitCommitSheet::update);
+    connect(choices_, &HunkChoiceTree::choiceChanged, this, &SplitCommitSheet::update);
     update();
     setOnConfirm([this, model = QPointer<RepoViewModel>(&viewModel), changeID = commit.changeID,
                   immutable = commit.immutable] {
@@ -87,45 +62,11 @@ SplitCommitSheet::SplitCommitSheet(RepoViewModel& viewModel, const JJCommit& com
             return;
         }
         if (byHunks_->isChecked()) {
-            model->splitCommitByHunks(changeID, staying(), immutable);
+            model->splitCommitByHunks(changeID, choices_->checkedHunks(), immutable);
         } else {
-            model->send(RepoCommand::SplitCommit{changeID, stayingPaths(), immutable});
+            model->send(RepoCommand::SplitCommit{changeID, choices_->checkedPaths(), immutable});
         }
     });
-}
-
-std::vector<std::string> SplitCommitSheet::stayingPaths() const {
-    std::vector<std::string> paths;
-    for (int index = 0; index < choices_->topLevelItemCount(); ++index) {
-        const auto* file = choices_->topLevelItem(index);
-        if (file->checkState(0) == Qt::Checked) {
-            paths.push_back(file->text(0).toStdString());
-        }
-    }
-    return paths;
-}
-
-DiffEditorProtocol::HunkSelection SplitCommitSheet::staying() const {
-    DiffEditorProtocol::HunkSelection selection;
-    for (int index = 0; index < choices_->topLevelItemCount(); ++index) {
-        const auto* file = choices_->topLevelItem(index);
-        DiffEditorProtocol::FileKeep keep{file->text(0).toStdString(), {}};
-        bool hasHunks = false;
-        for (int ordinal = 0; ordinal < file->childCount(); ++ordinal) {
-            const auto* hunk = file->child(ordinal);
-            if (hunk->data(0, isHunkRole).toBool()) {
-                hasHunks = true;
-                if (hunk->checkState(0) == Qt::Checked) {
-                    keep.keepHunkOrdinals.push_back(ordinal);
-                }
-            }
-        }
-        // A file without hunks (binary) stays as it is.
-        if (hasHunks) {
-            selection.files.push_back(std::move(keep));
-        }
-    }
-    return selection;
 }
 
 void SplitCommitSheet::update() {
@@ -135,30 +76,14 @@ void SplitCommitSheet::update() {
                                  "commit that takes its place.")
                 : QStringLiteral("Checked files stay in this commit; unchecked files move to a "
                                  "new commit that takes its place."));
-    std::size_t stay = 0;
-    std::size_t move = 0;
-    const QSignalBlocker quiet(choices_);
-    for (int index = 0; index < choices_->topLevelItemCount(); ++index) {
-        auto* file = choices_->topLevelItem(index);
-        for (int ordinal = 0; ordinal < file->childCount(); ++ordinal) {
-            file->child(ordinal)->setHidden(!byHunks);
-        }
-        if (!byHunks) {
-            (file->checkState(0) == Qt::Checked ? stay : move) += 1;
-            continue;
-        }
-        for (int ordinal = 0; ordinal < file->childCount(); ++ordinal) {
-            const auto* hunk = file->child(ordinal);
-            if (hunk->data(0, isHunkRole).toBool()) {
-                (hunk->checkState(0) == Qt::Checked ? stay : move) += 1;
-            }
-        }
-    }
-    counts_->setText(byHunks ? QString::fromStdString(std::to_string(stay) + " stay · " +
-                                                      std::to_string(move) + " split off")
-                             : QString());
+    choices_->setHunksShown(byHunks);
+    const auto counts = choices_->counts();
+    counts_->setText(byHunks
+                         ? QString::fromStdString(std::to_string(counts.checked) + " stay · " +
+                                                  std::to_string(counts.unchecked) + " split off")
+                         : QString());
     counts_->setVisible(byHunks);
-    confirmButton()->setEnabled(stay > 0 && move > 0);
+    confirmButton()->setEnabled(counts.checked > 0 && counts.unchecked > 0);
 }
 
 std::string ConflictResolveSheet::conflictedPath(const std::string& line,
@@ -204,9 +129,7 @@ ConflictResolveSheet::ConflictResolveSheet(RepoViewModel& viewModel,
         body()->addLayout(row);
     }
     // Nothing to confirm: "Done" only closes, so "Cancel" would say the same.
-    if (auto* buttons = findChild<QDialogButtonBox*>()) {
-        buttons->button(QDialogButtonBox::Cancel)->hide();
-    }
+    hideCancel();
 }
 
 }  // namespace vorda

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "app/sheets/HunkChoiceTree.h"
 #include "app/sheets/SheetDialog.h"
 #include "jjkit/diff/DiffEditorProtocol.h"
 #include "jjkit/diff/UnifiedDiffParser.h"
@@ -12,7 +13,6 @@ class QCheckBox;
 class QLabel;
 class QPlainTextEdit;
 class QPushButton;
-class QTreeWidget;
 
 namespace vorda {
 
@@ -45,23 +45,17 @@ class SplitCommitSheet : public SheetDialog {
                      QWidget* parent);
 
     QCheckBox* byHunksToggle() const { return byHunks_; }
-    /// Files at the top level, each file's hunks below it; all checked at
-    /// first.
-    QTreeWidget* choices() const { return choices_; }
+    /// Files with their hunks; all checked at first.
+    HunkChoiceTree* choices() const { return choices_; }
     QLabel* explanation() const { return explanation_; }
     QLabel* counts() const { return counts_; }
-
-    /// The checked files (by files) as paths.
-    std::vector<std::string> stayingPaths() const;
-    /// The checked hunks (by hunks) as the helper's selection.
-    DiffEditorProtocol::HunkSelection staying() const;
 
   private:
     void update();
 
     QCheckBox* byHunks_;
     QLabel* explanation_;
-    QTreeWidget* choices_;
+    HunkChoiceTree* choices_;
     QLabel* counts_;
 };
 

@@ -75,6 +75,12 @@ void SheetDialog::addImmutableMark() {
     body_->addLayout(row);
 }
 
+void SheetDialog::hideCancel() {
+    if (auto* cancel = buttons_->button(QDialogButtonBox::Cancel)) {
+        cancel->hide();
+    }
+}
+
 void SheetDialog::accept() {
     if (!confirm_->isEnabled()) {
         return;

@@ -34,6 +34,9 @@ class SheetDialog : public QDialog {
     /// The lock and "Immutable — overriding": the sheet's command will
     /// override jj's protection of the commit.
     void addImmutableMark();
+    /// For a sheet that only shows: no "Cancel", the confirming button
+    /// just closes.
+    void hideCancel();
 
     void accept() override;
 

@@ -25,8 +25,9 @@ enum class WorkKind : std::uint8_t {
     operationLog,  // the operation log and its receipts
     pullRequests,  // pull request states
     routing,       // file routing after a load
+    review,        // a conflicted commit's review
 };
-inline constexpr std::size_t workKindCount = 8;
+inline constexpr std::size_t workKindCount = 9;
 
 /// What a background job gave back: its value, or the text of what it threw.
 template <typename T>

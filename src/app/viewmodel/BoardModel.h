@@ -79,6 +79,8 @@ class BoardModel : public QObject {
     bool isUntrackedRemote(const std::string& name) const;
     std::optional<OneOffLane> oneOffLane(const std::string& changeID) const;
     const JJCommit* commitForChangeID(const std::string& changeID) const;
+    /// The loaded commits in conflict, oldest first, as change IDs.
+    StringList conflictedChangeIDs() const;
     BookmarkLaneReadModel lanePresentation(const std::string& name) const;
     std::vector<WorkspaceCompositionPoint> workspaceCompositionPoints(
         const std::string& bookmark) const;

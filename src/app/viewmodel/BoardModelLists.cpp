@@ -209,6 +209,29 @@ std::optional<OneOffLane> BoardModel::oneOffLane(const std::string& changeID) co
     return std::nullopt;
 }
 
+StringList BoardModel::conflictedChangeIDs() const {
+    std::vector<const JJCommit*> conflicted;
+    if (const auto* state = repoState()) {
+        for (const auto& [id, commit] : state->commits) {
+            if (commit->conflict) {
+                conflicted.push_back(&*commit);
+            }
+        }
+    }
+    const auto key = [](const JJCommit* commit) {
+        return std::pair(commit->committer.date().value_or(std::chrono::sys_seconds{}),
+                         std::string_view(commit->changeID));
+    };
+    std::sort(conflicted.begin(), conflicted.end(),
+              [&](const JJCommit* a, const JJCommit* b) { return key(a) < key(b); });
+    StringList changeIDs;
+    changeIDs.reserve(conflicted.size());
+    for (const auto* commit : conflicted) {
+        changeIDs.push_back(commit->changeID);
+    }
+    return changeIDs;
+}
+
 const JJCommit* BoardModel::commitForChangeID(const std::string& changeID) const {
     for (const auto& [name, lane] : lanesByBookmark()) {
         for (const auto& commit : lane.commits) {

@@ -508,15 +508,32 @@ void RepoViewModel::loadCommitDiff(const std::string& changeID,
         [done = std::move(done)](const Outcome<UnifiedDiff>& outcome) { done(outcome.value); });
 }
 
+void RepoViewModel::loadRebaseConflict(
+    const std::string& changeID, std::function<void(const Outcome<RebaseConflictReview>&)> done) {
+    if (!repoSession_) {
+        done({std::nullopt, "No repository is open."});
+        return;
+    }
+    work_->runNewest(
+        WorkKind::review,
+        [session = repoSession_, changeID] { return session->loadRebaseConflict(changeID); },
+        std::move(done));
+}
+
 void RepoViewModel::splitCommitByHunks(const std::string& changeID,
                                        const DiffEditorProtocol::HunkSelection& selection,
                                        bool ignoreImmutable) {
-    const auto helper = diffApplyHelperPath();
+    if (const auto helper = requireDiffApplyHelper()) {
+        send(RepoCommand::SplitCommitByHunks{changeID, selection, *helper, ignoreImmutable});
+    }
+}
+
+std::optional<std::string> RepoViewModel::requireDiffApplyHelper() {
+    auto helper = diffApplyHelperPath();
     if (!helper) {
         activity_->setMutationError("VordaDiffApply helper binary not found. Try rebuilding.");
-        return;
     }
-    send(RepoCommand::SplitCommitByHunks{changeID, selection, *helper, ignoreImmutable});
+    return helper;
 }
 
 namespace {

@@ -99,11 +99,18 @@ class RepoViewModel : public QObject {
     /// session.
     void loadCommitDiff(const std::string& changeID,
                         std::function<void(const std::optional<UnifiedDiff>&)> done);
+    /// What the review of a conflicted commit shows; only the newest
+    /// request is answered. With no session `done` gets the error at once.
+    void loadRebaseConflict(const std::string& changeID,
+                            std::function<void(const Outcome<RebaseConflictReview>&)> done);
     /// Splits a commit by the hunks `selection` keeps, through the diff
     /// helper; without the helper nothing is sent and the error says so.
     void splitCommitByHunks(const std::string& changeID,
                             const DiffEditorProtocol::HunkSelection& selection,
                             bool ignoreImmutable);
+    /// The diff helper's path; without it, the error of a hunk command
+    /// says that it is missing, and nothing comes back.
+    std::optional<std::string> requireDiffApplyHelper();
 
     /// Applies a snapshot as the stream does.
     void applySnapshot(const SnapshotRef& snapshot);

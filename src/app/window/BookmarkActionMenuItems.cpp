@@ -116,9 +116,9 @@ void BookmarkActionMenuItems::fill(QMenu* menu, const RepoViewModel* viewModel,
 
 void CommitActionMenuItems::fill(QMenu* menu, const std::optional<JJCommit>& commit,
                                  const CommitActionHandler& perform) {
-    const auto add = [&](const QString& title, CommitAction action) {
+    const auto add = [&](const QString& title, CommitAction action, bool applies = true) {
         auto* entry = menu->addAction(title);
-        const bool usable = commit.has_value() && perform;
+        const bool usable = commit.has_value() && perform && applies;
         entry->setEnabled(usable);
         if (usable) {
             QObject::connect(entry, &QAction::triggered, entry,
@@ -127,6 +127,8 @@ void CommitActionMenuItems::fill(QMenu* menu, const std::optional<JJCommit>& com
     };
     add(QStringLiteral("Describe Commit…"), CommitAction::describe);
     add(QStringLiteral("Split Commit…"), CommitAction::split);
+    add(QStringLiteral("Review Conflicts…"), CommitAction::reviewConflicts,
+        commit.has_value() && commit->conflict);
 }
 
 void discardMenuEntries(QMenu* menu) {

@@ -23,8 +23,9 @@ struct BookmarkActionMenuItems {
                      const std::optional<Bookmark>& bookmark, const BookmarkActionHandler& perform);
 };
 
-/// The entries that act on one commit: "Describe Commit…" and "Split
-/// Commit…", disabled without a commit or a handler.
+/// The entries that act on one commit: "Describe Commit…", "Split
+/// Commit…" and, for a commit in conflict, "Review Conflicts…"; disabled
+/// without a commit or a handler.
 struct CommitActionMenuItems {
     static void fill(QMenu* menu, const std::optional<JJCommit>& commit,
                      const CommitActionHandler& perform);

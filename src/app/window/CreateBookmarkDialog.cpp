@@ -6,10 +6,12 @@
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
 
+#include "app/sheets/HunkChoiceTree.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "jjkit/support/Text.h"
 #include "jjkit/templates/RevsetQuoting.h"
@@ -30,6 +32,7 @@ QLabel* sectionLabel(const QString& text, QWidget* parent) {
 CreateBookmarkDialog::CreateBookmarkDialog(RepoViewModel* viewModel, QWidget* parent)
     : QDialog(parent), viewModel_(viewModel) {
     setWindowTitle(QStringLiteral("New bookmark"));
+    setMinimumWidth(440);
     auto* layout = new QVBoxLayout(this);
 
     layout->addWidget(sectionLabel(QStringLiteral("NAME"), this));
@@ -40,12 +43,6 @@ CreateBookmarkDialog::CreateBookmarkDialog(RepoViewModel* viewModel, QWidget* pa
     nameError_->setTextFormat(Qt::PlainText);
     nameError_->setStyleSheet(QStringLiteral("color: #c0392b;"));
     layout->addWidget(nameError_);
-    trackUpstream_ = new QLabel(this);
-    trackUpstream_->setObjectName(QStringLiteral("track-upstream"));
-    trackUpstream_->setTextFormat(Qt::PlainText);
-    trackUpstream_->setForegroundRole(QPalette::PlaceholderText);
-    layout->addWidget(trackUpstream_);
-
     layout->addWidget(sectionLabel(QStringLiteral("PARENT BOOKMARK"), this));
     parent_ = new QComboBox(this);
     parent_->addItem(QStringLiteral("trunk()"));
@@ -65,12 +62,22 @@ CreateBookmarkDialog::CreateBookmarkDialog(RepoViewModel* viewModel, QWidget* pa
     workingCopy_ = new QRadioButton(QStringLiteral("Current working copy"), this);
     tipOfParent_ = new QRadioButton(QStringLiteral("Tip of parent"), this);
     specificRevision_ = new QRadioButton(QStringLiteral("Revision"), this);
+    carve_ = new QRadioButton(QStringLiteral("Carve hunks from the working copy"), this);
+    carve_->setEnabled(false);
+    carve_->setToolTip(QStringLiteral("Reading the working copy…"));
+    startingPoints_->addButton(carve_, static_cast<int>(StartingPoint::workingCopyCarveHunks));
     startingPoints_->addButton(workingCopy_, static_cast<int>(StartingPoint::workingCopy));
     startingPoints_->addButton(tipOfParent_, static_cast<int>(StartingPoint::tipOfParent));
     startingPoints_->addButton(specificRevision_,
                                static_cast<int>(StartingPoint::specificRevision));
     workingCopy_->setChecked(true);
     layout->addWidget(workingCopy_);
+    layout->addWidget(carve_);
+    carveArea_ = new QWidget(this);
+    carveArea_->setLayout(new QVBoxLayout);
+    carveArea_->layout()->setContentsMargins(24, 0, 0, 0);
+    carveArea_->hide();
+    layout->addWidget(carveArea_);
     layout->addWidget(tipOfParent_);
     layout->addWidget(specificRevision_);
     revision_ = new QLineEdit(this);
@@ -84,6 +91,8 @@ CreateBookmarkDialog::CreateBookmarkDialog(RepoViewModel* viewModel, QWidget* pa
     layout->addWidget(sectionLabel(QStringLiteral("OPTIONS"), this));
     enableAfterCreating_ = new QCheckBox(QStringLiteral("Enable after creating"), this);
     layout->addWidget(enableAfterCreating_);
+    trackUpstream_ = new QCheckBox(this);
+    layout->addWidget(trackUpstream_);
 
     auto* buttons = new QDialogButtonBox(this);
     buttons->addButton(QDialogButtonBox::Cancel);
@@ -93,6 +102,14 @@ CreateBookmarkDialog::CreateBookmarkDialog(RepoViewModel* viewModel, QWidget* pa
     connect(buttons, &QDialogButtonBox::accepted, this, &CreateBookmarkDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &CreateBookmarkDialog::reject);
 
+    if (auto* model = viewModel_.data()) {
+        model->loadCommitDiff("@", [guard = QPointer<CreateBookmarkDialog>(this)](
+                                       const std::optional<UnifiedDiff>& diff) {
+            if (guard) {
+                guard->showWorkingCopyDiff(diff);
+            }
+        });
+    }
     connect(name_, &QLineEdit::textChanged, this, &CreateBookmarkDialog::updateState);
     connect(revision_, &QLineEdit::textChanged, this, &CreateBookmarkDialog::updateState);
     connect(parent_, &QComboBox::currentIndexChanged, this, &CreateBookmarkDialog::updateState);
@@ -100,7 +117,8 @@ CreateBookmarkDialog::CreateBookmarkDialog(RepoViewModel* viewModel, QWidget* pa
     updateState();
 }
 
-CreateBookmarkInput CreateBookmarkDialog::buildInput(const Fields& fields) {
+CreateBookmarkInput CreateBookmarkDialog::buildInput(const Fields& fields,
+                                                     const std::string& helperPath) {
     CreateBookmarkInput input;
     input.name = std::string(text::trimWhitespace(fields.name));
     // jj reads the parent as a revision: an unusual name goes quoted.
@@ -118,8 +136,13 @@ CreateBookmarkInput CreateBookmarkDialog::buildInput(const Fields& fields) {
             input.startingPoint.value = BookmarkStartingPoint::SpecificRevision{
                 std::string(text::trimWhitespace(fields.revision))};
             break;
+        case StartingPoint::workingCopyCarveHunks:
+            input.startingPoint.value =
+                BookmarkStartingPoint::WorkingCopyCarveHunks{fields.carve, helperPath};
+            break;
     }
     input.enableAfterCreating = fields.enableAfterCreating;
+    input.trackUpstream = fields.trackUpstream;
     return input;
 }
 
@@ -141,6 +164,10 @@ bool CreateBookmarkDialog::canCreate(const std::string& name, const RepoState* s
     return !text::trimWhitespace(name).empty() && !nameProblem(name, state);
 }
 
+std::string CreateBookmarkDialog::carveCounts(std::size_t into, std::size_t stay) {
+    return std::to_string(into) + " into bookmark · " + std::to_string(stay) + " stay in @";
+}
+
 std::string CreateBookmarkDialog::startingPointDetail(
     StartingPoint startingPoint, const std::optional<std::string>& parentBookmark) {
     switch (startingPoint) {
@@ -154,6 +181,9 @@ std::string CreateBookmarkDialog::startingPointDetail(
             return "Just label " + *parentBookmark + "'s tip";
         case StartingPoint::specificRevision:
             return "Label the revision you type; blank means @.";
+        case StartingPoint::workingCopyCarveHunks:
+            return "Checked hunks become the bookmark's first commit, under @; the rest stay in "
+                   "@.";
     }
     return {};
 }
@@ -167,7 +197,11 @@ CreateBookmarkDialog::Fields CreateBookmarkDialog::fields() const {
         fields.parentBookmark = parent.toStdString();
     }
     fields.revision = revision_->text().toStdString();
+    if (carveHunks_ != nullptr) {
+        fields.carve = carveHunks_->checkedHunks();
+    }
     fields.enableAfterCreating = enableAfterCreating_->isChecked();
+    fields.trackUpstream = trackUpstream_->isChecked();
     return fields;
 }
 
@@ -180,13 +214,34 @@ void CreateBookmarkDialog::accept() {
     const auto current = fields();
     auto* model = viewModel_.data();
     const auto* state = model ? model->board().repoState() : nullptr;
-    if (!canCreate(current.name, state)) {
+    if (!canCreate(current.name, state) || !create_->isEnabled()) {
         return;
     }
     if (model) {
-        model->send(RepoCommand::CreateBookmark{buildInput(current)});
+        if (current.startingPoint != StartingPoint::workingCopyCarveHunks) {
+            model->send(RepoCommand::CreateBookmark{buildInput(current)});
+        } else if (const auto helper = model->requireDiffApplyHelper()) {
+            model->send(RepoCommand::CreateBookmark{buildInput(current, *helper)});
+        }
     }
     QDialog::accept();
+}
+
+void CreateBookmarkDialog::showWorkingCopyDiff(const std::optional<UnifiedDiff>& diff) {
+    if (!diff || diff->files.empty()) {
+        carve_->setToolTip(diff ? QStringLiteral("The working copy has no changes to carve")
+                                : QStringLiteral("The working copy's changes could not be read"));
+        return;
+    }
+    carveHunks_ = new HunkChoiceTree(*diff, false, carveArea_);
+    carveHunks_->setMinimumHeight(180);
+    carveCounts_ = new QLabel(carveArea_);
+    carveArea_->layout()->addWidget(carveHunks_);
+    carveArea_->layout()->addWidget(carveCounts_);
+    connect(carveHunks_, &HunkChoiceTree::choiceChanged, this, &CreateBookmarkDialog::updateState);
+    carve_->setEnabled(true);
+    carve_->setToolTip({});
+    updateState();
 }
 
 void CreateBookmarkDialog::updateState() {
@@ -197,7 +252,16 @@ void CreateBookmarkDialog::updateState() {
     nameError_->setText(QString::fromStdString(problem.value_or("")));
     nameError_->setVisible(problem.has_value());
     trackUpstream_->setText(QString::fromStdString(trackUpstreamLabel(current.name)));
-    create_->setEnabled(canCreate(current.name, state));
+    const bool carving = current.startingPoint == StartingPoint::workingCopyCarveHunks;
+    std::size_t carved = 0;
+    if (carveHunks_ != nullptr) {
+        const auto counts = carveHunks_->counts();
+        carved = counts.checked;
+        carveCounts_->setText(
+            QString::fromStdString(carveCounts(counts.checked, counts.unchecked)));
+    }
+    carveArea_->setVisible(carving);
+    create_->setEnabled(canCreate(current.name, state) && (!carving || carved > 0));
     revision_->setEnabled(current.startingPoint == StartingPoint::specificRevision);
     detail_->setText(
         QString::fromStdString(startingPointDetail(current.startingPoint, current.parentBookmark)));

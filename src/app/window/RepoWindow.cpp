@@ -4,10 +4,12 @@
 #include <QGuiApplication>
 #include <QMenuBar>
 #include <QPointer>
+#include <algorithm>
 
 #include "app/board/ContentView.h"
 #include "app/board/SelectionStore.h"
 #include "app/sheets/CommitSheets.h"
+#include "app/sheets/RebaseConflictReviewSheet.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "app/window/CreateBookmarkDialog.h"
 #include "app/window/RepoCommandTarget.h"
@@ -62,6 +64,17 @@ RepoCommandTarget RepoWindow::commandTarget() {
     target.commitAction = [this](CommitAction action, const JJCommit& commit) {
         if (action == CommitAction::describe) {
             (new DescribeCommitSheet(*viewModel_, commit, this))->open();
+            return;
+        }
+        if (action == CommitAction::reviewConflicts) {
+            // The other conflicted changes are a step away.
+            auto changeIDs = viewModel_->board().conflictedChangeIDs();
+            const auto found = std::find(changeIDs.begin(), changeIDs.end(), commit.changeID);
+            const auto start = static_cast<std::size_t>(found - changeIDs.begin());
+            if (found == changeIDs.end()) {
+                changeIDs.push_back(commit.changeID);
+            }
+            (new RebaseConflictReviewSheet(*viewModel_, std::move(changeIDs), start, this))->open();
             return;
         }
         // The sheet lists the commit's files and hunks: it opens once they

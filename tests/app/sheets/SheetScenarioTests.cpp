@@ -4,15 +4,19 @@
 // build folder's test-output/screenshots.
 #include <QApplication>
 #include <QCheckBox>
+#include <QContextMenuEvent>
 #include <QDesktopServices>
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTest>
+#include <QTimer>
 #include <QTreeWidget>
 #include <QUrl>
 #include <functional>
@@ -26,8 +30,11 @@
 #include "app/sheets/BookmarkSheets.h"
 #include "app/sheets/CommitSheets.h"
 #include "app/sheets/ForcePushWarningSheet.h"
+#include "app/sheets/RebaseConflictReviewSheet.h"
 #include "app/viewmodel/RepoViewModel.h"
+#include "app/window/BookmarkActionMenuItems.h"
 #include "app/window/BookmarkMenuToolbarButton.h"
+#include "app/window/CreateBookmarkDialog.h"
 #include "app/window/PushToolbarButton.h"
 #include "app/window/RepoActivityStatusView.h"
 #include "app/window/RepoCommandTarget.h"
@@ -54,6 +61,14 @@ namespace {
 
 bool settles(const std::function<bool()>& condition) {
     return QTest::qWaitFor(condition, 30000);
+}
+
+bool enabled(const QWidget* widget) {
+    return widget != nullptr && widget->isEnabled();
+}
+
+bool visible(const QWidget* widget) {
+    return widget != nullptr && widget->isVisible();
 }
 
 bool contains(const std::vector<std::string>& lines, const std::string& line) {
@@ -110,15 +125,21 @@ class SheetScenario : public ::testing::Test {
     /// Saves the sheet's picture, then presses its confirming button and
     /// waits until it has gone.
     void saveAndConfirm(SheetDialog* sheet, const std::string& name) const {
+        saveAndPress(sheet, sheet->confirmButton(), name);
+    }
+    static void save(QWidget* sheet, const std::string& name) {
         QApplication::processEvents();
         const QString folder = QStringLiteral(VORDA_TEST_OUTPUT_DIR "/screenshots");
         QDir().mkpath(folder);
         const QString path = folder + "/" + QString::fromStdString(name) + ".png";
         EXPECT_TRUE(sheet->grab().save(path, "PNG")) << path.toStdString();
-        ASSERT_TRUE(sheet->confirmButton()->isEnabled()) << name;
-        QTest::mouseClick(sheet->confirmButton(), Qt::LeftButton);
-        const QPointer<SheetDialog> closing(sheet);
-        ASSERT_TRUE(settles([&] { return closing.isNull(); })) << name;
+    }
+    void saveAndPress(QDialog* sheet, QPushButton* button, const std::string& name) const {
+        save(sheet, name);
+        ASSERT_TRUE(button->isEnabled()) << name;
+        QTest::mouseClick(button, Qt::LeftButton);
+        const QPointer<QDialog> closing(sheet);
+        ASSERT_TRUE(settles([&] { return !visible(closing.data()); })) << name;
     }
 
     /// Waits until the last command has finished and left no error.
@@ -318,6 +339,119 @@ TEST_F(SheetScenario, EachSheetChangesTheRepositoryAsItSays) {
                          "[pr][create][--head][alpha-renamed][--base][main][--title]"
                          "[Alpha, reviewed][--body][Why it matters]"))
         << ::testing::PrintToString(gh_.calls());
+}
+
+TEST_F(SheetScenario, CarvesHunksNamesAOneOffAndReviewsConflictsReadOnly) {
+    repo_.draw(testing::publishedTrunk);
+    repo_.draw(R"(
+      O <- T "one-off work" o.txt=1
+      CL <- T "left" clash.txt=left
+      CR <- T "right" clash.txt=right
+      M <- CL CR "merged"
+      N <- M "on top" n.txt=1
+      W <- T "work base" w.txt="1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12\n"
+      @ <- W
+    )");
+    repo_.writeFile("w.txt", "1 into\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12 stays\n");
+    repo_.writeFile("b.bin", std::string("\0\1\2binary", 9));
+    repo_.writeFile("x.txt", "stays\n");
+    repo_.jj({"status"});  // the board reads the working copy as jj last saw it
+    ASSERT_NO_FATAL_FAILURE(openWindow());
+
+    // A new bookmark carved from the working copy: the first hunk of w.txt
+    // and the binary file go in, the rest stays in @.
+    window_->commandTarget().newBookmark();
+    auto* create = openedSheet<CreateBookmarkDialog>();
+    ASSERT_NE(create, nullptr);
+    ASSERT_TRUE(settles([&] { return enabled(create->carveChoice()); }));
+    create->carveChoice()->setChecked(true);
+    create->nameField()->setText(QStringLiteral("carved"));
+    auto* hunks = create->carveHunks();
+    ASSERT_EQ(hunks->topLevelItemCount(), 3);
+    EXPECT_FALSE(enabled(create->createButton()));  // nothing chosen yet
+    const auto row = [&](const QString& path) {
+        return hunks->findItems(path, Qt::MatchExactly).value(0);
+    };
+    ASSERT_NE(row("b.bin"), nullptr);
+    EXPECT_EQ(row("b.bin")->child(0)->text(0), QStringLiteral("(no textual hunks)"));
+    row("b.bin")->setCheckState(0, Qt::Checked);
+    row("w.txt")->child(0)->setCheckState(0, Qt::Checked);
+    EXPECT_EQ(row("w.txt")->checkState(0), Qt::PartiallyChecked);
+    EXPECT_EQ(create->carveCountsLabel()->text(), QStringLiteral("2 into bookmark · 2 stay in @"));
+    saveAndPress(create, create->createButton(), "sheet-new-bookmark-carve");
+    ASSERT_NO_FATAL_FAILURE(settled());
+    EXPECT_EQ(repo_.changedPaths("carved"), (std::vector<std::string>{"b.bin", "w.txt"}));
+    EXPECT_EQ(repo_.jj({"file", "show", "-r", "carved", "root:\"w.txt\""}),
+              "1 into\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12\n");
+    EXPECT_EQ(repo_.jj({"log", "--no-graph", "-r", "@-", "-T", "bookmarks"}), "carved");
+    EXPECT_EQ(repo_.changedPaths("@"), (std::vector<std::string>{"w.txt", "x.txt"}));
+
+    // The one-off lane's menu names it.
+    viewModel().board().toggleOneOffLaneExpanded(repo_.id("O"));
+    BookmarkColumn* oneOff = nullptr;
+    ASSERT_TRUE(settles([&] {
+        for (auto* column : window_->contentView()->findChildren<BookmarkColumn*>()) {
+            if (column->input().selectionColumnID == ColumnID::oneOff(repo_.id("O"))) {
+                oneOff = column;
+            }
+        }
+        return oneOff != nullptr;
+    }));
+    QTimer::singleShot(0, [] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        ASSERT_NE(menu, nullptr);
+        auto* entry = apptest::findEntry(*menu, QStringLiteral("Name One-off Branch…"));
+        ASSERT_NE(entry, nullptr);
+        entry->trigger();
+        menu->close();
+    });
+    QContextMenuEvent click(QContextMenuEvent::Mouse, QPoint(10, 10),
+                            oneOff->mapToGlobal(QPoint(10, 10)));
+    QApplication::sendEvent(oneOff, &click);
+    auto* promote = openedSheet<PromoteOneOffSheet>();
+    ASSERT_NE(promote, nullptr);
+    promote->nameField()->setText(QStringLiteral("carved"));
+    EXPECT_FALSE(enabled(promote->confirmButton()));  // taken
+    promote->nameField()->setText(QStringLiteral(" one-off named "));
+    saveAndConfirm(promote, "sheet-promote-one-off");
+    ASSERT_NO_FATAL_FAILURE(settled());
+    EXPECT_EQ(repo_.bookmarkTarget("one-off named"), "O");
+
+    // Both conflicted changes, from the commit entries of the menu, read
+    // only: no operation is added.
+    const auto conflicted = board().conflictedChangeIDs();
+    ASSERT_EQ(conflicted.size(), 2U);
+    const auto operations = repo_.operationCount();
+    window_->selection()->selectCommit(ColumnID::oneOff(repo_.id("N")), repo_.id("M"),
+                                       {repo_.id("N"), repo_.id("M")}, std::nullopt);
+    QMenu commitMenu;
+    const auto target = window_->commandTarget();
+    CommitActionMenuItems::fill(&commitMenu, target.selectedCommit(), target.commitAction);
+    apptest::findEntry(commitMenu, QStringLiteral("Review Conflicts…"))->trigger();
+    auto* review = openedSheet<RebaseConflictReviewSheet>();
+    ASSERT_NE(review, nullptr);
+    const auto first = std::find(conflicted.begin(), conflicted.end(), repo_.id("M"));
+    const auto position = [](std::size_t index) {
+        return QString::fromStdString(std::to_string(index + 1) + " of 2");
+    };
+    EXPECT_EQ(review->positionLabel()->text(), position(first - conflicted.begin()));
+    ASSERT_TRUE(settles([&] { return review->review().has_value(); }));
+    EXPECT_EQ(review->filesHeading()->text(), QStringLiteral("Conflicted Files (1)"));
+    ASSERT_EQ(review->fileList()->count(), 2);
+    EXPECT_EQ(review->fileList()->item(0)->text(), QStringLiteral("clash.txt"));
+    EXPECT_EQ(review->contentHeading()->text(), QStringLiteral("Review content · clash.txt"));
+    EXPECT_TRUE(review->content()->toPlainText().contains(QStringLiteral("<<<<<<<")));
+    save(review, "sheet-review-conflicts");
+    QTest::mouseClick(
+        enabled(review->previousButton()) ? review->previousButton() : review->nextButton(),
+        Qt::LeftButton);
+    ASSERT_TRUE(settles(
+        [&] { return review->review() && review->review()->commit.changeID == repo_.id("N"); }));
+    review->fileList()->setCurrentRow(1);
+    EXPECT_EQ(review->contentHeading()->text(), QStringLiteral("Change Diff"));
+    EXPECT_TRUE(review->content()->toPlainText().contains(QStringLiteral("n.txt")));
+    saveAndConfirm(review, "sheet-review-conflicts-diff");
+    EXPECT_EQ(repo_.operationCount(), operations);
 }
 
 }  // namespace

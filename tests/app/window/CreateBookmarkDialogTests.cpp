@@ -36,11 +36,13 @@ TEST(CreateBookmarkDialog, BuildsTheInputFromItsFields) {
     child.startingPoint = StartingPoint::tipOfParent;
     child.parentBookmark = "feat";
     child.enableAfterCreating = true;
+    child.trackUpstream = true;
     input = CreateBookmarkDialog::buildInput(child);
     EXPECT_EQ(input.parent, "feat");
     EXPECT_TRUE(
         std::holds_alternative<BookmarkStartingPoint::TipOfParent>(input.startingPoint.value));
     EXPECT_TRUE(input.enableAfterCreating);
+    EXPECT_TRUE(input.trackUpstream);
 
     // A parent name jj would not read as a symbol goes quoted.
     child.parentBookmark = "my work";
@@ -75,8 +77,7 @@ TEST(CreateBookmarkDialog, RefusesEmptyAndExistingNamesAndOffersStartingPointsAn
     EXPECT_EQ(dialog.windowTitle(), QStringLiteral("New bookmark"));
     EXPECT_EQ(dialog.nameField()->placeholderText(), QStringLiteral("feat/mobile-nav"));
     EXPECT_FALSE(dialog.createButton()->isEnabled());
-    const auto* upstream = dialog.findChild<QLabel*>(QStringLiteral("track-upstream"));
-    ASSERT_NE(upstream, nullptr);
+    const auto* upstream = dialog.trackUpstreamField();
     EXPECT_EQ(upstream->text(), QStringLiteral("Track upstream origin/<name>"));
 
     dialog.nameField()->setText(QStringLiteral("fix"));

@@ -128,12 +128,26 @@ TEST_F(RepoMenus, BookmarkMenuFollowsTheSelectedBookmark) {
     commands_.setFocusedTarget(window_.target());
     window_.selection.selectBookmark(std::string("feat"));
     // No commit selected; no gh; no pull request.
-    EXPECT_EQ(menuLines(*bookmarkMenu()),
-              (Lines{"Rebase Onto… <Ctrl+Alt+R>", "Squash into Single Commit", "Push 1 Commit",
-                     "Refresh PR Status (off)", "-", "Unpin from Board", "Hide Column", "Tags",
-                     "Tags > [ ] backend", "Tags > [x] ui", "Tags > -", "Tags > Add Tag…", "-",
-                     "Rename Bookmark", "Delete Bookmark", "Abandon (Delete Commits)…", "-",
-                     "Describe Commit… (off)", "Split Commit… (off)"}));
+    EXPECT_EQ(menuLines(*bookmarkMenu()), (Lines{"Rebase Onto… <Ctrl+Alt+R>",
+                                                 "Squash into Single Commit",
+                                                 "Push 1 Commit",
+                                                 "Refresh PR Status (off)",
+                                                 "-",
+                                                 "Unpin from Board",
+                                                 "Hide Column",
+                                                 "Tags",
+                                                 "Tags > [ ] backend",
+                                                 "Tags > [x] ui",
+                                                 "Tags > -",
+                                                 "Tags > Add Tag…",
+                                                 "-",
+                                                 "Rename Bookmark",
+                                                 "Delete Bookmark",
+                                                 "Abandon (Delete Commits)…",
+                                                 "-",
+                                                 "Describe Commit… (off)",
+                                                 "Split Commit… (off)",
+                                                 "Review Conflicts… (off)"}));
     auto* push = entry(QStringLiteral("Push 1 Commit"));
     EXPECT_EQ(push->toolTip().toStdString(),
               BookmarkPushPresentation::tooltip(
@@ -245,7 +259,8 @@ TEST(BookmarkActionMenuItems, FillsAnyMenuAndDisablesWithoutABookmark) {
     discardMenuEntries(&context);
     EXPECT_TRUE(context.actions().isEmpty());
     CommitActionMenuItems::fill(&context, std::nullopt, {});
-    EXPECT_EQ(menuLines(context), (Lines{"Describe Commit… (off)", "Split Commit… (off)"}));
+    EXPECT_EQ(menuLines(context),
+              (Lines{"Describe Commit… (off)", "Split Commit… (off)", "Review Conflicts… (off)"}));
 }
 
 }  // namespace
