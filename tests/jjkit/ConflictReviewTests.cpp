@@ -37,10 +37,10 @@ TEST(ConflictReview, ReadsEveryConflictedFileWithoutSnapshottingAndRefusesPartia
 
     LogCapture log;
     const auto review = RebaseConflictReview::load(client, repo.id("M"));
-    EXPECT_EQ(repo.operationCount(), operations);
-    EXPECT_EQ(review.commit.changeID, repo.id("M"));
-    EXPECT_TRUE(review.commit.conflict);
-    EXPECT_EQ(review.patch, client.diff("commit_id(" + review.commit.commitID + ")"));
+    EXPECT_EQ(std::tuple(repo.operationCount(), review.commit.changeID, review.commit.conflict,
+                         review.patch),
+              std::tuple(operations, repo.id("M"), true,
+                         client.diff("commit_id(" + review.commit.commitID + ")")));
     std::vector<std::string> paths;
     for (const auto& file : review.files) {
         paths.push_back(file.path);
@@ -48,14 +48,13 @@ TEST(ConflictReview, ReadsEveryConflictedFileWithoutSnapshottingAndRefusesPartia
                     AllOf(HasSubstr("<<<<<<<"), HasSubstr("left"), HasSubstr("right")));
     }
     EXPECT_EQ(paths, (std::vector<std::string>{"dir/ñandú.txt", "quote\"d.txt", "with blank.txt"}));
-    EXPECT_TRUE(log.contains("rebase-review/conflict-paths"));
-    EXPECT_TRUE(log.contains("rebase-review/conflict-content"));
+    EXPECT_TRUE(log.contains("rebase-review/conflict-paths") &&
+                log.contains("rebase-review/conflict-content"));
 
     // A commit without conflicts has its patch and no files.
     const auto calm = RebaseConflictReview::load(client, sides[0]);
-    EXPECT_FALSE(calm.commit.conflict);
+    EXPECT_FALSE(calm.commit.conflict || !calm.files.empty());
     EXPECT_THAT(calm.patch, HasSubstr("changed on one side only"));
-    EXPECT_TRUE(calm.files.empty());
 
     // Anything but a full change ID is refused before any process runs.
     const auto& full = sides[0];

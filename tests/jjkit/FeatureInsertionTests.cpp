@@ -250,7 +250,7 @@ constexpr const char* integrationPicture = R"(
     W2 <- W1 "w2" work.txt="one\ntwo"
 )";
 
-TEST(FeatureInsertionPlanning, EachReadOfTheRepositoryCanRefuse) {
+TEST(FeatureInsertionPlanning, EachReadOfTheRepositoryCanRefuseAndARoutingReportsItsConflicts) {
     TestRepo repo;
     // Beside the integration, features that each show one fault, and work
     // V1-V2 made straight on trunk and composed with another feature in the
@@ -378,50 +378,40 @@ TEST(FeatureInsertionPlanning, EachReadOfTheRepositoryCanRefuse) {
     // Executing replans without repairs, which cannot give this plan again.
     EXPECT_EQ(refusal([&] { client.executeFeatureInsertion(plan); }),
               "Routing scope or configuration changed. Generate a new preview.");
-    EXPECT_TRUE(OperationJournal<FeatureInsertionPlan>(repo.root()).load().records.empty());
     EXPECT_EQ(repo.currentOperationID(), snapshotted);
-}
 
-TEST(FeatureInsertionExecution, RoutesWorkIntoTheFeatureAndReportsItsConflicts) {
-    TestRepo repo;
-    repo.draw(integrationPicture);
-    repo.addWorkspace("review", repo.id("W1"));
+    // Routing W1-W2 after F1 runs. Verification compares the outcome with
+    // the planned graph: a receipt without warnings and jj's own parents
+    // below confirm both. Conflicts are reported, not warned.
+    // The conflicted twin on F2 would be reported as no longer following it.
+    repo.jj({"bookmark", "delete", "twin"});
+    repo.addWorkspace("review", id("W1"));
     const auto workingCopy = repo.changeID("default@");
     const auto review = repo.changeID("review@");
-    const auto id = [&](const char* name) {
-        return repo.id(name);
-    };
-
-    const JJClient client(repo.root());
-    const auto plan = client.planFeatureInsertion({id("W2"), id("W1")}, id("F1"), "feat");
-    EXPECT_EQ((std::vector{flow::changeIDsOf(plan.selected),
-                           {plan.destination.changeID, plan.featureTip.changeID, plan.operationID,
-                            plan.workspaceRoot}}),
-              (std::vector<std::vector<std::string>>{{id("W1"), id("W2")},
-                                                     {id("F1"), id("F2"), repo.currentOperationID(),
-                                                      fs::canonical(repo.root()).string()}}));
+    const auto routing = client.planFeatureInsertion({id("W2"), id("W1")}, id("F1"), "feat");
+    EXPECT_EQ(std::tuple(flow::changeIDsOf(routing.selected), routing.destination.changeID,
+                         routing.featureTip.changeID, routing.operationID, routing.workspaceRoot),
+              std::tuple(work, id("F1"), id("F2"), repo.currentOperationID(),
+                         fs::canonical(repo.root()).string()));
     // Planning the same request again gives the same plan.
-    EXPECT_EQ(client.planFeatureInsertion({id("W1"), id("W2")}, id("F1"), "feat"), plan);
-
-    // Verification compares the outcome with the planned graph: a receipt
-    // without warnings and jj's own parents below confirm both. Conflicts
-    // are reported, not warned.
-    const auto receipt = client.executeFeatureInsertion(plan);
+    EXPECT_EQ(client.planFeatureInsertion(work, id("F1"), "feat"), routing);
+    const auto receipt = client.executeFeatureInsertion(routing);
     const auto conflicted = testing::conflictedChanges(repo, "all()");
     EXPECT_TRUE(std::binary_search(conflicted.begin(), conflicted.end(), id("W1")));
     auto inOrder = receipt;
     inOrder.conflictedChangeIDs = testing::sorted(receipt.conflictedChangeIDs);
-    EXPECT_EQ(inOrder, testing::cleanReceipt(plan.operationID, repo.currentOperationID(),
+    EXPECT_EQ(inOrder, testing::cleanReceipt(routing.operationID, repo.currentOperationID(),
                                              {"default", "review"}, conflicted));
     EXPECT_EQ(testing::graph(repo, {"W1", "W2", "F2", "M", workingCopy, review}),
               "W1<F1 W2<W1 F2<W2 M<F2,B " + workingCopy + "<M " + review + "<M");
-    EXPECT_EQ((std::vector{*repo.bookmarkTarget("feat"), repo.changeID("default@"),
-                           repo.changeID("review@"),
-                           repo.jj({"file", "show", "-r", "feat", "root:work.txt"})}),
-              (std::vector<std::string>{"F2", workingCopy, review, "one\ntwo"}));
+    EXPECT_EQ(std::tuple(*repo.bookmarkTarget("feat"), repo.changeID("default@"),
+                         repo.changeID("review@"),
+                         repo.jj({"file", "show", "-r", "feat", "root:work.txt"})),
+              std::tuple("F2", workingCopy, review, "one\ntwo"));
+    // The refused execution above saved nothing: this is the only record.
     const auto stored = testing::onlyRecord<FeatureInsertionPlan>(repo.root());
     EXPECT_EQ(std::tuple(stored.plan, stored.receipt, stored.steps.has_value()),
-              std::tuple(plan, receipt, false));
+              std::tuple(routing, receipt, false));
 }
 
 }  // namespace

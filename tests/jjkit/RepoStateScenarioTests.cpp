@@ -248,14 +248,13 @@ TEST_F(RepoStateLoad, OddRepositoriesStillLoadAndMissingParentsAreFetched) {
 
     const JJClient client(repo.root());
     const RepoState state = client.repoState();
-    EXPECT_EQ(state.bookmarks.at("feat").commitIDs.size(), 2U);
-    EXPECT_EQ(client.upstreamCommitCount(), 0);
-    EXPECT_EQ(
-        std::count_if(state.commits.begin(), state.commits.end(),
-                      [&](const auto& entry) { return entry.second->changeID == repo.id("D"); }),
-        2);
-    EXPECT_EQ(state.workspaces.size(), 2U);
-    EXPECT_EQ(state.selectedWorkspaceName, "default");
+    const auto isD = [&](const auto& entry) {
+        return entry.second->changeID == repo.id("D");
+    };
+    EXPECT_EQ(std::tuple(state.bookmarks.at("feat").commitIDs.size(), client.upstreamCommitCount(),
+                         std::ranges::count_if(state.commits, isD), state.workspaces.size(),
+                         state.selectedWorkspaceName),
+              std::tuple(2U, 0, 2, 2U, "default"));
 
     // A narrow revset: the parents it misses come from the second query, once.
     std::set<std::string> loaded;
