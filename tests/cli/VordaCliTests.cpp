@@ -10,6 +10,7 @@
 #include <tuple>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -163,14 +164,15 @@ TEST(VordaCli, ExecAndQueryRunCommandsAndPlansAndTellFailuresFromBadInput) {
     const auto marker = pinned.stderr.find("[vorda-cli] execute togglePinned");
     ASSERT_NE(marker, std::string::npos) << pinned.stderr;
     EXPECT_EQ(pinned.stderr.find("START", marker), std::string::npos) << pinned.stderr;
-    const auto lanes = json::parse(pinned.stdout).at("refreshed").at("_0").at("lanesByBookmark");
-    EXPECT_EQ(lanes.at("other").at("isPinned"), true);
+    EXPECT_EQ(
+        json::parse(pinned.stdout).at("/refreshed/_0/lanesByBookmark/other/isPinned"_json_pointer),
+        true);
 
     // A command jj refuses: the error, exit 1, nothing changed.
     const auto failed = cli({"exec", R"({"renameBookmark":{"old":"no such","new":"x"}})"}, root);
     EXPECT_EQ(failed.exitCode, 1);
-    const auto message = json::parse(failed.stdout).at("error").at("message").get<std::string>();
-    EXPECT_NE(message.find("No such bookmark"), std::string::npos) << message;
+    EXPECT_THAT(json::parse(failed.stdout).at("/error/message"_json_pointer).get<std::string>(),
+                ::testing::HasSubstr("No such bookmark"));
 
     // A command that changes the repository, checked with jj.
     succeeded({"exec", R"({"renameBookmark":{"old":"other","new":"f\u00e9ature \"2\""}})"}, root);
@@ -254,19 +256,15 @@ TEST(VordaCli, WatchPrintsASnapshotAfterAChangeFromTheCommandLine) {
         jj -R "$1" bookmark create from-cli -r @-
         whole from-cli)sh",
                          VORDA_CLI_PATH, repo.root(), output});
+    // Every line up to the one with the bookmark is a whole snapshot, and the
+    // first one is from before it.
     std::ifstream lines(output);
-    const auto showsBookmark = [&lines] {
-        std::string line;
-        std::getline(lines, line);
-        return json::parse(line).at("repoState").at("bookmarks").contains("from-cli");
-    };
-    EXPECT_FALSE(showsBookmark());
-    // Every later line is a whole snapshot; one of them shows the bookmark.
-    bool seen = false;
-    while (!seen && lines.peek() != EOF) {
-        seen = showsBookmark();
+    std::vector<bool> shows;
+    for (std::string line; (shows.empty() || !shows.back()) && std::getline(lines, line);) {
+        shows.push_back(json::parse(line).at("repoState").at("bookmarks").contains("from-cli"));
     }
-    EXPECT_TRUE(seen);
+    ASSERT_FALSE(shows.empty());
+    EXPECT_EQ((std::pair<bool, bool>(shows.front(), shows.back())), std::pair(false, true));
 }
 
 }  // namespace
