@@ -2,14 +2,12 @@
 // local bare origin, checked afterwards with jj and git.
 
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "feature/session/RepoSession.h"
 #include "jjkit/support/Text.h"
-#include "jjkit/templates/RevsetQuoting.h"
 #include "support/RepoPicture.h"
 #include "support/TestRepo.h"
 
@@ -44,35 +42,29 @@ class PublishCommands : public ::testing::Test {
     std::shared_ptr<RepoSession> session = RepoSession::open(repo.root());
 };
 
-TEST_F(PublishCommands, PushAsksBeforeForcingAndSyncPushesOnlyEnabledBookmarksThatAreAhead) {
+// Pushing over a diverged remote after the warning is a sheet scenario of the
+// app tests.
+TEST_F(PublishCommands, PushAndSyncPushOnlyWhatIsAheadAndSyncOnlyEnabledBookmarks) {
     // ahead, alpha, beta and aside are ahead of origin, solo and fresh never
-    // pushed, and diverged moved on both sides; the working copy includes
-    // alpha, beta and fresh.
+    // pushed; the working copy includes alpha, beta and fresh.
     repo.draw(R"(
       A1 <- T "a" a=1 [ahead]
       L1 <- T "l" l=1 [alpha]
       B1 <- T "b" b=1 [beta]
       X1 <- T "x" x=1 [aside]
-      D1 <- T "d" d=1 [diverged]
-      push ahead beta alpha aside diverged
+      push ahead beta alpha aside
       A2 <- A1 "a2" a=2
       L2 <- L1 "l2" l=2
       B2 <- B1 "b2" b=2
       X2 <- X1 "x2" x=2
       S <- T "solo" s=1 [solo]
       F <- T "f" f=1 [fresh]
-    )");
-    repo.advanceOrigin("diverged", "upstream side", {{"d", "upstream\n"}});
-    repo.fetch();
-    repo.draw(R"(
-      D2 <- D1 "d local" d=local
       @ <- L2 B2 F
     )");
     repo.bookmark("ahead", repo.id("A2"));
     repo.bookmark("alpha", repo.id("L2"));
     repo.bookmark("beta", repo.id("B2"));
     repo.bookmark("aside", repo.id("X2"));
-    repo.bookmark("diverged", repo.id("D2"));
     session->refreshSnapshot();
 
     EXPECT_EQ(toast(RepoCommand::Push{bookmark("main")}), "main is already up to date");
@@ -82,20 +74,6 @@ TEST_F(PublishCommands, PushAsksBeforeForcingAndSyncPushesOnlyEnabledBookmarksTh
     // A first push names no remote and asks nothing.
     session->execute(RepoCommand::Push{bookmark("solo")});
     EXPECT_EQ(originTip("solo"), commitID("S"));
-
-    const auto before = originTip("diverged");
-    const auto question = session->execute(RepoCommand::Push{bookmark("diverged")});
-    const auto* force = std::get_if<RepoCommandResult::ForcePushRequired>(&question.value);
-    ASSERT_NE(force, nullptr);
-    EXPECT_EQ(std::tie(force->request.bookmark, force->request.syncState),
-              std::tie(bookmark("diverged"), bookmark("diverged").remoteSyncState));
-    EXPECT_EQ(force->request.id.size(), 36U);
-    EXPECT_EQ(originTip("diverged"), before) << "nothing is pushed before the user agrees";
-
-    session->execute(RepoCommand::PerformPush{force->request.bookmark});
-    EXPECT_EQ(originTip("diverged"), commitID("D2"));
-    EXPECT_EQ(bookmark("diverged").remoteSyncState,
-              (RemoteSyncState{RemoteSyncState::UpToDate{"origin"}}));
 
     EXPECT_EQ(toast(RepoCommand::Sync{}), "Pushed 2 bookmarks");
     EXPECT_EQ(
@@ -120,47 +98,23 @@ TEST_F(PublishCommands, PushAsksBeforeForcingAndSyncPushesOnlyEnabledBookmarksTh
     EXPECT_EQ(repo.commitID("main"), originTip("main"));
 }
 
-TEST_F(PublishCommands, CreateBookmarkByCarvingHunksOrFromEachStartingPoint) {
-    // Carved hunks make the new bookmark's first commit.
-    std::string lines;
-    for (int line = 1; line <= 30; ++line) {
-        lines.append("line ").append(std::to_string(line)).append("\n");
-    }
-    repo.commit("notes", {{"notes.txt", lines}});
-    const auto edit = [](std::string text, const std::string& from, const std::string& to) {
-        return text.replace(text.find(from), from.size(), to);
-    };
-    const auto carvedText = edit(lines, "line 28\n", "line twenty-eight\n");
-    const auto changed = edit(carvedText, "line 2\n", "line two\n");
-    repo.writeFile("notes.txt", changed);
-    repo.writeFile("other.txt", "other\n");
+// Carving hunks into a new bookmark is a sheet scenario of the app tests.
+TEST_F(PublishCommands, CreateBookmarkFromEachStartingPoint) {
+    repo.writeFile("wip.txt", "work\n");
     repo.jj({"debug", "snapshot"});
-
     using Point = BookmarkStartingPoint;
     auto create = [&](const std::string& name, BookmarkStartingPoint point,
                       std::optional<std::string> parent = std::nullopt) {
         return session->execute(
             RepoCommand::CreateBookmark{{name, std::move(parent), std::move(point), false, false}});
     };
-    ASSERT_TRUE(
-        create("carved", {Point::WorkingCopyCarveHunks{{{{"notes.txt", {1}}, {"other.txt", {}}}},
-                                                       VORDA_DIFF_APPLY_PATH}})
-            .refreshedSnapshot());
-    EXPECT_EQ(repo.commitID("carved"), repo.commitID("@-"));
-    const auto notes = rootFilesets({"notes.txt"}).front();
-    EXPECT_EQ(repo.jj({"file", "show", "-r", "carved", notes}), carvedText);
-    EXPECT_EQ(repo.changedPaths("carved"), Paths{"notes.txt"});
-    EXPECT_EQ(repo.jj({"file", "show", "-r", "@", notes}), changed);
-    EXPECT_EQ(repo.changedPaths("@"), (Paths{"notes.txt", "other.txt"}));
-
     const int operations = repo.operationCount();
     EXPECT_EQ(*create("nothing",
-                      {Point::WorkingCopyCarveHunks{{{{"notes.txt", {}}}}, VORDA_DIFF_APPLY_PATH}})
+                      {Point::WorkingCopyCarveHunks{{{{"wip.txt", {}}}}, VORDA_DIFF_APPLY_PATH}})
                    .toastText(),
               "No hunks selected");
     EXPECT_EQ(repo.operationCount(), operations);
 
-    // Every other starting point, after the carve.
     const auto workingCopy = repo.commitID("@");
     EXPECT_TRUE(create("blank", {Point::SpecificRevision{" \n\t"}}).refreshedSnapshot());
     create("typed", {Point::SpecificRevision{"  " + repo.id("T") + "\n"}});
