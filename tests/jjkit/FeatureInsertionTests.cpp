@@ -225,14 +225,15 @@ TEST(FeatureInsertionBuild, RefusalsDecidedFromFrozenDataInTheirOrder) {
 
 TEST(FeatureInsertionBuild, GraphWalks) {
     const ParentGraph graph{{"c", {"b"}}, {"b", {"a", "x"}}, {"x", {"c"}}};
-    EXPECT_TRUE(FeatureInsertionPlan::reaches("c", "c", {}));
-    EXPECT_TRUE(FeatureInsertionPlan::reaches("c", "a", graph));
-    EXPECT_TRUE(FeatureInsertionPlan::reaches("x", "a", graph));
-    EXPECT_FALSE(FeatureInsertionPlan::reaches("a", "c", graph));
-    EXPECT_FALSE(FeatureInsertionPlan::reaches("c", "z", graph));  // ends despite the loop
-    EXPECT_TRUE(FeatureInsertionPlan::dependedOnSelection("c", {"z", "a"}, graph));
-    EXPECT_FALSE(FeatureInsertionPlan::dependedOnSelection("a", {"b", "c"}, graph));
-    EXPECT_FALSE(FeatureInsertionPlan::dependedOnSelection("c", {}, graph));
+    using Plan = FeatureInsertionPlan;
+    // The walk from c to z ends despite the loop.
+    EXPECT_EQ((std::vector<bool>{Plan::reaches("c", "c", {}), Plan::reaches("c", "a", graph),
+                                 Plan::reaches("x", "a", graph), Plan::reaches("a", "c", graph),
+                                 Plan::reaches("c", "z", graph),
+                                 Plan::dependedOnSelection("c", {"z", "a"}, graph),
+                                 Plan::dependedOnSelection("a", {"b", "c"}, graph),
+                                 Plan::dependedOnSelection("c", {}, graph)}),
+              (std::vector<bool>{true, true, true, false, false, true, false, false}));
 }
 
 /// Trunk B published as `main`, the feature `feat` F1-F2 on it, an

@@ -254,13 +254,12 @@ TEST(LocalStackUpdateExecution, MovesStacksAndOneOffsOntoTrunkAndVerifiesThem) {
               cleanReceipt(plan.operationID, repo.currentOperationID(), {"default", "second"}));
     EXPECT_EQ(graph(repo, {"LO", "UP", "MG", "O1", "O2", "default@"}),
               "LO<T UP<LO MG<UP,T O1<T O2<O1 default@<O2");
-    EXPECT_EQ(repo.bookmarkTarget("upper"), "UP");
-    EXPECT_EQ(repo.changeID("second@"), id("LO"));
-    EXPECT_EQ(repo.changeID("default@"), defaultCopy);
+    EXPECT_EQ(std::tuple(*repo.bookmarkTarget("upper"), repo.changeID("second@"),
+                         repo.changeID("default@")),
+              std::tuple("UP", id("LO"), defaultCopy));
     const auto stored = onlyRecord<LocalStackUpdatePlan>(repo.root());
-    EXPECT_EQ(stored.plan, plan);
-    EXPECT_EQ(stored.receipt, receipt);
-    EXPECT_EQ(stored.steps, std::nullopt);
+    EXPECT_EQ(std::tuple(stored.plan, stored.receipt, stored.steps.has_value()),
+              std::tuple(plan, receipt, false));
 
     // The same selection now stands on trunk: no rebase runs, and the
     // receipt is still saved, before and after, under one identity.
@@ -274,9 +273,8 @@ TEST(LocalStackUpdateExecution, MovesStacksAndOneOffsOntoTrunkAndVerifiesThem) {
     ASSERT_EQ(persisted.size(), 2U);
     auto first = persisted[1];
     first.receipt.reset();
-    EXPECT_EQ(persisted[0], first);
-    EXPECT_EQ(persisted[0].plan, settled);
-    EXPECT_EQ(persisted[1].receipt, noOp);
+    EXPECT_EQ(std::tuple(persisted[0], persisted[0].plan, persisted[1].receipt),
+              std::tuple(first, settled, noOp));
 }
 
 TEST(LocalStackUpdatePlanValues, LinearStacksAndUnbookmarkedTipsOfHandBuiltGraphs) {

@@ -40,13 +40,11 @@ std::string decodeFailure(const std::string& line) {
 
 TEST(RecordCoding, DecodesACommitWithItsBookmarksAndDerivedMembers) {
     const JJCommit commit = decodeCommit(commitLine);
-    EXPECT_EQ(commit.id(), "kkkkllllmmmmnnnnooooppppqqqqrrrr");
-    EXPECT_EQ(commit.shortChangeID(), "kkkkllllmmmm");
-    EXPECT_EQ(commit.shortCommitID(), "c0ffee00c0ff");
+    EXPECT_EQ(std::tuple(commit.id(), commit.shortChangeID(), commit.shortCommitID(),
+                         commit.summary(), commit.empty, commit.workingCopy),
+              std::tuple("kkkkllllmmmmnnnnooooppppqqqqrrrr", "kkkkllllmmmm", "c0ffee00c0ff",
+                         "Fix \"quoted\" thing", true, true));
     EXPECT_EQ(commit.parents, (std::vector<std::string>{"aaaa", "bbbb"}));
-    EXPECT_EQ(commit.summary(), "Fix \"quoted\" thing");
-    EXPECT_TRUE(commit.empty);
-    EXPECT_TRUE(commit.workingCopy);
     EXPECT_EQ(commit.changedFiles, (std::vector<ChangedFile>{{"src/a b.txt", "M", {}, {}}}));
 
     // Null targets are dropped; a present empty tracking target differs from

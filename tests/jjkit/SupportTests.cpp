@@ -68,10 +68,9 @@ TEST(SupportUtf8, AcceptsWellFormedTextUpToTheBoundariesAndCountsAndCutsByCodePo
 
     // Counting and cutting go by code point; a cut ends on a whole character.
     const std::string mixed = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";  // aé€😀
-    EXPECT_EQ(utf8::codePointCount(""), 0U);
-    EXPECT_EQ(utf8::codePointCount("abc"), 3U);
-    EXPECT_EQ(utf8::prefixCodePoints("", 3), "");
-    EXPECT_EQ(utf8::prefixCodePoints("abcdef", 3), "abc");
+    EXPECT_EQ(std::tuple(utf8::codePointCount(""), utf8::codePointCount("abc"),
+                         utf8::prefixCodePoints("", 3), utf8::prefixCodePoints("abcdef", 3)),
+              std::tuple(0U, 3U, "", "abc"));
     const std::vector<std::size_t> cutBytes{0, 1, 3, 6, 10, 10};
     for (std::size_t count = 0; count < cutBytes.size(); ++count) {
         EXPECT_EQ(utf8::prefixCodePoints(mixed, count), mixed.substr(0, cutBytes[count])) << count;
