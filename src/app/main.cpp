@@ -13,6 +13,7 @@
 #include <QTimer>
 #include <cstdio>
 
+#include "app/start/ColorScheme.h"
 #include "app/start/VordaApplication.h"
 #include "app/window/RepoMenuCommands.h"
 #include "app/window/RepoWindow.h"
@@ -47,6 +48,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("vorda"));
     QApplication::setDesktopFileName(QStringLiteral("vorda"));
     const QApplication app(argc, argv);
+    vorda::colorscheme::applyDesktopScheme();
 
     // A traced action ends once the UI has drawn what it caused: twice
     // through the event loop.

@@ -53,12 +53,24 @@ void ColumnResizeHandle::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void ColumnResizeHandle::paintEvent(QPaintEvent* /*event*/) {
-    if (!isDragging_ && !isHovered_) {
+    QPainter painter(this);
+    if (isDragging_ || isHovered_) {
+        const QRect line(width() / 2 - 1, 0, 2, height());
+        painter.fillRect(line, palette().color(QPalette::Highlight));
         return;
     }
-    QPainter painter(this);
-    const QRect line(width() / 2 - 1, 0, 2, height());
-    painter.fillRect(line, palette().color(QPalette::Highlight));
+    // At rest a grip of three dots halfway down says the border can be
+    // dragged.
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(palette().color(QPalette::Mid));
+    constexpr int dot = 3;
+    constexpr int gap = 4;
+    const int left = (width() - dot) / 2;
+    const int top = height() / 2 - (3 * dot + 2 * gap) / 2;
+    for (int index = 0; index < 3; ++index) {
+        painter.drawEllipse(QRect(left, top + index * (dot + gap), dot, dot));
+    }
 }
 
 void ColumnResizeHandle::enterEvent(QEnterEvent* event) {

@@ -373,6 +373,14 @@ QString CommitCardDelegate::tooltipAt(const QStyleOptionViewItem& option, const 
             return chip->tooltip;
         }
     }
+    if (layout.summary.contains(position)) {
+        // A cut summary shows whole above the card's own tooltip.
+        const QString summary =
+            content.kind == RowKind::base ? basePrefix() + content.summary : content.summary;
+        if (QFontMetrics(option.font).horizontalAdvance(summary) > layout.summary.width()) {
+            return summary + QLatin1Char('\n') + index.data(Qt::ToolTipRole).toString();
+        }
+    }
     if (layout.author.contains(position)) {
         return index.data(CommitListModel::AuthorToolTipRole).toString();
     }

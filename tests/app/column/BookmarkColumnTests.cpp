@@ -118,12 +118,21 @@ TEST(BookmarkColumn, CommitsRenderThroughTheModelWithCardTooltips) {
     option.initFrom(column.commitList()->viewport());
     option.font = column.commitList()->font();
     option.rect = QRect(0, 0, 400, CommitCardDelegate::rowHeight(option.font));
-    std::set<QString> tooltips;
-    for (int y = 0; y < option.rect.height(); y += 2) {
-        for (int x = 0; x < option.rect.width(); x += 3) {
-            tooltips.insert(delegate->tooltipAt(option, model->index(0), QPoint(x, y)));
+    const auto tooltipsAtWidth = [&](int width) {
+        option.rect.setWidth(width);
+        std::set<QString> found;
+        for (int y = 0; y < option.rect.height(); y += 2) {
+            for (int x = 0; x < option.rect.width(); x += 3) {
+                found.insert(delegate->tooltipAt(option, model->index(0), QPoint(x, y)));
+            }
         }
-    }
+        return found;
+    };
+    // The summary shows whole in a tooltip only where the card cuts it.
+    const QString whole = "Add login form\n" + cardtext::cardTooltip(tip);
+    EXPECT_TRUE(tooltipsAtWidth(110).contains(whole));
+    const auto tooltips = tooltipsAtWidth(400);
+    EXPECT_FALSE(tooltips.contains(whole));
     const QString composition = cardChips(input, tip, true).back().tooltip;
     ASSERT_FALSE(composition.isEmpty());
     for (const QString& expected :
