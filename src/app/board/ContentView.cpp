@@ -72,6 +72,10 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
     diffToggle_->setToolTip(tr("Show diff in a column beside this one"));
 
     auto* filterBar = new QHBoxLayout;
+    // The bar lines up with the lanes below it.
+    filterBar->setContentsMargins(8, 6, 8, 0);
+    filterBar->setSpacing(8);
+    filter_->setClearButtonEnabled(true);
     filterBar->addWidget(filter_, 1);
     filterBar->addWidget(tags_);
     filterBar->addWidget(diffToggle_);
