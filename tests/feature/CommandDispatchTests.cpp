@@ -91,10 +91,6 @@ TEST(CommandDispatch, RowsChangeTheRepositoryOrOnlyItsSettingsAndSayWhatTheyDid)
     EXPECT_EQ(session->settingsStore().settings("theirs"), std::nullopt);
     EXPECT_EQ(session->settingsStore().routingRules().at(0).bookmarkName, "theirs-renamed");
 
-    session->execute(
-        RepoCommand::DescribeCommit{repo.id("ONE"), "one, \"quoted\"\nand a second line", false});
-    EXPECT_EQ(repo.description("ONE"), "one, \"quoted\"\nand a second line");
-
     repo.advanceOrigin("main", "upstream", {{"up", "1"}});
     repo.fetch();
     const auto trunk = repo.changeID("trunk()");
@@ -143,14 +139,14 @@ TEST(CommandDispatch, RowsChangeTheRepositoryOrOnlyItsSettingsAndSayWhatTheyDid)
     lane(RepoCommand::ToggleTag{"review", "feature"});
     lane(RepoCommand::TogglePinned{"feature"});
     lane(RepoCommand::ToggleBookmarkColumnVisibility{"feature"});
-    const auto strategic = lane(RepoCommand::SetUpdateStrategy{UpdateStrategy::mergeIn, "feature"});
+    lane(RepoCommand::SetUpdateStrategy{UpdateStrategy::mergeIn, "feature"});
     EXPECT_EQ(fresh->settingsStore().settings("feature"),
               (BookmarkSettings{UpdateStrategy::mergeIn, {}, {}, {"urgent"}, true, true}));
-    EXPECT_EQ(std::tuple(strategic.updateStrategy, strategic.tags, strategic.isPinned),
-              std::tuple(UpdateStrategy::mergeIn, std::vector<std::string>{"urgent"}, true));
-    // Closing a column also unpins it.
+    // Closing a column also unpins it; the lane follows the settings.
     const auto closed = lane(RepoCommand::CloseBookmarkColumn{"feature"});
-    EXPECT_EQ(std::pair(closed.isPinned, closed.isColumnVisible), std::pair(false, false));
+    EXPECT_EQ(
+        std::tuple(closed.updateStrategy, closed.tags, closed.isPinned, closed.isColumnVisible),
+        std::tuple(UpdateStrategy::mergeIn, std::vector<std::string>{"urgent"}, false, false));
 
     // Rules for one bookmark replace only that bookmark's rules.
     const FileRoutingRule docs{"8E0C6B1E-3C7D-4E52-9B6A-0F1B2C3D4E5F", "docs/**", "feature", true};

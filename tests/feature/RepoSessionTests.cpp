@@ -116,19 +116,17 @@ TEST(RepoSession, RequestsInABurstMakeOneReadHalfASecondAfterTheLast) {
 
 TEST(RepoSession, ALaggingConsumerSeesOnlyTheNewestSnapshot) {
     SnapshotStream stream;
-    const auto a = std::make_shared<const RepoSnapshot>();
-    const auto b = std::make_shared<const RepoSnapshot>();
-    const auto c = std::make_shared<const RepoSnapshot>();
-    stream.yield(a);
-    stream.yield(b);
-    stream.yield(c);
-    EXPECT_EQ(stream.next(), c);
+    const auto newest = std::make_shared<const RepoSnapshot>();
+    stream.yield(std::make_shared<const RepoSnapshot>());
+    stream.yield(std::make_shared<const RepoSnapshot>());
+    stream.yield(newest);
+    EXPECT_EQ(stream.next(), newest);
     std::stop_source stop;
     auto waiting = std::async(std::launch::async, [&] { return stream.next(stop.get_token()); });
     stop.request_stop();
     EXPECT_FALSE(waiting.get().has_value());
     stream.finish();
-    stream.yield(a);  // ignored once finished
+    stream.yield(newest);  // ignored once finished
     EXPECT_FALSE(stream.next().has_value());
 }
 

@@ -98,10 +98,11 @@ class WorkspaceCommands : public ::testing::Test {
     std::shared_ptr<RepoSession> session = RepoSession::open(repo.root());
 };
 
-TEST_F(WorkspaceCommands, IncludingRemovingAndMovingRewriteTheParentsOfAMaterializedComposition) {
+TEST_F(WorkspaceCommands, IncludingMovingAndAdvancingRewriteTheParentsOfAMaterializedComposition) {
     // Bookmarks ay, bee, cee on trunk, low with high above it, and ex with two
     // commits; workspace "second" sits on its own composition point P merging
-    // ay and high. The default workspace sits on trunk.
+    // ay and high, "lane" edits bee's commit itself, and the default
+    // workspace has unbookmarked work of its own on trunk.
     repo.draw(R"(
       AY <- T "ay a" a=a [ay]
       BEE <- T "bee b" b=b [bee]
@@ -112,8 +113,11 @@ TEST_F(WorkspaceCommands, IncludingRemovingAndMovingRewriteTheParentsOfAMaterial
       X2 <- X1 "ex x" x=2 [ex]
       P <- AY HIGH "wip: Vorda composition second"
       workspace second <- P
-      @ <- T
+      workspace lane <- T
+      O1 <- T "o1" o=1
+      O2 <- O1 "o2" o=2
     )");
+    repo.jjIn((repo.scratch() / "lane").string(), {"edit", repo.id("BEE")});
     recordPoint("P", "second");
     const std::string inherited = " is inherited; rebase its containing history to remove it";
     run({
@@ -158,16 +162,39 @@ TEST_F(WorkspaceCommands, IncludingRemovingAndMovingRewriteTheParentsOfAMaterial
 
     // A partial attachment is removed by its pinned commit.
     run({{Include{"second", "ex", false}, "Removed ex from second", {"HIGH"}}});
+
+    // Advancing onto trunk moves only a workspace's own work; a composition
+    // point takes trunk as its last parent and its bookmarks stay.
+    repo.advanceOrigin("main", "upstream", {{"upstream", "1\n"}});
+    repo.fetch();
+    const auto trunk = repo.changeID("main@origin");
+    run({
+        {Advance{"nope"}, "Workspace nope no longer exists"},
+        {Advance{"lane"}, "lane sits on its bookmarks — rebase those lanes onto trunk instead"},
+    });
+    EXPECT_EQ(toast(Advance{"default"}), "Advanced default onto current trunk");
+    EXPECT_EQ(repo.parents("O1"), Names{trunk});
+    EXPECT_EQ(repo.parents("O2"), Names{"O1"});
+    EXPECT_EQ(repo.parents("@"), Names{"O2"});
+    EXPECT_EQ(toast(Advance{"default"}), "default is already based on current trunk");
+    EXPECT_EQ(toast(Advance{"second"}), "Advanced second onto current trunk");
+    EXPECT_EQ(repo.parents("P"), (Names{"HIGH", trunk}));
+    EXPECT_EQ(repo.parents("HIGH"), Names{"LOW"});
+    EXPECT_EQ(toast(Advance{"second"}), "second is already based on current trunk");
 }
 
-TEST_F(WorkspaceCommands, IncludingInADirectOrLegacySharedWorkspaceGivesItItsOwnPoint) {
-    // ay's tip is above the commit the apex holds; "third" is direct on ay.
+TEST_F(WorkspaceCommands,
+       IncludingGivesADirectOrLegacyWorkspaceItsOwnPointAndAbandoningRewritesTheApex) {
+    // ay's tip is above the commit the apex holds, cee's tip is the apex's
+    // parent; "third" is direct on ay.
     repo.draw(R"(
       A1 <- T "a1" a=1
       AY <- A1 "ay a" a=a [ay]
       BEE <- T "bee b" b=b [bee]
+      C1 <- T "c1" c=1
+      CEE <- C1 "cee c" c=c [cee]
       workspace third <- AY
-      APEX <- T A1 "wip: Vorda apex commit"
+      APEX <- T A1 CEE "wip: Vorda apex commit"
       workspace second <- APEX
       @ <- APEX
     )");
@@ -199,10 +226,23 @@ TEST_F(WorkspaceCommands, IncludingInADirectOrLegacySharedWorkspaceGivesItItsOwn
     EXPECT_EQ(toast(Include{"second", "bee", true}), "Included bee in second");
     const auto second = expectNewPointWithBee("second", secondCopy);
     EXPECT_EQ(storedPoints(), (Points{{"second", second}, {"third", third}}));
-    EXPECT_EQ(repo.parents("APEX"), (Names{"T", "A1"}));  // the apex is left alone
+    EXPECT_EQ(repo.parents("APEX"), (Names{"T", "A1", "CEE"}));  // the apex is left alone
     const auto other = workspace("default");
     EXPECT_TRUE(std::holds_alternative<WorkspaceComposition::LegacyShared>(other.composition.kind));
     EXPECT_EQ(other.bookmarkRoles.at("bee"), Role::absent());
+
+    // Abandoning an apex parent rewrites the apex first: abandoning the tip
+    // alone would have put the apex on cee's lower commit.
+    const auto abandoned = session->execute(RepoCommand::AbandonBookmark{"cee"});
+    ASSERT_NE(abandoned.refreshedSnapshot(), nullptr);
+    EXPECT_EQ(repo.parents("APEX"), (Names{"T", "A1"}));
+    EXPECT_EQ(repo.description("APEX"), "wip: Vorda apex commit");
+    EXPECT_EQ(repo.parents("@"), Names{"APEX"});
+    EXPECT_NE(repo.tryJJ({"log", "-r", repo.id("CEE")}).exitCode, 0) << "abandoned";
+    EXPECT_EQ(repo.bookmarkTarget("cee"), std::nullopt);
+    EXPECT_EQ(repo.bookmarkTarget("ay"), "AY");
+    EXPECT_EQ(abandoned.refreshedSnapshot()->repoState.apex.value_or(Apex{}).parents,
+              (std::vector<ApexParent>{ApexParent::trunk(), ApexParent::changeID(repo.id("A1"))}));
 }
 
 TEST_F(WorkspaceCommands, ComposingLooseCommitsMakesAnIncludedBookmarkOnTheImmutableBase) {
@@ -251,65 +291,6 @@ TEST_F(WorkspaceCommands, ComposingLooseCommitsMakesAnIncludedBookmarkOnTheImmut
     EXPECT_EQ(repo.parents(m1), Names{"T"});
     EXPECT_EQ(repo.parents("P"), (Names{"AY", "BEE", "L2", m1}));
     EXPECT_EQ(repo.parents("@"), Names{"P"});
-}
-
-TEST_F(WorkspaceCommands, AdvancingOntoTrunkMovesOnlyTheWorkspacesOwnWork) {
-    // "lane" edits the bookmark's commit itself: everything it stands on is a
-    // bookmark's. The default workspace has unbookmarked work of its own on
-    // the old trunk.
-    repo.draw(R"(
-      AY <- T "ay a" a=a [ay]
-      FEAT <- T "feat f" f=f [feat]
-      workspace lane <- T
-      P <- AY FEAT "wip: Vorda composition second"
-      workspace second <- P
-      O1 <- T "o1" o=1
-      O2 <- O1 "o2" o=2
-    )");
-    repo.jjIn((repo.scratch() / "lane").string(), {"edit", repo.id("FEAT")});
-    recordPoint("P", "second");
-    repo.advanceOrigin("main", "upstream", {{"upstream", "1\n"}});
-    repo.fetch();
-    const auto trunk = repo.changeID("main@origin");
-
-    run({
-        {Advance{"nope"}, "Workspace nope no longer exists"},
-        {Advance{"lane"}, "lane sits on its bookmarks — rebase those lanes onto trunk instead"},
-    });
-
-    EXPECT_EQ(toast(Advance{"default"}), "Advanced default onto current trunk");
-    EXPECT_EQ(repo.parents("O1"), Names{trunk});
-    EXPECT_EQ(repo.parents("O2"), Names{"O1"});
-    EXPECT_EQ(repo.parents("@"), Names{"O2"});
-    EXPECT_EQ(toast(Advance{"default"}), "default is already based on current trunk");
-
-    // A composition point takes trunk as its last parent; its bookmarks stay.
-    EXPECT_EQ(toast(Advance{"second"}), "Advanced second onto current trunk");
-    EXPECT_EQ(repo.parents("P"), (Names{"AY", "FEAT", trunk}));
-    EXPECT_EQ(repo.parents("AY"), Names{"T"});
-    EXPECT_EQ(toast(Advance{"second"}), "second is already based on current trunk");
-}
-
-TEST_F(WorkspaceCommands, AbandoningAnApexParentRewritesTheApexBeforeAbandoning) {
-    repo.draw(R"(
-      AY <- T "ay a" a=a [ay]
-      B1 <- T "b1" b=1
-      BEE <- B1 "bee b" b=b [bee]
-      APEX <- T AY BEE "wip: Vorda apex commit"
-    )");
-    const auto result = session->execute(RepoCommand::AbandonBookmark{"bee"});
-    ASSERT_NE(result.refreshedSnapshot(), nullptr);
-    // Abandoning the tip alone would have put the apex on bee's lower commit.
-    EXPECT_EQ(repo.parents("APEX"), (Names{"T", "AY"}));
-    EXPECT_EQ(repo.description("APEX"), "wip: Vorda apex commit");
-    EXPECT_EQ(repo.parents("@"), Names{"APEX"});
-    EXPECT_NE(repo.tryJJ({"log", "-r", repo.id("BEE")}).exitCode, 0) << "abandoned";
-    EXPECT_EQ(repo.bookmarkTarget("bee"), std::nullopt);
-    EXPECT_EQ(repo.bookmarkTarget("ay"), "AY");
-    const auto& apex = result.refreshedSnapshot()->repoState.apex;
-    ASSERT_TRUE(apex.has_value());
-    EXPECT_EQ(apex->parents,
-              (std::vector<ApexParent>{ApexParent::trunk(), ApexParent::bookmark("ay")}));
 }
 
 }  // namespace

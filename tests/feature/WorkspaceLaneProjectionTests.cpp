@@ -25,12 +25,9 @@ std::string describe(const WorkspaceLaneProjection& lane) {
         }
         return part(out);
     };
-    std::string text = ids(lane.localCommits);
-    for (const auto& piece : {lane.boundary ? lane.boundary->commitID : "-", ids(lane.inputs),
-                              ids(lane.history), part(lane.unresolvedInputIDs)}) {
-        text.append(" | ").append(piece);
-    }
-    return text;
+    return text::join({ids(lane.localCommits), lane.boundary ? lane.boundary->commitID : "-",
+                       ids(lane.inputs), ids(lane.history), part(lane.unresolvedInputIDs)},
+                      " | ");
 }
 
 // Trunk t0 on root, stacks a1 <- a0 and b1 on it, and "comp" merging them.
