@@ -247,34 +247,25 @@ JJClient::PersistRecord<Plan> saving(const Save& save) {
 struct Planned {
     Execution run;
     std::vector<std::string> command;
-    std::vector<std::string> affected;  // change IDs, in plan order
 };
 
-/// Verification findings as words per commit: groups in turn, each over the
-/// plan's affected changes in plan order, then the words that close the list.
-/// A commit is a picture name, "@" the default working copy at planning.
-struct Findings {
-    std::vector<std::map<std::string, std::vector<std::string>>> groups;
-    std::vector<std::string> closing;
-
-    std::vector<std::string> expected(const TestRepo& repo, const Planned& planned,
-                                      const std::string& workingCopy) const {
-        std::vector<std::string> findings;
-        for (const auto& group : groups) {
-            for (const auto& change : planned.affected) {
-                for (const auto& [name, words] : group) {
-                    if (change == (name == "@" ? workingCopy : repo.id(name))) {
-                        for (const auto& word : words) {
-                            findings.push_back(word + change.substr(0, 12));
-                        }
-                    }
-                }
+/// `warnings` with each change ID prefix in them written as its picture
+/// name, and the default working copy at planning as "@".
+std::vector<std::string> named(const TestRepo& repo, std::vector<std::string> warnings,
+                               const std::string& workingCopy) {
+    std::map<std::string, std::string> names{{workingCopy.substr(0, 12), "@"}};
+    for (const auto* name : {"B", "T", "F1", "F2", "M", "W1", "W2"}) {
+        names[repo.id(name).substr(0, 12)] = name;
+    }
+    for (auto& warning : warnings) {
+        for (const auto& [prefix, name] : names) {
+            if (const auto at = warning.find(prefix); at != std::string::npos) {
+                warning.replace(at, prefix.size(), name);
             }
         }
-        findings.insert(findings.end(), closing.begin(), closing.end());
-        return findings;
     }
-};
+    return warnings;
+}
 
 struct Flow {
     std::string name;
@@ -284,9 +275,9 @@ struct Flow {
     /// Commits that, made trunk(), change the plan without moving the
     /// operation: one the plan comes out different with, one it is refused with.
     std::vector<std::string> otherTrunks;
-    /// After the repository was changed during the first save, and after
-    /// the rebase failed and nothing moved.
-    Findings afterInterference, afterFailedCommand;
+    /// The verification warnings, named, after the repository was changed
+    /// during the first save, and after the rebase failed and nothing moved.
+    std::vector<std::string> afterInterference, afterFailedCommand;
     /// Whether the flow declares steps, the first of them in its second save.
     bool stepped = false;
 };
@@ -308,7 +299,7 @@ const Flow flows[] = {
                     return by.executeLocalStackUpdate(plan, saving<LocalStackUpdatePlan>(save),
                                                       stop);
                 },
-                plan.commandArguments(), flow::changeIDsOf(plan.affectedCommits)};
+                plan.commandArguments()};
         },
         "This preview belongs to another repository or workspace.",
         "Preview expired because the repository or working copy changed. Generate a fresh "
@@ -317,12 +308,9 @@ const Flow flows[] = {
         "Repository changed while saving the receipt; no rebase was attempted.",
         "Could not save final receipt: disk full. Inspect the operation log before retrying.",
         {"B", "F2"},
-        {{{{"W2", {"Missing or divergent rewritten change "}},
-           {"@", {"Missing or divergent rewritten change "}},
-           {"F1", {parentsOn}},
-           {"F2", {"A bookmark no longer follows "}}}},
-         {workspaceChanged}},
-        {{{{"F1", {parentsOn}}}}, {}},
+        {"Missing or divergent rewritten change @", "Missing or divergent rewritten change W2",
+         "A bookmark no longer follows F2", parentsOn + "F1", workspaceChanged},
+        {parentsOn + "F1"},
     },
     {
         "FeatureInsertion",
@@ -334,7 +322,7 @@ const Flow flows[] = {
                     return by.executeFeatureInsertion(plan, saving<FeatureInsertionPlan>(save),
                                                       stop);
                 },
-                plan.commandArguments(), flow::changeIDsOf(plan.affected)};
+                plan.commandArguments()};
         },
         "This routing preview belongs to another repository or workspace.",
         "Routing preview expired. Refresh and preview again before moving work.",
@@ -344,13 +332,12 @@ const Flow flows[] = {
         "retrying.",
         {"F1", "F2"},
         // The missing changes first, then parents and bookmarks.
-        {{{{"W2", {"Missing or divergent routed change "}},
-           {"@", {"Missing or divergent routed change "}}},
-          {{"W1", {parentsOn}}, {"F2", {parentsOn, "Bookmark feat no longer uniquely follows "}}}},
-         {"The feature bookmark no longer uniquely follows its original tip.", workspaceChanged}},
-        // The lowest selected change, the tip and the working copy above the
-        // selection are not where the plan puts them.
-        {{{{"W1", {parentsOn}}, {"F2", {parentsOn}}, {"@", {parentsOn}}}}, {}},
+        {"Missing or divergent routed change @", "Missing or divergent routed change W2",
+         parentsOn + "W1", parentsOn + "F2", "Bookmark feat no longer uniquely follows F2",
+         "The feature bookmark no longer uniquely follows its original tip.", workspaceChanged},
+        // The working copy above the selection, the lowest selected change and
+        // the tip are not where the plan puts them.
+        {parentsOn + "@", parentsOn + "W1", parentsOn + "F2"},
     },
     {
         "FeatureAppend",
@@ -363,7 +350,7 @@ const Flow flows[] = {
                             plan, saving<FeatureAppendPlan>(save), [] {}, stop)
                         .receipt.value();
                 },
-                plan.topology.commandArguments(), flow::changeIDsOf(plan.topology.affected)};
+                plan.topology.commandArguments()};
         },
         "This append preview belongs to another repository or workspace.",
         "Append preview expired. Generate a fresh preview.",
@@ -372,7 +359,7 @@ const Flow flows[] = {
         "Could not save final append receipt: disk full. Inspect the operation log before "
         "retrying.",
         {"F2", "W1"},
-        {{}, {"Repository changed after the last recorded step; inspect intervening operations."}},
+        {"Repository changed after the last recorded step; inspect intervening operations."},
         // Nothing moved, so nothing was verified.
         {},
         true,
@@ -409,18 +396,16 @@ TEST_P(PlannedFlowShape, StaleForeignAndCancelledPreviewsRunNothingAndSaveNothin
 
     // Each change made after the preview expires it; the edit on disk does so
     // through the execution's own snapshot.
-    const std::vector<std::function<void()>> changes{
-        [&] {
-            repo.jj({"describe", "-r", repo.id("W1"), "-m", "w1 reworded"});
-        },
-        [&] {
-            repo.jj({"new", "--no-edit", repo.id("T"), "-m", "elsewhere"});
-        },
-        [&] { repo.writeFile("edited.txt", "edited after the preview\n"); },
-    };
-    for (const auto& change : changes) {
+    for (const auto& change : std::vector<std::vector<std::string>>{
+             {"describe", "-r", repo.id("W1"), "-m", "w1 reworded"},
+             {"new", "--no-edit", repo.id("T"), "-m", "elsewhere"},
+             {}}) {
         const auto run = flow.plan(client, repo).run;
-        change();
+        if (change.empty()) {
+            repo.writeFile("edited.txt", "edited after the preview\n");
+        } else {
+            repo.jj(change);
+        }
         refused(run, flow.expired, client);
     }
 
@@ -499,8 +484,8 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
     EXPECT_EQ((std::vector{receipt.beforeOperationID, receipt.afterOperationID.value_or(""),
                            repo.currentOperationID()}),
               std::vector<std::string>(3, operation));
-    EXPECT_EQ(receipt.verificationWarnings,
-              flow.afterFailedCommand.expected(repo, planned, repo.changeID("@")));
+    EXPECT_EQ(named(repo, receipt.verificationWarnings, repo.changeID("@")),
+              flow.afterFailedCommand);
     EXPECT_EQ(shape(), original);
     ASSERT_GE(saved.size(), 2U);
     EXPECT_EQ(std::pair(saved.front(), saved.back()), std::pair(Saved(), Saved(receipt)));
@@ -542,8 +527,7 @@ TEST_P(PlannedFlowShape, FailuresAfterTheFirstSaveEndInTheReceipt) {
         {});
     EXPECT_EQ(receipt.commandError, flow.changedWhileSaving);
     EXPECT_EQ(receipt.afterOperationID, repo.currentOperationID());
-    EXPECT_EQ(receipt.verificationWarnings,
-              flow.afterInterference.expected(repo, interfered, oldWorkingCopy));
+    EXPECT_EQ(named(repo, receipt.verificationWarnings, oldWorkingCopy), flow.afterInterference);
     EXPECT_EQ(shape(), "B M F1");
     EXPECT_EQ(saved.back(), receipt);
 }
