@@ -364,6 +364,9 @@ TEST(FeatureAppendFlow, StopsAfterTheMoveAtEachGateThenAppendsAndInspectsOnlyIts
     const std::string changedAfterMove =
         "Repository or working files changed after moving work. Bookmark advancement was not "
         "attempted.";
+    const std::string conflicts =
+        "Moved work has conflicts. Bookmark advancement was not attempted; inspect the partial "
+        "action before resolving or continuing manually.";
     const std::vector<std::string> changedAfterLastStep{
         "Repository changed after the last recorded step; inspect intervening operations."};
     struct Case {
@@ -383,12 +386,7 @@ TEST(FeatureAppendFlow, StopsAfterTheMoveAtEachGateThenAppendsAndInspectsOnlyIts
         {env, false,
          [](const TestRepo& repo) { repo.writeFile("late.txt", "edited between the steps\n"); },
          changedAfterMove, changedAfterLastStep},
-        {conflicting,
-         false,
-         nullptr,
-         "Moved work has conflicts. Bookmark advancement was not attempted; inspect the partial "
-         "action before resolving or continuing manually.",
-         {}},
+        {conflicting, false, nullptr, conflicts, {}},
     };
     for (const auto& test : cases) {
         const auto& repo = test.env.repo;
@@ -417,12 +415,10 @@ TEST(FeatureAppendFlow, StopsAfterTheMoveAtEachGateThenAppendsAndInspectsOnlyIts
         std::vector<OperationStep> steps{completed(moveStep, plan.topology.operationID, moved)};
         if (test.bookmarkFails) {
             // Declared, run, failed: the last operation is still the move's.
-            error = JJError(JJError::CommandFailed{
-                                {"bookmark", "move",
-                                 "--to=commit_id(" + repo.commitID(repo.id("W2")) + ")", "--",
-                                 R"(exact:"feat")"},
-                                1,
-                                "injected failure\n"})
+            const std::vector<std::string> command{
+                "bookmark", "move", "--to=commit_id(" + repo.commitID(repo.id("W2")) + ")", "--",
+                R"(exact:"feat")"};
+            error = JJError(JJError::CommandFailed{command, 1, "injected failure\n"})
                         .errorDescription();
             steps.push_back(declared(advanceStep, moved));
         }
@@ -476,14 +472,9 @@ TEST(FeatureAppendFlow, StopsAfterTheMoveAtEachGateThenAppendsAndInspectsOnlyIts
     // Inspection takes no snapshot: an edit on disk is not looked at, and no
     // operation is written.
     repo.writeFile("pending.txt", "not yet snapshotted\n");
-    EXPECT_EQ(env.client.inspectFeatureAppend(record), (Inspection{record.id,
-                                                                   advanced,
-                                                                   advanced,
-                                                                   Topology::routed,
-                                                                   BookmarkState::advanced,
-                                                                   {},
-                                                                   {},
-                                                                   false}));
+    const Inspection inspected{
+        record.id, advanced, advanced, Topology::routed, BookmarkState::advanced, {}, {}, false};
+    EXPECT_EQ(env.client.inspectFeatureAppend(record), inspected);
     EXPECT_EQ(repo.currentOperationID(), advanced);
 
     // Receipts of another repository, of another version or with damaged

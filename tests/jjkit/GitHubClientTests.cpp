@@ -48,14 +48,10 @@ const std::string ghRecord =
     "isDraft": true, "title": "Add \"quoted\" thing ä", "reviewDecision": "",
     "comments": [{"body": "one"}, {"body": "two"}, {"body": "three"}]}])";
 
+const std::string sampleURL = "https://github.com/example/repo/pull/42";
+
 GitHubPR samplePR() {
-    return {42,
-            "https://github.com/example/repo/pull/42",
-            State::merged,
-            true,
-            "Add \"quoted\" thing ä",
-            std::nullopt,
-            3};
+    return {42, sampleURL, State::merged, true, "Add \"quoted\" thing ä", std::nullopt, 3};
 }
 
 /// A list of one record in gh's form: number 7 or `number`, title "t" or `title`.

@@ -29,13 +29,8 @@ Clock::time_point at(std::int64_t milliseconds) {
 }
 
 GitHubPR pr(int number, const std::string& title) {
-    return {number,
-            "https://github.com/o/r/pull/" + std::to_string(number),
-            GitHubPR::State::open,
-            false,
-            title,
-            GitHubPR::ReviewDecision::changesRequested,
-            4};
+    const auto changes = GitHubPR::ReviewDecision::changesRequested;
+    return {number, "pull/" + title, GitHubPR::State::open, false, title, changes, 4};
 }
 
 /// Runs SQL against the cache file with SQLite itself, beside the store; the

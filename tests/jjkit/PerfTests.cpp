@@ -124,10 +124,8 @@ TEST(PerfReportFormat, DurationsSlowEventsActionReportsAndGlobalSummaryWhateverT
         // A parent that is not among the events, and no parent at all.
         event(6, 999, "orphan", 5, 6), event(7, std::nullopt, "loose", 6, 7)};
     const auto lines = trace::formatActionReport(1, "loop", 0, 10 * ms, cycles, "");
+    // Every event is listed once, whatever depth the cycle gives it.
     ASSERT_EQ(lines.size(), 7U);
-    for (std::size_t index = 1; index < 5; ++index) {
-        EXPECT_TRUE(lines[index].starts_with("[perf]   ")) << lines[index];
-    }
     EXPECT_EQ(Lines(lines.begin() + 5, lines.end()),
               (Lines{"[perf]   +5.0ms 1.0ms orphan", "[perf]   +6.0ms 1.0ms loose"}));
 }
