@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <memory>
 #include <numeric>
 #include <set>
 #include <sstream>
@@ -181,13 +182,8 @@ TEST(HunkSelectionRepo, SquashAndSplitTakeExactlyTheChosenHunksOrFailWhole) {
     const auto runWithSelection = [&](const std::vector<std::string>& command,
                                       const Selection& selection) {
         const auto session = DiffEditorProtocol::prepare(command, selection, VORDA_DIFF_APPLY_PATH);
-        try {
-            client.run(session.toolArgs, "test hunk selection");
-        } catch (...) {
-            session.cleanup();
-            throw;
-        }
-        session.cleanup();
+        const std::shared_ptr<void> cleanup(nullptr, [&](void*) { session.cleanup(); });
+        client.run(session.toolArgs, "test hunk selection");
     };
     // Every file of `revision` with its content.
     const auto tree = [&](const std::string& revision) {

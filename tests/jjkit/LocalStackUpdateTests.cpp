@@ -100,6 +100,7 @@ TEST(LocalStackUpdatePlanning, RefusalsComeInTheirOrderAndTouchNothing) {
     const std::string lostBase =
         "Update would rewrite protected history or remove an existing base dependency.";
     const std::string oneTrunk = "Configured trunk must resolve to one commit.";
+    const std::string trunkInside = "Trunk is inside the history selected for rebasing.";
     const std::string missing(32, 'k');
     const auto commitOf = [&](const std::string& name) {
         return "commit_id(" + repo.commitID(repo.id(name)) + ")";
@@ -141,11 +142,7 @@ TEST(LocalStackUpdatePlanning, RefusalsComeInTheirOrderAndTouchNothing) {
         {{"fork"}, {}, sibling},
         {{"fork", "lost"}, {}, sibling},
         {{"lost"}, {}, lostBase},
-        {{"upper", "lower"},
-         {},
-         "Trunk is inside the history selected for rebasing.",
-         trunkLO,
-         tagsAndB},
+        {{"upper", "lower"}, {}, trunkInside, trunkLO, tagsAndB},
         {{"upper", "lower", "lost"}, {}, lostBase, trunkLO, tagsAndB},
     };
     const auto before = repo.currentOperationID();
