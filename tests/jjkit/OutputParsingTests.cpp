@@ -8,10 +8,12 @@
 #include "jjkit/client/JJVersion.h"
 #include "jjkit/templates/RevsetQuoting.h"
 #include "support/LogCapture.h"
+#include "support/RewriteTestData.h"
 
 namespace vorda {
 namespace {
 
+using testing::commitNode;
 using testing::LogCapture;
 using Texts = std::vector<std::string>;
 using Failure = std::pair<std::string, std::string>;
@@ -86,13 +88,6 @@ TEST(OutputParsing, CreatedChangeIDComesFromTheFirstMatchingLine) {
     }
 }
 
-JJCommit commitWith(const std::string& id, std::vector<std::string> parents) {
-    JJCommit commit;
-    commit.commitID = id;
-    commit.parents = std::move(parents);
-    return commit;
-}
-
 TEST(RevsetQuoting, EscapesBackslashesThenQuotesInRevsetsFilesetsAndPatterns) {
     EXPECT_EQ((Texts{revsetQuoted(R"(a"b\c)"), revsetQuoted(""), bookmarkSetRevset(R"(a"b\c)"),
                      bookmarkTipRevset("feat/ä x"), descriptionSubstringRevset("wip: \"x\""),
@@ -108,9 +103,9 @@ TEST(RevsetQuoting, EscapesBackslashesThenQuotesInRevsetsFilesetsAndPatterns) {
 
 TEST(RevsetQuoting, MissingParentsAreSortedAndDeduplicated) {
     EXPECT_FALSE(missingParentRevset({}).has_value());
-    EXPECT_FALSE(missingParentRevset({commitWith("a", {"b"}), commitWith("b", {})}).has_value());
-    EXPECT_EQ(missingParentRevset({commitWith("a", {"z", "b"}), commitWith("b", {"m"}),
-                                   commitWith("c", {"m", "z"})}),
+    EXPECT_FALSE(missingParentRevset({commitNode("a", {"b"}), commitNode("b", {})}).has_value());
+    EXPECT_EQ(missingParentRevset({commitNode("a", {"z", "b"}), commitNode("b", {"m"}),
+                                   commitNode("c", {"m", "z"})}),
               std::optional<std::string>(R"(commit_id("m") | commit_id("z"))"));
 }
 
