@@ -53,10 +53,17 @@ the argument labels.
   loadRoutingReceipts {}   receipts of feature insertions
   loadAppendReceipts  {}   records of feature appends
   inspectFeatureAppend {"record":RECORD}   a record as loadAppendReceipts prints it
+  planFeatureAppendRecovery {"record":RECORD}   the bookmark move an interrupted
+                      append left undone, for exec's executeFeatureAppendRecovery
+  loadRecoveryReceipts {}  records of append recoveries
 
 examples:
   vorda-cli query loadRecentOps '{"limit":30}'
   vorda-cli query loadUpdateReceipts
+  # finish an append that stopped before its bookmark moved
+  record=$(vorda-cli query loadAppendReceipts | jq -c '.records[0]')
+  vorda-cli query planFeatureAppendRecovery "{\"record\":$record}" \
+    | jq -c "{executeFeatureAppendRecovery:{plan:., source:$record}}" | vorda-cli exec
 )";
     }
     if (subcommand == "watch") {

@@ -164,6 +164,15 @@ const std::map<std::string, Query>& queries() {
              json["guidance"] = inspection.guidance();
              return json;
          }},
+        {"planFeatureAppendRecovery",
+         [](RepoSession& session, const QueryArguments& args) {
+             return wire(session.planFeatureAppendRecovery(
+                 args.decoded<OperationRecord<FeatureAppendPlan>>("record")));
+         }},
+        {"loadRecoveryReceipts",
+         [](RepoSession& session, const QueryArguments&) {
+             return receiptList<FeatureAppendRecoveryPlan>(session, session.loadRecoveryReceipts());
+         }},
         {"loadRebaseConflict",
          [](RepoSession& session, const QueryArguments& args) {
              return wire(session.loadRebaseConflict(args.text("changeID")));

@@ -48,6 +48,9 @@ std::string mutationLabel(const RepoCommand& command) {
             [](const C::ExecuteFeatureInsertion&) { return labelled("Moving work into feature"); },
             [](const C::PlanFeatureAppend&) { return labelled("Planning feature append"); },
             [](const C::ExecuteFeatureAppend&) { return labelled("Appending work to feature"); },
+            [](const C::ExecuteFeatureAppendRecovery&) {
+                return labelled("Recovering feature bookmark");
+            },
             [](const C::CreateBookmark&) { return labelled("Creating bookmark"); },
             [](const C::RenameBookmark& c) { return labelled("Renaming " + c.oldName); },
             [](const C::AbandonBookmark& c) { return labelled("Abandoning " + c.name); },

@@ -5,6 +5,7 @@
 #include "app/viewmodel/ObservableField.h"
 #include "app/viewmodel/ViewModelTypes.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
 #include "jjkit/rewrites/LocalStackUpdatePlan.h"
 #include "jjkit/rewrites/OperationRecord.h"
@@ -15,6 +16,7 @@ using OpList = std::vector<JJOp>;
 using UpdateRecords = std::vector<OperationRecord<LocalStackUpdatePlan>>;
 using RoutingRecords = std::vector<OperationRecord<FeatureInsertionPlan>>;
 using AppendRecords = std::vector<OperationRecord<FeatureAppendPlan>>;
+using RecoveryRecords = std::vector<OperationRecord<FeatureAppendRecoveryPlan>>;
 
 /// The operation log: jj's recent operations, the receipts of the planned
 /// rewrites, and one warning line per list that could not be read.
@@ -32,6 +34,7 @@ class OperationLogModel : public QObject {
     VORDA_FIELD(UpdateRecords, updateRecords, setUpdateRecords);
     VORDA_FIELD(RoutingRecords, routingRecords, setRoutingRecords);
     VORDA_FIELD(AppendRecords, appendRecords, setAppendRecords);
+    VORDA_FIELD(RecoveryRecords, recoveryRecords, setRecoveryRecords);
     VORDA_FIELD(StringList, warnings, setWarnings);
     VORDA_FIELD(bool, isLoading, setIsLoading);
 };

@@ -270,6 +270,14 @@ void RepoViewModel::apply(const RepoCommandResult& result, const RepoCommand& co
                 rewrites.setFeatureAppendPlan(std::nullopt);
                 activity.setToastMessage(featureAppendToast(r.record));
             },
+            [&](const RepoCommandResult::FeatureAppendRecoveryCompleted& r) {
+                rewrites.setFeatureAppendRecoveryRecord(r.record);
+                auto records = operationLog_->recoveryRecords();
+                std::erase_if(records, [&](const auto& old) { return old.id == r.record.id; });
+                records.insert(records.begin(), r.record);
+                operationLog_->setRecoveryRecords(std::move(records));
+                activity.setToastMessage(featureAppendRecoveryToast(r.record));
+            },
             [this, &command](const RepoCommandResult::Failure& r) {
                 applyError(r.error.message, command);
             },
@@ -520,6 +528,36 @@ void RepoViewModel::loadRebaseConflict(
         std::move(done));
 }
 
+void RepoViewModel::inspectFeatureAppend(
+    const AppendRecord& record, std::function<void(const Outcome<FeatureAppendInspection>&)> done) {
+    if (!repoSession_) {
+        done({std::nullopt, "No repository is open."});
+        return;
+    }
+    work_->run(
+        WorkKind::operationLog,
+        [session = repoSession_, record] { return session->inspectFeatureAppend(record); },
+        std::move(done));
+}
+
+void RepoViewModel::planFeatureAppendRecovery(
+    const AppendRecord& source,
+    std::function<void(const Outcome<FeatureAppendRecoveryPlan>&)> done) {
+    if (!repoSession_) {
+        done({std::nullopt, "No repository is open."});
+        return;
+    }
+    work_->run(
+        WorkKind::operationLog,
+        [session = repoSession_, source] { return session->planFeatureAppendRecovery(source); },
+        std::move(done));
+}
+
+void RepoViewModel::executeApprovedAppendRecovery(const FeatureAppendRecoveryPlan& plan,
+                                                  const AppendRecord& source) {
+    send(RepoCommand::ExecuteFeatureAppendRecovery{plan, source});
+}
+
 void RepoViewModel::splitCommitByHunks(const std::string& changeID,
                                        const DiffEditorProtocol::HunkSelection& selection,
                                        bool ignoreImmutable) {
@@ -545,6 +583,7 @@ struct OperationLogReads {
     std::optional<UpdateRecords> updateRecords;
     std::optional<RoutingRecords> routingRecords;
     std::optional<AppendRecords> appendRecords;
+    std::optional<RecoveryRecords> recoveryRecords;
     StringList warnings;
 };
 
@@ -580,6 +619,8 @@ OperationLogReads readOperationLog(const RepoSession& session) {
                                           "Could not load routing receipts: ", reads.warnings);
     reads.appendRecords = journalRecords([&] { return session.loadAppendReceipts(); },
                                          "Could not load append receipts: ", reads.warnings);
+    reads.recoveryRecords = journalRecords([&] { return session.loadRecoveryReceipts(); },
+                                           "Could not load recovery receipts: ", reads.warnings);
     return reads;
 }
 
@@ -595,6 +636,7 @@ void RepoViewModel::loadRecentOps() {
     log.setUpdateRecords({});
     log.setRoutingRecords({});
     log.setAppendRecords({});
+    log.setRecoveryRecords({});
     work_->runNewest(
         WorkKind::operationLog, [session = repoSession_] { return readOperationLog(*session); },
         [&log](const Outcome<OperationLogReads>& outcome) {
@@ -606,6 +648,7 @@ void RepoViewModel::loadRecentOps() {
                 log.setUpdateRecords(reads.updateRecords.value_or(UpdateRecords{}));
                 log.setRoutingRecords(reads.routingRecords.value_or(RoutingRecords{}));
                 log.setAppendRecords(reads.appendRecords.value_or(AppendRecords{}));
+                log.setRecoveryRecords(reads.recoveryRecords.value_or(RecoveryRecords{}));
                 log.setWarnings(reads.warnings);
             } else {
                 log.setWarnings({"Could not load operations: " + outcome.error});

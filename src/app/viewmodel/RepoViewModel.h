@@ -103,6 +103,17 @@ class RepoViewModel : public QObject {
     /// request is answered. With no session `done` gets the error at once.
     void loadRebaseConflict(const std::string& changeID,
                             std::function<void(const Outcome<RebaseConflictReview>&)> done);
+    /// What an append's receipt finds in the repository now.
+    void inspectFeatureAppend(const AppendRecord& record,
+                              std::function<void(const Outcome<FeatureAppendInspection>&)> done);
+    /// The recovery of an interrupted append, planned afresh from an
+    /// inspection; a refusal comes back as the outcome's error.
+    void planFeatureAppendRecovery(
+        const AppendRecord& source,
+        std::function<void(const Outcome<FeatureAppendRecoveryPlan>&)> done);
+    /// Carries out a recovery the user approved.
+    void executeApprovedAppendRecovery(const FeatureAppendRecoveryPlan& plan,
+                                       const AppendRecord& source);
     /// Splits a commit by the hunks `selection` keeps, through the diff
     /// helper; without the helper nothing is sent and the error says so.
     void splitCommitByHunks(const std::string& changeID,

@@ -4,6 +4,7 @@
 
 #include "app/viewmodel/ObservableField.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
 #include "jjkit/rewrites/LocalStackUpdatePlan.h"
 #include "jjkit/rewrites/OperationRecord.h"
@@ -16,6 +17,7 @@ using OptionalInsertionPlan = std::optional<FeatureInsertionPlan>;
 using OptionalAppendPlan = std::optional<FeatureAppendPlan>;
 using AppendRecord = OperationRecord<FeatureAppendPlan>;
 using OptionalAppendRecord = std::optional<AppendRecord>;
+using OptionalRecoveryRecord = std::optional<OperationRecord<FeatureAppendRecoveryPlan>>;
 
 /// The planned rewrites: each flow's previewed plan and, once carried out,
 /// its receipt. A new plan clears the last outcome and an outcome clears the
@@ -36,6 +38,8 @@ class RewriteModel : public QObject {
     VORDA_FIELD(OptionalReceipt, featureInsertionReceipt, setFeatureInsertionReceipt);
     VORDA_FIELD(OptionalAppendPlan, featureAppendPlan, setFeatureAppendPlan);
     VORDA_FIELD(OptionalAppendRecord, featureAppendRecord, setFeatureAppendRecord);
+    VORDA_FIELD(OptionalRecoveryRecord, featureAppendRecoveryRecord,
+                setFeatureAppendRecoveryRecord);
 };
 
 }  // namespace vorda

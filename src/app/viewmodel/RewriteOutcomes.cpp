@@ -30,4 +30,11 @@ std::string featureAppendToast(const OperationRecord<FeatureAppendPlan>& record)
     return "Append needs inspection; see its step receipt";
 }
 
+std::string featureAppendRecoveryToast(const OperationRecord<FeatureAppendRecoveryPlan>& record) {
+    if (record.receipt && record.receipt->succeeded()) {
+        return "Recovered feature bookmark";
+    }
+    return "Recovery needs inspection; see its receipt";
+}
+
 }  // namespace vorda

@@ -56,6 +56,11 @@ class Dispatcher {
         return completed(session_, RepoCommandResult::FeatureAppendCompleted{
                                        client_.executeFeatureAppend(command.plan)});
     }
+    RepoCommandResult operator()(const RepoCommand::ExecuteFeatureAppendRecovery& command) const {
+        return completed(session_,
+                         RepoCommandResult::FeatureAppendRecoveryCompleted{
+                             client_.executeFeatureAppendRecovery(command.plan, command.source)});
+    }
     RepoCommandResult operator()(const RepoCommand::CreateBookmark& command) const {
         return performCreateBookmark(session_, command.input);
     }

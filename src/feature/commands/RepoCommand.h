@@ -16,6 +16,7 @@
 #include "jjkit/model/Composition.h"
 #include "jjkit/records/JJOp.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
 #include "jjkit/rewrites/LocalStackUpdatePlan.h"
 #include "jjkit/settings/BookmarkSettings.h"
@@ -108,6 +109,13 @@ struct RepoCommand {
     struct ExecuteFeatureAppend {
         static constexpr std::string_view caseName = "executeFeatureAppend";
         FeatureAppendPlan plan;
+    };
+    /// The bookmark move an interrupted append left undone; `source` is the
+    /// append's receipt.
+    struct ExecuteFeatureAppendRecovery {
+        static constexpr std::string_view caseName = "executeFeatureAppendRecovery";
+        FeatureAppendRecoveryPlan plan;
+        OperationRecord<FeatureAppendPlan> source;
     };
     struct CreateBookmark {
         static constexpr std::string_view caseName = "createBookmark";
@@ -338,12 +346,12 @@ struct RepoCommand {
     using Value = std::variant<
         Fetch, Push, PerformPush, SyncWithTrunk, PlanLocalStackUpdate, ExecuteLocalStackUpdate,
         PlanFeatureInsertion, ExecuteFeatureInsertion, PlanFeatureAppend, ExecuteFeatureAppend,
-        CreateBookmark, RenameBookmark, AbandonBookmark, DeleteBookmark, RebaseBookmark,
-        ReparentToTrunk, SquashBookmarkToSingle, MoveBookmark, AbsorbBookmark, TrackRemoteBookmark,
-        StageFiles, UnstageFiles, StageHunks, SplitCommit, SplitCommitByHunks, DescribeCommit,
-        ResolveFile, AdvanceOrphan, AdvanceAllOneOffs, AbandonOneOff, RebaseCommits,
-        RebaseCommitsIntoBookmark, ComposeCommitsAsBookmark, DuplicateCommits,
-        ApplyEnabledBookmarks, ApplyApexParents, SetWorkspaceBookmarkInclusion,
+        ExecuteFeatureAppendRecovery, CreateBookmark, RenameBookmark, AbandonBookmark,
+        DeleteBookmark, RebaseBookmark, ReparentToTrunk, SquashBookmarkToSingle, MoveBookmark,
+        AbsorbBookmark, TrackRemoteBookmark, StageFiles, UnstageFiles, StageHunks, SplitCommit,
+        SplitCommitByHunks, DescribeCommit, ResolveFile, AdvanceOrphan, AdvanceAllOneOffs,
+        AbandonOneOff, RebaseCommits, RebaseCommitsIntoBookmark, ComposeCommitsAsBookmark,
+        DuplicateCommits, ApplyEnabledBookmarks, ApplyApexParents, SetWorkspaceBookmarkInclusion,
         SetWorkspaceBookmarkAttachment, AdvanceWorkspaceOntoTrunk, RestoreToOp, SetUpdateStrategy,
         TogglePinned, ToggleBookmarkColumnVisibility, CloseBookmarkColumn, SetTags, ToggleTag,
         SetRoutingRules, SetRoutingRulesForBookmark, RefreshPullRequestStatuses, CreatePullRequest,

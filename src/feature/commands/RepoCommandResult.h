@@ -10,6 +10,7 @@
 #include "jjkit/model/Bookmark.h"
 #include "jjkit/records/JJOp.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
 #include "jjkit/rewrites/LocalStackUpdatePlan.h"
 #include "jjkit/rewrites/OperationRecord.h"
@@ -93,15 +94,19 @@ struct RepoCommandResult {
         static constexpr std::string_view caseName = "featureAppendCompleted";
         OperationRecord<vorda::FeatureAppendPlan> record;
     };
+    struct FeatureAppendRecoveryCompleted {
+        static constexpr std::string_view caseName = "featureAppendRecoveryCompleted";
+        OperationRecord<FeatureAppendRecoveryPlan> record;
+    };
     struct Failure {
         static constexpr std::string_view caseName = "failure";
         RepoCommandError error;
     };
 
-    using Value =
-        std::variant<Refreshed, Toast, RequiresConfirmation, ForcePushRequired, OpenURL, RecentOps,
-                     LocalStackUpdatePlan, LocalStackUpdateCompleted, FeatureInsertionPlan,
-                     FeatureInsertionCompleted, FeatureAppendPlan, FeatureAppendCompleted, Failure>;
+    using Value = std::variant<Refreshed, Toast, RequiresConfirmation, ForcePushRequired, OpenURL,
+                               RecentOps, LocalStackUpdatePlan, LocalStackUpdateCompleted,
+                               FeatureInsertionPlan, FeatureInsertionCompleted, FeatureAppendPlan,
+                               FeatureAppendCompleted, FeatureAppendRecoveryCompleted, Failure>;
     Value value;
 
     /// Any case converts; it is taken by value, so copies and moves of a

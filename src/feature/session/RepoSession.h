@@ -22,6 +22,7 @@
 #include "jjkit/github/GitHubClient.h"
 #include "jjkit/repo/JJFileWatcher.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
 #include "jjkit/rewrites/LocalStackUpdatePlan.h"
 #include "jjkit/rewrites/OperationJournal.h"
@@ -126,6 +127,9 @@ class RepoSession : public std::enable_shared_from_this<RepoSession> {
     OperationJournal<FeatureAppendPlan>::Loaded loadAppendReceipts() const;
     FeatureAppendInspection inspectFeatureAppend(
         const OperationRecord<FeatureAppendPlan>& record) const;
+    FeatureAppendRecoveryPlan planFeatureAppendRecovery(
+        const OperationRecord<FeatureAppendPlan>& source) const;
+    OperationJournal<FeatureAppendRecoveryPlan>::Loaded loadRecoveryReceipts() const;
 
     // Commands.
 

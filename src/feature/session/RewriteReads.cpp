@@ -23,4 +23,13 @@ FeatureAppendInspection RepoSession::inspectFeatureAppend(
     return client_->inspectFeatureAppend(record);
 }
 
+FeatureAppendRecoveryPlan RepoSession::planFeatureAppendRecovery(
+    const OperationRecord<FeatureAppendPlan>& source) const {
+    return client_->planFeatureAppendRecovery(source);
+}
+
+OperationJournal<FeatureAppendRecoveryPlan>::Loaded RepoSession::loadRecoveryReceipts() const {
+    return OperationJournal<FeatureAppendRecoveryPlan>(repoRoot_).load();
+}
+
 }  // namespace vorda

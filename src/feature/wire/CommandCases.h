@@ -112,6 +112,12 @@ struct WireFields<RepoCommand::ExecuteFeatureAppend> {
     static constexpr auto fields =
         std::tuple{wireField("plan", &RepoCommand::ExecuteFeatureAppend::plan)};
 };
+template <>
+struct WireFields<RepoCommand::ExecuteFeatureAppendRecovery> {
+    using Case = RepoCommand::ExecuteFeatureAppendRecovery;
+    static constexpr auto fields =
+        std::tuple{wireField("plan", &Case::plan), wireField("source", &Case::source)};
+};
 
 template <>
 struct WireFields<RepoCommand::CreateBookmark> {

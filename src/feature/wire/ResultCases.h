@@ -121,6 +121,11 @@ struct WireFields<RepoCommandResult::FeatureAppendCompleted> {
         std::tuple{wireField("_0", &RepoCommandResult::FeatureAppendCompleted::record)};
 };
 template <>
+struct WireFields<RepoCommandResult::FeatureAppendRecoveryCompleted> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::FeatureAppendRecoveryCompleted::record)};
+};
+template <>
 struct WireFields<RepoCommandResult::Failure> {
     static constexpr auto fields = std::tuple{wireField("_0", &RepoCommandResult::Failure::error)};
 };

@@ -10,6 +10,7 @@
 #include "feature/wire/WireCoding.h"
 #include "feature/wire/WireRecord.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
+#include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
 #include "jjkit/rewrites/LocalStackUpdatePlan.h"
 #include "jjkit/rewrites/OperationJournal.h"
@@ -34,6 +35,8 @@ template <>
 struct Wire<FeatureInsertionPlan> : StoredFormWire<FeatureInsertionPlan> {};
 template <>
 struct Wire<FeatureAppendPlan> : StoredFormWire<FeatureAppendPlan> {};
+template <>
+struct Wire<FeatureAppendRecoveryPlan> : StoredFormWire<FeatureAppendRecoveryPlan> {};
 template <>
 struct Wire<LocalStackUpdateReceipt> : StoredFormWire<LocalStackUpdateReceipt> {};
 template <typename Plan>

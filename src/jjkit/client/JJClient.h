@@ -25,6 +25,7 @@ struct LocalStackUpdateReceipt;
 struct FeatureInsertionPlan;
 struct FeatureAppendPlan;
 struct FeatureAppendInspection;
+struct FeatureAppendRecoveryPlan;
 struct VerificationFindings;
 template <typename Plan>
 struct OperationRecord;
@@ -279,6 +280,23 @@ class JJClient {
     /// Compares a receipt with the repository now; changes nothing.
     FeatureAppendInspection inspectFeatureAppend(const OperationRecord<FeatureAppendPlan>& record,
                                                  const std::stop_token& stop = {}) const;
+
+    /// The bookmark move an interrupted append left undone, planned from an
+    /// inspection of its receipt; refuses unless that is all there is to do.
+    FeatureAppendRecoveryPlan planFeatureAppendRecovery(
+        const OperationRecord<FeatureAppendPlan>& source, const std::stop_token& stop = {}) const;
+    OperationRecord<FeatureAppendRecoveryPlan> executeFeatureAppendRecovery(
+        const FeatureAppendRecoveryPlan& plan, const OperationRecord<FeatureAppendPlan>& source,
+        const std::stop_token& stop = {}) const;
+    OperationRecord<FeatureAppendRecoveryPlan> executeFeatureAppendRecovery(
+        const FeatureAppendRecoveryPlan& plan, const OperationRecord<FeatureAppendPlan>& source,
+        const PersistRecord<FeatureAppendRecoveryPlan>& persistRecord,
+        const std::stop_token& stop = {}) const;
+    /// Reads the recovery's outcome back at `operation`; throws when the
+    /// repository has already moved on from it.
+    VerificationFindings verifyFeatureAppendRecovery(
+        const FeatureAppendRecoveryPlan& plan, const OperationRecord<FeatureAppendPlan>& source,
+        const std::string& operation) const;
 
   private:
     std::string logLabel(std::string_view reason) const;

@@ -56,6 +56,20 @@ const FlowWords featureAppendWords{
     .missingChangePrefix = "Missing or divergent change ",
 };
 
+const FlowWords featureAppendRecoveryWords{
+    .foreignPlan = "Recovery preview belongs to another receipt, repository, or workspace.",
+    .expired = "Recovery preview expired. Inspect and preview again; no bookmark was moved.",
+    .scopeChanged = "Recovery scope or configuration changed. Generate a new preview.",
+    .changedWhileSaving =
+        "Repository changed while saving recovery receipt; no bookmark was moved.",
+    .verificationPrefix = "Could not verify recovery: ",
+    .operationUnavailable = "Resulting operation is unavailable.",
+    .movedDuringVerification = "Repository changed during recovery verification.",
+    .finalSavePrefix = "Could not save final recovery receipt: ",
+    .finalSaveSuffix = ". Inspect before retrying.",
+    .missingChangePrefix = "Missing or divergent change ",
+};
+
 void checkCancelled(const std::stop_token& stop) {
     if (stop.stop_requested()) {
         throw CancellationError();

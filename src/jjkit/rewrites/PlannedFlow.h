@@ -50,6 +50,7 @@ struct FlowWords {
 extern const FlowWords localStackUpdateWords;
 extern const FlowWords featureInsertionWords;
 extern const FlowWords featureAppendWords;
+extern const FlowWords featureAppendRecoveryWords;
 
 /// Throws `CancellationError` once `stop` has been requested.
 void checkCancelled(const std::stop_token& stop);
