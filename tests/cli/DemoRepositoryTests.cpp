@@ -29,48 +29,15 @@ using testing::runChecked;
 using testing::TempDir;
 using Set = std::set<std::string>;
 
-RepoState loadAsTheSessionDoes(const std::string& repo) {
-    BookmarkSettingsStore settings(repo);
-    return JJClient(repo).repoState(JJClient::defaultRevset, settings.apexChangeID(),
-                                    settings.compositionPointsByWorkspace());
-}
-
 std::string readFile(const fs::path& path) {
     std::ostringstream bytes;
     bytes << std::ifstream(path, std::ios::binary).rdbuf();
     return std::move(bytes).str();
 }
 
-Set listing(const fs::path& folder) {
-    Set names;
-    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        names.insert(fs::relative(entry.path(), folder).string());
-    }
-    return names;
-}
-
 std::string jj(const std::string& repo, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"jj", "--no-pager", "--ignore-working-copy", "-R", repo});
     return runChecked(arguments);
-}
-
-/// Who wrote the mutable commits, whether they count as one's own, and the
-/// origin's bookmarks on them: one entry per different answer.
-Set mutableAuthors(const RepoState& state) {
-    Set authors;
-    for (const auto& [id, commit] : state.commits) {
-        if (!commit->immutable) {
-            std::string entry = commit->author.name + " <" + commit->author.email + ">";
-            entry += state.mineChangeIDs.contains(commit->changeID) ? " mine" : " theirs";
-            for (const auto& remote : commit->remoteBookmarks) {
-                if (remote.remote == "origin") {
-                    entry.append(" ").append(remote.name).append("@origin");
-                }
-            }
-            authors.insert(std::move(entry));
-        }
-    }
-    return authors;
 }
 
 TEST(DemoRepository, BuildsABoardWithEveryKindOfLaneOwnedByTheDemoUserAndRefusesToOverwrite) {
@@ -85,17 +52,31 @@ TEST(DemoRepository, BuildsABoardWithEveryKindOfLaneOwnedByTheDemoUserAndRefuses
     const fs::path folder = scratch.path() / "nested" / "demo";
     createDemoRepository(folder.string());
     const std::string repo = demoRepositoryPath(folder.string());
-    EXPECT_EQ(repo, (folder / "repo").string());
     EXPECT_FALSE(fs::exists(folder / "mira-clone"));  // the teammate's checkout is gone
     EXPECT_EQ(jj(repo, {"config", "get", "user.email"}), "you@tally.example\n");
-    const RepoState state = loadAsTheSessionDoes(repo);
+    // Read as the session reads it.
+    BookmarkSettingsStore settings(repo);
+    const RepoState state = JJClient(repo).repoState(
+        JJClient::defaultRevset, settings.apexChangeID(), settings.compositionPointsByWorkspace());
 
-    // Every commit by its description, working copies by their workspace.
+    // Every commit by its description, working copies by their workspace; who
+    // wrote the mutable commits, whether they count as one's own, and the
+    // origin's bookmarks on them; and the days of that work.
     testing::IDNames names;
+    Set authors;
     std::set<std::chrono::sys_days> days;
     for (const auto& [id, commit] : state.commits) {
-        if (const auto date = commit->committer.date(); date && !commit->immutable) {
-            days.insert(std::chrono::floor<std::chrono::days>(*date));
+        if (!commit->immutable) {
+            days.insert(std::chrono::floor<std::chrono::days>(commit->committer.date().value()));
+            std::string author = commit->author.name;
+            author.append(" <").append(commit->author.email).append(">");
+            author.append(state.mineChangeIDs.contains(commit->changeID) ? " mine" : " theirs");
+            for (const auto& remote : commit->remoteBookmarks) {
+                if (remote.remote == "origin") {
+                    author.append(" ").append(remote.name).append("@origin");
+                }
+            }
+            authors.insert(std::move(author));
         }
         std::istringstream words(commit->description);
         std::string name, word;
@@ -127,10 +108,9 @@ TEST(DemoRepository, BuildsABoardWithEveryKindOfLaneOwnedByTheDemoUserAndRefuses
       remote bookmark mira/dark-mode: Add-a-dark | upstream(origin) untracked
       immutable Add-a-dark Keep-tasks-in Print-the-task Read-settings-from | conflicted Mention-relative-due | behind trunk Add-a---since Add-a-SQLite Colour-overdue-tasks Export-tasks-as Index-tasks-by Move-existing-JSON Respect-NO_COLOR-in default@ integration@ wip:-Vorda-composition
     )"));
-    EXPECT_EQ(mutableAuthors(state),
-              (Set{"Demo User <you@tally.example> mine",
-                   "Demo User <you@tally.example> mine storage-sqlite@origin",
-                   "Mira Okafor <mira@tally.example> theirs render-colors@origin"}));
+    EXPECT_EQ(authors, (Set{"Demo User <you@tally.example> mine",
+                            "Demo User <you@tally.example> mine storage-sqlite@origin",
+                            "Mira Okafor <mira@tally.example> theirs render-colors@origin"}));
     EXPECT_EQ(state.workspaces.at("integration").workspace.root,
               std::optional<std::string>(folder / "integration"));
     Set changed;
@@ -145,7 +125,11 @@ TEST(DemoRepository, BuildsABoardWithEveryKindOfLaneOwnedByTheDemoUserAndRefuses
     const fs::path file = scratch.path() / "plain-file";
     std::ofstream(file) << "data\n";
     const auto contents = [&] {
-        return std::tuple(listing(folder), readFile(repo + "/.jj/repo/Vorda-settings.json"),
+        Set listing;
+        for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+            listing.insert(fs::relative(entry.path(), folder).string());
+        }
+        return std::tuple(listing, readFile(repo + "/.jj/repo/Vorda-settings.json"),
                           jj(repo, {"op", "log", "--no-graph", "-n", "1", "-T", "id"}),
                           readFile(file));
     };
