@@ -16,6 +16,7 @@
 #include "jjkit/diff/HunkApplication.h"
 #include "jjkit/process/ProcessExecutor.h"
 #include "jjkit/support/Uuid.h"
+#include "support/RewriteTestData.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TempDir.h"
 
@@ -23,6 +24,7 @@ namespace vorda {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::numberedLines;
 using testing::TempDir;
 using Selection = DiffEditorProtocol::HunkSelection;
 
@@ -76,16 +78,6 @@ std::map<std::string, std::string> snapshot(const fs::path& root) {
 
 std::string file(const std::string& bytes, bool executable = false) {
     return std::string("file ") + (executable ? "755 " : "644 ") + bytes;
-}
-
-/// "line 1\n" … "line N\n", with the lines in `changed` replaced by
-/// "changed K\n".
-std::string numberedLines(int count, const std::set<int>& changed = {}) {
-    std::string text;
-    for (int line = 1; line <= count; ++line) {
-        text += (changed.contains(line) ? "changed " : "line ") + std::to_string(line) + "\n";
-    }
-    return text;
 }
 
 class DiffApply : public ::testing::Test {

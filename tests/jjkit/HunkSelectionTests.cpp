@@ -18,23 +18,16 @@
 #include "jjkit/diff/LineHunks.h"
 #include "jjkit/diff/UnifiedDiffParser.h"
 #include "jjkit/templates/RevsetQuoting.h"
+#include "support/RewriteTestData.h"
 #include "support/TestRepo.h"
 
 namespace vorda {
 namespace {
 
 using testing::FileContents;
+using testing::numberedLines;
 using testing::TestRepo;
 using Selection = DiffEditorProtocol::HunkSelection;
-
-/// "line FIRST\n" … "line N\n", with the lines in `changed` replaced.
-std::string numberedLines(int count, const std::set<int>& changed = {}, int first = 1) {
-    std::string text;
-    for (int line = first; line <= count; ++line) {
-        text += (changed.contains(line) ? "changed " : "line ") + std::to_string(line) + "\n";
-    }
-    return text;
-}
 
 /// One line per letter.
 std::string letterLines(std::string_view letters) {

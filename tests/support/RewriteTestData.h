@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -81,6 +82,17 @@ inline std::string parentText(const std::map<std::string, std::vector<std::strin
         entries.push_back(name(child).append("<").append(text::join(shown, ",")));
     }
     return text::join(sorted(std::move(entries)), " ");
+}
+
+/// "line FIRST\n" … "line COUNT\n", with the lines in `changed` written
+/// "changed K\n": a file whose hunks tests choose.
+inline std::string numberedLines(int count, const std::set<int>& changed = {}, int first = 1) {
+    std::string text;
+    for (int line = first; line <= count; ++line) {
+        text.append(changed.contains(line) ? "changed " : "line ").append(std::to_string(line));
+        text.push_back('\n');
+    }
+    return text;
 }
 
 /// The change IDs that jj itself reports as conflicted among `revset`, sorted.
