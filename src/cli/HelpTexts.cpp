@@ -56,6 +56,7 @@ the argument labels.
   planFeatureAppendRecovery {"record":RECORD}   the bookmark move an interrupted
                       append left undone, for exec's executeFeatureAppendRecovery
   loadRecoveryReceipts {}  records of append recoveries
+  loadAttachmentReceipts {}  records of composition attachments
 
 examples:
   vorda-cli query loadRecentOps '{"limit":30}'

@@ -173,6 +173,11 @@ const std::map<std::string, Query>& queries() {
          [](RepoSession& session, const QueryArguments&) {
              return receiptList<FeatureAppendRecoveryPlan>(session, session.loadRecoveryReceipts());
          }},
+        {"loadAttachmentReceipts",
+         [](RepoSession& session, const QueryArguments&) {
+             return receiptList<CompositionAttachmentPlan>(session,
+                                                           session.loadAttachmentReceipts());
+         }},
         {"loadRebaseConflict",
          [](RepoSession& session, const QueryArguments& args) {
              return wire(session.loadRebaseConflict(args.text("changeID")));

@@ -44,6 +44,12 @@ std::string mutationLabel(const RepoCommand& command) {
             [](const C::SyncWithTrunk& c) { return labelled("Syncing " + c.bookmark.name); },
             [](const C::PlanLocalStackUpdate&) { return labelled("Planning local-stack rebase"); },
             [](const C::ExecuteLocalStackUpdate&) { return labelled("Rebasing local stacks"); },
+            [](const C::PlanCompositionAttachment&) {
+                return labelled("Planning composition attachment");
+            },
+            [](const C::ExecuteCompositionAttachment&) {
+                return labelled("Attaching feature to composition");
+            },
             [](const C::PlanFeatureInsertion&) { return labelled("Planning feature insertion"); },
             [](const C::ExecuteFeatureInsertion&) { return labelled("Moving work into feature"); },
             [](const C::PlanFeatureAppend&) { return labelled("Planning feature append"); },

@@ -4,6 +4,7 @@
 
 #include "app/viewmodel/ObservableField.h"
 #include "app/viewmodel/ViewModelTypes.h"
+#include "jjkit/rewrites/CompositionAttachmentPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -16,6 +17,7 @@ using OpList = std::vector<JJOp>;
 using UpdateRecords = std::vector<OperationRecord<LocalStackUpdatePlan>>;
 using RoutingRecords = std::vector<OperationRecord<FeatureInsertionPlan>>;
 using AppendRecords = std::vector<OperationRecord<FeatureAppendPlan>>;
+using AttachmentRecords = std::vector<OperationRecord<CompositionAttachmentPlan>>;
 using RecoveryRecords = std::vector<OperationRecord<FeatureAppendRecoveryPlan>>;
 
 /// The operation log: jj's recent operations, the receipts of the planned
@@ -30,6 +32,7 @@ class OperationLogModel : public QObject {
     void changed();
 
   private:
+    VORDA_FIELD(AttachmentRecords, attachmentRecords, setAttachmentRecords);
     VORDA_FIELD(OpList, recentOps, setRecentOps);
     VORDA_FIELD(UpdateRecords, updateRecords, setUpdateRecords);
     VORDA_FIELD(RoutingRecords, routingRecords, setRoutingRecords);

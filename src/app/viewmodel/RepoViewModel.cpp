@@ -252,6 +252,17 @@ void RepoViewModel::apply(const RepoCommandResult& result, const RepoCommand& co
                 rewrites.setLocalStackUpdatePlan(std::nullopt);
                 activity.setToastMessage(localStackUpdateToast(r.receipt));
             },
+            [&](const RepoCommandResult::CompositionAttachmentPlan& r) {
+                rewrites.setCompositionAttachmentPlan(r.plan);
+                rewrites.setCompositionAttachmentRecord(std::nullopt);
+            },
+            [&](const RepoCommandResult::CompositionAttachmentCompleted& r) {
+                rewrites.setCompositionAttachmentRecord(r.record);
+                rewrites.setCompositionAttachmentPlan(std::nullopt);
+                operationLog_->setAttachmentRecords(
+                    mergedRecord(operationLog_->attachmentRecords(), r.record));
+                activity.setToastMessage(compositionAttachmentToast(r.record));
+            },
             [&](const RepoCommandResult::FeatureInsertionPlan& r) {
                 rewrites.setFeatureInsertionPlan(r.plan);
                 rewrites.setFeatureInsertionReceipt(std::nullopt);
@@ -272,10 +283,8 @@ void RepoViewModel::apply(const RepoCommandResult& result, const RepoCommand& co
             },
             [&](const RepoCommandResult::FeatureAppendRecoveryCompleted& r) {
                 rewrites.setFeatureAppendRecoveryRecord(r.record);
-                auto records = operationLog_->recoveryRecords();
-                std::erase_if(records, [&](const auto& old) { return old.id == r.record.id; });
-                records.insert(records.begin(), r.record);
-                operationLog_->setRecoveryRecords(std::move(records));
+                operationLog_->setRecoveryRecords(
+                    mergedRecord(operationLog_->recoveryRecords(), r.record));
                 activity.setToastMessage(featureAppendRecoveryToast(r.record));
             },
             [this, &command](const RepoCommandResult::Failure& r) {
@@ -579,6 +588,7 @@ namespace {
 // Everything the operation log shows, read in one background step. Each read
 // that fails leaves a line and the next one still runs.
 struct OperationLogReads {
+    std::optional<AttachmentRecords> attachmentRecords;
     std::optional<OpList> ops;
     std::optional<UpdateRecords> updateRecords;
     std::optional<RoutingRecords> routingRecords;
@@ -611,6 +621,9 @@ auto journalRecords(Load load, const std::string& failure, StringList& warnings)
 
 OperationLogReads readOperationLog(const RepoSession& session) {
     OperationLogReads reads;
+    reads.attachmentRecords =
+        journalRecords([&] { return session.loadAttachmentReceipts(); },
+                       "Could not load attachment receipts: ", reads.warnings);
     reads.ops = readLogged([&] { return session.loadRecentOps(30); },
                            "Could not load operations: ", reads.warnings);
     reads.updateRecords = journalRecords([&] { return session.loadUpdateReceipts(); },
@@ -637,6 +650,7 @@ void RepoViewModel::loadRecentOps() {
     log.setRoutingRecords({});
     log.setAppendRecords({});
     log.setRecoveryRecords({});
+    log.setAttachmentRecords({});
     work_->runNewest(
         WorkKind::operationLog, [session = repoSession_] { return readOperationLog(*session); },
         [&log](const Outcome<OperationLogReads>& outcome) {
@@ -649,6 +663,7 @@ void RepoViewModel::loadRecentOps() {
                 log.setRoutingRecords(reads.routingRecords.value_or(RoutingRecords{}));
                 log.setAppendRecords(reads.appendRecords.value_or(AppendRecords{}));
                 log.setRecoveryRecords(reads.recoveryRecords.value_or(RecoveryRecords{}));
+                log.setAttachmentRecords(reads.attachmentRecords.value_or(AttachmentRecords{}));
                 log.setWarnings(reads.warnings);
             } else {
                 log.setWarnings({"Could not load operations: " + outcome.error});

@@ -3,6 +3,7 @@
 #include <QObject>
 
 #include "app/viewmodel/ObservableField.h"
+#include "jjkit/rewrites/CompositionAttachmentPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -17,6 +18,8 @@ using OptionalInsertionPlan = std::optional<FeatureInsertionPlan>;
 using OptionalAppendPlan = std::optional<FeatureAppendPlan>;
 using AppendRecord = OperationRecord<FeatureAppendPlan>;
 using OptionalAppendRecord = std::optional<AppendRecord>;
+using OptionalAttachmentPlan = std::optional<CompositionAttachmentPlan>;
+using OptionalAttachmentRecord = std::optional<OperationRecord<CompositionAttachmentPlan>>;
 using OptionalRecoveryRecord = std::optional<OperationRecord<FeatureAppendRecoveryPlan>>;
 
 /// The planned rewrites: each flow's previewed plan and, once carried out,
@@ -34,6 +37,9 @@ class RewriteModel : public QObject {
   private:
     VORDA_FIELD(OptionalStackPlan, localStackUpdatePlan, setLocalStackUpdatePlan);
     VORDA_FIELD(OptionalReceipt, localStackUpdateReceipt, setLocalStackUpdateReceipt);
+    VORDA_FIELD(OptionalAttachmentPlan, compositionAttachmentPlan, setCompositionAttachmentPlan);
+    VORDA_FIELD(OptionalAttachmentRecord, compositionAttachmentRecord,
+                setCompositionAttachmentRecord);
     VORDA_FIELD(OptionalInsertionPlan, featureInsertionPlan, setFeatureInsertionPlan);
     VORDA_FIELD(OptionalReceipt, featureInsertionReceipt, setFeatureInsertionReceipt);
     VORDA_FIELD(OptionalAppendPlan, featureAppendPlan, setFeatureAppendPlan);

@@ -30,6 +30,13 @@ std::string featureAppendToast(const OperationRecord<FeatureAppendPlan>& record)
     return "Append needs inspection; see its step receipt";
 }
 
+std::string compositionAttachmentToast(const OperationRecord<CompositionAttachmentPlan>& record) {
+    if (record.receipt && record.receipt->succeeded()) {
+        return "Composition attachment verified";
+    }
+    return "Attachment needs inspection; see its receipt";
+}
+
 std::string featureAppendRecoveryToast(const OperationRecord<FeatureAppendRecoveryPlan>& record) {
     if (record.receipt && record.receipt->succeeded()) {
         return "Recovered feature bookmark";

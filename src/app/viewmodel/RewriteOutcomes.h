@@ -1,7 +1,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "jjkit/rewrites/CompositionAttachmentPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/OperationRecord.h"
@@ -15,6 +17,15 @@ std::string featureInsertionToast(const LocalStackUpdateReceipt& receipt);
 /// The toast after a feature append; a record without its final receipt
 /// did not succeed.
 std::string featureAppendToast(const OperationRecord<FeatureAppendPlan>& record);
+/// `records` with `record` at its head and no other entry of its id.
+template <typename Record>
+std::vector<Record> mergedRecord(std::vector<Record> records, const Record& record) {
+    std::erase_if(records, [&](const Record& old) { return old.id == record.id; });
+    records.insert(records.begin(), record);
+    return records;
+}
+
+std::string compositionAttachmentToast(const OperationRecord<CompositionAttachmentPlan>& record);
 std::string featureAppendRecoveryToast(const OperationRecord<FeatureAppendRecoveryPlan>& record);
 
 }  // namespace vorda

@@ -40,6 +40,14 @@ class Dispatcher {
         return completed(session_, RepoCommandResult::LocalStackUpdateCompleted{
                                        client_.executeLocalStackUpdate(command.plan)});
     }
+    RepoCommandResult operator()(const RepoCommand::PlanCompositionAttachment& command) const {
+        return RepoCommandResult::CompositionAttachmentPlan{
+            client_.planCompositionAttachment(command.compositionChangeID, command.bookmark)};
+    }
+    RepoCommandResult operator()(const RepoCommand::ExecuteCompositionAttachment& command) const {
+        return completed(session_, RepoCommandResult::CompositionAttachmentCompleted{
+                                       client_.executeCompositionAttachment(command.plan)});
+    }
     RepoCommandResult operator()(const RepoCommand::PlanFeatureInsertion& command) const {
         return RepoCommandResult::FeatureInsertionPlan{client_.planFeatureInsertion(
             command.changeIDs, command.afterChangeID, command.bookmark)};

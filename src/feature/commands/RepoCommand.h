@@ -15,6 +15,7 @@
 #include "jjkit/model/Bookmark.h"
 #include "jjkit/model/Composition.h"
 #include "jjkit/records/JJOp.h"
+#include "jjkit/rewrites/CompositionAttachmentPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -90,6 +91,15 @@ struct RepoCommand {
     struct ExecuteLocalStackUpdate {
         static constexpr std::string_view caseName = "executeLocalStackUpdate";
         LocalStackUpdatePlan plan;
+    };
+    struct PlanCompositionAttachment {
+        static constexpr std::string_view caseName = "planCompositionAttachment";
+        std::string compositionChangeID;
+        std::string bookmark;
+    };
+    struct ExecuteCompositionAttachment {
+        static constexpr std::string_view caseName = "executeCompositionAttachment";
+        CompositionAttachmentPlan plan;
     };
     struct PlanFeatureInsertion {
         static constexpr std::string_view caseName = "planFeatureInsertion";
@@ -345,7 +355,8 @@ struct RepoCommand {
 
     using Value = std::variant<
         Fetch, Push, PerformPush, SyncWithTrunk, PlanLocalStackUpdate, ExecuteLocalStackUpdate,
-        PlanFeatureInsertion, ExecuteFeatureInsertion, PlanFeatureAppend, ExecuteFeatureAppend,
+        PlanCompositionAttachment, ExecuteCompositionAttachment, PlanFeatureInsertion,
+        ExecuteFeatureInsertion, PlanFeatureAppend, ExecuteFeatureAppend,
         ExecuteFeatureAppendRecovery, CreateBookmark, RenameBookmark, AbandonBookmark,
         DeleteBookmark, RebaseBookmark, ReparentToTrunk, SquashBookmarkToSingle, MoveBookmark,
         AbsorbBookmark, TrackRemoteBookmark, StageFiles, UnstageFiles, StageHunks, SplitCommit,

@@ -9,6 +9,7 @@
 #include "feature/session/RepoSnapshot.h"
 #include "jjkit/model/Bookmark.h"
 #include "jjkit/records/JJOp.h"
+#include "jjkit/rewrites/CompositionAttachmentPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -78,6 +79,14 @@ struct RepoCommandResult {
         static constexpr std::string_view caseName = "localStackUpdateCompleted";
         LocalStackUpdateReceipt receipt;
     };
+    struct CompositionAttachmentPlan {
+        static constexpr std::string_view caseName = "compositionAttachmentPlan";
+        vorda::CompositionAttachmentPlan plan;
+    };
+    struct CompositionAttachmentCompleted {
+        static constexpr std::string_view caseName = "compositionAttachmentCompleted";
+        OperationRecord<vorda::CompositionAttachmentPlan> record;
+    };
     struct FeatureInsertionPlan {
         static constexpr std::string_view caseName = "featureInsertionPlan";
         vorda::FeatureInsertionPlan plan;
@@ -105,6 +114,7 @@ struct RepoCommandResult {
 
     using Value = std::variant<Refreshed, Toast, RequiresConfirmation, ForcePushRequired, OpenURL,
                                RecentOps, LocalStackUpdatePlan, LocalStackUpdateCompleted,
+                               CompositionAttachmentPlan, CompositionAttachmentCompleted,
                                FeatureInsertionPlan, FeatureInsertionCompleted, FeatureAppendPlan,
                                FeatureAppendCompleted, FeatureAppendRecoveryCompleted, Failure>;
     Value value;

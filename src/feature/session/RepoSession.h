@@ -21,6 +21,7 @@
 #include "jjkit/diff/ConflictReview.h"
 #include "jjkit/github/GitHubClient.h"
 #include "jjkit/repo/JJFileWatcher.h"
+#include "jjkit/rewrites/CompositionAttachmentPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -130,6 +131,7 @@ class RepoSession : public std::enable_shared_from_this<RepoSession> {
     FeatureAppendRecoveryPlan planFeatureAppendRecovery(
         const OperationRecord<FeatureAppendPlan>& source) const;
     OperationJournal<FeatureAppendRecoveryPlan>::Loaded loadRecoveryReceipts() const;
+    OperationJournal<CompositionAttachmentPlan>::Loaded loadAttachmentReceipts() const;
 
     // Commands.
 

@@ -32,4 +32,8 @@ OperationJournal<FeatureAppendRecoveryPlan>::Loaded RepoSession::loadRecoveryRec
     return OperationJournal<FeatureAppendRecoveryPlan>(repoRoot_).load();
 }
 
+OperationJournal<CompositionAttachmentPlan>::Loaded RepoSession::loadAttachmentReceipts() const {
+    return OperationJournal<CompositionAttachmentPlan>(repoRoot_).load();
+}
+
 }  // namespace vorda

@@ -87,6 +87,19 @@ struct WireFields<RepoCommand::ExecuteLocalStackUpdate> {
 };
 
 template <>
+struct WireFields<RepoCommand::PlanCompositionAttachment> {
+    using Case = RepoCommand::PlanCompositionAttachment;
+    static constexpr auto fields =
+        std::tuple{wireField("compositionChangeID", &Case::compositionChangeID),
+                   wireField("bookmark", &Case::bookmark)};
+};
+template <>
+struct WireFields<RepoCommand::ExecuteCompositionAttachment> {
+    static constexpr auto fields =
+        std::tuple{wireField("plan", &RepoCommand::ExecuteCompositionAttachment::plan)};
+};
+
+template <>
 struct WireFields<RepoCommand::PlanFeatureInsertion> {
     using Case = RepoCommand::PlanFeatureInsertion;
     static constexpr auto fields = std::tuple{wireField("changeIDs", &Case::changeIDs),

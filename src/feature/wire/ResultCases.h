@@ -101,6 +101,16 @@ struct WireFields<RepoCommandResult::LocalStackUpdateCompleted> {
         std::tuple{wireField("_0", &RepoCommandResult::LocalStackUpdateCompleted::receipt)};
 };
 template <>
+struct WireFields<RepoCommandResult::CompositionAttachmentPlan> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::CompositionAttachmentPlan::plan)};
+};
+template <>
+struct WireFields<RepoCommandResult::CompositionAttachmentCompleted> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::CompositionAttachmentCompleted::record)};
+};
+template <>
 struct WireFields<RepoCommandResult::FeatureInsertionPlan> {
     static constexpr auto fields =
         std::tuple{wireField("_0", &RepoCommandResult::FeatureInsertionPlan::plan)};

@@ -9,6 +9,7 @@
 
 #include "feature/wire/WireCoding.h"
 #include "feature/wire/WireRecord.h"
+#include "jjkit/rewrites/CompositionAttachmentPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -37,6 +38,8 @@ template <>
 struct Wire<FeatureAppendPlan> : StoredFormWire<FeatureAppendPlan> {};
 template <>
 struct Wire<FeatureAppendRecoveryPlan> : StoredFormWire<FeatureAppendRecoveryPlan> {};
+template <>
+struct Wire<CompositionAttachmentPlan> : StoredFormWire<CompositionAttachmentPlan> {};
 template <>
 struct Wire<LocalStackUpdateReceipt> : StoredFormWire<LocalStackUpdateReceipt> {};
 template <typename Plan>

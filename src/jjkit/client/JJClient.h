@@ -26,6 +26,7 @@ struct FeatureInsertionPlan;
 struct FeatureAppendPlan;
 struct FeatureAppendInspection;
 struct FeatureAppendRecoveryPlan;
+struct CompositionAttachmentPlan;
 struct VerificationFindings;
 template <typename Plan>
 struct OperationRecord;
@@ -291,6 +292,17 @@ class JJClient {
     OperationRecord<FeatureAppendRecoveryPlan> executeFeatureAppendRecovery(
         const FeatureAppendRecoveryPlan& plan, const OperationRecord<FeatureAppendPlan>& source,
         const PersistRecord<FeatureAppendRecoveryPlan>& persistRecord,
+        const std::stop_token& stop = {}) const;
+    /// The feature of `bookmark` as the new last parent of an existing
+    /// composition, every present parent kept.
+    CompositionAttachmentPlan planCompositionAttachment(const std::string& compositionChangeID,
+                                                        const std::string& bookmark,
+                                                        const std::stop_token& stop = {}) const;
+    OperationRecord<CompositionAttachmentPlan> executeCompositionAttachment(
+        const CompositionAttachmentPlan& plan, const std::stop_token& stop = {}) const;
+    OperationRecord<CompositionAttachmentPlan> executeCompositionAttachment(
+        const CompositionAttachmentPlan& plan,
+        const PersistRecord<CompositionAttachmentPlan>& persistRecord,
         const std::stop_token& stop = {}) const;
     /// Reads the recovery's outcome back at `operation`; throws when the
     /// repository has already moved on from it.

@@ -70,6 +70,19 @@ const FlowWords featureAppendRecoveryWords{
     .missingChangePrefix = "Missing or divergent change ",
 };
 
+const FlowWords compositionAttachmentWords{
+    .foreignPlan = "Attachment preview belongs to another repository or workspace.",
+    .expired = "Attachment preview expired. Generate a fresh preview; no attachment was added.",
+    .scopeChanged = "Attachment scope or configuration changed. Generate a fresh preview.",
+    .changedWhileSaving = "Repository changed while saving the receipt; no attachment was added.",
+    .verificationPrefix = "Could not verify attachment: ",
+    .operationUnavailable = "Resulting operation is unavailable.",
+    .movedDuringVerification = "Repository changed during attachment verification.",
+    .finalSavePrefix = "Could not save final attachment receipt: ",
+    .finalSaveSuffix = ". Inspect before retrying.",
+    .missingChangePrefix = "Missing or divergent affected change ",
+};
+
 void checkCancelled(const std::stop_token& stop) {
     if (stop.stop_requested()) {
         throw CancellationError();

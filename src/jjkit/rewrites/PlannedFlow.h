@@ -51,6 +51,7 @@ extern const FlowWords localStackUpdateWords;
 extern const FlowWords featureInsertionWords;
 extern const FlowWords featureAppendWords;
 extern const FlowWords featureAppendRecoveryWords;
+extern const FlowWords compositionAttachmentWords;
 
 /// Throws `CancellationError` once `stop` has been requested.
 void checkCancelled(const std::stop_token& stop);
