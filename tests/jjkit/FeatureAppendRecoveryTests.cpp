@@ -42,16 +42,7 @@ struct InterruptedAppend {
     /// With `conflicting`, W1 changes the file T changed, so it conflicts
     /// once moved onto the feature.
     explicit InterruptedAppend(bool conflicting = false) {
-        repo.draw(std::string(R"(
-            B <- root "base" README=base shared.txt=base
-            T <- B "trunk work" shared.txt=trunk [main]
-            F1 <- B "f1" f1.txt=one
-            F2 <- F1 "f2" f2.txt=two [feat]
-            M <- F2 T "wip: Vorda composition default"
-            W1 <- M "w1" )") +
-                  (conflicting ? "shared.txt=work" : "w1.txt=w1") + R"(
-            W2 <- W1 "w2" w2.txt=w2
-        )");
+        repo.draw(testing::appendPicture(conflicting));
         drawn = repo.currentOperationID();
     }
 

@@ -56,6 +56,23 @@ inline std::vector<std::string> sorted(std::vector<std::string> ids) {
     return ids;
 }
 
+/// Trunk `main` (B, T), the feature `feat` (F1, F2) on B, and an
+/// integration merge M of F2 and T with work W1-W2 on it, under the default
+/// workspace's working copy. With `conflicting`, T and W1 both change
+/// shared.txt, which F2 leaves as B had it, so W1 conflicts on the tip.
+inline std::string appendPicture(bool conflicting) {
+    return std::string(R"(
+        B <- root "base" README=base shared.txt=base
+        T <- B "trunk work" shared.txt=trunk [main]
+        F1 <- B "f1" f1.txt=one
+        F2 <- F1 "f2" f2.txt=two [feat]
+        M <- F2 T "wip: Vorda composition default"
+        W1 <- M "w1" )") +
+           (conflicting ? "shared.txt=work" : "w1.txt=w1") + R"(
+        W2 <- W1 "w2" w2.txt=w2
+    )";
+}
+
 /// The parents of each revision as jj reports them, "W1<F1 M<F2,B", to
 /// compare a whole graph at once.
 inline std::string graph(const TestRepo& repo, const std::vector<std::string>& revisions) {

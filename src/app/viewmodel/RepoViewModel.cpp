@@ -525,40 +525,53 @@ void RepoViewModel::loadCommitDiff(const std::string& changeID,
         [done = std::move(done)](const Outcome<UnifiedDiff>& outcome) { done(outcome.value); });
 }
 
-void RepoViewModel::loadRebaseConflict(
-    const std::string& changeID, std::function<void(const Outcome<RebaseConflictReview>&)> done) {
-    if (!repoSession_) {
+namespace {
+
+/// A read that throws on failure: `read(session)` on `kind`'s worker, only
+/// the newest answered when `newestOnly`. Without a session `done` hears at
+/// once that no repository is open.
+template <typename T, typename Read>
+void readFromSession(BackgroundWork& work, const std::shared_ptr<RepoSession>& session,
+                     WorkKind kind, bool newestOnly, Read read,
+                     std::function<void(const Outcome<T>&)> done) {
+    if (!session) {
         done({std::nullopt, "No repository is open."});
         return;
     }
-    work_->runNewest(
-        WorkKind::review,
-        [session = repoSession_, changeID] { return session->loadRebaseConflict(changeID); },
+    auto job = [session, read = std::move(read)] {
+        return read(*session);
+    };
+    if (newestOnly) {
+        work.runNewest(kind, std::move(job), std::move(done));
+    } else {
+        work.run(kind, std::move(job), std::move(done));
+    }
+}
+
+}  // namespace
+
+void RepoViewModel::loadRebaseConflict(
+    const std::string& changeID, std::function<void(const Outcome<RebaseConflictReview>&)> done) {
+    readFromSession(
+        *work_, repoSession_, WorkKind::review, true,
+        [changeID](const RepoSession& session) { return session.loadRebaseConflict(changeID); },
         std::move(done));
 }
 
 void RepoViewModel::inspectFeatureAppend(
     const AppendRecord& record, std::function<void(const Outcome<FeatureAppendInspection>&)> done) {
-    if (!repoSession_) {
-        done({std::nullopt, "No repository is open."});
-        return;
-    }
-    work_->run(
-        WorkKind::operationLog,
-        [session = repoSession_, record] { return session->inspectFeatureAppend(record); },
+    readFromSession(
+        *work_, repoSession_, WorkKind::operationLog, false,
+        [record](const RepoSession& session) { return session.inspectFeatureAppend(record); },
         std::move(done));
 }
 
 void RepoViewModel::planFeatureAppendRecovery(
     const AppendRecord& source,
     std::function<void(const Outcome<FeatureAppendRecoveryPlan>&)> done) {
-    if (!repoSession_) {
-        done({std::nullopt, "No repository is open."});
-        return;
-    }
-    work_->run(
-        WorkKind::operationLog,
-        [session = repoSession_, source] { return session->planFeatureAppendRecovery(source); },
+    readFromSession(
+        *work_, repoSession_, WorkKind::operationLog, false,
+        [source](const RepoSession& session) { return session.planFeatureAppendRecovery(source); },
         std::move(done));
 }
 

@@ -156,16 +156,9 @@ Record JJClient::executeCompositionAttachment(
                               .operationID = plan.operationID,
                               .scopeUnchanged =
                                   [&] {
-                                      try {
-                                          return planCompositionAttachment(
-                                                     plan.composition.changeID, plan.bookmarkName,
-                                                     stop) == plan;
-                                      } catch (const JJError& error) {
-                                          if (error.as<JJError::UnsafeOperation>() != nullptr) {
-                                              return false;
-                                          }
-                                          throw;
-                                      }
+                                      return planCompositionAttachment(plan.composition.changeID,
+                                                                       plan.bookmarkName,
+                                                                       stop) == plan;
                                   }},
                              stop);
 

@@ -247,30 +247,20 @@ OperationRecord<FeatureAppendPlan> JJClient::executeFeatureAppend(
     const FeatureAppendPlan& plan, const PersistRecord<FeatureAppendPlan>& persistRecord,
     const std::function<void()>& betweenSteps, const std::stop_token& stop) const {
     const auto& topology = plan.topology;
-    flow::runExecutionChecks(
-        *this,
-        flow::ExecutionChecks{
-            .words = featureAppendWords,
-            .snapshotReason = "append/snapshot",
-            .identity = {topology.repositoryID, topology.workspaceRoot},
-            .operationID = topology.operationID,
-            .scopeUnchanged =
-                [&] {
-                    // A plan that can no longer be made at all has changed
-                    // scope just as much as one that comes out different.
-                    try {
-                        return FeatureAppendPlan(
-                                   planFeatureRouting(changeIDsOf(topology.selected), std::nullopt,
-                                                      topology.bookmarkName, {}, stop)) == plan;
-                    } catch (const JJError& error) {
-                        if (error.as<JJError::UnsafeOperation>() != nullptr) {
-                            return false;
-                        }
-                        throw;
-                    }
-                },
-        },
-        stop);
+    flow::runExecutionChecks(*this,
+                             flow::ExecutionChecks{
+                                 .words = featureAppendWords,
+                                 .snapshotReason = "append/snapshot",
+                                 .identity = {topology.repositoryID, topology.workspaceRoot},
+                                 .operationID = topology.operationID,
+                                 .scopeUnchanged =
+                                     [&] {
+                                         return FeatureAppendPlan(planFeatureRouting(
+                                                    changeIDsOf(topology.selected), std::nullopt,
+                                                    topology.bookmarkName, {}, stop)) == plan;
+                                     },
+                             },
+                             stop);
 
     auto record = flow::startedRecord(plan);
     persistRecord(record);  // without a receipt before, nothing runs

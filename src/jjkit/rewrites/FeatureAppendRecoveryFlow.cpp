@@ -115,14 +115,7 @@ OperationRecord<FeatureAppendRecoveryPlan> JJClient::executeFeatureAppendRecover
                               .operationID = plan.operationID,
                               .scopeUnchanged =
                                   [&] {
-                                      try {
-                                          return planFeatureAppendRecovery(source, stop) == plan;
-                                      } catch (const JJError& error) {
-                                          if (error.as<JJError::UnsafeOperation>() != nullptr) {
-                                              return false;
-                                          }
-                                          throw;
-                                      }
+                                      return planFeatureAppendRecovery(source, stop) == plan;
                                   }},
                              stop);
 

@@ -176,18 +176,8 @@ LocalStackUpdateReceipt JJClient::executeFeatureInsertion(
     const std::stop_token& stop) const {
     const auto& words = flow::featureInsertionWords;
     const auto scopeUnchanged = [&] {
-        try {
-            return planFeatureRouting(flow::changeIDsOf(plan.selected), plan.destination.changeID,
-                                      plan.bookmarkName, {}, stop) == plan;
-        } catch (const JJError& error) {
-            // A plan that can no longer be made at the same operation is a
-            // changed scope too: another trunk() or mine() can turn the
-            // work into protected history without moving the operation.
-            if (error.as<JJError::UnsafeOperation>() != nullptr) {
-                return false;
-            }
-            throw;
-        }
+        return planFeatureRouting(flow::changeIDsOf(plan.selected), plan.destination.changeID,
+                                  plan.bookmarkName, {}, stop) == plan;
     };
     flow::runExecutionChecks(*this,
                              {.words = words,

@@ -177,18 +177,9 @@ LocalStackUpdateReceipt JJClient::executeLocalStackUpdate(
         .operationID = plan.operationID,
         .scopeUnchanged =
             [&] {
-                // A selection that can no longer be planned at all has
-                // changed scope as much as one that plans differently.
-                try {
-                    const auto fresh = planLocalStackUpdate(
-                        plan.bookmarkNames, flow::changeIDsOf(plan.oneOffTips), stop);
-                    return sameScope(fresh, plan);
-                } catch (const JJError& error) {
-                    if (error.as<JJError::UnsafeOperation>() != nullptr) {
-                        return false;
-                    }
-                    throw;
-                }
+                return sameScope(planLocalStackUpdate(plan.bookmarkNames,
+                                                      flow::changeIDsOf(plan.oneOffTips), stop),
+                                 plan);
             },
     };
     flow::runExecutionChecks(*this, checks, stop);

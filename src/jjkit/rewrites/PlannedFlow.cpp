@@ -182,7 +182,18 @@ void runExecutionChecks(const JJClient& client, const ExecutionChecks& checks,
     if (client.currentOperationID() != checks.operationID) {
         throw JJError::unsafeOperation(std::string(checks.words.expired));
     }
-    if (!checks.scopeUnchanged()) {
+    // A plan that can no longer be made at all has changed scope as much
+    // as one that comes out different: another trunk() or mine() can turn
+    // work into protected history without moving the operation.
+    bool unchanged = false;
+    try {
+        unchanged = checks.scopeUnchanged();
+    } catch (const JJError& error) {
+        if (error.as<JJError::UnsafeOperation>() == nullptr) {
+            throw;
+        }
+    }
+    if (!unchanged) {
         throw JJError::unsafeOperation(std::string(checks.words.scopeChanged));
     }
     checkCancelled(stop);

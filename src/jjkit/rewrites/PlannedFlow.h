@@ -116,7 +116,8 @@ struct ExecutionChecks {
     std::string_view snapshotReason;
     PlanIdentity identity;
     std::string operationID;
-    /// Plans afresh with the plan's own inputs and compares.
+    /// Plans afresh with the plan's own inputs and compares; a refusal to
+    /// plan counts as a changed scope.
     std::function<bool()> scopeUnchanged;
 };
 void runExecutionChecks(const JJClient& client, const ExecutionChecks& checks,
