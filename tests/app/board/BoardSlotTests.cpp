@@ -16,21 +16,15 @@
 namespace vorda {
 namespace {
 
-using Row = std::vector<std::string>;
+using testing::named;
 
-Row identities(const std::vector<BoardSlot>& row) {
-    std::vector<std::string> result;
-    result.reserve(row.size());
-    for (const auto& slot : row) {
-        result.push_back(slot.identity());
+// The slots of the row by identity, separated by " | ".
+std::string row(const BoardSlotInputs& inputs) {
+    std::string text;
+    for (const auto& slot : boardSlots(inputs)) {
+        text.append(text.empty() ? "" : " | ").append(slot.identity());
     }
-    return result;
-}
-
-Bookmark named(const std::string& name) {
-    Bookmark bookmark;
-    bookmark.name = name;
-    return bookmark;
+    return text;
 }
 
 TEST(BoardSlots, FixedOrderIncludedBookmarksAndTheDiffColumn) {
@@ -45,35 +39,33 @@ TEST(BoardSlots, FixedOrderIncludedBookmarksAndTheDiffColumn) {
     inputs.hasHidden = true;
 
     // An included bookmark shows inside its working-copy column and gets a
-    // column of its own only when asked.
-    const std::string placeholder = BoardSlot{BoardSlot::NewPlaceholder{}}.identity();
-    const Row plain = {"wcstack:default",  "wcstack:second", "oneoff:kxyz", "shown",
-                       "included-visible", "hidden",         placeholder};
-    EXPECT_EQ(identities(boardSlots(inputs)), plain);
-
-    // The diff column follows the selected column, wherever it stands; a
-    // selection that is not on the row brings none.
+    // column of its own only when asked. The diff column follows the
+    // selected column, wherever it stands; a selection that is not on the
+    // row brings none.
+    const std::string wc = "wcstack:default | wcstack:second | ";
+    EXPECT_EQ(row(inputs),
+              wc + "oneoff:kxyz | shown | included-visible | hidden | new placeholder");
     inputs.isDiffVisible = true;
-    const auto rowWith = [&](ColumnID selection) {
-        inputs.selectionColumn = std::move(selection);
-        return identities(boardSlots(inputs));
-    };
-    EXPECT_EQ(rowWith(ColumnID::bookmark("shown")),
-              (Row{"wcstack:default", "wcstack:second", "oneoff:kxyz", "shown", "diff",
-                   "included-visible", "hidden", placeholder}));
-    EXPECT_EQ(rowWith(ColumnID::hidden()),
-              (Row{"wcstack:default", "wcstack:second", "oneoff:kxyz", "shown", "included-visible",
-                   "hidden", "diff", placeholder}));
-    EXPECT_EQ(rowWith(ColumnID::workingCopyStack("second"))[2], "diff");
-    EXPECT_EQ(rowWith(ColumnID::bookmark("included")), plain);
+    const std::pair<ColumnID, std::string> selections[] = {
+        {ColumnID::bookmark("shown"),
+         "oneoff:kxyz | shown | diff | included-visible | hidden | new placeholder"},
+        {ColumnID::hidden(),
+         "oneoff:kxyz | shown | included-visible | hidden | diff | new placeholder"},
+        {ColumnID::workingCopyStack("second"),
+         "diff | oneoff:kxyz | shown | included-visible | hidden | new placeholder"},
+        {ColumnID::bookmark("included"),
+         "oneoff:kxyz | shown | included-visible | hidden | new placeholder"}};
+    for (const auto& [selection, rest] : selections) {
+        inputs.selectionColumn = selection;
+        EXPECT_EQ(row(inputs), wc + rest) << rest;
+    }
 
     // A filter that matches nothing leaves the working copies, hidden and
     // the placeholder.
     inputs.oneOffLanes.clear();
     inputs.filteredBookmarks.clear();
     inputs.isDiffVisible = false;
-    EXPECT_EQ(identities(boardSlots(inputs)),
-              (Row{"wcstack:default", "wcstack:second", "hidden", placeholder}));
+    EXPECT_EQ(row(inputs), wc + "hidden | new placeholder");
 }
 
 SnapshotRef boardWithTwoBookmarks() {
@@ -107,11 +99,9 @@ TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
     ASSERT_TRUE(QTest::qWaitFor([&] { return view.laneColumn("alpha") != nullptr; }));
     EXPECT_TRUE(view.messageText().isEmpty());
     EXPECT_NE(view.laneColumn("beta"), nullptr);
-
     // The one-off stacked on alpha is drawn under alpha's lane.
     const auto& stacked = view.laneColumn("alpha")->input().stackedCommits;
-    ASSERT_EQ(stacked.size(), 1U);
-    EXPECT_EQ(stacked.front()->commitID, "w1");
+    EXPECT_EQ(stacked.size() == 1 ? stacked.front()->commitID : "", "w1");
 
     // Clicking a lane's header selects it; the diff opens beside it, and
     // escape clears the selection and with it the diff column.

@@ -1,5 +1,6 @@
 #include "app/column/ColumnText.h"
 
+#include <QStringList>
 #include <ctime>
 #include <tuple>
 
@@ -210,7 +211,6 @@ TEST(ColumnText, BadgeTrunkBannerAndStorageWords) {
         EXPECT_EQ(columntext::badgeTooltip(pr),
                   std::string("PR #42 · ").append(words).append(". Click to open in browser."));
     }
-    EXPECT_EQ(columntext::prBadgeText(pr), "PR #42");
     EXPECT_EQ(columntext::openReviewRebaseHelp(pr),
               "PR #42 is open for review. Preview the rebase before rewriting published "
               "history; the next push may require a force-push.");
@@ -222,41 +222,29 @@ TEST(ColumnText, BadgeTrunkBannerAndStorageWords) {
         BookmarkOrigin origin;
         std::optional<std::string> commit;
         const char* summary = nullptr;
-    } summaries[] = {{BookmarkOrigin::upstream("origin"), commit, "origin/main@a1b2c3d4e5f6"},
-                     {BookmarkOrigin::upstream("origin"), std::nullopt, "origin/main"},
+    } summaries[] = {{BookmarkOrigin::upstream("origin"), std::nullopt, "origin/main"},
                      {BookmarkOrigin::upstream("upstream"), std::nullopt, "upstream/main"},
                      {BookmarkOrigin::local(), commit, "main@a1b2c3d4e5f6"}};
     for (const auto& c : summaries) {
         trunk.origin = c.origin;
         EXPECT_EQ(columntext::pinnedRemoteSummary(trunk, c.commit), c.summary);
     }
-    EXPECT_EQ(columntext::mergedBannerTitle(true), "PR merged");
-    EXPECT_EQ(columntext::mergedBannerTitle(false), "merged into trunk");
+    // The other banner words are pinned where the column shows them.
     EXPECT_EQ(columntext::conflictBannerText({"alpha"}), "conflicts with alpha");
-    EXPECT_EQ(columntext::conflictBannerText({"alpha", "beta"}), "conflicts with alpha, beta");
-    EXPECT_EQ(columntext::fetchedText("5 min ago"), "fetched 5 min ago");
 
-    EXPECT_EQ(ColumnID::bookmark("feature/login").storageKey(), "feature/login");
-    EXPECT_EQ(ColumnID::oneOff("kkkkzzzz").storageKey(), "oneoff:kkkkzzzz");
-    EXPECT_EQ(ColumnID::workingCopyStack(std::nullopt).storageKey(), "wcstack");
-    EXPECT_EQ(ColumnID::hidden().storageKey(), "hidden");
+    EXPECT_EQ((Lines{ColumnID::bookmark("feature/login").storageKey(),
+                     ColumnID::oneOff("kkkkzzzz").storageKey(),
+                     ColumnID::workingCopyStack(std::nullopt).storageKey(),
+                     ColumnID::hidden().storageKey()}),
+              (Lines{"feature/login", "oneoff:kkkkzzzz", "wcstack", "hidden"}));
 }
 
-// Pins the local time zone for a test and puts the old one back (members
-// go in reverse: the variable first, then the zone is read again).
-struct UtcZone {
-    struct Reread {
-        ~Reread() { tzset(); }
-    } reread;
-    testing::ScopedEnvironment variable{"TZ"};
-    UtcZone() {
-        variable.set("UTC");
-        tzset();
-    }
-};
-
 TEST(CommitCardText, RelativeTimeSummaryAuthorAndTimeWithTheirFallbacks) {
-    const UtcZone zone;
+    // Local time is UTC here; the zone is read again after TZ is put back.
+    const std::shared_ptr<void> rereadZone(nullptr, [](void*) { tzset(); });
+    const testing::ScopedEnvironment zone("TZ");
+    zone.set("UTC");
+    tzset();
     // 2024-03-04 12:00 less 49 days is 2024-01-15 12:00; -3h is a clock ahead of ours.
     const std::pair<std::chrono::seconds, const char*> cases[] = {
         {0s, "just now"},          {59s, "just now"},         {-3h, "just now"},
@@ -282,26 +270,19 @@ TEST(CommitCardText, RelativeTimeSummaryAuthorAndTimeWithTheirFallbacks) {
     JJCommit commit = makeCommit(3, "x");
     EXPECT_EQ(cardtext::cardTooltip(commit).toStdString(),
               "Change " + commit.changeID + " · commit " + commit.commitID);
-    const auto author = [&] {
-        return std::pair(cardtext::authorLabel(commit.author),
-                         cardtext::authorTooltip(commit.author));
+    const auto words = [&] {
+        return QStringList{cardtext::authorLabel(commit.author),
+                           cardtext::authorTooltip(commit.author),
+                           cardtext::timestampTooltip(commit.committer),
+                           cardtext::relativeTimestamp(commit.committer, testNow())};
     };
-    EXPECT_EQ(author(), std::pair(QStringLiteral("Ada Lovelace"),
-                                  QStringLiteral("Ada Lovelace <ada@example.com>")));
+    EXPECT_EQ(words(), (QStringList{"Ada Lovelace", "Ada Lovelace <ada@example.com>",
+                                    "Committed 2024-03-04 10:00", "2 h ago"}));
+    // No author's name; a time jj printed that cannot be read is shown as it came.
     commit.author.name.clear();
-    EXPECT_EQ(author(),
-              std::pair(QStringLiteral("Unknown author"), QStringLiteral("Author unavailable")));
-
-    const auto time = [&] {
-        return std::pair(cardtext::timestampTooltip(commit.committer),
-                         cardtext::relativeTimestamp(commit.committer, testNow()));
-    };
-    EXPECT_EQ(time(),
-              std::pair(QStringLiteral("Committed 2024-03-04 10:00"), QStringLiteral("2 h ago")));
-    // A time jj printed that cannot be read is shown as it came.
     commit.committer.timestamp = "yesterday-ish";
-    EXPECT_EQ(time(), std::pair(QStringLiteral("Committed yesterday-ish"),
-                                QStringLiteral("yesterday-ish")));
+    EXPECT_EQ(words(), (QStringList{"Unknown author", "Author unavailable",
+                                    "Committed yesterday-ish", "yesterday-ish"}));
 }
 
 }  // namespace

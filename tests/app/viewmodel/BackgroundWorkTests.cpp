@@ -16,12 +16,37 @@ bool settles(const std::function<bool()>& condition) {
     return QTest::qWaitFor(condition, 30000);
 }
 
+// A job that says it started (through `started`) and finishes with `value`
+// once `release` is set.
+std::function<int()> heldJob(std::latch& started, std::promise<void>& release, int value) {
+    return [&started, released = release.get_future().share(), value] {
+        started.count_down();
+        released.wait();
+        return value;
+    };
+}
+
+// A job that records in `started` that it ran.
+std::function<int()> markingJob(std::atomic<bool>& started) {
+    return [&started] {
+        started = true;
+        return 0;
+    };
+}
+
 TEST(BackgroundWork, OnlyTheNewestReadOfAKindIsDelivered) {
     QObject receiver;
     BackgroundWork work(&receiver);
     std::vector<int> delivered;
-    const auto record = [&](const Outcome<int>& outcome) {
-        delivered.push_back(outcome.value.value_or(-1));
+    const auto newest = [&](std::function<int()> job) {
+        work.runNewest(WorkKind::diff, std::move(job), [&](const Outcome<int>& outcome) {
+            delivered.push_back(outcome.value.value_or(-1));
+        });
+    };
+    const auto value = [](int number) {
+        return [number] {
+            return number;
+        };
     };
 
     // The oldest read is running and finishes only once newer ones were
@@ -29,24 +54,10 @@ TEST(BackgroundWork, OnlyTheNewestReadOfAKindIsDelivered) {
     std::latch oldestRunning(1);
     std::promise<void> newerAsked;
     std::atomic<bool> queuedStarted = false;
-    work.runNewest(
-        WorkKind::diff,
-        [&oldestRunning, asked = newerAsked.get_future().share()] {
-            oldestRunning.count_down();
-            asked.wait();
-            return 1;
-        },
-        record);
+    newest(heldJob(oldestRunning, newerAsked, 1));
     oldestRunning.wait();
-    work.runNewest(
-        WorkKind::diff,
-        [&queuedStarted] {
-            queuedStarted = true;
-            return 2;
-        },
-        record);
-    work.runNewest(
-        WorkKind::diff, [] { return 3; }, record);
+    newest(markingJob(queuedStarted));
+    newest(value(3));
     newerAsked.set_value();
     // One worker per kind: the oldest outcome was judged before the newest
     // ran, so it would have arrived first.
@@ -58,8 +69,7 @@ TEST(BackgroundWork, OnlyTheNewestReadOfAKindIsDelivered) {
     // request comes before it is delivered. The plain job behind it runs
     // only after the older read has posted its outcome.
     std::latch posted(1);
-    work.runNewest(
-        WorkKind::diff, [] { return 4; }, record);
+    newest(value(4));
     work.run(
         WorkKind::diff,
         [&posted] {
@@ -68,8 +78,7 @@ TEST(BackgroundWork, OnlyTheNewestReadOfAKindIsDelivered) {
         },
         [](const Outcome<int>&) {});
     posted.wait();
-    work.runNewest(
-        WorkKind::diff, [] { return 5; }, record);
+    newest(value(5));
     ASSERT_TRUE(settles([&] { return delivered.size() > 1; }));
     EXPECT_EQ(delivered, (std::vector<int>{3, 5}));
 }
@@ -85,23 +94,14 @@ TEST(BackgroundWork, AfterCloseNothingStartsAndNothingIsDelivered) {
     // dropped.
     auto token = std::make_shared<int>(0);
     const std::weak_ptr<int> runningOutcome = token;
-    work.run(
-        WorkKind::command,
-        [&running, released = release.get_future().share()] {
-            running.count_down();
-            released.wait();
-            return 1;
-        },
-        [&delivered, token](const Outcome<int>&) { delivered = true; });
+    const auto deliver = [&delivered](const Outcome<int>&) {
+        delivered = true;
+    };
+    work.run(WorkKind::command, heldJob(running, release, 1),
+             [deliver, token](const Outcome<int>& outcome) { deliver(outcome); });
     token.reset();
     running.wait();
-    work.run(
-        WorkKind::command,
-        [&queuedStarted] {
-            queuedStarted = true;
-            return 2;
-        },
-        [&delivered](const Outcome<int>&) { delivered = true; });
+    work.run(WorkKind::command, markingJob(queuedStarted), deliver);
 
     work.close();
     EXPECT_TRUE(work.isClosed());
@@ -112,13 +112,7 @@ TEST(BackgroundWork, AfterCloseNothingStartsAndNothingIsDelivered) {
     EXPECT_FALSE(queuedStarted);
 
     // Nothing new is taken, and posting does nothing.
-    work.run(
-        WorkKind::files,
-        [&queuedStarted] {
-            queuedStarted = true;
-            return 3;
-        },
-        [&delivered](const Outcome<int>&) { delivered = true; });
+    work.run(WorkKind::files, markingJob(queuedStarted), deliver);
     work.poster()([&delivered] { delivered = true; });
     QCoreApplication::processEvents();
     EXPECT_FALSE(delivered);

@@ -38,6 +38,12 @@ inline void addBookmark(RepoState& state, const std::string& name,
     state.bookmarks.emplace(name, bookmark);
 }
 
+inline Bookmark named(const std::string& name) {
+    Bookmark bookmark;
+    bookmark.name = name;
+    return bookmark;
+}
+
 inline void addWorkspace(RepoState& state, const std::string& name,
                          std::map<std::string, BookmarkInclusionRole> roles = {}) {
     WorkspaceState workspace;
