@@ -35,10 +35,8 @@ inline std::vector<SharedCommit> makeCommits(std::size_t first, std::size_t coun
 /// A bookmark lane named `name` over `commits`.
 inline BookmarkColumnInput bookmarkLane(const std::string& name,
                                         std::vector<SharedCommit> commits) {
-    BookmarkColumnInput input;
-    input.kind = BookmarkColumnInput::LaneKind::bookmark;
+    BookmarkColumnInput input;  // a bookmark lane, titled by its bookmark
     input.selectionColumnID = ColumnID::bookmark(name);
-    input.title = name;
     input.bookmark.name = name;
     for (const auto& commit : commits) {
         input.bookmark.commitIDs.push_back(commit->commitID);

@@ -35,7 +35,7 @@ std::string rows(const CommitListModel& model) {
     return kinds;
 }
 
-TEST(CommitListModel, CardDataOfEachCommit) {
+TEST(CommitListModel, CardDataOfEachCommitThenHistoryRowsBaseRowsAndLoadMore) {
     JJCommit unnamed = makeCommit(2, "");
     unnamed.author.name.clear();
     const std::vector<JJCommit> commits = {makeCommit(1, "Add login form\n\nWith validation."),
@@ -67,15 +67,12 @@ TEST(CommitListModel, CardDataOfEachCommit) {
     // A later clock reads the same commit as older.
     model.setClock([] { return testNow() + std::chrono::days{3}; });
     EXPECT_EQ(cell(model, 0, RelativeTimeRole).toString(), QStringLiteral("3 days ago"));
-}
 
-TEST(CommitListModel, HistoryRowsBaseRowsAndLoadMore) {
     BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
     input.stackedCommits = makeCommits(10, 1);
     input.baseCommits = SharedCommit::shareAll({makeCommit(30, "Trunk tip", true)});
     input.ancestorCommits = makeCommits(20, 2);
     input.ancestorTotal = 5;
-    CommitListModel model;
     const auto show = [&] {
         model.setInput(shared(input));
         return std::pair(rows(model), cell(model, 3, BaseNoteRole).toString());
@@ -109,14 +106,12 @@ TEST(CommitListModel, UnchangedCommitsKeepTheirRowsAndChangesAreSignalledPrecise
         sent.push_back(QStringLiteral("%1 %2-%3").arg(what).arg(first).arg(last).toStdString());
     };
     QObject::connect(&model, &QAbstractItemModel::modelReset, [&] { sent.emplace_back("reset"); });
-    for (const auto& signal : {std::pair{&QAbstractItemModel::rowsInserted, "insert"},
-                               {&QAbstractItemModel::rowsRemoved, "remove"}}) {
-        const char* what = signal.second;
-        QObject::connect(&model, signal.first,
-                         [&record, what](const QModelIndex&, int first, int last) {
-                             record(what, first, last);
-                         });
-    }
+    QObject::connect(
+        &model, &QAbstractItemModel::rowsInserted,
+        [&](const QModelIndex&, int first, int last) { record("insert", first, last); });
+    QObject::connect(
+        &model, &QAbstractItemModel::rowsRemoved,
+        [&](const QModelIndex&, int first, int last) { record("remove", first, last); });
     QObject::connect(&model, &QAbstractItemModel::dataChanged,
                      [&](const QModelIndex& first, const QModelIndex& last) {
                          record("change", first.row(), last.row());
