@@ -68,23 +68,6 @@ TEST(BoardSlots, FixedOrderIncludedBookmarksAndTheDiffColumn) {
     EXPECT_EQ(row(inputs), wc + "hidden | new placeholder");
 }
 
-SnapshotRef boardWithTwoBookmarks() {
-    RepoState state;
-    testing::addBookmark(state, "main", {"t1"}, "2026-01-01T00:00:00Z", true, true);
-    testing::addBookmark(state, "alpha", {"a2", "a1"}, "2026-03-01T00:00:00Z");
-    testing::addBookmark(state, "beta", {"b1"}, "2026-02-01T00:00:00Z");
-    // A conflicted one-off of one's own on alpha's tip.
-    auto wip = testing::makeCommit("w1", "2026-03-02T00:00:00Z");
-    wip.conflict = true;
-    state.commits.emplace("w1", SharedCommit(wip));
-    state.orphanWIPs.push_back(
-        {"changew1", "w1", "wip", std::nullopt, true, true, {"changea2"}, ""});
-    return testing::makeSnapshot(std::move(state),
-                                 {{"alpha", testing::boardSettings(true, true)},
-                                  {"beta", testing::boardSettings(true, true)}},
-                                 "t1");
-}
-
 TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
     RepoViewModel model;
     SelectionStore selection;
@@ -95,20 +78,20 @@ TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
     ASSERT_TRUE(QTest::qWaitForWindowActive(&view));
     EXPECT_EQ(view.messageText(), "Loading...");
 
-    model.applySnapshot(boardWithTwoBookmarks());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return view.laneColumn("alpha") != nullptr; }));
+    model.applySnapshot(testing::boardState());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return view.laneColumn("fresh") != nullptr; }));
     EXPECT_TRUE(view.messageText().isEmpty());
-    EXPECT_NE(view.laneColumn("beta"), nullptr);
-    // The one-off stacked on alpha is drawn under alpha's lane.
-    const auto& stacked = view.laneColumn("alpha")->input().stackedCommits;
+    EXPECT_NE(view.laneColumn("stale"), nullptr);
+    // The one-off stacked on fresh is drawn under fresh's lane.
+    const auto& stacked = view.laneColumn("fresh")->input().stackedCommits;
     EXPECT_EQ(stacked.size() == 1 ? stacked.front()->commitID : "", "w1");
 
     // Clicking a lane's header selects it; the diff opens beside it, and
     // escape clears the selection and with it the diff column.
     auto* diffToggle = view.findChild<QPushButton*>(QStringLiteral("diff-toggle"));
     EXPECT_FALSE(diffToggle->isEnabled());
-    Q_EMIT view.laneColumn("alpha")->columnClicked();
-    EXPECT_EQ(selection.selectedBookmarkName(), "alpha");
+    Q_EMIT view.laneColumn("fresh")->columnClicked();
+    EXPECT_EQ(selection.selectedBookmarkName(), "fresh");
     ASSERT_TRUE(QTest::qWaitFor([&] { return diffToggle->isEnabled(); }));
     QTest::mouseClick(diffToggle, Qt::LeftButton);
     ASSERT_TRUE(QTest::qWaitFor([&] { return diffToggle->text() == "Hide Diff"; }));
@@ -120,10 +103,10 @@ TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
 
     // Filtering the selected bookmark away clears the selection, not the
     // diff flag.
-    Q_EMIT view.laneColumn("beta")->columnClicked();
-    ASSERT_EQ(selection.selectedBookmarkName(), "beta");
-    model.board().setFilterText("alp");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return view.laneColumn("beta") == nullptr; }));
+    Q_EMIT view.laneColumn("stale")->columnClicked();
+    ASSERT_EQ(selection.selectedBookmarkName(), "stale");
+    model.board().setFilterText("fre");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return view.laneColumn("stale") == nullptr; }));
     EXPECT_FALSE(selection.selectedBookmarkName().has_value());
     EXPECT_TRUE(selection.isDiffVisible());
 
@@ -134,11 +117,11 @@ TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
         const auto& request = model.sheets().confirmationRequest();
         return request ? request->title + " / " + request->message : std::string();
     };
-    EXPECT_EQ(ask({BookmarkAction::SquashToSingle{}}, "alpha"),
-              "Combine 2 commits on alpha? / All 2 commits become a single commit at the tip.");
-    EXPECT_EQ(ask({BookmarkAction::SquashToSingle{}}, "beta"), "");
-    EXPECT_EQ(ask({BookmarkAction::Abandon{}}, "alpha"),
-              "Abandon alpha? / This will delete the bookmark and all its commits.");
+    EXPECT_EQ(ask({BookmarkAction::SquashToSingle{}}, "fresh"),
+              "Combine 2 commits on fresh? / All 2 commits become a single commit at the tip.");
+    EXPECT_EQ(ask({BookmarkAction::SquashToSingle{}}, "stale"), "");
+    EXPECT_EQ(ask({BookmarkAction::Abandon{}}, "fresh"),
+              "Abandon fresh? / This will delete the bookmark and all its commits.");
 
     // A state with nothing to show says so.
     model.applySnapshot(testing::makeSnapshot(RepoState{}));

@@ -19,27 +19,9 @@ namespace {
 using testing::addBookmark;
 using testing::addWorkspace;
 using testing::boardSettings;
+using testing::boardState;
 using testing::makeSnapshot;
 using testing::names;
-
-/// main on trunk, two local bookmarks of different ages, one on the board
-/// and one hidden, an upstream bookmark, one tagged; workspaces "b" and "a".
-SnapshotRef boardState() {
-    RepoState state;
-    addBookmark(state, "main", {"t1"}, "2026-01-01T00:00:00Z", true, true);
-    addBookmark(state, "fresh", {"f2", "f1"}, "2026-03-01T00:00:00Z");
-    addBookmark(state, "stale", {"s1"}, "2026-02-01T00:00:00Z");
-    addBookmark(state, "feature-login", {"l1"}, "2026-02-15T00:00:00Z");
-    addBookmark(state, "upstream-only", {"u1"}, "2026-04-01T00:00:00Z", true);
-    addWorkspace(state, "b", {{"fresh", {BookmarkInclusionRole::DirectParent{}}}});
-    addWorkspace(state, "a");
-    state.selectedWorkspaceName = "b";
-    std::map<std::string, BookmarkSettings> settings{
-        {"stale", boardSettings(true, false, {"ui", "urgent"})},
-        {"feature-login", boardSettings(false, false, {"ui"})},
-    };
-    return makeSnapshot(std::move(state), std::move(settings), "t1");
-}
 
 TEST(RepoViewModelRules, BoardListsFollowFilterTagsInclusionAndSnapshots) {
     RepoViewModel model;

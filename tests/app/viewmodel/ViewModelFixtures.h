@@ -71,6 +71,32 @@ inline BookmarkSettings boardSettings(bool pinned, bool columnVisible,
     return settings;
 }
 
+/// main on trunk; "fresh" (two commits, included in workspace "b" and
+/// shown in a column of its own, with a conflicted one-off of one's own on
+/// its tip) and "stale" (pinned, tagged) on the board; "feature-login"
+/// hidden and tagged; an upstream bookmark; workspaces "b" (selected) and "a".
+inline SnapshotRef boardState() {
+    RepoState state;
+    addBookmark(state, "main", {"t1"}, "2026-01-01T00:00:00Z", true, true);
+    addBookmark(state, "fresh", {"f2", "f1"}, "2026-03-01T00:00:00Z");
+    addBookmark(state, "stale", {"s1"}, "2026-02-01T00:00:00Z");
+    addBookmark(state, "feature-login", {"l1"}, "2026-02-15T00:00:00Z");
+    addBookmark(state, "upstream-only", {"u1"}, "2026-04-01T00:00:00Z", true);
+    auto wip = makeCommit("w1", "2026-03-02T00:00:00Z");
+    wip.conflict = true;
+    state.commits.emplace("w1", SharedCommit(wip));
+    state.orphanWIPs.push_back(
+        {"changew1", "w1", "wip", std::nullopt, true, true, {"changef2"}, ""});
+    addWorkspace(state, "b", {{"fresh", {BookmarkInclusionRole::DirectParent{}}}});
+    addWorkspace(state, "a");
+    state.selectedWorkspaceName = "b";
+    return makeSnapshot(std::move(state),
+                        {{"fresh", boardSettings(false, true)},
+                         {"stale", boardSettings(true, false, {"ui", "urgent"})},
+                         {"feature-login", boardSettings(false, false, {"ui"})}},
+                        "t1");
+}
+
 inline std::vector<std::string> names(const std::vector<Bookmark>& bookmarks) {
     std::vector<std::string> result;
     result.reserve(bookmarks.size());
