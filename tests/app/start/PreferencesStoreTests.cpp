@@ -40,7 +40,7 @@ class PreferencesTest : public ::testing::Test {
     const QString path_ = QStringLiteral("/home/me/repo");
 };
 
-TEST_F(PreferencesTest, RecentReposKeepTheNewestFirstOnceEachUpToTheLimit) {
+TEST_F(PreferencesTest, RecentReposKeepTheNewestFirstAndReadOthersButNothingDamaged) {
     EXPECT_TRUE(store_.all().isEmpty());
     EXPECT_EQ(store_.key(), QStringLiteral("com.kelmardev.vorda.recentRepos"));
 
@@ -57,14 +57,12 @@ TEST_F(PreferencesTest, RecentReposKeepTheNewestFirstOnceEachUpToTheLimit) {
     EXPECT_EQ(paths(RecentReposStore(file_ + QString()).all()), expected);  // in the file
 
     // The bytes: a JSON array with ISO dates.
-    const QJsonDocument document =
-        QJsonDocument::fromJson(settings_.value(store_.key()).toByteArray());
-    ASSERT_TRUE(document.isArray());
-    const QJsonObject entry = document.array().at(0).toObject();
+    const QByteArray bytes = settings_.value(store_.key()).toByteArray();
+    const QJsonObject entry = QJsonDocument::fromJson(bytes).array().at(0).toObject();
     EXPECT_EQ(entry.value(QStringLiteral("path")).toString(), QStringLiteral("/repo3"));
     const QString date = entry.value(QStringLiteral("lastOpenedAt")).toString();
-    EXPECT_TRUE(date.endsWith(QLatin1Char('Z'))) << date.toStdString();
-    EXPECT_TRUE(QDateTime::fromString(date, Qt::ISODateWithMs).isValid());
+    EXPECT_TRUE(date.endsWith('Z') && QDateTime::fromString(date, Qt::ISODateWithMs).isValid())
+        << date.toStdString();
 
     store_.remove(QStringLiteral("/repo11"));
     EXPECT_EQ(paths(store_.all()).mid(0, 2), (QStringList{"/repo3", "/repo10"}));
@@ -78,9 +76,7 @@ TEST_F(PreferencesTest, RecentReposKeepTheNewestFirstOnceEachUpToTheLimit) {
     }
     EXPECT_EQ(paths(small.all()), (QStringList{"/c", "/b"}));
     EXPECT_TRUE(store_.all().isEmpty());
-}
 
-TEST_F(PreferencesTest, RecentReposReadWhatOthersWroteAndNothingDamaged) {
     // Seconds since 2001-01-01T00:00:00Z, as the Mac build writes them.
     settings_.setValue(store_.key(), QByteArray(R"([{"path":"/a","lastOpenedAt":86400.5}])"));
     ASSERT_EQ(store_.all().size(), 1);
@@ -108,7 +104,7 @@ TEST_F(PreferencesTest, RecentReposReadWhatOthersWroteAndNothingDamaged) {
     EXPECT_EQ(paths(store_.all()), QStringList{"/fresh"});
 }
 
-TEST_F(PreferencesTest, WindowFramesRoundTripAndDamagedEntriesReadAsAbsent) {
+TEST_F(PreferencesTest, WindowFramesAndTheirSaverRoundTripAndDamageReadsAsAbsent) {
     const QString key = QLatin1String(WindowFramesStore::defaultKey);
     EXPECT_EQ(key, QStringLiteral("com.kelmardev.vorda.windowFrames"));
     const auto frame = [&](const char* path) {
@@ -145,9 +141,7 @@ TEST_F(PreferencesTest, WindowFramesRoundTripAndDamagedEntriesReadAsAbsent) {
     EXPECT_EQ(settings_.value(key).toMap().keys(), QStringList{"/b"});
     EXPECT_EQ(frame("/b"), QRectF(5, 6, 7, 8));
     EXPECT_FALSE(frame("/a"));
-}
 
-TEST_F(PreferencesTest, FrameSaverRestoresOncePerAttachmentThenSavesEveryChange) {
     WindowFramesStore::save(QRectF(40, 50, 420, 310), path_, settings_);
     QWidget window;
     window.resize(200, 100);

@@ -106,7 +106,7 @@ class ActivityStatusView : public ::testing::Test {
     RepoActivityStatusView view_{&viewModel_};
 };
 
-TEST_F(ActivityStatusView, AttentionAndConflictsReadTheRepositoryAndTheirButtonsAct) {
+TEST_F(ActivityStatusView, ShowsTheContentItsButtonsActAndTheToastExpires) {
     const QSignalSpy conflictRequests(&view_, &RepoActivityStatusView::conflictSheetRequested);
     // Rebasing local stacks is not offered: the notice has no button. Anything
     // running still comes first.
@@ -129,9 +129,7 @@ TEST_F(ActivityStatusView, AttentionAndConflictsReadTheRepositoryAndTheirButtons
     viewModel_.applySnapshot(windowtest::boardSnapshot());
     expectShown();
     EXPECT_TRUE(view_.button()->isHidden());
-}
 
-TEST_F(ActivityStatusView, DismissesErrorsFollowsFetchAndClearsTheToastAfterItsTime) {
     // Dismiss clears exactly the error shown.
     viewModel_.activity().setFetchError("fetch failed");
     viewModel_.activity().setPushError("push failed");

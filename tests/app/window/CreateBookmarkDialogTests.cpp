@@ -34,7 +34,7 @@ std::string inputText(const CreateBookmarkDialog::Fields& fields) {
     return text.str();
 }
 
-TEST(CreateBookmarkDialog, BuildsTheInputFromItsFields) {
+TEST(CreateBookmarkDialog, BuildsInputsRefusesTakenNamesAndOffersStartsAndParents) {
     // Name, starting point, parent, revision, carve, enable after creating,
     // track upstream. A parent name jj would not read as a symbol goes quoted.
     using enum StartingPoint;
@@ -47,9 +47,7 @@ TEST(CreateBookmarkDialog, BuildsTheInputFromItsFields) {
     for (const auto& [fields, input] : cases) {
         EXPECT_EQ(inputText(fields), input);
     }
-}
 
-TEST(CreateBookmarkDialog, RefusesEmptyAndExistingNamesAndOffersStartingPointsAndParents) {
     const auto snapshot = windowtest::boardSnapshot();
     const auto* state = &snapshot->repoState;
     // Per name: "+" or "-" whether it can be created, then "!" where a

@@ -19,33 +19,33 @@ namespace {
 
 using windowtest::FakeWindow;
 
-TEST(RepoToolbar, ItemsCarryTheirIdentifiersLabelsAndTooltips) {
+TEST(RepoToolbar, ItemsCarryTheirIdentifiersLabelsAndTooltipsAndTheIdentityCopiesThePath) {
     FakeWindow window(std::nullopt);
     RepoToolbar toolbar(window.target());
     EXPECT_TRUE(toolbar.isMovable());
 
-    for (const char* identifier : {"working-copy", "status", "push", "bookmark-menu"}) {
-        EXPECT_NE(toolbar.item(QString::fromLatin1(identifier)), nullptr) << identifier;
-        EXPECT_NE(toolbar.findChild<QWidget*>(QString::fromLatin1(identifier)), nullptr)
-            << identifier;
-    }
-    const std::tuple<const char*, const char*, const char*> buttons[] = {
-        {"new-bookmark", "New Bookmark", "Create a new bookmark"},
-        {"fetch", "Fetch", "Run jj git fetch (Ctrl+R)"},
-        {"commit", "Commit", "Describe the working-copy change (Ctrl+Return)"},
-        {"undo", "Undo", "Undo the last jj operation (Ctrl+Z)"}};
-    // Controls without a feature behind them are not on the toolbar.
-    for (const char* identifier : {"rebase-local-stacks", "op-log"}) {
-        EXPECT_EQ(toolbar.item(QString::fromLatin1(identifier)), nullptr) << identifier;
-        EXPECT_EQ(toolbar.findChild<QWidget*>(QString::fromLatin1(identifier)), nullptr);
-    }
-    for (const auto& [identifier, label, tooltip] : buttons) {
+    // Per identifier: whether it is an item and names a widget, then the
+    // item's label and tooltip. Controls without a feature behind them are
+    // not on the toolbar.
+    std::string items;
+    for (const char* identifier :
+         {"working-copy", "status", "push", "bookmark-menu", "new-bookmark", "fetch", "commit",
+          "undo", "rebase-local-stacks", "op-log"}) {
         const auto* item = toolbar.item(QString::fromLatin1(identifier));
-        ASSERT_NE(item, nullptr) << identifier;
-        EXPECT_NE(toolbar.findChild<QWidget*>(QString::fromLatin1(identifier)), nullptr);
-        EXPECT_EQ(item->text(), QString::fromUtf8(label));
-        EXPECT_EQ(item->toolTip(), QString::fromUtf8(tooltip));
+        const auto* widget = toolbar.findChild<QWidget*>(QString::fromLatin1(identifier));
+        items.append(identifier).append(item ? " item" : "").append(widget ? " widget" : "");
+        if (item && !item->text().isEmpty()) {
+            items.append(": ").append(item->text().toStdString());
+            items.append(" | ").append(item->toolTip().toStdString());
+        }
+        items.append("\n");
     }
+    EXPECT_EQ(items,
+              "working-copy item widget\nstatus item widget\npush item widget\nbookmark-menu item "
+              "widget\nnew-bookmark item widget: New Bookmark | Create a new bookmark\nfetch item "
+              "widget: Fetch | Run jj git fetch (Ctrl+R)\ncommit item widget: Commit | Describe "
+              "the working-copy change (Ctrl+Return)\nundo item widget: Undo | Undo the last jj "
+              "operation (Ctrl+Z)\nrebase-local-stacks\nop-log\n");
     EXPECT_EQ(toolbar.findChild<RepoActivityStatusView*>(QStringLiteral("status")),
               toolbar.statusView());
     EXPECT_EQ(toolbar.findChild<PushToolbarButton*>(QStringLiteral("push")), toolbar.pushButton());
@@ -60,6 +60,16 @@ TEST(RepoToolbar, ItemsCarryTheirIdentifiersLabelsAndTooltips) {
     toolbar.item(QStringLiteral("commit"))->trigger();
     EXPECT_EQ(window.newBookmarkCount, 1);
     EXPECT_EQ(window.commitCount, 1);
+
+    // The identity shows the folder and copies the path, once there is one.
+    auto* identity = toolbar.identityLabel();
+    EXPECT_FALSE(identity->copyPathAction()->isEnabled());
+    window.viewModel.board().setRepoRoot(std::string("/home/ada/src/vorda-demo"));
+    EXPECT_EQ(identity->text(), QStringLiteral("vorda-demo"));
+    EXPECT_EQ(identity->copyPathAction()->text(), QStringLiteral("Copy repository path"));
+    identity->copyPathAction()->trigger();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("/home/ada/src/vorda-demo"));
+    EXPECT_EQ(RepositoryIdentityLabel::repositoryName("/home/ada/src/vorda-demo/"), "vorda-demo");
 }
 
 TEST(RepoToolbar, PushAndBookmarkMenuFollowTheSelection) {
@@ -96,20 +106,6 @@ TEST(RepoToolbar, PushAndBookmarkMenuFollowTheSelection) {
     entry->trigger();
     EXPECT_EQ(window.bookmarkActions.size(), 3U);
     EXPECT_TRUE(window.lastActionWas<BookmarkAction::Push>("feat"));
-}
-
-TEST(RepoToolbar, IdentityShowsTheFolderAndCopiesThePath) {
-    FakeWindow window(std::nullopt);
-    RepoToolbar toolbar(window.target());
-    auto* identity = toolbar.identityLabel();
-    EXPECT_FALSE(identity->copyPathAction()->isEnabled());
-
-    window.viewModel.board().setRepoRoot(std::string("/home/ada/src/vorda-demo"));
-    EXPECT_EQ(identity->text(), QStringLiteral("vorda-demo"));
-    EXPECT_EQ(identity->copyPathAction()->text(), QStringLiteral("Copy repository path"));
-    identity->copyPathAction()->trigger();
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("/home/ada/src/vorda-demo"));
-    EXPECT_EQ(RepositoryIdentityLabel::repositoryName("/home/ada/src/vorda-demo/"), "vorda-demo");
 }
 
 }  // namespace
