@@ -124,7 +124,7 @@ TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
               "Abandon fresh? / This will delete the bookmark and all its commits.");
 
     // A state with nothing to show says so.
-    model.applySnapshot(testing::makeSnapshot(RepoState{}));
+    model.applySnapshot(std::make_shared<RepoSnapshot>());
     ASSERT_TRUE(QTest::qWaitFor([&] { return !view.messageText().isEmpty(); }));
     EXPECT_EQ(view.messageText(), "No bookmarks or one-offs");
 }

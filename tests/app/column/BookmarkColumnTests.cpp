@@ -98,7 +98,7 @@ QPoint rowCenter(const BookmarkColumn& column, int row) {
     return list->visualRect(list->model()->index(row, 0)).center();
 }
 
-TEST(BookmarkColumn, CommitsRenderThroughTheModelWithCardTooltips) {
+TEST(BookmarkColumn, CommitsRenderWithCardTooltipsAndPressesReportTheGesture) {
     const JJCommit tip = makeCommit(1, "Add login form\nDetails");
     BookmarkColumnInput input = bookmarkLane(
         "feature",
@@ -140,14 +140,12 @@ TEST(BookmarkColumn, CommitsRenderThroughTheModelWithCardTooltips) {
             model->index(0).data(CommitListModel::TimestampToolTipRole).toString()}));
     EXPECT_EQ(delegate->sizeHint(option, model->index(0)).height(),
               delegate->sizeHint(option, model->index(2)).height());
-}
 
-TEST(BookmarkColumn, PressingCardsLoadMoreAndMenusReportsTheGesture) {
-    BookmarkColumnInput input = bookmarkLane("feature", makeCommits(1, 2));
+    // Pressing cards, "Load more" and menus reports the gesture.
+    input = bookmarkLane("feature", makeCommits(1, 2));
     input.isExpanded = true;
     input.ancestorCommits = makeCommits(20, 2);
     input.ancestorTotal = 3;
-    BookmarkColumn column;
     column.setInput(input);
     showColumn(column);
     ASSERT_EQ(column.commitModel()->rowCount(), 5);

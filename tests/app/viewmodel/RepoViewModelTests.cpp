@@ -20,7 +20,6 @@ using testing::addBookmark;
 using testing::addWorkspace;
 using testing::boardSettings;
 using testing::boardState;
-using testing::makeSnapshot;
 using testing::names;
 
 TEST(RepoViewModelRules, BoardListsFollowFilterTagsInclusionAndSnapshots) {
@@ -117,16 +116,15 @@ TEST(RepoViewModelRules, InFlightStateLabelsAndErrorRouting) {
     EXPECT_EQ(activity(model), "busy: Composing 1 commit in ws… | push | - | - | - | -");
     model.setInFlight(compose, false);
     EXPECT_EQ(activity(model), "- | push | - | - | - | -");
-    const std::pair<RepoCommand, const char*> labels[] = {
-        {RepoCommand::RebaseCommitsIntoBookmark{{"a", "b"}, "t", "d", "feat"},
-         "Moving 2 commits into feat…"},
-        {RepoCommand::ReparentToTrunk{"feat"}, "Rebasing feat onto current trunk…"},
-        {RepoCommand::TogglePinned{"feat"}, "Working…"},
-        {RepoCommand::PlanLocalStackUpdate{{"feat"}, {}}, "Planning local-stack rebase…"},
-        {RepoCommand::ExecuteFeatureAppend{}, "Appending work to feature…"}};
-    for (const auto& [command, label] : labels) {
-        EXPECT_EQ(mutationLabel(command), label);
-    }
+    EXPECT_EQ(
+        (StringList{
+            mutationLabel(RepoCommand::RebaseCommitsIntoBookmark{{"a", "b"}, "t", "d", "feat"}),
+            mutationLabel(RepoCommand::ReparentToTrunk{"feat"}),
+            mutationLabel(RepoCommand::TogglePinned{"feat"}),
+            mutationLabel(RepoCommand::PlanLocalStackUpdate{{"feat"}, {}}),
+            mutationLabel(RepoCommand::ExecuteFeatureAppend{})}),
+        (StringList{"Moving 2 commits into feat…", "Rebasing feat onto current trunk…", "Working…",
+                    "Planning local-stack rebase…", "Appending work to feature…"}));
 
     // Advancing commits are marked while the command runs.
     model.applySnapshot(boardState());
@@ -310,10 +308,9 @@ TEST(DiffCacheRules, KeepsThirtyTwoFixedRevsetsFirstInFirstOut) {
     EXPECT_EQ(cache.find("a0"), "again");
     EXPECT_EQ(cache.order().front(), "a0");
     cache.store("b0", "thirty-third");
-    EXPECT_EQ(cache.size(), 32U);
-    EXPECT_FALSE(cache.find("a0").has_value());
-    EXPECT_EQ(cache.find("b0"), "thirty-third");
-    EXPECT_EQ(cache.order().front(), "a1");
+    EXPECT_EQ(std::tuple(cache.size(), cache.find("a0").value_or("-"),
+                         cache.find("b0").value_or("-"), cache.order().front()),
+              std::tuple(32U, "-", "thirty-third", "a1"));
 }
 
 }  // namespace

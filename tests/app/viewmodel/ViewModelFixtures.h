@@ -52,16 +52,6 @@ inline void addWorkspace(RepoState& state, const std::string& name,
     state.workspaces.emplace(name, workspace);
 }
 
-inline SnapshotRef makeSnapshot(RepoState state,
-                                std::map<std::string, BookmarkSettings> settings = {},
-                                std::optional<std::string> trunkCommitID = std::nullopt) {
-    auto snapshot = std::make_shared<RepoSnapshot>();
-    snapshot->repoState = std::move(state);
-    snapshot->settingsByName = std::move(settings);
-    snapshot->trunkCommitID = std::move(trunkCommitID);
-    return snapshot;
-}
-
 inline BookmarkSettings boardSettings(bool pinned, bool columnVisible,
                                       std::vector<std::string> tags = {}) {
     BookmarkSettings settings;
@@ -90,11 +80,13 @@ inline SnapshotRef boardState() {
     addWorkspace(state, "b", {{"fresh", {BookmarkInclusionRole::DirectParent{}}}});
     addWorkspace(state, "a");
     state.selectedWorkspaceName = "b";
-    return makeSnapshot(std::move(state),
-                        {{"fresh", boardSettings(false, true)},
-                         {"stale", boardSettings(true, false, {"ui", "urgent"})},
-                         {"feature-login", boardSettings(false, false, {"ui"})}},
-                        "t1");
+    auto snapshot = std::make_shared<RepoSnapshot>();
+    snapshot->repoState = std::move(state);
+    snapshot->settingsByName = {{"fresh", boardSettings(false, true)},
+                                {"stale", boardSettings(true, false, {"ui", "urgent"})},
+                                {"feature-login", boardSettings(false, false, {"ui"})}};
+    snapshot->trunkCommitID = "t1";
+    return snapshot;
 }
 
 inline std::vector<std::string> names(const std::vector<Bookmark>& bookmarks) {
