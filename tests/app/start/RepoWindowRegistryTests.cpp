@@ -47,9 +47,9 @@ class RepoWindowRegistryTest : public testing::RegistryTest {
 TEST_F(RepoWindowRegistryTest, OneWindowPerPathPreparedShownAndBroughtForward) {
     QWidget* first = registry_.openWindow(QStringLiteral("/repo/a"));
     ASSERT_NE(first, nullptr);
-    EXPECT_TRUE(first->testAttribute(Qt::WA_DeleteOnClose));
-    EXPECT_TRUE(first->isVisible());
-    EXPECT_EQ(first->windowTitle(), QStringLiteral("/repo/a"));
+    EXPECT_EQ(std::tuple(first->testAttribute(Qt::WA_DeleteOnClose), first->isVisible(),
+                         first->windowTitle()),
+              std::tuple(true, true, QStringLiteral("/repo/a")));
     const auto* saver = first->findChild<WindowFrameSaver*>();
     ASSERT_NE(saver, nullptr);
     EXPECT_EQ(std::pair(saver->repoPath(), saver->window()),
@@ -57,9 +57,8 @@ TEST_F(RepoWindowRegistryTest, OneWindowPerPathPreparedShownAndBroughtForward) {
 
     first->hide();
     EXPECT_EQ(registry_.openWindow(QStringLiteral("/repo/a")), first);
-    EXPECT_TRUE(first->isVisible());
-    EXPECT_EQ(registry_.count(), 1);
-    EXPECT_TRUE(env_.recents.all().isEmpty());
+    EXPECT_EQ(std::tuple(first->isVisible(), registry_.count(), env_.recents.all().size()),
+              std::tuple(true, 1, 0));
 
     registry_.recordAndOpen(QStringLiteral("/repo/b"));
     EXPECT_EQ(registry_.count(), 2);
@@ -84,10 +83,9 @@ TEST_F(RepoWindowRegistryTest, TheLauncherHidesWhileAWindowExistsAndReturnsAfter
     const QSignalSpy shown(&env_.launcher, &LauncherWindowController::isVisibleChanged);
     first->close();
     settleEvents();
-    EXPECT_EQ(registry_.count(), 1);
-    EXPECT_EQ(registry_.window(QStringLiteral("/repo/a")), nullptr);
-    EXPECT_EQ(launcherShown(), std::pair(false, false));
-    EXPECT_EQ(shown.count(), 0);
+    EXPECT_EQ(std::tuple(registry_.count(), registry_.window(QStringLiteral("/repo/a")),
+                         launcherShown(), shown.count()),
+              std::tuple(1, nullptr, std::pair(false, false), 0));
 
     second->close();
     settleEvents();

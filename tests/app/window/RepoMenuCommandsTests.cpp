@@ -101,8 +101,7 @@ TEST_F(RepoMenus, RepoAndViewEntriesActOnTheFocusedWindow) {
 
     commands_.commitAction()->trigger();
     commands_.filterBookmarksAction()->trigger();
-    EXPECT_EQ(window_.commitCount, 1);
-    EXPECT_EQ(window_.focusFilterCount, 1);
+    EXPECT_EQ(std::pair(window_.commitCount, window_.focusFilterCount), std::pair(1, 1));
     auto& board = window_.viewModel.board();
 
     // Either filter enables clearing, which clears text and tags both.
@@ -115,9 +114,8 @@ TEST_F(RepoMenus, RepoAndViewEntriesActOnTheFocusedWindow) {
     EXPECT_TRUE(clear->isEnabled());
     board.setFilterText("fe");
     clear->trigger();
-    EXPECT_EQ(board.filterText(), "");
-    EXPECT_TRUE(board.selectedTagFilters().empty());
-    EXPECT_FALSE(clear->isEnabled());
+    EXPECT_EQ(std::tuple(board.filterText(), board.selectedTagFilters().size(), clear->isEnabled()),
+              std::tuple("", 0U, false));
 
     // A window without a commit gesture cannot offer one.
     auto partial = window_.target();
@@ -172,9 +170,9 @@ TEST_F(RepoMenus, BookmarkMenuFollowsTheSelectedBookmark) {
     entry(QStringLiteral("Describe Commit…"))->trigger();
     entry(QStringLiteral("Split Commit…"))->trigger();
     ASSERT_EQ(window_.commitActions.size(), 2U);
-    EXPECT_EQ(window_.commitActions[0].first, CommitAction::describe);
-    EXPECT_EQ(window_.commitActions[1].first, CommitAction::split);
-    EXPECT_EQ(window_.commitActions[0].second.commitID, tip.commitID);
+    EXPECT_EQ(std::tuple(window_.commitActions[0].first, window_.commitActions[1].first,
+                         window_.commitActions[0].second.commitID),
+              std::tuple(CommitAction::describe, CommitAction::split, tip.commitID));
 
     // `fix` stands behind trunk, has diverged, one commit, no column of its own,
     // no pull request. Rebasing a local stack is not offered yet.
