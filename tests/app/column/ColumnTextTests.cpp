@@ -164,11 +164,8 @@ TEST(ColumnRules, ChipsBesideACommitLeaveOutTheLanesOwnBookmark) {
 }
 
 TEST(ColumnText, InclusionHelpAndPlacementsFollowTheRole) {
-    const struct {
-        BookmarkInclusionRole role;
-        std::string toggleHelp;
-        WorkspacePlacementHelp placement;  // of "feature" in "dev"
-    } cases[] = {
+    // A role, the toggle's help, and the placement of "feature" in "dev".
+    const std::tuple<BookmarkInclusionRole, std::string, WorkspacePlacementHelp> cases[] = {
         {Role::partial("abc"),
          "Included through the marked composition point; newer commits above it are not "
          "included. Drag the marker to change the boundary.",
@@ -186,9 +183,9 @@ TEST(ColumnText, InclusionHelpAndPlacementsFollowTheRole) {
         {Role::absent(),
          "Enable in the selected workspace. This materializes a composition point when needed.",
          {"Include feature in dev", true, true}}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(columntext::inclusionHelp(c.role), c.toggleHelp);
-        EXPECT_EQ(columntext::workspacePlacementHelp({"dev", c.role}, "feature"), c.placement);
+    for (const auto& [role, toggleHelp, placement] : cases) {
+        EXPECT_EQ(columntext::inclusionHelp(role), toggleHelp);
+        EXPECT_EQ(columntext::workspacePlacementHelp({"dev", role}, "feature"), placement);
     }
     EXPECT_EQ(columntext::workspacesMenuTitle("feature"),
               "Choose which working copies include feature");
@@ -217,17 +214,13 @@ TEST(ColumnText, BadgeTrunkBannerAndStorageWords) {
 
     Bookmark trunk;
     trunk.name = "main";
-    const std::string commit = "a1b2c3d4e5f6";
-    const struct {
-        BookmarkOrigin origin;
-        std::optional<std::string> commit;
-        const char* summary = nullptr;
-    } summaries[] = {{BookmarkOrigin::upstream("origin"), std::nullopt, "origin/main"},
-                     {BookmarkOrigin::upstream("upstream"), std::nullopt, "upstream/main"},
-                     {BookmarkOrigin::local(), commit, "main@a1b2c3d4e5f6"}};
-    for (const auto& c : summaries) {
-        trunk.origin = c.origin;
-        EXPECT_EQ(columntext::pinnedRemoteSummary(trunk, c.commit), c.summary);
+    const std::tuple<BookmarkOrigin, std::optional<std::string>, const char*> summaries[] = {
+        {BookmarkOrigin::upstream("origin"), std::nullopt, "origin/main"},
+        {BookmarkOrigin::upstream("upstream"), std::nullopt, "upstream/main"},
+        {BookmarkOrigin::local(), "a1b2c3d4e5f6", "main@a1b2c3d4e5f6"}};
+    for (const auto& [origin, commit, summary] : summaries) {
+        trunk.origin = origin;
+        EXPECT_EQ(columntext::pinnedRemoteSummary(trunk, commit), summary);
     }
     // The other banner words are pinned where the column shows them.
     EXPECT_EQ(columntext::conflictBannerText({"alpha"}), "conflicts with alpha");

@@ -45,20 +45,17 @@ TEST(RepoViewModelRules, BoardListsFollowFilterTagsInclusionAndSnapshots) {
     // No filter: exactly the included and board bookmarks, trunk in neither. A
     // filter surfaces a hidden match on the board while it stays hidden; every
     // selected tag must be present.
-    const struct {
-        const char* text;
-        StringSet tags;
-        StringList shown;
-    } filters[] = {{"", {}, {"fresh", "stale"}},
-                   {"  LOGIN\n", {}, {"feature-login"}},
-                   {"", {"ui"}, {"feature-login", "stale"}},
-                   {"", {"ui", "urgent"}, {"stale"}},
-                   {"main", {"ui", "urgent"}, {}},
-                   {"", {}, {"fresh", "stale"}}};
-    for (const auto& filter : filters) {
-        model.board().setFilterText(filter.text);
-        model.board().setSelectedTagFilters(filter.tags);
-        EXPECT_EQ(names(model.board().filteredBookmarks()), filter.shown) << filter.text;
+    const std::tuple<const char*, StringSet, StringList> filters[] = {
+        {"", {}, {"fresh", "stale"}},
+        {"  LOGIN\n", {}, {"feature-login"}},
+        {"", {"ui"}, {"feature-login", "stale"}},
+        {"", {"ui", "urgent"}, {"stale"}},
+        {"main", {"ui", "urgent"}, {}},
+        {"", {}, {"fresh", "stale"}}};
+    for (const auto& [text, tags, shown] : filters) {
+        model.board().setFilterText(text);
+        model.board().setSelectedTagFilters(tags);
+        EXPECT_EQ(names(model.board().filteredBookmarks()), shown) << text;
         EXPECT_EQ(names(model.board().hiddenBookmarks()),
                   (StringList{"feature-login", "upstream-only"}));
     }
