@@ -145,18 +145,16 @@ TEST_F(RepoWindowRegistryTest, TheRouterOpensWhatArrivedEarlierAndFollowsTheQueu
     pending.enqueue(a);
     EXPECT_TRUE(registry_.isEmpty());
     router.start();
-    EXPECT_EQ(registry_.count(), 1);
-    EXPECT_TRUE(pending.paths().isEmpty());
-    EXPECT_FALSE(env_.launcher.isVisible());
+    EXPECT_EQ(std::tuple(registry_.count(), pending.paths().size(), env_.launcher.isVisible()),
+              std::tuple(1, 0, false));
 
     // The same path again, spelt differently, brings the window forward.
     const QString b = env_.makeFolder("b");
     pending.enqueue(b);
     pending.enqueue(b + QStringLiteral("/"));
-    EXPECT_EQ(registry_.count(), 2);
-    EXPECT_EQ(factory_.requests->size(), 2U);
-    ASSERT_EQ(env_.recents.all().size(), 2);
-    EXPECT_EQ(env_.recents.all().front().path, b);
+    EXPECT_EQ(std::tuple(registry_.count(), *factory_.requests), std::tuple(2, Paths{a, b}));
+    EXPECT_EQ(std::tuple(env_.recents.all().size(), env_.recents.all().front().path),
+              std::tuple(2, b));
 }
 
 class StartupRoutingTest : public testing::RegistryTest {

@@ -41,7 +41,7 @@ inline SnapshotRef boardSnapshot(const BoardShape& shape = {}) {
         commit.workingCopy = commit.commitID == commits[4].commitID;
         state.commits.emplace(commit.commitID, SharedCommit(commit));
     }
-    const auto addBookmark = [&](const std::string& name, std::vector<std::size_t> numbers,
+    const auto addBookmark = [&](const std::string& name, const std::vector<std::size_t>& numbers,
                                  RemoteSyncState sync) {
         Bookmark& bookmark = state.bookmarks[name];
         bookmark.name = name;
