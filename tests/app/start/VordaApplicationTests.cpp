@@ -64,10 +64,10 @@ TEST_F(VordaApplicationTest, StartWithAPathOpensItsWindowAndTheLauncherComesBack
     app->start({QStringLiteral("vorda"), repo});
 
     EXPECT_EQ(*factory_.requests, std::vector<QString>{repo});
-    EXPECT_FALSE(app->launcherController().isVisible() || app->launcher().isVisible());
-    EXPECT_TRUE(app->pendingOpens().hasExternalOpen());
-    EXPECT_EQ(app->recentRepos().all().front().path, repo);
-    EXPECT_TRUE(app->isInstanceServer());
+    EXPECT_EQ(std::tuple(app->launcherController().isVisible() || app->launcher().isVisible(),
+                         app->pendingOpens().hasExternalOpen(),
+                         app->recentRepos().all().front().path, app->isInstanceServer()),
+              std::tuple(false, true, repo, true));
 
     // In this order, from the first line on.
     const std::string text = log.text();
@@ -144,10 +144,9 @@ TEST_F(VordaApplicationTest,
     EXPECT_TRUE(second->forwardToRunningInstance(
         {QStringLiteral("vorda"), QStringLiteral("--repo"), repo}));
     settleEvents();
-    EXPECT_TRUE(secondFactory.requests->empty());
-    EXPECT_FALSE(second->isInstanceServer());
-    EXPECT_EQ(*factory_.requests, std::vector<QString>{repo});
-    EXPECT_FALSE(running->launcher().isVisible());
+    EXPECT_EQ(std::tuple(secondFactory.requests->size(), second->isInstanceServer(),
+                         *factory_.requests, running->launcher().isVisible()),
+              std::tuple(0U, false, std::vector<QString>{repo}, false));
 
     // The same path again brings the existing window forward.
     running->registry().window(repo)->hide();

@@ -37,13 +37,15 @@ std::string inputText(const CreateBookmarkDialog::Fields& fields) {
 TEST(CreateBookmarkDialog, BuildsInputsRefusesTakenNamesAndOffersStartsAndParents) {
     // Name, starting point, parent, revision, carve, enable after creating,
     // track upstream. A parent name jj would not read as a symbol goes quoted.
-    using enum StartingPoint;
     const std::pair<CreateBookmarkDialog::Fields, const char*> cases[] = {
-        {{"  feat/mobile-nav \n", workingCopy, {}, "", {}, false, false},
+        {{"  feat/mobile-nav \n", StartingPoint::workingCopy, {}, "", {}, false, false},
          "feat/mobile-nav|-|workingCopy|0|0"},
-        {{"child", tipOfParent, "feat", "", {}, true, true}, "child|feat|tipOfParent|1|1"},
-        {{"c", tipOfParent, "my work", "", {}, false, false}, "c|\"my work\"|tipOfParent|0|0"},
-        {{"x", specificRevision, {}, "  @- ", {}, false, false}, "x|-|specificRevision @-|0|0"}};
+        {{"child", StartingPoint::tipOfParent, "feat", "", {}, true, true},
+         "child|feat|tipOfParent|1|1"},
+        {{"c", StartingPoint::tipOfParent, "my work", "", {}, false, false},
+         "c|\"my work\"|tipOfParent|0|0"},
+        {{"x", StartingPoint::specificRevision, {}, "  @- ", {}, false, false},
+         "x|-|specificRevision @-|0|0"}};
     for (const auto& [fields, input] : cases) {
         EXPECT_EQ(inputText(fields), input);
     }
