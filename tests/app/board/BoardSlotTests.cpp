@@ -125,8 +125,8 @@ TEST(BoardView, SelectionFollowsWhatTheBoardShows) {
 
     // A state with nothing to show says so.
     model.applySnapshot(std::make_shared<RepoSnapshot>());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !view.messageText().isEmpty(); }));
-    EXPECT_EQ(view.messageText(), "No bookmarks or one-offs");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return view.messageText() == "No bookmarks or one-offs"; }))
+        << view.messageText().toStdString();
 }
 
 }  // namespace

@@ -163,7 +163,7 @@ TEST(ColumnRules, ChipsBesideACommitLeaveOutTheLanesOwnBookmark) {
                              "directly included bookmarks."));
 }
 
-TEST(ColumnText, InclusionHelpAndPlacementsFollowTheRole) {
+TEST(ColumnText, InclusionHelpPlacementsBadgeTrunkBannerAndStorageWords) {
     // A role, the toggle's help, and the placement of "feature" in "dev".
     const std::tuple<BookmarkInclusionRole, std::string, WorkspacePlacementHelp> cases[] = {
         {Role::partial("abc"),
@@ -189,12 +189,10 @@ TEST(ColumnText, InclusionHelpAndPlacementsFollowTheRole) {
     }
     EXPECT_EQ(columntext::workspacesMenuTitle("feature"),
               "Choose which working copies include feature");
-}
 
-TEST(ColumnText, BadgeTrunkBannerAndStorageWords) {
     using Decision = GitHubPR::ReviewDecision;
     using enum GitHubPR::State;
-    const std::tuple<GitHubPR::State, std::optional<Decision>, const char*> cases[] = {
+    const std::tuple<GitHubPR::State, std::optional<Decision>, const char*> badges[] = {
         {open, std::nullopt, "OPEN"},
         {open, Decision::approved, "OPEN · APPROVED"},
         {closed, Decision::changesRequested, "CLOSED · CHANGES_REQUESTED"},
@@ -202,7 +200,7 @@ TEST(ColumnText, BadgeTrunkBannerAndStorageWords) {
         {unknown, std::nullopt, "UNKNOWN"}};
     GitHubPR pr;
     pr.number = 42;
-    for (const auto& [state, decision, words] : cases) {
+    for (const auto& [state, decision, words] : badges) {
         pr.state = state;
         pr.reviewDecision = decision;
         EXPECT_EQ(columntext::badgeTooltip(pr),

@@ -69,14 +69,10 @@ TEST(BackgroundWork, OnlyTheNewestReadOfAKindIsDelivered) {
     // request comes before it is delivered. The plain job behind it runs
     // only after the older read has posted its outcome.
     std::latch posted(1);
+    std::promise<void> nothingToWaitFor;
+    nothingToWaitFor.set_value();
     newest(value(4));
-    work.run(
-        WorkKind::diff,
-        [&posted] {
-            posted.count_down();
-            return 0;
-        },
-        [](const Outcome<int>&) {});
+    work.run(WorkKind::diff, heldJob(posted, nothingToWaitFor, 0), [](const Outcome<int>&) {});
     posted.wait();
     newest(value(5));
     ASSERT_TRUE(settles([&] { return delivered.size() > 1; }));

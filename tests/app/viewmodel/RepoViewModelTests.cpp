@@ -16,7 +16,6 @@
 namespace vorda {
 namespace {
 
-using testing::addBookmark;
 using testing::addWorkspace;
 using testing::boardSettings;
 using testing::boardState;
@@ -230,30 +229,32 @@ TEST(RepoViewModelRules, LaneHistoryListsEachCommitOnceAndNeverTheRoot) {
     EXPECT_TRUE(board.laneAncestors().empty());
 }
 
-TEST(RepoViewModelRules, LoadWithoutRepositoryLeavesNoSession) {
+TEST(RepoViewModelReads, LoadingWithoutARepositoryLeavesNoSessionAndTheNewestDiffRequestWins) {
     const testing::TempDir folder;
-    RepoViewModel model;
+    RepoViewModel nowhere;
     bool loaded = false;
     bool sent = false;
-    model.load(folder.path().string(), [&] { loaded = true; });
-    model.send(RepoCommand::Undo{}, [&] { sent = true; });
+    nowhere.load(folder.path().string(), [&] { loaded = true; });
+    nowhere.send(RepoCommand::Undo{}, [&] { sent = true; });
     // A fetch without a session still records its end.
-    model.fetch();
-    EXPECT_EQ(model.board().errorMessage(), "No jj repository found at " + folder.path().string());
-    EXPECT_EQ(std::tuple(loaded, sent, model.board().isLoading(), model.repoSession() == nullptr,
-                         model.activity().undoInFlight(), model.board().lastFetchAt().has_value(),
-                         model.activity().fetchStartedAt().has_value()),
-              std::tuple(true, false, false, true, false, true, false));
-}
+    nowhere.fetch();
+    EXPECT_EQ(nowhere.board().errorMessage(),
+              "No jj repository found at " + folder.path().string());
+    EXPECT_EQ(
+        std::tuple(loaded, sent, nowhere.board().isLoading(), nowhere.repoSession() == nullptr,
+                   nowhere.activity().undoInFlight(), nowhere.board().lastFetchAt().has_value(),
+                   nowhere.activity().fetchStartedAt().has_value()),
+        std::tuple(true, false, false, true, false, true, false));
 
-TEST(RepoViewModelReads, TheNewestDiffRequestWinsOverAnOlderOneStillRunning) {
+    // On a repository, the newest diff request wins over an older one still
+    // running.
     testing::TestRepo repo;
     repo.draw(R"(
       A <- root "first" first-file.txt=one
       B <- A "second" second-file.txt=two
     )");
     RepoViewModel model;
-    bool loaded = false;
+    loaded = false;
     model.load(repo.root(), [&] { loaded = true; });
     ASSERT_TRUE(QTest::qWaitFor([&] { return loaded; }, 30000));
     ASSERT_NE(model.board().repoState(), nullptr) << model.board().errorMessage().value_or("");

@@ -21,27 +21,24 @@ inline JJCommit makeCommit(const std::string& id, const std::string& timestamp,
     return commit;
 }
 
+inline Bookmark named(const std::string& name) {
+    Bookmark bookmark;
+    bookmark.name = name;
+    return bookmark;
+}
+
 /// Adds a bookmark whose commits (tip first) are made with `timestamp`.
 inline void addBookmark(RepoState& state, const std::string& name,
                         const std::vector<std::string>& commitIDs, const std::string& timestamp,
                         bool upstream = false, bool immutable = false) {
-    Bookmark bookmark;
-    bookmark.name = name;
+    Bookmark bookmark = named(name);
     bookmark.commitIDs = commitIDs;
     for (const auto& id : commitIDs) {
         bookmark.changeIDs.push_back("change" + id);
         state.commits.emplace(id, SharedCommit(makeCommit(id, timestamp, immutable)));
     }
-    if (upstream) {
-        bookmark.origin = BookmarkOrigin::upstream("origin");
-    }
+    bookmark.origin = upstream ? BookmarkOrigin::upstream("origin") : BookmarkOrigin::local();
     state.bookmarks.emplace(name, bookmark);
-}
-
-inline Bookmark named(const std::string& name) {
-    Bookmark bookmark;
-    bookmark.name = name;
-    return bookmark;
 }
 
 inline void addWorkspace(RepoState& state, const std::string& name,
