@@ -76,13 +76,11 @@ TEST(PendingRepoOpens, EnqueueStandardisesCountsAndLogs) {
     EXPECT_FALSE(pending.hasExternalOpen());
     const QString base = qpath(folder.path());
     pending.enqueue(base + QStringLiteral("/a/./b/../c/"));
-    EXPECT_EQ(pending.paths(), QStringList{base + QStringLiteral("/a/c")});
-    EXPECT_TRUE(pending.hasExternalOpen());
-    EXPECT_EQ(pending.generation(), 1U);
-    EXPECT_EQ(spy.count(), 1);
+    EXPECT_EQ(
+        std::tuple(pending.paths(), pending.hasExternalOpen(), pending.generation(), spy.count()),
+        std::tuple(QStringList{base + QStringLiteral("/a/c")}, true, 1U, 1));
     EXPECT_EQ(pending.takeAll(), QStringList{base + QStringLiteral("/a/c")});
-    EXPECT_TRUE(pending.paths().isEmpty());
-    EXPECT_TRUE(pending.hasExternalOpen());
+    EXPECT_EQ(std::tuple(pending.paths().size(), pending.hasExternalOpen()), std::tuple(0, true));
 
     // Relative paths resolve against the working folder; addresses without
     // a path are skipped.
@@ -115,8 +113,7 @@ TEST(PendingRepoOpens, IngestEnqueuesEachFormAndASubfolderOfARepositoryOpensItsR
     PendingRepoOpens nothing;
     nothing.ingestCommandLineArguments(
         {QStringLiteral("vorda"), QStringLiteral("vorda://open"), QStringLiteral("--repo")});
-    EXPECT_FALSE(nothing.hasExternalOpen());
-    EXPECT_EQ(nothing.generation(), 0U);
+    EXPECT_EQ(std::tuple(nothing.hasExternalOpen(), nothing.generation()), std::tuple(false, 0U));
 }
 
 }  // namespace

@@ -89,8 +89,8 @@ TEST_F(RepoWindowRegistryTest, TheLauncherHidesWhileAWindowExistsAndReturnsAfter
 
     second->close();
     settleEvents();
-    EXPECT_TRUE(registry_.isEmpty());
-    EXPECT_EQ(launcherShown(), std::pair(true, true));
+    EXPECT_EQ(std::tuple(registry_.isEmpty(), launcherShown()),
+              std::tuple(true, std::pair(true, true)));
     expectLogged(log, {"[launcher] RepoWindowLifecycle.attach window=QWidget(",
                        "[launcher] repo onAttach window=QWidget(", " title=/repo/a\n",
                        "[launcher] RepoWindowLifecycle willClose window=QWidget(",
