@@ -216,13 +216,9 @@ TEST(BookmarkColumn, HeaderControlsBannersAndTheTrunkBoxFollowTheInputAndReportG
             EXPECT_EQ(toggled.takeFirst()[0].toBool(), !toggle->isChecked());
         }
     }
-    input.kind = LaneKind::workingCopyStack;
-    column.setInput(input);
-    EXPECT_EQ(parts(column), "columnHeader | columnTitle: feature");
-
     // The working copies menu: one entry for each placement, sorted by name,
-    // checked where the bookmark is in, inherited ones fixed.
-    input.kind = LaneKind::bookmark;
+    // checked where the bookmark is in, inherited ones fixed. (A working
+    // copy's lane has neither toggle nor menu: see below.)
     input.workspacePlacements = {{"zeta", Role::inherited("platform")},
                                  {"alpha", Role::absent()},
                                  {"dev", Role::directParent()}};
