@@ -104,15 +104,13 @@ TEST(BackgroundWork, AfterCloseNothingStartsAndNothingIsDelivered) {
     release.set_value();
     ASSERT_TRUE(settles([&] { return runningOutcome.expired(); }));
     QCoreApplication::processEvents();
-    EXPECT_FALSE(delivered);
-    EXPECT_FALSE(queuedStarted);
+    EXPECT_EQ(std::pair(delivered, queuedStarted.load()), std::pair(false, false));
 
     // Nothing new is taken, and posting does nothing.
     work.run(WorkKind::files, markingJob(queuedStarted), deliver);
     work.poster()([&delivered] { delivered = true; });
     QCoreApplication::processEvents();
-    EXPECT_FALSE(delivered);
-    EXPECT_FALSE(queuedStarted);
+    EXPECT_EQ(std::pair(delivered, queuedStarted.load()), std::pair(false, false));
 }
 
 }  // namespace
