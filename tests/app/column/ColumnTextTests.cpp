@@ -150,17 +150,15 @@ TEST(ColumnRules, ChipsBesideACommitLeaveOutTheLanesOwnBookmark) {
     EXPECT_EQ(chipLines(secondChips),
               (Lines{"inlineTip api — older revision", "compositionPoint dev composition point",
                      "compositionPoint ci composition point"}));
-    EXPECT_EQ(tipChips.at(0).tooltip,
-              QStringLiteral("The bookmark points at the commit below — commits above are not "
-                             "included when pushing. Drag onto a commit to move the bookmark "
-                             "there."));
-    EXPECT_EQ(secondChips.at(1).accessibleLabel, QStringLiteral("Composition · dev"));
-    EXPECT_EQ(secondChips.at(1).tooltip,
-              QStringLiteral("This commit is dev's composition boundary. Drag it to another "
-                             "commit in this lane to change that workspace's view."));
-    EXPECT_EQ(secondChips.at(2).tooltip,
-              QStringLiteral("This workspace-local commit composes ci's working line with "
-                             "directly included bookmarks."));
+    EXPECT_EQ((QStringList{tipChips.at(0).tooltip, secondChips.at(1).accessibleLabel,
+                           secondChips.at(1).tooltip, secondChips.at(2).tooltip}),
+              (QStringList{"The bookmark points at the commit below — commits above are not "
+                           "included when pushing. Drag onto a commit to move the bookmark there.",
+                           "Composition · dev",
+                           "This commit is dev's composition boundary. Drag it to another commit "
+                           "in this lane to change that workspace's view.",
+                           "This workspace-local commit composes ci's working line with directly "
+                           "included bookmarks."}));
 }
 
 TEST(ColumnText, InclusionHelpPlacementsBadgeTrunkBannerAndStorageWords) {
