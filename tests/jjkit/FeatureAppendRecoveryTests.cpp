@@ -1,26 +1,20 @@
 // Recovery of an append that stopped between its two steps: the bookmark
 // move it left undone, planned from an inspection, run once, verified.
-#include <chrono>
-#include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "jjkit/client/JJClient.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/OperationJournal.h"
 #include "jjkit/rewrites/PlannedFlow.h"
+#include "support/KilledAtHook.h"
 #include "support/Refusal.h"
 #include "support/RewriteTestData.h"
-#include "support/TempDir.h"
 #include "support/TestRepo.h"
 #include "support/TestTools.h"
 
@@ -75,34 +69,11 @@ struct InterruptedAppend {
 TEST(FeatureAppendRecovery, AnAppendKilledBetweenItsStepsIsFinishedByOneBookmarkMove) {
     const InterruptedAppend env;
     const auto plan = env.appendPlan();
-    const testing::TempDir markers("vorda-recovery-marker");
-    const auto marker = markers.path() / "between-steps";
     const OperationJournal<FeatureAppendPlan> appends(env.repo.root());
-    std::fflush(nullptr);
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        try {
-            env.client.executeFeatureAppend(
-                plan, [&](const Source& record) { appends.save(record); },
-                [&] {
-                    std::ofstream(marker) << "between the steps\n";
-                    for (;;) {
-                        ::pause();
-                    }
-                });
-        } catch (...) {
-        }
-        ::_exit(3);
-    }
-    int status = 0;
-    bool ended = false;
-    while (!fs::exists(marker) && !(ended = ::waitpid(child, &status, WNOHANG) == child)) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    ASSERT_FALSE(ended);
-    ::kill(child, SIGKILL);
-    ::waitpid(child, &status, 0);
+    ASSERT_TRUE(testing::killedAtHook([&](const std::function<void()>& hook) {
+        env.client.executeFeatureAppend(
+            plan, [&](const Source& record) { appends.save(record); }, hook);
+    }));
 
     const auto source = testing::onlyRecord<FeatureAppendPlan>(env.repo.root());
     ASSERT_FALSE(source.receipt.has_value());

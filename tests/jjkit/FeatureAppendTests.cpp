@@ -1,30 +1,22 @@
 #include <algorithm>
-#include <chrono>
-#include <csignal>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <optional>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <sys/types.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "jjkit/client/JJClient.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
 #include "jjkit/rewrites/OperationJournal.h"
 #include "jjkit/support/Text.h"
+#include "support/KilledAtHook.h"
 #include "support/Refusal.h"
 #include "support/RewriteTestData.h"
 #include "support/ScopedEnvironment.h"
-#include "support/TempDir.h"
 #include "support/TestRepo.h"
 #include "support/TestTools.h"
 
@@ -492,38 +484,10 @@ TEST(FeatureAppendFlow, StopsAfterTheMoveAtEachGateThenAppendsAndInspectsOnlyIts
 TEST(FeatureAppendFlow, AProcessKilledBetweenTheStepsLeavesASteppingRecord) {
     const AppendRepo env;
     const auto plan = env.plan();
-    const testing::TempDir markers("vorda-append-marker");
-    const auto marker = markers.path() / "between-steps";
-
-    std::fflush(nullptr);
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        // The child runs the flow until the hook and waits there to be
-        // killed; it never returns into the test framework.
-        try {
-            env.client.executeFeatureAppend(
-                plan, [&](const Record& record) { env.journal().save(record); },
-                [&] {
-                    std::ofstream(marker) << "between the steps\n";
-                    for (;;) {
-                        ::pause();
-                    }
-                });
-        } catch (...) {
-        }
-        ::_exit(3);
-    }
-
-    int status = 0;
-    bool ended = false;  // the child ended without reaching the hook
-    while (!fs::exists(marker) && !(ended = ::waitpid(child, &status, WNOHANG) == child)) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    ASSERT_FALSE(ended);
-    ::kill(child, SIGKILL);
-    ::waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+    ASSERT_TRUE(testing::killedAtHook([&](const std::function<void()>& hook) {
+        env.client.executeFeatureAppend(
+            plan, [&](const Record& record) { env.journal().save(record); }, hook);
+    }));
 
     const auto record = testing::onlyRecord<FeatureAppendPlan>(env.repo.root());
     const auto now = env.repo.currentOperationID();
