@@ -114,6 +114,11 @@ QString conflictText() {
     return QStringLiteral("conflict");
 }
 
+/// The summary as the card shows it, before eliding.
+QString shownSummary(const CardContent& content) {
+    return content.kind == RowKind::base ? basePrefix() + content.summary : content.summary;
+}
+
 CardLayout layoutOf(const QStyleOptionViewItem& option, const CardContent& content) {
     const QFontMetrics primary(option.font);
     const QFontMetrics secondary(secondaryFont(option.font));
@@ -312,8 +317,7 @@ void CommitCardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     }
     painter->setFont(option.font);
     painter->setPen(textColor);
-    const QString summary =
-        content.kind == RowKind::base ? basePrefix() + content.summary : content.summary;
+    const QString summary = shownSummary(content);
     painter->drawText(
         layout.summary, Qt::AlignVCenter | Qt::AlignLeft,
         QFontMetrics(option.font).elidedText(summary, Qt::ElideRight, layout.summary.width()));
@@ -375,8 +379,7 @@ QString CommitCardDelegate::tooltipAt(const QStyleOptionViewItem& option, const 
     }
     if (layout.summary.contains(position)) {
         // A cut summary shows whole above the card's own tooltip.
-        const QString summary =
-            content.kind == RowKind::base ? basePrefix() + content.summary : content.summary;
+        const QString summary = shownSummary(content);
         if (QFontMetrics(option.font).horizontalAdvance(summary) > layout.summary.width()) {
             return summary + QLatin1Char('\n') + index.data(Qt::ToolTipRole).toString();
         }

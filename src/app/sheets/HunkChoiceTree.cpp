@@ -143,13 +143,4 @@ DiffEditorProtocol::HunkSelection HunkChoiceTree::checkedHunks() const {
     return selection;
 }
 
-QTreeWidgetItem* HunkChoiceTree::hunkItem(int file, int ordinal) const {
-    auto* item = topLevelItem(file);
-    if (item == nullptr || ordinal < 0 || ordinal >= item->childCount() ||
-        !isHunk(item->child(ordinal))) {
-        return nullptr;
-    }
-    return item->child(ordinal);
-}
-
 }  // namespace vorda

@@ -42,10 +42,6 @@ class HunkChoiceTree : public QTreeWidget {
     /// checked one is left out, which keeps it whole.
     DiffEditorProtocol::HunkSelection checkedHunks() const;
 
-    /// The row of a hunk by file and ordinal, for tests and keyboard use;
-    /// null when there is none.
-    QTreeWidgetItem* hunkItem(int file, int ordinal) const;
-
   Q_SIGNALS:
     /// Any checkbox changed.
     void choiceChanged();

@@ -1,6 +1,15 @@
 #include "app/viewmodel/RewriteOutcomes.h"
 
 namespace vorda {
+namespace {
+
+/// A finished record whose receipt says the flow succeeded.
+template <typename Plan>
+bool succeeded(const OperationRecord<Plan>& record) {
+    return record.receipt && record.receipt->succeeded();
+}
+
+}  // namespace
 
 std::string localStackUpdateToast(const LocalStackUpdateReceipt& receipt) {
     if (!receipt.succeeded()) {
@@ -24,24 +33,18 @@ std::string featureInsertionToast(const LocalStackUpdateReceipt& receipt) {
 }
 
 std::string featureAppendToast(const OperationRecord<FeatureAppendPlan>& record) {
-    if (record.receipt && record.receipt->succeeded()) {
-        return "Appended work to feature";
-    }
-    return "Append needs inspection; see its step receipt";
+    return succeeded(record) ? "Appended work to feature"
+                             : "Append needs inspection; see its step receipt";
 }
 
 std::string compositionAttachmentToast(const OperationRecord<CompositionAttachmentPlan>& record) {
-    if (record.receipt && record.receipt->succeeded()) {
-        return "Composition attachment verified";
-    }
-    return "Attachment needs inspection; see its receipt";
+    return succeeded(record) ? "Composition attachment verified"
+                             : "Attachment needs inspection; see its receipt";
 }
 
 std::string featureAppendRecoveryToast(const OperationRecord<FeatureAppendRecoveryPlan>& record) {
-    if (record.receipt && record.receipt->succeeded()) {
-        return "Recovered feature bookmark";
-    }
-    return "Recovery needs inspection; see its receipt";
+    return succeeded(record) ? "Recovered feature bookmark"
+                             : "Recovery needs inspection; see its receipt";
 }
 
 }  // namespace vorda

@@ -1,10 +1,10 @@
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 
 #include <algorithm>
-#include <map>
 #include <set>
 
 #include "jjkit/client/JJError.h"
+#include "jjkit/rewrites/PlannedFlow.h"
 #include "jjkit/templates/RevsetQuoting.h"
 
 namespace vorda {
@@ -29,30 +29,6 @@ std::set<std::string> changeSet(const std::vector<JJCommit>& commits) {
         changes.insert(commit.changeID);
     }
     return changes;
-}
-
-/// The selected commits as the routed rows give them, in selection order;
-/// empty unless each selected change has exactly one row and no row is
-/// left over.
-std::vector<JJCommit> oneRowPerSelected(const std::vector<JJCommit>& selected,
-                                        const std::vector<JJCommit>& rows) {
-    std::map<std::string, std::vector<const JJCommit*>> byChange;
-    for (const auto& row : rows) {
-        byChange[row.changeID].push_back(&row);
-    }
-    std::vector<JJCommit> ordered;
-    if (rows.size() != selected.size()) {
-        return ordered;
-    }
-    ordered.reserve(selected.size());
-    for (const auto& commit : selected) {
-        const auto found = byChange.find(commit.changeID);
-        if (found == byChange.end() || found->second.size() != 1) {
-            return {};
-        }
-        ordered.push_back(*found->second.front());
-    }
-    return ordered;
 }
 
 }  // namespace
@@ -86,7 +62,7 @@ FeatureAppendRecoveryPlan FeatureAppendRecoveryPlan::build(const Reads& reads, c
     const auto& advance = reads.source.plan.bookmarkAdvance;
     const JJCommit& movedTip = reads.movedTips.front();
     const JJCommit& bookmark = reads.bookmarkCommits.front();
-    const auto routed = oneRowPerSelected(topology.selected, scope.routed);
+    const auto routed = flow::oneRowEach(flow::changeIDsOf(topology.selected), scope.routed);
     const bool addsOnlyRouted =
         scope.addedAncestry.size() == topology.selected.size() &&
         changeSet(scope.addedAncestry) == changeSet(topology.selected) &&
@@ -96,7 +72,7 @@ FeatureAppendRecoveryPlan FeatureAppendRecoveryPlan::build(const Reads& reads, c
         !topology.selected.empty() && topology.selected.back().changeID == advance.targetChangeID &&
         advance.expectedOldCommitID == topology.featureTip.commitID &&
         advance.expectedOldCommitID == bookmark.commitID &&
-        movedTip.changeID == advance.targetChangeID && !routed.empty() && addsOnlyRouted;
+        movedTip.changeID == advance.targetChangeID && routed.has_value() && addsOnlyRouted;
     if (!consistent) {
         refuse(inconsistent);
     }
@@ -108,7 +84,7 @@ FeatureAppendRecoveryPlan FeatureAppendRecoveryPlan::build(const Reads& reads, c
     plan.bookmarkName = advance.name;
     plan.oldTip = bookmark;
     plan.target = movedTip;
-    plan.routedCommits = routed;
+    plan.routedCommits = *routed;
     plan.workspaces = scope.workspaces;
     plan.addedFeatureAncestry = scope.addedAncestry;
     return plan;

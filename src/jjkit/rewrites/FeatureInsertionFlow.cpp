@@ -31,29 +31,6 @@ constexpr std::string_view movedWhilePlanning =
     throw JJError::unsafeOperation(std::string(message));
 }
 
-/// The rows of `changeIDs` in `rows`, in the order of `changeIDs`; absent
-/// unless every ID has exactly one row and no row is left over.
-std::optional<std::vector<JJCommit>> oneRowEach(const std::vector<std::string>& changeIDs,
-                                                const std::vector<JJCommit>& rows) {
-    std::map<std::string, std::vector<const JJCommit*>> byChange;
-    for (const auto& row : rows) {
-        byChange[row.changeID].push_back(&row);
-    }
-    if (rows.size() != changeIDs.size()) {
-        return std::nullopt;
-    }
-    std::vector<JJCommit> resolved;
-    resolved.reserve(changeIDs.size());
-    for (const auto& changeID : changeIDs) {
-        const auto found = byChange.find(changeID);
-        if (found == byChange.end() || found->second.size() != 1) {
-            return std::nullopt;
-        }
-        resolved.push_back(*found->second.front());
-    }
-    return resolved;
-}
-
 /// Reads the routing back at the resulting operation: every affected change
 /// once, on the parents the plan stated, with its bookmarks; the feature
 /// bookmark on its tip; the workspaces on their changes.
@@ -100,7 +77,7 @@ FeatureInsertionPlan JJClient::planFeatureRouting(
     const auto repository = flow::planningSnapshot(*this, planningReason);
 
     const auto selected =
-        oneRowEach(selection, repository.log(flow::visibleChanges(selection, true)));
+        flow::oneRowEach(selection, repository.log(flow::visibleChanges(selection, true)));
     if (!selected) {
         refuse(unresolvedSelection);
     }
@@ -116,7 +93,8 @@ FeatureInsertionPlan JJClient::planFeatureRouting(
 
     std::vector<JJCommit> repairCommits;
     if (!repairs.empty()) {
-        auto resolved = oneRowEach(repairs, repository.log(flow::visibleChanges(repairs, true)));
+        auto resolved =
+            flow::oneRowEach(repairs, repository.log(flow::visibleChanges(repairs, true)));
         if (!resolved) {
             refuse(unresolvedRepair);
         }

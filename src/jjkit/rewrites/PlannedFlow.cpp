@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/support/Cancellation.h"
@@ -124,6 +125,27 @@ std::string visibleChanges(const std::vector<std::string>& changeIDs, bool prese
         terms.push_back(changeIDTerm(changeID, present));
     }
     return visibleUnion(terms);
+}
+
+std::optional<std::vector<JJCommit>> oneRowEach(const std::vector<std::string>& changeIDs,
+                                                const std::vector<JJCommit>& rows) {
+    std::map<std::string, std::vector<const JJCommit*>> byChange;
+    for (const auto& row : rows) {
+        byChange[row.changeID].push_back(&row);
+    }
+    if (rows.size() != changeIDs.size()) {
+        return std::nullopt;
+    }
+    std::vector<JJCommit> resolved;
+    resolved.reserve(changeIDs.size());
+    for (const auto& changeID : changeIDs) {
+        const auto found = byChange.find(changeID);
+        if (found == byChange.end() || found->second.size() != 1) {
+            return std::nullopt;
+        }
+        resolved.push_back(*found->second.front());
+    }
+    return resolved;
 }
 
 std::string commitUnion(const std::vector<JJCommit>& commits) {

@@ -70,6 +70,10 @@ std::string visibleUnion(const std::vector<std::string>& terms);
 std::string changeIDTerm(std::string_view changeID, bool present = false);
 /// `visibleUnion` of the change terms of `changeIDs`.
 std::string visibleChanges(const std::vector<std::string>& changeIDs, bool present = false);
+/// The rows of `changeIDs` in `rows`, in the order of `changeIDs`; absent
+/// unless every ID has exactly one row and no row is left over.
+std::optional<std::vector<JJCommit>> oneRowEach(const std::vector<std::string>& changeIDs,
+                                                const std::vector<JJCommit>& rows);
 /// The commit terms of `commits` joined with " | ".
 std::string commitUnion(const std::vector<JJCommit>& commits);
 
