@@ -53,17 +53,6 @@ struct InterruptedAppend {
         const testing::FailingJJScope failing("bookmark");
         return client.executeFeatureAppend(plan, [](const Source&) {}, {});
     }
-
-    /// How many `jj rebase` runs the operation log holds.
-    std::size_t rebases() const {
-        const auto log = repo.jj({"op", "log", "--no-graph", "-T", "description ++ \"\\n\""});
-        std::size_t count = 0;
-        for (std::size_t at = log.find("rebase"); at != std::string::npos;
-             at = log.find("rebase", at + 1)) {
-            ++count;
-        }
-        return count;
-    }
 };
 
 TEST(FeatureAppendRecovery, AnAppendKilledBetweenItsStepsIsFinishedByOneBookmarkMove) {
@@ -77,7 +66,7 @@ TEST(FeatureAppendRecovery, AnAppendKilledBetweenItsStepsIsFinishedByOneBookmark
 
     const auto source = testing::onlyRecord<FeatureAppendPlan>(env.repo.root());
     ASSERT_FALSE(source.receipt.has_value());
-    ASSERT_EQ(env.rebases(), 1U);
+    ASSERT_EQ(testing::rebaseCount(env.repo), 1U);
     const auto movedW2 = env.repo.commitID(env.repo.id("W2"));
     ASSERT_EQ(env.repo.bookmarkTarget("feat"), "F2");
 
@@ -96,7 +85,7 @@ TEST(FeatureAppendRecovery, AnAppendKilledBetweenItsStepsIsFinishedByOneBookmark
     EXPECT_EQ(testing::onlyRecord<FeatureAppendRecoveryPlan>(env.repo.root()), done);
     EXPECT_EQ(testing::onlyRecord<FeatureAppendPlan>(env.repo.root()), source);
     // The work was moved once; only the bookmark moved now.
-    EXPECT_EQ(env.rebases(), 1U);
+    EXPECT_EQ(testing::rebaseCount(env.repo), 1U);
     EXPECT_EQ(env.repo.bookmarkTarget("feat"), "W2");
     EXPECT_EQ(env.repo.commitID(env.repo.id("W2")), movedW2);
     EXPECT_EQ(testing::graph(env.repo, {"W1", "W2", "M"}), "W1<F2 W2<W1 M<W2,T");

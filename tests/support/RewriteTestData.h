@@ -123,6 +123,16 @@ inline std::vector<std::string> conflictedChanges(const TestRepo& repo, const st
     return sorted(std::move(changes));
 }
 
+/// How many `jj rebase` runs the operation log holds.
+inline std::size_t rebaseCount(const TestRepo& repo) {
+    const auto log = repo.jj({"op", "log", "--no-graph", "-T", "description ++ \"\\n\""});
+    std::size_t count = 0;
+    for (auto at = log.find("rebase"); at != std::string::npos; at = log.find("rebase", at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
 /// The receipt of a flow that ended without an error or a warning.
 inline LocalStackUpdateReceipt cleanReceipt(std::string before, std::string after,
                                             std::vector<std::string> workspaces,

@@ -27,6 +27,10 @@ struct FeatureAppendPlan;
 struct FeatureAppendInspection;
 struct FeatureAppendRecoveryPlan;
 struct CompositionAttachmentPlan;
+struct CoordinatedFeatureRoutingPlan;
+struct CoordinatedVerification;
+struct CoordinatedRoutingInspection;
+struct CoordinatedRoutingRecoveryPlan;
 struct VerificationFindings;
 template <typename Plan>
 struct OperationRecord;
@@ -309,6 +313,44 @@ class JJClient {
     VerificationFindings verifyFeatureAppendRecovery(
         const FeatureAppendRecoveryPlan& plan, const OperationRecord<FeatureAppendPlan>& source,
         const std::string& operation) const;
+
+    /// Routing that gives the named compositions the feature as an explicit
+    /// new last parent, one verified step at a time; onto the tip, with the
+    /// bookmark advanced last, when `afterChangeID` is absent.
+    CoordinatedFeatureRoutingPlan planCoordinatedFeatureRouting(
+        const std::vector<std::string>& changeIDs, const std::optional<std::string>& afterChangeID,
+        const std::string& intoBookmark, const std::vector<std::string>& repairCompositionChangeIDs,
+        const std::stop_token& stop = {}) const;
+    OperationRecord<CoordinatedFeatureRoutingPlan> executeCoordinatedFeatureRouting(
+        const CoordinatedFeatureRoutingPlan& plan, const std::stop_token& stop = {}) const;
+    OperationRecord<CoordinatedFeatureRoutingPlan> executeCoordinatedFeatureRouting(
+        const CoordinatedFeatureRoutingPlan& plan,
+        const PersistRecord<CoordinatedFeatureRoutingPlan>& persistRecord,
+        const std::function<void()>& betweenSteps, const std::stop_token& stop = {}) const;
+    /// Reads a stage back at `operation`: `expected` is its graph in planned
+    /// commit IDs.
+    CoordinatedVerification verifyCoordinatedRouting(
+        const CoordinatedFeatureRoutingPlan& plan,
+        const std::map<std::string, std::vector<std::string>>& expected,
+        const std::string& operation, bool bookmarkAdvanced) const;
+    /// Which recorded stage the repository matches now; changes nothing.
+    CoordinatedRoutingInspection inspectCoordinatedRouting(
+        const OperationRecord<CoordinatedFeatureRoutingPlan>& record,
+        const std::stop_token& stop = {}) const;
+    /// The repairs and the bookmark advance a coordinated routing left
+    /// undone, from the revisions there now.
+    CoordinatedRoutingRecoveryPlan planCoordinatedRoutingRecovery(
+        const OperationRecord<CoordinatedFeatureRoutingPlan>& source,
+        const std::stop_token& stop = {}) const;
+    OperationRecord<CoordinatedRoutingRecoveryPlan> executeCoordinatedRoutingRecovery(
+        const CoordinatedRoutingRecoveryPlan& plan,
+        const OperationRecord<CoordinatedFeatureRoutingPlan>& source,
+        const std::stop_token& stop = {}) const;
+    OperationRecord<CoordinatedRoutingRecoveryPlan> executeCoordinatedRoutingRecovery(
+        const CoordinatedRoutingRecoveryPlan& plan,
+        const OperationRecord<CoordinatedFeatureRoutingPlan>& source,
+        const PersistRecord<CoordinatedRoutingRecoveryPlan>& persistRecord,
+        const std::function<void()>& betweenSteps, const std::stop_token& stop = {}) const;
 
   private:
     std::string logLabel(std::string_view reason) const;

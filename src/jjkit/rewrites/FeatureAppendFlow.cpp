@@ -9,6 +9,7 @@
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
 #include "jjkit/rewrites/OperationJournal.h"
 #include "jjkit/rewrites/PlannedFlow.h"
+#include "jjkit/rewrites/SteppedRecord.h"
 #include "jjkit/templates/RevsetQuoting.h"
 
 // Feature append: the selected work is routed onto the feature's tip, then the
@@ -21,7 +22,6 @@ namespace {
 using flow::changeIDsOf;
 using flow::commitIDsOf;
 using flow::featureAppendWords;
-using flow::readOperation;
 using Record = OperationRecord<FeatureAppendPlan>;
 
 constexpr std::string_view moveStepName = "Move commits and update descendant edges";
@@ -58,8 +58,7 @@ class AppendRun {
               const std::function<void()>& betweenSteps, const std::stop_token& stop)
         : client_(client),
           plan_(plan),
-          record_(std::move(record)),
-          persist_(persist),
+          record_(client, std::move(record), persist, plan.topology.operationID),
           betweenSteps_(betweenSteps),
           stop_(stop) {}
 
@@ -69,7 +68,13 @@ class AppendRun {
         } catch (...) {
             commandError_ = flow::describeCurrentException();
         }
-        return std::move(*this).ending();
+        LocalStackUpdateReceipt receipt;
+        receipt.commandError = commandError_;
+        receipt.affectedWorkspaceNames = flow::workspaceNames(plan_.topology.affectedWorkspaces);
+        receipt.verificationWarnings = std::move(warnings_);
+        receipt.conflictedChangeIDs = std::move(conflicts_);
+        return std::move(record_).finish(std::move(receipt), featureAppendWords,
+                                         changedAfterLastStep);
     }
 
   private:
@@ -77,23 +82,16 @@ class AppendRun {
         flow::checkCancelled(stop_);
 
         // Step one: the rebase that moves the selection onto the tip.
-        declare(moveStepName, plan_.topology.operationID);
-        if (client_.currentOperationID() != plan_.topology.operationID) {
-            stop(featureAppendWords.changedWhileSaving);
-            return;
-        }
-        flow::checkCancelled(stop_);
-        client_.run(plan_.topology.commandArguments(), "append/rebase");
-        const std::string moved = complete();
+        const std::string moved =
+            record_.runStep(moveStepName, plan_.topology.commandArguments(), "append/rebase",
+                            featureAppendWords.changedWhileSaving, stop_);
 
         adopt(verify(moved, /*bookmarkAdvanced=*/false));
         if (!warnings_.empty()) {
-            stop(unverifiedTopology);
-            return;
+            flow::stopFlow(unverifiedTopology);
         }
         if (!conflicts_.empty()) {
-            stop(conflictedWork);
-            return;
+            flow::stopFlow(conflictedWork);
         }
 
         if (betweenSteps_) {
@@ -104,8 +102,7 @@ class AppendRun {
         client_.snapshotWorkingCopy("append/between-steps-snapshot");
         const flow::PinnedRepository checkpoint(client_, client_.currentOperationID());
         if (checkpoint.operationID() != moved) {
-            stop(changedAfterMove);
-            return;
+            flow::stopFlow(changedAfterMove);
         }
 
         // Step two: the bookmark onto the moved tip, whose commit ID is known
@@ -115,46 +112,19 @@ class AppendRun {
             checkpoint.log(flow::changeIDTerm(advance.targetChangeID) + " & ::visible_heads()");
         const auto bookmarkRows = checkpoint.log(bookmarkSetRevset(advance.name));
         if (tips.size() != 1) {
-            stop(missingMovedTip);
-            return;
+            flow::stopFlow(missingMovedTip);
         }
         const std::string current = client_.currentOperationID();
         const auto command =
             plan_.bookmarkCommand(tips.front(), commitIDsOf(bookmarkRows), current, moved);
-        declare(advanceStepName, current);
+        record_.declare(advanceStepName, current);
         if (client_.currentOperationID() != current) {
-            stop(changedBeforeAdvance);
-            return;
+            flow::stopFlow(changedBeforeAdvance);
         }
         flow::checkCancelled(stop_);
         client_.run(command, "append/bookmark");
-        const std::string advanced = complete();
+        const std::string advanced = record_.complete();
         adopt(verify(advanced, /*bookmarkAdvanced=*/true));
-    }
-
-    /// Adds a step that has not run yet and saves the record, so that a
-    /// process that dies during the command leaves it declared.
-    void declare(std::string_view name, const std::string& beforeOperationID) {
-        steps().push_back({std::string(name), beforeOperationID, std::nullopt, false});
-        persist_(record_);
-    }
-
-    /// Marks the last step done with the operation its command produced and
-    /// saves; returns that operation.
-    std::string complete() {
-        std::string after = client_.currentOperationID();
-        auto& step = steps().back();
-        step.afterOperationID = after;
-        step.completed = true;
-        persist_(record_);
-        return after;
-    }
-
-    std::vector<OperationStep>& steps() {
-        if (!record_.steps) {
-            record_.steps = std::vector<OperationStep>{};
-        }
-        return *record_.steps;
     }
 
     VerificationFindings verify(const std::string& operation, bool bookmarkAdvanced) const {
@@ -172,54 +142,9 @@ class AppendRun {
         conflicts_ = std::move(findings.conflicts);
     }
 
-    void stop(std::string_view message) { commandError_ = std::string(message); }
-
-    /// The operation the last completed step left, or the plan's before any.
-    std::string lastCheckpoint() const {
-        std::string checkpoint = plan_.topology.operationID;
-        if (record_.steps) {
-            for (const auto& step : *record_.steps) {
-                if (step.completed && step.afterOperationID) {
-                    checkpoint = *step.afterOperationID;
-                }
-            }
-        }
-        return checkpoint;
-    }
-
-    Record ending() && {
-        const auto current = readOperation(client_);
-        if (!current) {
-            warnings_.push_back(std::string(featureAppendWords.verificationPrefix) +
-                                std::string(featureAppendWords.operationUnavailable));
-        } else if (*current != lastCheckpoint()) {
-            warnings_.emplace_back(changedAfterLastStep);
-        }
-
-        LocalStackUpdateReceipt receipt;
-        receipt.beforeOperationID = plan_.topology.operationID;
-        receipt.afterOperationID = current;
-        receipt.commandError = commandError_;
-        receipt.affectedWorkspaceNames = flow::workspaceNames(plan_.topology.affectedWorkspaces);
-        receipt.verificationWarnings = std::move(warnings_);
-        receipt.conflictedChangeIDs = std::move(conflicts_);
-        record_.receipt = std::move(receipt);
-        try {
-            persist_(record_);
-        } catch (...) {
-            // The file keeps its last saved form without a receipt; only the
-            // caller learns the outcome.
-            record_.receipt->verificationWarnings.push_back(
-                std::string(featureAppendWords.finalSavePrefix) + flow::describeCurrentException() +
-                std::string(featureAppendWords.finalSaveSuffix));
-        }
-        return std::move(record_);
-    }
-
     const JJClient& client_;
     const FeatureAppendPlan& plan_;
-    Record record_;
-    const JJClient::PersistRecord<FeatureAppendPlan>& persist_;
+    flow::SteppedRecord<FeatureAppendPlan> record_;
     const std::function<void()>& betweenSteps_;
     const std::stop_token& stop_;
 

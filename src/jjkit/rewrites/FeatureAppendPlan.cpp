@@ -167,20 +167,8 @@ FeatureAppendInspection FeatureAppendInspection::build(
         inspection.warnings.push_back(std::move(warning));
     }
 
-    if (record.receipt && record.receipt->afterOperationID) {
-        inspection.latestRecordedOperationID = *record.receipt->afterOperationID;
-    } else {
-        inspection.latestRecordedOperationID = topology.operationID;
-        if (record.steps) {
-            const auto& steps = *record.steps;
-            const auto latest = std::find_if(steps.rbegin(), steps.rend(), [](const auto& step) {
-                return step.afterOperationID.has_value();
-            });
-            if (latest != steps.rend()) {
-                inspection.latestRecordedOperationID = *latest->afterOperationID;
-            }
-        }
-    }
+    inspection.latestRecordedOperationID =
+        flow::latestRecordedOperation(record, topology.operationID);
     inspection.changedSinceCheckpoint = operationID != inspection.latestRecordedOperationID;
     return inspection;
 }

@@ -32,18 +32,6 @@ constexpr std::string_view routedChanged =
 constexpr std::string_view workspacesChanged =
     "Workspace targets changed during recovery; inspect before further actions.";
 
-/// Change and commit ID of each commit, sorted: what a bookmark move must
-/// leave as it was.
-std::vector<std::pair<std::string, std::string>> revisions(const std::vector<JJCommit>& commits) {
-    std::vector<std::pair<std::string, std::string>> pairs;
-    pairs.reserve(commits.size());
-    for (const auto& commit : commits) {
-        pairs.emplace_back(commit.changeID, commit.commitID);
-    }
-    std::sort(pairs.begin(), pairs.end());
-    return pairs;
-}
-
 std::vector<JJWorkspace> byName(std::vector<JJWorkspace> workspaces) {
     std::sort(workspaces.begin(), workspaces.end(),
               [](const JJWorkspace& a, const JJWorkspace& b) { return a.name < b.name; });
@@ -158,7 +146,7 @@ VerificationFindings JJClient::verifyFeatureAppendRecovery(const FeatureAppendRe
     const auto routed = plan.routedCommits.empty()
                             ? std::vector<JJCommit>{}
                             : at.log(flow::visibleChanges(flow::changeIDsOf(plan.routedCommits)));
-    if (revisions(routed) != revisions(plan.routedCommits)) {
+    if (flow::revisionPairs(routed) != flow::revisionPairs(plan.routedCommits)) {
         findings.warnings.emplace_back(routedChanged);
     }
     if (byName(at.workspaces()) != byName(plan.workspaces)) {

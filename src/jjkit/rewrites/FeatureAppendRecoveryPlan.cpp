@@ -34,9 +34,7 @@ std::set<std::string> changeSet(const std::vector<JJCommit>& commits) {
 }  // namespace
 
 std::vector<std::string> FeatureAppendRecoveryPlan::commandArguments() const {
-    return {"bookmark", "move",
-            "--to",     commitIDRevset(target.commitID),
-            "--",       exactNamePattern(bookmarkName)};
+    return flow::bookmarkMoveArguments(target.commitID, bookmarkName);
 }
 
 void FeatureAppendRecoveryPlan::requireTargets(const Reads& reads) {

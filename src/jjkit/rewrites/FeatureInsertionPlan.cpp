@@ -118,6 +118,11 @@ ParentGraph expectedGraph(const ParentGraph& parents, const std::vector<JJCommit
 }  // namespace
 
 std::vector<std::string> FeatureInsertionPlan::commandArguments() const {
+    return routeArguments(selected, destination);
+}
+
+std::vector<std::string> FeatureInsertionPlan::routeArguments(const std::vector<JJCommit>& selected,
+                                                              const JJCommit& destination) {
     return {"rebase", "-r", flow::commitUnion(selected), "--insert-after",
             commitIDRevset(destination.commitID)};
 }

@@ -41,6 +41,8 @@ struct FeatureInsertionPlan {
 
     /// `rebase -r <selection> --insert-after <destination>`.
     std::vector<std::string> commandArguments() const;
+    static std::vector<std::string> routeArguments(const std::vector<JJCommit>& selected,
+                                                   const JJCommit& destination);
     /// What a preview shows of the command.
     std::string commandLine() const;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <set>
 
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/support/Cancellation.h"
@@ -84,6 +85,33 @@ const FlowWords compositionAttachmentWords{
     .missingChangePrefix = "Missing or divergent affected change ",
 };
 
+const FlowWords coordinatedRoutingWords{
+    .foreignPlan = "Coordinated preview belongs to another repository or workspace.",
+    .expired = "Coordinated preview expired. Generate a fresh preview.",
+    .scopeChanged = "Coordinated scope or configuration changed. Replan before execution.",
+    .changedWhileSaving = "Repository changed before ",
+    .verificationPrefix = "Could not verify coordinated routing: ",
+    .operationUnavailable = "Resulting operation is unavailable.",
+    .movedDuringVerification = "Repository changed during coordinated verification",
+    .finalSavePrefix = "Could not save final coordinated receipt: ",
+    .finalSaveSuffix = ". Inspect before any further action.",
+    .missingChangePrefix = "Missing or divergent affected change ",
+};
+
+const FlowWords coordinatedRecoveryWords{
+    .foreignPlan = "Recovery preview belongs to another receipt, repository, or workspace.",
+    .expired =
+        "Recovery preview expired. Inspect and preview again; no recovery step was attempted.",
+    .scopeChanged = "Recovery scope or configuration changed. Generate a fresh preview.",
+    .changedWhileSaving = "Repository changed while saving recovery checkpoint.",
+    .verificationPrefix = "Could not verify recovery: ",
+    .operationUnavailable = "Resulting operation is unavailable.",
+    .movedDuringVerification = "Repository changed during coordinated verification",
+    .finalSavePrefix = "Could not save final coordinated recovery receipt: ",
+    .finalSaveSuffix = ". Inspect before any further action.",
+    .missingChangePrefix = "Missing or divergent affected change ",
+};
+
 void checkCancelled(const std::stop_token& stop) {
     if (stop.stop_requested()) {
         throw CancellationError();
@@ -123,6 +151,16 @@ std::string visibleChanges(const std::vector<std::string>& changeIDs, bool prese
     terms.reserve(changeIDs.size());
     for (const auto& changeID : changeIDs) {
         terms.push_back(changeIDTerm(changeID, present));
+    }
+    return visibleUnion(terms);
+}
+
+std::string visibleCommits(const std::set<std::string>& commitIDs, bool present) {
+    std::vector<std::string> terms;
+    terms.reserve(commitIDs.size());
+    for (const auto& commitID : commitIDs) {
+        const auto term = commitIDRevset(commitID);
+        terms.push_back(present ? "present(" + term + ")" : term);
     }
     return visibleUnion(terms);
 }
@@ -224,11 +262,16 @@ void runExecutionChecks(const JJClient& client, const ExecutionChecks& checks,
 ResolvedChanges ResolvedChanges::read(const PinnedRepository& repository,
                                       const std::vector<JJCommit>& affected, bool present) {
     const auto changeIDs = changeIDsOf(affected);
-    ResolvedChanges changes;
     if (changeIDs.empty()) {
-        return changes;
+        return {};
     }
-    for (auto& row : repository.log(visibleChanges(changeIDs, present))) {
+    return fromRows(repository.log(visibleChanges(changeIDs, present)), affected);
+}
+
+ResolvedChanges ResolvedChanges::fromRows(std::vector<JJCommit> rows,
+                                          const std::vector<JJCommit>& affected) {
+    ResolvedChanges changes;
+    for (auto& row : rows) {
         if (row.conflict) {
             changes.conflicted_.push_back(row.changeID);
         }
@@ -269,7 +312,8 @@ std::vector<std::string> expectedGraphWarnings(
     const ResolvedChanges& changes, const std::vector<JJCommit>& affected,
     const std::map<std::string, std::vector<std::string>>& expectedParents,
     std::string_view missingChangePrefix,
-    const std::function<std::string(const std::string&, const JJCommit&)>& bookmarkWarning) {
+    const std::function<std::string(const std::string&, const JJCommit&)>& bookmarkWarning,
+    std::string_view unexpectedParentsPrefix) {
     std::vector<std::string> warnings;
     for (const auto& commit : affected) {
         if (changes.resolved(commit.changeID) == nullptr) {
@@ -284,7 +328,7 @@ std::vector<std::string> expectedGraphWarnings(
         const auto expected = expectedParents.find(commit.commitID);
         if (expected == expectedParents.end() ||
             changes.translated(expected->second) != now->parents) {
-            warnings.push_back("Unexpected parents on " + commit.shortChangeID());
+            warnings.push_back(std::string(unexpectedParentsPrefix) + commit.shortChangeID());
         }
         for (const auto& bookmark : commit.localBookmarks) {
             if (!carriesOwnLocalBookmark(*now, bookmark.name)) {
@@ -303,17 +347,26 @@ bool carriesOwnLocalBookmark(const JJCommit& commit, const std::string& name) {
 }
 
 std::vector<std::string> workspaceIdentityWarnings(const std::vector<JJWorkspace>& planned,
-                                                   const std::vector<JJWorkspace>& current) {
+                                                   const std::vector<JJWorkspace>& current,
+                                                   std::string_view prefix,
+                                                   const std::map<std::string, std::string>& ids) {
     std::vector<std::string> warnings;
     for (const auto& workspace : planned) {
         const auto found =
             std::find_if(current.begin(), current.end(),
                          [&](const JJWorkspace& now) { return now.name == workspace.name; });
-        if (found == current.end() || found->changeID != workspace.changeID) {
-            warnings.push_back("Working-copy identity changed in " + workspace.name);
+        const auto moved = ids.find(workspace.commitID);
+        if (found == current.end() || found->changeID != workspace.changeID ||
+            (moved != ids.end() && found->commitID != moved->second)) {
+            warnings.push_back(std::string(prefix) + workspace.name);
         }
     }
     return warnings;
+}
+
+std::vector<std::string> bookmarkMoveArguments(const std::string& commitID,
+                                               const std::string& name) {
+    return {"bookmark", "move", "--to", commitIDRevset(commitID), "--", exactNamePattern(name)};
 }
 
 std::vector<std::string> workspaceNames(const std::vector<JJWorkspace>& workspaces) {
@@ -348,6 +401,17 @@ std::optional<std::string> readOperation(const JJClient& client) {
     } catch (...) {
         return std::nullopt;
     }
+}
+
+std::vector<std::pair<std::string, std::string>> revisionPairs(
+    const std::vector<JJCommit>& commits) {
+    std::vector<std::pair<std::string, std::string>> pairs;
+    pairs.reserve(commits.size());
+    for (const auto& commit : commits) {
+        pairs.emplace_back(commit.changeID, commit.commitID);
+    }
+    std::sort(pairs.begin(), pairs.end());
+    return pairs;
 }
 
 std::vector<std::string> changeIDsOf(const std::vector<JJCommit>& commits) {

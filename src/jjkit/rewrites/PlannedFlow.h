@@ -3,9 +3,11 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "jjkit/client/JJClient.h"
@@ -52,6 +54,8 @@ extern const FlowWords featureInsertionWords;
 extern const FlowWords featureAppendWords;
 extern const FlowWords featureAppendRecoveryWords;
 extern const FlowWords compositionAttachmentWords;
+extern const FlowWords coordinatedRoutingWords;
+extern const FlowWords coordinatedRecoveryWords;
 
 /// Throws `CancellationError` once `stop` has been requested.
 void checkCancelled(const std::stop_token& stop);
@@ -70,6 +74,8 @@ std::string visibleUnion(const std::vector<std::string>& terms);
 std::string changeIDTerm(std::string_view changeID, bool present = false);
 /// `visibleUnion` of the change terms of `changeIDs`.
 std::string visibleChanges(const std::vector<std::string>& changeIDs, bool present = false);
+/// `visibleUnion` of the commit terms of `commitIDs`.
+std::string visibleCommits(const std::set<std::string>& commitIDs, bool present = false);
 /// The rows of `changeIDs` in `rows`, in the order of `changeIDs`; absent
 /// unless every ID has exactly one row and no row is left over.
 std::optional<std::vector<JJCommit>> oneRowEach(const std::vector<std::string>& changeIDs,
@@ -146,12 +152,17 @@ class ResolvedChanges {
     /// `present(...)` when `present`) over the changes of `affected`.
     static ResolvedChanges read(const PinnedRepository& repository,
                                 const std::vector<JJCommit>& affected, bool present = false);
+    /// The same from rows already read.
+    static ResolvedChanges fromRows(std::vector<JJCommit> rows,
+                                    const std::vector<JJCommit>& affected);
 
     /// The one row of the change, or null when it is hidden or divergent.
     const JJCommit* resolved(const std::string& changeID) const;
     /// `commitID` translated to its rewritten commit; unknown IDs stay.
     std::string translated(const std::string& commitID) const;
     std::vector<std::string> translated(const std::vector<std::string>& commitIDs) const;
+    /// Old commit ID to new, for every affected change that resolved.
+    const std::map<std::string, std::string>& newCommitIDs() const { return newCommitIDs_; }
     /// The change IDs of the conflicted rows, in row order.
     const std::vector<std::string>& conflictedChangeIDs() const { return conflicted_; }
 
@@ -163,24 +174,33 @@ class ResolvedChanges {
 
 /// Reads a rewrite back against the graph it promised: a warning made of
 /// `missingChangePrefix` for each affected change that is hidden or divergent
-/// (all of them first), then for each resolved one "Unexpected parents on
-/// <change>" when its parents differ from its translated `expectedParents`
-/// entry (or it has none), and `bookmarkWarning(name, commit)` for each local
-/// bookmark of the old commit that no longer targets exactly the new one.
+/// (all of them first), then for each resolved one `unexpectedParentsPrefix`
+/// and the change when its parents differ from its translated
+/// `expectedParents` entry (or it has none), and `bookmarkWarning(name,
+/// commit)` for each local bookmark of the old commit that no longer targets
+/// exactly the new one.
 std::vector<std::string> expectedGraphWarnings(
     const ResolvedChanges& changes, const std::vector<JJCommit>& affected,
     const std::map<std::string, std::vector<std::string>>& expectedParents,
     std::string_view missingChangePrefix,
-    const std::function<std::string(const std::string&, const JJCommit&)>& bookmarkWarning);
+    const std::function<std::string(const std::string&, const JJCommit&)>& bookmarkWarning,
+    std::string_view unexpectedParentsPrefix = "Unexpected parents on ");
 
 /// True when `commit` carries a local bookmark `name` that targets exactly
 /// the commit itself.
 bool carriesOwnLocalBookmark(const JJCommit& commit, const std::string& name);
 
-/// "Working-copy identity changed in <name>" for every planned workspace that
-/// is gone or whose change differs in `current`.
-std::vector<std::string> workspaceIdentityWarnings(const std::vector<JJWorkspace>& planned,
-                                                   const std::vector<JJWorkspace>& current);
+/// `prefix` and the name for every planned workspace that is gone or whose
+/// change differs in `current`, or, given `ids` (old commit ID to new), whose
+/// commit has a translation that it is not on.
+std::vector<std::string> workspaceIdentityWarnings(
+    const std::vector<JJWorkspace>& planned, const std::vector<JJWorkspace>& current,
+    std::string_view prefix = "Working-copy identity changed in ",
+    const std::map<std::string, std::string>& ids = {});
+
+/// `bookmark move --to commit_id(<commitID>) -- <name as an exact pattern>`.
+std::vector<std::string> bookmarkMoveArguments(const std::string& commitID,
+                                               const std::string& name);
 
 /// The names of `workspaces`, in order.
 std::vector<std::string> workspaceNames(const std::vector<JJWorkspace>& workspaces);
@@ -205,7 +225,28 @@ LocalStackUpdateReceipt runSingleCommand(const JJClient& client, const SingleCom
 std::optional<std::string> readOperation(const JJClient& client);
 
 std::vector<std::string> changeIDsOf(const std::vector<JJCommit>& commits);
+/// Change and commit ID of each commit, sorted: revisions compared as a set.
+std::vector<std::pair<std::string, std::string>> revisionPairs(
+    const std::vector<JJCommit>& commits);
 std::vector<std::string> commitIDsOf(const std::vector<JJCommit>& commits);
+
+/// The last operation a record knows of: its receipt's after-operation, else
+/// that of its last step that has one, else the plan's.
+template <typename Plan>
+std::string latestRecordedOperation(const OperationRecord<Plan>& record,
+                                    const std::string& planOperationID) {
+    if (record.receipt && record.receipt->afterOperationID) {
+        return *record.receipt->afterOperationID;
+    }
+    if (record.steps) {
+        for (auto step = record.steps->rbegin(); step != record.steps->rend(); ++step) {
+            if (step->afterOperationID) {
+                return *step->afterOperationID;
+            }
+        }
+    }
+    return planOperationID;
+}
 
 /// The description of any exception, for receipts.
 std::string describe(const std::exception& error);
