@@ -30,6 +30,13 @@ A planned rewrite takes two calls: the plan command prints a plan, which the
 execute command takes back unchanged once it has been looked at:
   vorda-cli exec '{"planLocalStackUpdate":{"bookmarks":["feature"],"oneOffChangeIDs":[]}}' \
     | jq -c '{executeLocalStackUpdate:{plan:.localStackUpdatePlan._0}}' | vorda-cli exec
+Routing that repairs the composition a bookmark stands on, then advances the
+feature (afterChangeID null), and attaching a feature to a composition:
+  vorda-cli exec '{"planCoordinatedRouting":{"changeIDs":[ID,...],"afterChangeID":null,
+    "bookmark":"feature","repairBookmark":"env"}}' \
+    | jq -c '{executeCoordinatedRouting:{plan:.coordinatedRoutingPlan._0}}' | vorda-cli exec
+  vorda-cli exec '{"planCompositionAttachment":{"compositionChangeID":ID,"bookmark":"feature"}}' \
+    | jq -c '{executeCompositionAttachment:{plan:.compositionAttachmentPlan._0}}' | vorda-cli exec
 )";
     }
     if (subcommand == "query") {
@@ -57,6 +64,12 @@ the argument labels.
                       append left undone, for exec's executeFeatureAppendRecovery
   loadRecoveryReceipts {}  records of append recoveries
   loadAttachmentReceipts {}  records of composition attachments
+  loadCoordinatedRoutingReceipts {}  records of coordinated routings
+  inspectCoordinatedRouting {"record":RECORD}   which recorded stage the
+                      repository matches now
+  planCoordinatedRecovery {"record":RECORD}   the repairs and bookmark advance a
+                      stopped routing left, for exec's executeCoordinatedRecovery
+  loadCoordinatedRecoveryReceipts {}  records of coordinated recoveries
 
 examples:
   vorda-cli query loadRecentOps '{"limit":30}'
@@ -65,6 +78,10 @@ examples:
   record=$(vorda-cli query loadAppendReceipts | jq -c '.records[0]')
   vorda-cli query planFeatureAppendRecovery "{\"record\":$record}" \
     | jq -c "{executeFeatureAppendRecovery:{plan:., source:$record}}" | vorda-cli exec
+  # finish a coordinated routing that stopped between its steps
+  record=$(vorda-cli query loadCoordinatedRoutingReceipts | jq -c '.records[0]')
+  vorda-cli query planCoordinatedRecovery "{\"record\":$record}" \
+    | jq -c "{executeCoordinatedRecovery:{plan:., source:$record}}" | vorda-cli exec
 )";
     }
     if (subcommand == "watch") {

@@ -178,6 +178,28 @@ const std::map<std::string, Query>& queries() {
              return receiptList<CompositionAttachmentPlan>(session,
                                                            session.loadAttachmentReceipts());
          }},
+        {"loadCoordinatedRoutingReceipts",
+         [](RepoSession& session, const QueryArguments&) {
+             return receiptList<CoordinatedFeatureRoutingPlan>(
+                 session, session.loadCoordinatedRoutingReceipts());
+         }},
+        {"loadCoordinatedRecoveryReceipts",
+         [](RepoSession& session, const QueryArguments&) {
+             return receiptList<CoordinatedRoutingRecoveryPlan>(
+                 session, session.loadCoordinatedRecoveryReceipts());
+         }},
+        {"inspectCoordinatedRouting",
+         [](RepoSession& session, const QueryArguments& args) {
+             auto json = wire(session.inspectCoordinatedRouting(
+                 args.decoded<OperationRecord<CoordinatedFeatureRoutingPlan>>("record")));
+             json["guidance"] = CoordinatedRoutingInspection::guidance();
+             return json;
+         }},
+        {"planCoordinatedRecovery",
+         [](RepoSession& session, const QueryArguments& args) {
+             return wire(session.planCoordinatedRecovery(
+                 args.decoded<OperationRecord<CoordinatedFeatureRoutingPlan>>("record")));
+         }},
         {"loadRebaseConflict",
          [](RepoSession& session, const QueryArguments& args) {
              return wire(session.loadRebaseConflict(args.text("changeID")));

@@ -17,6 +17,7 @@
 #include "jjkit/process/ProcessExecutor.h"
 #include "support/TempDir.h"
 #include "support/TestRepo.h"
+#include "support/TestTools.h"
 
 namespace vorda {
 namespace {
@@ -232,6 +233,68 @@ TEST(VordaCli, ExecAndQueryRunCommandsAndPlansAndTellFailuresFromBadInput) {
                      "The planned parent topology and advanced bookmark are present. This does "
                      "not prove command provenance or unchanged file contents; no automatic "
                      "recovery is needed."}}));
+}
+
+TEST(VordaCli, AStoppedCoordinatedRoutingIsInspectedAndRecoveredByLaterCallsAndAFeatureAttached) {
+    TestRepo repo;
+    repo.draw(R"(
+      B <- root "base" README=base
+      T <- B "t" t.txt=t [feat]
+      S1 <- B "s1" s1.txt=s1
+      S2 <- S1 "s2" s2.txt=s2
+      X <- B "x" x.txt=x
+      O <- B "other" o.txt=o [other]
+      R <- S2 X "wip: Vorda composition default" [env]
+      @ <- R
+    )");
+    const auto& root = repo.root();
+    const auto exec = [&](const std::string& name, const json& arguments) {
+        return succeeded({"exec", json{{name, arguments}}.dump()}, root);
+    };
+    const auto query = [&](const std::string& name, const json& arguments) {
+        return succeeded({"query", name, arguments.dump()}, root);
+    };
+
+    const auto plan = exec("planCoordinatedRouting", {{"changeIDs", {repo.id("S1"), repo.id("S2")}},
+                                                      {"afterChangeID", nullptr},
+                                                      {"bookmark", "feat"},
+                                                      {"repairBookmark", "env"}})
+                          .at("/coordinatedRoutingPlan/_0"_json_pointer);
+    {
+        // The process the routing runs in cannot move bookmarks.
+        const testing::FailingJJScope failing("bookmark");
+        const auto stopped = exec("executeCoordinatedRouting", {{"plan", plan}});
+        EXPECT_THAT(stopped.at("/coordinatedRoutingCompleted/_0/receipt/commandError"_json_pointer)
+                        .get<std::string>(),
+                    ::testing::HasSubstr("injected failure"));
+    }
+    const auto routings = query("loadCoordinatedRoutingReceipts", json::object());
+    const auto record = routings.at("/records/0"_json_pointer);
+    EXPECT_THAT(routings.at("/guidance/0"_json_pointer).get<std::string>(),
+                ::testing::HasSubstr("needs inspection"));
+    const auto inspection = query("inspectCoordinatedRouting", {{"record", record}});
+    EXPECT_EQ(inspection.at("matchingStages"), json({"Routed; 1 of 1 attachment repairs"}));
+    EXPECT_THAT(inspection.at("guidance").get<std::string>(),
+                ::testing::HasSubstr("Do not replay the original routing plan."));
+
+    const auto recovery = query("planCoordinatedRecovery", {{"record", record}});
+    EXPECT_EQ(recovery.at("remainingRepairs"), json::array());
+    EXPECT_EQ(recovery.at("advanceBookmark"), true);
+    exec("executeCoordinatedRecovery", {{"plan", recovery}, {"source", record}});
+    EXPECT_EQ(repo.bookmarkTarget("feat"), "S2");
+    EXPECT_EQ(repo.parents("R"), (std::vector<std::string>{"B", "X", "S2"}));
+    const auto recoveries = query("loadCoordinatedRecoveryReceipts", json::object());
+    EXPECT_EQ(recoveries.at("records").size(), 1U);
+    EXPECT_THAT(recoveries.at("/guidance/0"_json_pointer).get<std::string>(),
+                ::testing::HasSubstr("matches the verified result"));
+
+    // Another feature becomes the composition's last parent.
+    const auto attachment = exec("planCompositionAttachment",
+                                 {{"compositionChangeID", repo.id("R")}, {"bookmark", "other"}})
+                                .at("/compositionAttachmentPlan/_0"_json_pointer);
+    exec("executeCompositionAttachment", {{"plan", attachment}});
+    EXPECT_EQ(repo.parents("R"), (std::vector<std::string>{"B", "X", "S2", "O"}));
+    EXPECT_EQ(query("loadAttachmentReceipts", json::object()).at("records").size(), 1U);
 }
 
 TEST(VordaCli, WatchPrintsASnapshotAfterAChangeFromTheCommandLine) {

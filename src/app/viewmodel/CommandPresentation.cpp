@@ -44,6 +44,15 @@ std::string mutationLabel(const RepoCommand& command) {
             [](const C::SyncWithTrunk& c) { return labelled("Syncing " + c.bookmark.name); },
             [](const C::PlanLocalStackUpdate&) { return labelled("Planning local-stack rebase"); },
             [](const C::ExecuteLocalStackUpdate&) { return labelled("Rebasing local stacks"); },
+            [](const C::PlanCoordinatedRouting&) {
+                return labelled("Planning routing and attachment repairs");
+            },
+            [](const C::ExecuteCoordinatedRouting&) {
+                return labelled("Routing work and repairing attachments");
+            },
+            [](const C::ExecuteCoordinatedRecovery&) {
+                return labelled("Recovering coordinated routing");
+            },
             [](const C::PlanCompositionAttachment&) {
                 return labelled("Planning composition attachment");
             },

@@ -5,6 +5,8 @@
 #include "app/viewmodel/ObservableField.h"
 #include "app/viewmodel/ViewModelTypes.h"
 #include "jjkit/rewrites/CompositionAttachmentPlan.h"
+#include "jjkit/rewrites/CoordinatedRecoveryPlan.h"
+#include "jjkit/rewrites/CoordinatedRoutingPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -19,6 +21,8 @@ using RoutingRecords = std::vector<OperationRecord<FeatureInsertionPlan>>;
 using AppendRecords = std::vector<OperationRecord<FeatureAppendPlan>>;
 using AttachmentRecords = std::vector<OperationRecord<CompositionAttachmentPlan>>;
 using RecoveryRecords = std::vector<OperationRecord<FeatureAppendRecoveryPlan>>;
+using CoordinatedRoutingRecords = std::vector<OperationRecord<CoordinatedFeatureRoutingPlan>>;
+using CoordinatedRecoveryRecords = std::vector<OperationRecord<CoordinatedRoutingRecoveryPlan>>;
 
 /// The operation log: jj's recent operations, the receipts of the planned
 /// rewrites, and one warning line per list that could not be read.
@@ -32,6 +36,9 @@ class OperationLogModel : public QObject {
     void changed();
 
   private:
+    VORDA_FIELD(CoordinatedRecoveryRecords, coordinatedRecoveryRecords,
+                setCoordinatedRecoveryRecords);
+    VORDA_FIELD(CoordinatedRoutingRecords, coordinatedRoutingRecords, setCoordinatedRoutingRecords);
     VORDA_FIELD(AttachmentRecords, attachmentRecords, setAttachmentRecords);
     VORDA_FIELD(OpList, recentOps, setRecentOps);
     VORDA_FIELD(UpdateRecords, updateRecords, setUpdateRecords);

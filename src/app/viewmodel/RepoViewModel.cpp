@@ -252,6 +252,23 @@ void RepoViewModel::apply(const RepoCommandResult& result, const RepoCommand& co
                 rewrites.setLocalStackUpdatePlan(std::nullopt);
                 activity.setToastMessage(localStackUpdateToast(r.receipt));
             },
+            [&](const RepoCommandResult::CoordinatedRoutingPlan& r) {
+                rewrites.setCoordinatedRoutingPlan(r.plan);
+                rewrites.setCoordinatedRoutingRecord(std::nullopt);
+            },
+            [&](const RepoCommandResult::CoordinatedRoutingCompleted& r) {
+                rewrites.setCoordinatedRoutingRecord(r.record);
+                rewrites.setCoordinatedRoutingPlan(std::nullopt);
+                operationLog_->setCoordinatedRoutingRecords(
+                    mergedRecord(operationLog_->coordinatedRoutingRecords(), r.record));
+                activity.setToastMessage(coordinatedRoutingToast(r.record));
+            },
+            [&](const RepoCommandResult::CoordinatedRecoveryCompleted& r) {
+                rewrites.setCoordinatedRecoveryRecord(r.record);
+                operationLog_->setCoordinatedRecoveryRecords(
+                    mergedRecord(operationLog_->coordinatedRecoveryRecords(), r.record));
+                activity.setToastMessage(coordinatedRecoveryToast(r.record));
+            },
             [&](const RepoCommandResult::CompositionAttachmentPlan& r) {
                 rewrites.setCompositionAttachmentPlan(r.plan);
                 rewrites.setCompositionAttachmentRecord(std::nullopt);
@@ -580,6 +597,29 @@ void RepoViewModel::executeApprovedAppendRecovery(const FeatureAppendRecoveryPla
     send(RepoCommand::ExecuteFeatureAppendRecovery{plan, source});
 }
 
+void RepoViewModel::inspectCoordinatedRouting(
+    const CoordinatedRecord& record,
+    std::function<void(const Outcome<CoordinatedRoutingInspection>&)> done) {
+    readFromSession(
+        *work_, repoSession_, WorkKind::operationLog, false,
+        [record](const RepoSession& session) { return session.inspectCoordinatedRouting(record); },
+        std::move(done));
+}
+
+void RepoViewModel::planCoordinatedRecovery(
+    const CoordinatedRecord& source,
+    std::function<void(const Outcome<CoordinatedRoutingRecoveryPlan>&)> done) {
+    readFromSession(
+        *work_, repoSession_, WorkKind::operationLog, false,
+        [source](const RepoSession& session) { return session.planCoordinatedRecovery(source); },
+        std::move(done));
+}
+
+void RepoViewModel::executeApprovedCoordinatedRecovery(const CoordinatedRoutingRecoveryPlan& plan,
+                                                       const CoordinatedRecord& source) {
+    send(RepoCommand::ExecuteCoordinatedRecovery{plan, source});
+}
+
 void RepoViewModel::splitCommitByHunks(const std::string& changeID,
                                        const DiffEditorProtocol::HunkSelection& selection,
                                        bool ignoreImmutable) {
@@ -601,6 +641,8 @@ namespace {
 // Everything the operation log shows, read in one background step. Each read
 // that fails leaves a line and the next one still runs.
 struct OperationLogReads {
+    std::optional<CoordinatedRecoveryRecords> coordinatedRecoveryRecords;
+    std::optional<CoordinatedRoutingRecords> coordinatedRoutingRecords;
     std::optional<AttachmentRecords> attachmentRecords;
     std::optional<OpList> ops;
     std::optional<UpdateRecords> updateRecords;
@@ -634,6 +676,12 @@ auto journalRecords(Load load, const std::string& failure, StringList& warnings)
 
 OperationLogReads readOperationLog(const RepoSession& session) {
     OperationLogReads reads;
+    reads.coordinatedRecoveryRecords =
+        journalRecords([&] { return session.loadCoordinatedRecoveryReceipts(); },
+                       "Could not load coordinated recovery receipts: ", reads.warnings);
+    reads.coordinatedRoutingRecords =
+        journalRecords([&] { return session.loadCoordinatedRoutingReceipts(); },
+                       "Could not load coordinated routing receipts: ", reads.warnings);
     reads.attachmentRecords =
         journalRecords([&] { return session.loadAttachmentReceipts(); },
                        "Could not load attachment receipts: ", reads.warnings);
@@ -664,6 +712,8 @@ void RepoViewModel::loadRecentOps() {
     log.setAppendRecords({});
     log.setRecoveryRecords({});
     log.setAttachmentRecords({});
+    log.setCoordinatedRoutingRecords({});
+    log.setCoordinatedRecoveryRecords({});
     work_->runNewest(
         WorkKind::operationLog, [session = repoSession_] { return readOperationLog(*session); },
         [&log](const Outcome<OperationLogReads>& outcome) {
@@ -677,6 +727,10 @@ void RepoViewModel::loadRecentOps() {
                 log.setAppendRecords(reads.appendRecords.value_or(AppendRecords{}));
                 log.setRecoveryRecords(reads.recoveryRecords.value_or(RecoveryRecords{}));
                 log.setAttachmentRecords(reads.attachmentRecords.value_or(AttachmentRecords{}));
+                log.setCoordinatedRoutingRecords(
+                    reads.coordinatedRoutingRecords.value_or(CoordinatedRoutingRecords{}));
+                log.setCoordinatedRecoveryRecords(
+                    reads.coordinatedRecoveryRecords.value_or(CoordinatedRecoveryRecords{}));
                 log.setWarnings(reads.warnings);
             } else {
                 log.setWarnings({"Could not load operations: " + outcome.error});

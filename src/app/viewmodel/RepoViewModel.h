@@ -114,6 +114,17 @@ class RepoViewModel : public QObject {
     /// Carries out a recovery the user approved.
     void executeApprovedAppendRecovery(const FeatureAppendRecoveryPlan& plan,
                                        const AppendRecord& source);
+    /// What a coordinated routing's receipt finds in the repository now.
+    void inspectCoordinatedRouting(
+        const CoordinatedRecord& record,
+        std::function<void(const Outcome<CoordinatedRoutingInspection>&)> done);
+    /// The rest of a stopped coordinated routing, planned from what is there
+    /// now; a refusal comes back as the outcome's error.
+    void planCoordinatedRecovery(
+        const CoordinatedRecord& source,
+        std::function<void(const Outcome<CoordinatedRoutingRecoveryPlan>&)> done);
+    void executeApprovedCoordinatedRecovery(const CoordinatedRoutingRecoveryPlan& plan,
+                                            const CoordinatedRecord& source);
     /// Splits a commit by the hunks `selection` keeps, through the diff
     /// helper; without the helper nothing is sent and the error says so.
     void splitCommitByHunks(const std::string& changeID,

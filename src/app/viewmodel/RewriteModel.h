@@ -4,6 +4,8 @@
 
 #include "app/viewmodel/ObservableField.h"
 #include "jjkit/rewrites/CompositionAttachmentPlan.h"
+#include "jjkit/rewrites/CoordinatedRecoveryPlan.h"
+#include "jjkit/rewrites/CoordinatedRoutingPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -21,6 +23,11 @@ using OptionalAppendRecord = std::optional<AppendRecord>;
 using OptionalAttachmentPlan = std::optional<CompositionAttachmentPlan>;
 using OptionalAttachmentRecord = std::optional<OperationRecord<CompositionAttachmentPlan>>;
 using OptionalRecoveryRecord = std::optional<OperationRecord<FeatureAppendRecoveryPlan>>;
+using CoordinatedRecord = OperationRecord<CoordinatedFeatureRoutingPlan>;
+using OptionalCoordinatedPlan = std::optional<CoordinatedFeatureRoutingPlan>;
+using OptionalCoordinatedRecord = std::optional<CoordinatedRecord>;
+using OptionalCoordinatedRecoveryRecord =
+    std::optional<OperationRecord<CoordinatedRoutingRecoveryPlan>>;
 
 /// The planned rewrites: each flow's previewed plan and, once carried out,
 /// its receipt. A new plan clears the last outcome and an outcome clears the
@@ -37,6 +44,10 @@ class RewriteModel : public QObject {
   private:
     VORDA_FIELD(OptionalStackPlan, localStackUpdatePlan, setLocalStackUpdatePlan);
     VORDA_FIELD(OptionalReceipt, localStackUpdateReceipt, setLocalStackUpdateReceipt);
+    VORDA_FIELD(OptionalCoordinatedPlan, coordinatedRoutingPlan, setCoordinatedRoutingPlan);
+    VORDA_FIELD(OptionalCoordinatedRecord, coordinatedRoutingRecord, setCoordinatedRoutingRecord);
+    VORDA_FIELD(OptionalCoordinatedRecoveryRecord, coordinatedRecoveryRecord,
+                setCoordinatedRecoveryRecord);
     VORDA_FIELD(OptionalAttachmentPlan, compositionAttachmentPlan, setCompositionAttachmentPlan);
     VORDA_FIELD(OptionalAttachmentRecord, compositionAttachmentRecord,
                 setCompositionAttachmentRecord);

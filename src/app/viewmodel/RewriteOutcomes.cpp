@@ -37,6 +37,17 @@ std::string featureAppendToast(const OperationRecord<FeatureAppendPlan>& record)
                              : "Append needs inspection; see its step receipt";
 }
 
+std::string coordinatedRoutingToast(const OperationRecord<CoordinatedFeatureRoutingPlan>& record) {
+    return succeeded(record) ? "Coordinated routing verified"
+                             : "Partial routing may need inspection; see its receipt";
+}
+
+std::string coordinatedRecoveryToast(
+    const OperationRecord<CoordinatedRoutingRecoveryPlan>& record) {
+    return succeeded(record) ? "Coordinated recovery verified"
+                             : "Recovery needs inspection; see its receipt";
+}
+
 std::string compositionAttachmentToast(const OperationRecord<CompositionAttachmentPlan>& record) {
     return succeeded(record) ? "Composition attachment verified"
                              : "Attachment needs inspection; see its receipt";

@@ -4,6 +4,8 @@
 #include <vector>
 
 #include "jjkit/rewrites/CompositionAttachmentPlan.h"
+#include "jjkit/rewrites/CoordinatedRecoveryPlan.h"
+#include "jjkit/rewrites/CoordinatedRoutingPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/OperationRecord.h"
@@ -25,6 +27,8 @@ std::vector<Record> mergedRecord(std::vector<Record> records, const Record& reco
     return records;
 }
 
+std::string coordinatedRoutingToast(const OperationRecord<CoordinatedFeatureRoutingPlan>& record);
+std::string coordinatedRecoveryToast(const OperationRecord<CoordinatedRoutingRecoveryPlan>& record);
 std::string compositionAttachmentToast(const OperationRecord<CompositionAttachmentPlan>& record);
 std::string featureAppendRecoveryToast(const OperationRecord<FeatureAppendRecoveryPlan>& record);
 

@@ -8,9 +8,24 @@
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
 #include "jjkit/rewrites/LocalStackUpdatePlan.h"
 #include "jjkit/rewrites/OperationRecord.h"
+#include "jjkit/templates/RevsetQuoting.h"
 
 namespace vorda::commands {
 namespace {
+
+/// The composition a coordinated routing repairs, named by the bookmark on
+/// it: its change ID, or none when no bookmark is named, which the planner
+/// refuses.
+std::vector<std::string> repairCompositions(const JJClient& client, const std::string& bookmark) {
+    if (bookmark.empty()) {
+        return {};
+    }
+    const auto rows = client.log(bookmarkSetRevset(bookmark) + " & ::visible_heads()");
+    if (rows.size() != 1) {
+        throw JJError::unsafeOperation("A repair composition is hidden, missing, or divergent.");
+    }
+    return {rows.front().changeID};
+}
 
 // Visits a command's case; every overload is one row of the dispatch table.
 class Dispatcher {
@@ -39,6 +54,20 @@ class Dispatcher {
     RepoCommandResult operator()(const RepoCommand::ExecuteLocalStackUpdate& command) const {
         return completed(session_, RepoCommandResult::LocalStackUpdateCompleted{
                                        client_.executeLocalStackUpdate(command.plan)});
+    }
+    RepoCommandResult operator()(const RepoCommand::PlanCoordinatedRouting& command) const {
+        return RepoCommandResult::CoordinatedRoutingPlan{client_.planCoordinatedFeatureRouting(
+            command.changeIDs, command.afterChangeID, command.bookmark,
+            repairCompositions(client_, command.repairBookmark))};
+    }
+    RepoCommandResult operator()(const RepoCommand::ExecuteCoordinatedRouting& command) const {
+        return completed(session_, RepoCommandResult::CoordinatedRoutingCompleted{
+                                       client_.executeCoordinatedFeatureRouting(command.plan)});
+    }
+    RepoCommandResult operator()(const RepoCommand::ExecuteCoordinatedRecovery& command) const {
+        return completed(
+            session_, RepoCommandResult::CoordinatedRecoveryCompleted{
+                          client_.executeCoordinatedRoutingRecovery(command.plan, command.source)});
     }
     RepoCommandResult operator()(const RepoCommand::PlanCompositionAttachment& command) const {
         return RepoCommandResult::CompositionAttachmentPlan{

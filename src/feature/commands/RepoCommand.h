@@ -16,6 +16,8 @@
 #include "jjkit/model/Composition.h"
 #include "jjkit/records/JJOp.h"
 #include "jjkit/rewrites/CompositionAttachmentPlan.h"
+#include "jjkit/rewrites/CoordinatedRecoveryPlan.h"
+#include "jjkit/rewrites/CoordinatedRoutingPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -91,6 +93,25 @@ struct RepoCommand {
     struct ExecuteLocalStackUpdate {
         static constexpr std::string_view caseName = "executeLocalStackUpdate";
         LocalStackUpdatePlan plan;
+    };
+    /// Routing that repairs the composition `repairBookmark` points at;
+    /// onto the tip of `bookmark` when `afterChangeID` is absent.
+    struct PlanCoordinatedRouting {
+        static constexpr std::string_view caseName = "planCoordinatedRouting";
+        std::vector<std::string> changeIDs;
+        std::optional<std::string> afterChangeID;
+        std::string bookmark;
+        std::string repairBookmark;
+    };
+    struct ExecuteCoordinatedRouting {
+        static constexpr std::string_view caseName = "executeCoordinatedRouting";
+        CoordinatedFeatureRoutingPlan plan;
+    };
+    /// The steps a stopped coordinated routing left; `source` is its receipt.
+    struct ExecuteCoordinatedRecovery {
+        static constexpr std::string_view caseName = "executeCoordinatedRecovery";
+        CoordinatedRoutingRecoveryPlan plan;
+        OperationRecord<CoordinatedFeatureRoutingPlan> source;
     };
     struct PlanCompositionAttachment {
         static constexpr std::string_view caseName = "planCompositionAttachment";
@@ -355,6 +376,7 @@ struct RepoCommand {
 
     using Value = std::variant<
         Fetch, Push, PerformPush, SyncWithTrunk, PlanLocalStackUpdate, ExecuteLocalStackUpdate,
+        PlanCoordinatedRouting, ExecuteCoordinatedRouting, ExecuteCoordinatedRecovery,
         PlanCompositionAttachment, ExecuteCompositionAttachment, PlanFeatureInsertion,
         ExecuteFeatureInsertion, PlanFeatureAppend, ExecuteFeatureAppend,
         ExecuteFeatureAppendRecovery, CreateBookmark, RenameBookmark, AbandonBookmark,

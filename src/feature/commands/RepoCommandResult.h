@@ -10,6 +10,8 @@
 #include "jjkit/model/Bookmark.h"
 #include "jjkit/records/JJOp.h"
 #include "jjkit/rewrites/CompositionAttachmentPlan.h"
+#include "jjkit/rewrites/CoordinatedRecoveryPlan.h"
+#include "jjkit/rewrites/CoordinatedRoutingPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -79,6 +81,18 @@ struct RepoCommandResult {
         static constexpr std::string_view caseName = "localStackUpdateCompleted";
         LocalStackUpdateReceipt receipt;
     };
+    struct CoordinatedRoutingPlan {
+        static constexpr std::string_view caseName = "coordinatedRoutingPlan";
+        CoordinatedFeatureRoutingPlan plan;
+    };
+    struct CoordinatedRoutingCompleted {
+        static constexpr std::string_view caseName = "coordinatedRoutingCompleted";
+        OperationRecord<CoordinatedFeatureRoutingPlan> record;
+    };
+    struct CoordinatedRecoveryCompleted {
+        static constexpr std::string_view caseName = "coordinatedRecoveryCompleted";
+        OperationRecord<CoordinatedRoutingRecoveryPlan> record;
+    };
     struct CompositionAttachmentPlan {
         static constexpr std::string_view caseName = "compositionAttachmentPlan";
         vorda::CompositionAttachmentPlan plan;
@@ -112,11 +126,13 @@ struct RepoCommandResult {
         RepoCommandError error;
     };
 
-    using Value = std::variant<Refreshed, Toast, RequiresConfirmation, ForcePushRequired, OpenURL,
-                               RecentOps, LocalStackUpdatePlan, LocalStackUpdateCompleted,
-                               CompositionAttachmentPlan, CompositionAttachmentCompleted,
-                               FeatureInsertionPlan, FeatureInsertionCompleted, FeatureAppendPlan,
-                               FeatureAppendCompleted, FeatureAppendRecoveryCompleted, Failure>;
+    using Value =
+        std::variant<Refreshed, Toast, RequiresConfirmation, ForcePushRequired, OpenURL, RecentOps,
+                     LocalStackUpdatePlan, LocalStackUpdateCompleted, CoordinatedRoutingPlan,
+                     CoordinatedRoutingCompleted, CoordinatedRecoveryCompleted,
+                     CompositionAttachmentPlan, CompositionAttachmentCompleted,
+                     FeatureInsertionPlan, FeatureInsertionCompleted, FeatureAppendPlan,
+                     FeatureAppendCompleted, FeatureAppendRecoveryCompleted, Failure>;
     Value value;
 
     /// Any case converts; it is taken by value, so copies and moves of a

@@ -22,6 +22,8 @@
 #include "jjkit/github/GitHubClient.h"
 #include "jjkit/repo/JJFileWatcher.h"
 #include "jjkit/rewrites/CompositionAttachmentPlan.h"
+#include "jjkit/rewrites/CoordinatedRecoveryPlan.h"
+#include "jjkit/rewrites/CoordinatedRoutingPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -132,6 +134,13 @@ class RepoSession : public std::enable_shared_from_this<RepoSession> {
         const OperationRecord<FeatureAppendPlan>& source) const;
     OperationJournal<FeatureAppendRecoveryPlan>::Loaded loadRecoveryReceipts() const;
     OperationJournal<CompositionAttachmentPlan>::Loaded loadAttachmentReceipts() const;
+    OperationJournal<CoordinatedFeatureRoutingPlan>::Loaded loadCoordinatedRoutingReceipts() const;
+    OperationJournal<CoordinatedRoutingRecoveryPlan>::Loaded loadCoordinatedRecoveryReceipts()
+        const;
+    CoordinatedRoutingInspection inspectCoordinatedRouting(
+        const OperationRecord<CoordinatedFeatureRoutingPlan>& record) const;
+    CoordinatedRoutingRecoveryPlan planCoordinatedRecovery(
+        const OperationRecord<CoordinatedFeatureRoutingPlan>& source) const;
 
     // Commands.
 

@@ -36,4 +36,24 @@ OperationJournal<CompositionAttachmentPlan>::Loaded RepoSession::loadAttachmentR
     return OperationJournal<CompositionAttachmentPlan>(repoRoot_).load();
 }
 
+OperationJournal<CoordinatedFeatureRoutingPlan>::Loaded
+RepoSession::loadCoordinatedRoutingReceipts() const {
+    return OperationJournal<CoordinatedFeatureRoutingPlan>(repoRoot_).load();
+}
+
+OperationJournal<CoordinatedRoutingRecoveryPlan>::Loaded
+RepoSession::loadCoordinatedRecoveryReceipts() const {
+    return OperationJournal<CoordinatedRoutingRecoveryPlan>(repoRoot_).load();
+}
+
+CoordinatedRoutingInspection RepoSession::inspectCoordinatedRouting(
+    const OperationRecord<CoordinatedFeatureRoutingPlan>& record) const {
+    return client_->inspectCoordinatedRouting(record);
+}
+
+CoordinatedRoutingRecoveryPlan RepoSession::planCoordinatedRecovery(
+    const OperationRecord<CoordinatedFeatureRoutingPlan>& source) const {
+    return client_->planCoordinatedRoutingRecovery(source);
+}
+
 }  // namespace vorda

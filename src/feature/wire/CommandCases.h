@@ -87,6 +87,25 @@ struct WireFields<RepoCommand::ExecuteLocalStackUpdate> {
 };
 
 template <>
+struct WireFields<RepoCommand::PlanCoordinatedRouting> {
+    using Case = RepoCommand::PlanCoordinatedRouting;
+    static constexpr auto fields = std::tuple{
+        wireField("changeIDs", &Case::changeIDs), wireField("afterChangeID", &Case::afterChangeID),
+        wireField("bookmark", &Case::bookmark), wireField("repairBookmark", &Case::repairBookmark)};
+};
+template <>
+struct WireFields<RepoCommand::ExecuteCoordinatedRouting> {
+    static constexpr auto fields =
+        std::tuple{wireField("plan", &RepoCommand::ExecuteCoordinatedRouting::plan)};
+};
+template <>
+struct WireFields<RepoCommand::ExecuteCoordinatedRecovery> {
+    using Case = RepoCommand::ExecuteCoordinatedRecovery;
+    static constexpr auto fields =
+        std::tuple{wireField("plan", &Case::plan), wireField("source", &Case::source)};
+};
+
+template <>
 struct WireFields<RepoCommand::PlanCompositionAttachment> {
     using Case = RepoCommand::PlanCompositionAttachment;
     static constexpr auto fields =

@@ -101,6 +101,21 @@ struct WireFields<RepoCommandResult::LocalStackUpdateCompleted> {
         std::tuple{wireField("_0", &RepoCommandResult::LocalStackUpdateCompleted::receipt)};
 };
 template <>
+struct WireFields<RepoCommandResult::CoordinatedRoutingPlan> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::CoordinatedRoutingPlan::plan)};
+};
+template <>
+struct WireFields<RepoCommandResult::CoordinatedRoutingCompleted> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::CoordinatedRoutingCompleted::record)};
+};
+template <>
+struct WireFields<RepoCommandResult::CoordinatedRecoveryCompleted> {
+    static constexpr auto fields =
+        std::tuple{wireField("_0", &RepoCommandResult::CoordinatedRecoveryCompleted::record)};
+};
+template <>
 struct WireFields<RepoCommandResult::CompositionAttachmentPlan> {
     static constexpr auto fields =
         std::tuple{wireField("_0", &RepoCommandResult::CompositionAttachmentPlan::plan)};

@@ -10,6 +10,8 @@
 #include "feature/wire/WireCoding.h"
 #include "feature/wire/WireRecord.h"
 #include "jjkit/rewrites/CompositionAttachmentPlan.h"
+#include "jjkit/rewrites/CoordinatedRecoveryPlan.h"
+#include "jjkit/rewrites/CoordinatedRoutingPlan.h"
 #include "jjkit/rewrites/FeatureAppendPlan.h"
 #include "jjkit/rewrites/FeatureAppendRecoveryPlan.h"
 #include "jjkit/rewrites/FeatureInsertionPlan.h"
@@ -40,6 +42,10 @@ template <>
 struct Wire<FeatureAppendRecoveryPlan> : StoredFormWire<FeatureAppendRecoveryPlan> {};
 template <>
 struct Wire<CompositionAttachmentPlan> : StoredFormWire<CompositionAttachmentPlan> {};
+template <>
+struct Wire<CoordinatedFeatureRoutingPlan> : StoredFormWire<CoordinatedFeatureRoutingPlan> {};
+template <>
+struct Wire<CoordinatedRoutingRecoveryPlan> : StoredFormWire<CoordinatedRoutingRecoveryPlan> {};
 template <>
 struct Wire<LocalStackUpdateReceipt> : StoredFormWire<LocalStackUpdateReceipt> {};
 template <typename Plan>
@@ -87,6 +93,29 @@ struct WireFields<FeatureAppendInspection> {
                    wireField("warnings", &Inspection::warnings),
                    wireField("conflictedChangeIDs", &Inspection::conflictedChangeIDs),
                    wireField("changedSinceCheckpoint", &Inspection::changedSinceCheckpoint)};
+};
+
+template <>
+struct WireFields<CoordinatedRoutingInspection::RepairState> {
+    using State = CoordinatedRoutingInspection::RepairState;
+    static constexpr auto fields =
+        std::tuple{wireField("changeID", &State::changeID),
+                   wireField("matchesRoutedParents", &State::matchesRoutedParents),
+                   wireField("matchesRepairedParents", &State::matchesRepairedParents)};
+};
+
+template <>
+struct WireFields<CoordinatedRoutingInspection> {
+    using Inspection = CoordinatedRoutingInspection;
+    static constexpr auto fields =
+        std::tuple{wireField("recordID", &Inspection::recordID),
+                   wireField("operationID", &Inspection::operationID),
+                   wireField("latestRecordedOperationID", &Inspection::latestRecordedOperationID),
+                   wireField("matchingStages", &Inspection::matchingStages),
+                   wireField("bookmarkState", &Inspection::bookmarkState),
+                   wireField("repairs", &Inspection::repairs),
+                   wireField("warnings", &Inspection::warnings),
+                   wireField("conflictedChangeIDs", &Inspection::conflictedChangeIDs)};
 };
 
 }  // namespace vorda

@@ -205,6 +205,28 @@ TEST(RepoViewModelRules, RewritePlansAndOutcomesReplaceEachOtherAndToast) {
     EXPECT_FALSE(model.rewrites().featureAppendPlan().has_value());
     EXPECT_EQ(model.rewrites().featureAppendRecord(), record);
     EXPECT_EQ(model.activity().toastMessage(), "Appended work to feature");
+
+    // Coordinated routing: the record replaces the plan and heads the log;
+    // a recovery saved again under its id stays one entry.
+    model.apply(RepoCommandResult::CoordinatedRoutingPlan{CoordinatedFeatureRoutingPlan{}},
+                RepoCommand::PlanCoordinatedRouting{});
+    OperationRecord<CoordinatedFeatureRoutingPlan> routing;
+    routing.id = "C";
+    model.apply(RepoCommandResult::CoordinatedRoutingCompleted{routing},
+                RepoCommand::ExecuteCoordinatedRouting{});
+    EXPECT_FALSE(model.rewrites().coordinatedRoutingPlan().has_value());
+    EXPECT_EQ(model.operationLog().coordinatedRoutingRecords(), CoordinatedRoutingRecords{routing});
+    EXPECT_EQ(model.activity().toastMessage(),
+              "Partial routing may need inspection; see its receipt");
+    OperationRecord<CoordinatedRoutingRecoveryPlan> recovery;
+    recovery.id = "V";
+    recovery.receipt = clean;
+    for (int time = 0; time < 2; ++time) {
+        model.apply(RepoCommandResult::CoordinatedRecoveryCompleted{recovery},
+                    RepoCommand::ExecuteCoordinatedRecovery{});
+    }
+    EXPECT_EQ(model.operationLog().coordinatedRecoveryRecords().size(), 1U);
+    EXPECT_EQ(model.activity().toastMessage(), "Coordinated recovery verified");
 }
 
 TEST(RepoViewModelRules, LaneHistoryListsEachCommitOnceAndNeverTheRoot) {
