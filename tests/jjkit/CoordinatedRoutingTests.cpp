@@ -148,6 +148,18 @@ TEST(CoordinatedRouting, AKilledRoutingIsInspectedAndRecoveredOnceFromWhatIsTher
               "Recovery preview expired. Inspect and preview again; no recovery step was "
               "attempted.");
 
+    // A change from outside before the first recovery step stops it there.
+    recovery = env.client.planCoordinatedRoutingRecovery(source);
+    const auto stopped = env.client.executeCoordinatedRoutingRecovery(
+        recovery, source, [](const auto& /*record*/) {},
+        [&] {
+            env.repo.jj({"new", "--no-edit", env.repo.id("B")});
+        });
+    EXPECT_EQ(stopped.receipt->commandError,
+              "Repository or pending files changed during recovery. No continuation was "
+              "attempted.");
+    EXPECT_FALSE(stopped.steps.has_value());
+
     recovery = env.client.planCoordinatedRoutingRecovery(source);
     const auto done = env.client.executeCoordinatedRoutingRecovery(recovery, source);
     ASSERT_TRUE(done.receipt.has_value());
@@ -239,7 +251,7 @@ TEST(CoordinatedRouting, EachStopLeavesAStageThatRecoveryFinishesOrRefuses) {
     EXPECT_EQ(conflicted.receipt->commandError,
               "Coordinated state has conflicts or could not be verified. Remaining "
               "repairs/bookmark advancement were not attempted.");
-    EXPECT_EQ(conflicted.receipt->conflictedChangeIDs,
+    EXPECT_EQ(testing::sorted(conflicted.receipt->conflictedChangeIDs),
               testing::conflictedChanges(clash.repo, "all()"));
     EXPECT_EQ(clash.stepNames(conflicted), std::vector<std::string>{"Route selected work"});
     EXPECT_EQ(refusal([&] { clash.client.planCoordinatedRoutingRecovery(conflicted); }),

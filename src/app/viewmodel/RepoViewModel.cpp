@@ -597,6 +597,22 @@ void RepoViewModel::executeApprovedAppendRecovery(const FeatureAppendRecoveryPla
     send(RepoCommand::ExecuteFeatureAppendRecovery{plan, source});
 }
 
+void RepoViewModel::beginWorkspaceRouting(const StringSet& changeIDs, const std::string& bookmark,
+                                          const std::string& after) {
+    auto& rewrites = *rewrites_;
+    rewrites.setRoutingSeedChangeIDs(changeIDs);
+    rewrites.setRoutingSeedBookmark(bookmark);
+    rewrites.setRoutingSeedAfter(after);
+    rewrites.setFeatureInsertionPlan(std::nullopt);
+    rewrites.setFeatureInsertionReceipt(std::nullopt);
+    rewrites.setFeatureAppendPlan(std::nullopt);
+    rewrites.setFeatureAppendRecord(std::nullopt);
+    rewrites.setCoordinatedRoutingPlan(std::nullopt);
+    rewrites.setCoordinatedRoutingRecord(std::nullopt);
+    activity_->setMutationError(std::nullopt);
+    rewrites.setShowFeatureInsertionSheet(true);
+}
+
 void RepoViewModel::inspectCoordinatedRouting(
     const CoordinatedRecord& record,
     std::function<void(const Outcome<CoordinatedRoutingInspection>&)> done) {

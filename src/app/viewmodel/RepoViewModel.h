@@ -114,6 +114,10 @@ class RepoViewModel : public QObject {
     /// Carries out a recovery the user approved.
     void executeApprovedAppendRecovery(const FeatureAppendRecoveryPlan& plan,
                                        const AppendRecord& source);
+    /// Opens routing with its seeds and no earlier routing preview, outcome
+    /// or error.
+    void beginWorkspaceRouting(const StringSet& changeIDs, const std::string& bookmark,
+                               const std::string& after);
     /// What a coordinated routing's receipt finds in the repository now.
     void inspectCoordinatedRouting(
         const CoordinatedRecord& record,

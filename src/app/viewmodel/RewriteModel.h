@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QObject>
+#include <set>
+#include <string>
 
 #include "app/viewmodel/ObservableField.h"
 #include "jjkit/rewrites/CompositionAttachmentPlan.h"
@@ -31,7 +33,8 @@ using OptionalCoordinatedRecoveryRecord =
 
 /// The planned rewrites: each flow's previewed plan and, once carried out,
 /// its receipt. A new plan clears the last outcome and an outcome clears the
-/// plan it carried out.
+/// plan it carried out. The routing seeds are what the routing sheet opens
+/// with.
 class RewriteModel : public QObject {
     Q_OBJECT
 
@@ -42,6 +45,10 @@ class RewriteModel : public QObject {
     void changed();
 
   private:
+    VORDA_FIELD(std::set<std::string>, routingSeedChangeIDs, setRoutingSeedChangeIDs);
+    VORDA_FIELD(std::string, routingSeedBookmark, setRoutingSeedBookmark);
+    VORDA_FIELD(std::string, routingSeedAfter, setRoutingSeedAfter);
+    VORDA_FIELD(bool, showFeatureInsertionSheet, setShowFeatureInsertionSheet);
     VORDA_FIELD(OptionalStackPlan, localStackUpdatePlan, setLocalStackUpdatePlan);
     VORDA_FIELD(OptionalReceipt, localStackUpdateReceipt, setLocalStackUpdateReceipt);
     VORDA_FIELD(OptionalCoordinatedPlan, coordinatedRoutingPlan, setCoordinatedRoutingPlan);

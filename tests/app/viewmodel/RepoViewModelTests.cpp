@@ -227,6 +227,16 @@ TEST(RepoViewModelRules, RewritePlansAndOutcomesReplaceEachOtherAndToast) {
     }
     EXPECT_EQ(model.operationLog().coordinatedRecoveryRecords().size(), 1U);
     EXPECT_EQ(model.activity().toastMessage(), "Coordinated recovery verified");
+
+    // Routing opens with its seeds and without the last routing's outcome.
+    model.activity().setMutationError("earlier");
+    model.beginWorkspaceRouting({"k1", "k2"}, "feat", "k0");
+    const auto& rewrites = model.rewrites();
+    EXPECT_EQ(std::tuple(rewrites.routingSeedChangeIDs(), rewrites.routingSeedBookmark(),
+                         rewrites.routingSeedAfter(), rewrites.showFeatureInsertionSheet()),
+              std::tuple(StringSet{"k1", "k2"}, std::string("feat"), std::string("k0"), true));
+    EXPECT_FALSE(rewrites.featureAppendRecord() || rewrites.coordinatedRoutingRecord() ||
+                 model.activity().mutationError());
 }
 
 TEST(RepoViewModelRules, LaneHistoryListsEachCommitOnceAndNeverTheRoot) {
