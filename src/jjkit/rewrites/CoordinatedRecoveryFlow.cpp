@@ -87,18 +87,9 @@ class RecoveryRun {
     }
 
     Record finish() && {
-        try {
-            runSteps();
-        } catch (...) {
-            commandError_ = flow::describeCurrentException();
-        }
-        LocalStackUpdateReceipt receipt;
-        receipt.commandError = commandError_;
-        receipt.affectedWorkspaceNames = flow::workspaceNames(plan_.workspaces);
-        receipt.verificationWarnings = std::move(warnings_);
-        receipt.conflictedChangeIDs = std::move(conflicts_);
-        return std::move(record_).finish(std::move(receipt), coordinatedRecoveryWords,
-                                         movedSinceCheckpoint);
+        return std::move(record_).conclude(
+            [this] { runSteps(); }, flow::workspaceNames(plan_.workspaces), warnings_, conflicts_,
+            coordinatedRecoveryWords, movedSinceCheckpoint);
     }
 
   private:
@@ -225,7 +216,6 @@ class RecoveryRun {
     /// Compositions whose repair has not run yet.
     std::set<std::string> pending_;
     bool advanced_ = false;
-    std::optional<std::string> commandError_;
     std::vector<std::string> warnings_;
     std::vector<std::string> conflicts_;
 };

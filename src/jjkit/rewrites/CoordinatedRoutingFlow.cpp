@@ -61,18 +61,9 @@ class CoordinatedRun {
           expected_(plan.stage(0)) {}
 
     Record finish() && {
-        try {
-            runSteps();
-        } catch (...) {
-            commandError_ = flow::describeCurrentException();
-        }
-        LocalStackUpdateReceipt receipt;
-        receipt.commandError = commandError_;
-        receipt.affectedWorkspaceNames = flow::workspaceNames(plan_.affectedWorkspaces);
-        receipt.verificationWarnings = std::move(findings_.warnings);
-        receipt.conflictedChangeIDs = std::move(findings_.conflicts);
-        return std::move(record_).finish(std::move(receipt), coordinatedRoutingWords,
-                                         movedSinceCheckpoint);
+        return std::move(record_).conclude(
+            [this] { runSteps(); }, flow::workspaceNames(plan_.affectedWorkspaces),
+            findings_.warnings, findings_.conflicts, coordinatedRoutingWords, movedSinceCheckpoint);
     }
 
   private:
@@ -168,7 +159,6 @@ class CoordinatedRun {
     const std::stop_token& stop_;
 
     ParentGraph expected_;
-    std::optional<std::string> commandError_;
     CoordinatedVerification findings_;
 };
 

@@ -63,18 +63,9 @@ class AppendRun {
           stop_(stop) {}
 
     Record finish() && {
-        try {
-            runSteps();
-        } catch (...) {
-            commandError_ = flow::describeCurrentException();
-        }
-        LocalStackUpdateReceipt receipt;
-        receipt.commandError = commandError_;
-        receipt.affectedWorkspaceNames = flow::workspaceNames(plan_.topology.affectedWorkspaces);
-        receipt.verificationWarnings = std::move(warnings_);
-        receipt.conflictedChangeIDs = std::move(conflicts_);
-        return std::move(record_).finish(std::move(receipt), featureAppendWords,
-                                         changedAfterLastStep);
+        return std::move(record_).conclude(
+            [this] { runSteps(); }, flow::workspaceNames(plan_.topology.affectedWorkspaces),
+            warnings_, conflicts_, featureAppendWords, changedAfterLastStep);
     }
 
   private:
@@ -148,7 +139,6 @@ class AppendRun {
     const std::function<void()>& betweenSteps_;
     const std::stop_token& stop_;
 
-    std::optional<std::string> commandError_;
     std::vector<std::string> warnings_;
     std::vector<std::string> conflicts_;
 };

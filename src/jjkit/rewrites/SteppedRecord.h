@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <stop_token>
@@ -99,6 +100,25 @@ class SteppedRecord {
         receipt.afterOperationID = current;
         record_.receipt = saveFinalRecord(record_, std::move(receipt), persist_, words);
         return std::move(record_);
+    }
+
+    /// Runs `steps`, whatever stops them becoming `commandError`, then
+    /// finishes with the findings they left in `warnings` and `conflicts`.
+    OperationRecord<Plan> conclude(const std::function<void()>& steps,
+                                   std::vector<std::string> workspaceNames,
+                                   std::vector<std::string>& warnings,
+                                   std::vector<std::string>& conflicts, const FlowWords& words,
+                                   std::string_view changedSinceCheckpoint) && {
+        LocalStackUpdateReceipt receipt;
+        try {
+            steps();
+        } catch (...) {
+            receipt.commandError = describeCurrentException();
+        }
+        receipt.affectedWorkspaceNames = std::move(workspaceNames);
+        receipt.verificationWarnings = std::move(warnings);
+        receipt.conflictedChangeIDs = std::move(conflicts);
+        return std::move(*this).finish(std::move(receipt), words, changedSinceCheckpoint);
     }
 
   private:
