@@ -94,6 +94,13 @@ TEST(CoordinatedRouting, RoutesThenRepairsThenAdvancesVerifyingEachStage) {
               "Choose explicit repair compositions; use ordinary routing when no repair is "
               "needed.");
 
+    // A preview the repository moved away from runs nothing.
+    const auto stale = env.plan();
+    env.repo.jj({"bookmark", "create", "elsewhere", "-r", env.repo.id("B")});
+    EXPECT_EQ(refusal([&] { env.client.executeCoordinatedFeatureRouting(stale); }),
+              "Coordinated preview expired. Generate a fresh preview.");
+    EXPECT_FALSE(fs::exists(OperationJournal<Plan>(env.repo.root()).directory));
+
     const auto appended = env.client.executeCoordinatedFeatureRouting(env.plan());
     ASSERT_TRUE(appended.receipt.has_value());
     EXPECT_TRUE(appended.receipt->succeeded()) << ::testing::PrintToString(*appended.receipt);
