@@ -36,6 +36,8 @@ struct RepoCommandTarget {
     std::function<void()> commitWorkingCopy;
     /// Puts the keyboard focus in the board's filter field.
     std::function<void()> focusFilter;
+    /// Opens the operation log and reads it afresh.
+    std::function<void()> openOperationLog;
 
     /// The state's bookmark named by the selection; absent when nothing is
     /// selected or the bookmark has gone.

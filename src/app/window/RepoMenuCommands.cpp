@@ -19,6 +19,7 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
     newBookmark_ = makeAction(QStringLiteral("New Bookmark…"), QKeySequence(Qt::CTRL | Qt::Key_N));
     commit_ = makeAction(QStringLiteral("Commit…"), QKeySequence(Qt::CTRL | Qt::Key_Return));
     undo_ = makeAction(QStringLiteral("Undo Last jj Operation"), {});
+    operationLog_ = makeAction(QStringLiteral("Operation Log…"), {});
     filterBookmarks_ =
         makeAction(QStringLiteral("Filter Bookmarks"), QKeySequence(Qt::CTRL | Qt::Key_F));
     clearFilters_ =
@@ -44,6 +45,11 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
             model->send(RepoCommand::Undo{});
         }
     });
+    connect(operationLog_, &QAction::triggered, this, [this] {
+        if (target_ && target_->openOperationLog) {
+            target_->openOperationLog();
+        }
+    });
     connect(filterBookmarks_, &QAction::triggered, this, [this] {
         if (target_ && target_->focusFilter) {
             target_->focusFilter();
@@ -65,7 +71,7 @@ QAction* RepoMenuCommands::makeAction(const QString& title, const QKeySequence& 
 }
 
 std::vector<QAction*> RepoMenuCommands::sharedActions() const {
-    return {fetch_, newBookmark_, commit_, undo_, filterBookmarks_, clearFilters_};
+    return {fetch_, newBookmark_, commit_, undo_, operationLog_, filterBookmarks_, clearFilters_};
 }
 
 RepoViewModel* RepoMenuCommands::viewModel() const {
@@ -113,6 +119,7 @@ void RepoMenuCommands::updateEnabled() {
     }
     newBookmark_->setEnabled(hasTarget && target_->newBookmark);
     commit_->setEnabled(hasTarget && target_->commitWorkingCopy);
+    operationLog_->setEnabled(hasTarget && target_->openOperationLog);
     filterBookmarks_->setEnabled(hasTarget && target_->focusFilter);
     clearFilters_->setEnabled(hasTarget && (!model->board().filterText().empty() ||
                                             !model->board().selectedTagFilters().empty()));
@@ -126,6 +133,7 @@ void RepoMenuCommands::installMenus(QMenuBar* menuBar) {
     repo->addAction(commit_);
     repo->addSeparator();
     repo->addAction(undo_);
+    repo->addAction(operationLog_);
 
     addViewEntries(menuBar->addMenu(QStringLiteral("View")));
 

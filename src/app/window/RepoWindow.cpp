@@ -9,6 +9,7 @@
 #include "app/board/ContentView.h"
 #include "app/board/SelectionStore.h"
 #include "app/sheets/CommitSheets.h"
+#include "app/sheets/OpLogSheet.h"
 #include "app/sheets/RebaseConflictReviewSheet.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "app/window/CreateBookmarkDialog.h"
@@ -95,6 +96,11 @@ RepoCommandTarget RepoWindow::commandTarget() {
     };
     target.focusFilter = [this] {
         content_->focusFilter();
+    };
+    target.openOperationLog = [this] {
+        auto* sheet = new OpLogSheet(viewModel_, viewModel_->operationLog(), this);
+        viewModel_->loadRecentOps();
+        sheet->open();
     };
     return target;
 }

@@ -30,6 +30,7 @@
 #include "app/sheets/BookmarkSheets.h"
 #include "app/sheets/CommitSheets.h"
 #include "app/sheets/ForcePushWarningSheet.h"
+#include "app/sheets/OpLogSheet.h"
 #include "app/sheets/RebaseConflictReviewSheet.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "app/window/BookmarkActionMenuItems.h"
@@ -38,8 +39,10 @@
 #include "app/window/PushToolbarButton.h"
 #include "app/window/RepoActivityStatusView.h"
 #include "app/window/RepoCommandTarget.h"
+#include "app/window/RepoMenuCommands.h"
 #include "app/window/RepoToolbar.h"
 #include "app/window/RepoWindow.h"
+#include "jjkit/rewrites/OperationJournal.h"
 #include "support/RepoPicture.h"
 #include "support/ScriptedGh.h"
 #include "support/TestRepo.h"
@@ -452,6 +455,68 @@ TEST_F(SheetScenario, CarvesHunksNamesAOneOffAndReviewsConflictsReadOnly) {
     EXPECT_TRUE(review->content()->toPlainText().contains(QStringLiteral("n.txt")));
     saveAndConfirm(review, "sheet-review-conflicts-diff");
     EXPECT_EQ(repo_.operationCount(), operations);
+}
+
+TEST_F(SheetScenario, TheOperationLogShowsReceiptsAndRestoresOnlyWhileTheRepositoryStaysPut) {
+    repo_.draw(R"(
+      T <- root "base" README=base [main]
+      F <- T "feature" f.txt=1 [feat]
+    )");
+    // An append that never recorded its outcome.
+    OperationRecord<FeatureAppendPlan> append;
+    append.id = "3F2504E0-4F89-41D3-9A0C-0305E82C3301";
+    append.startedAt = journalNow();
+    append.plan.topology.bookmarkName = "feat";
+    OperationJournal<FeatureAppendPlan>(repo_.root()).save(append);
+    ASSERT_NO_FATAL_FAILURE(openWindow());
+    const auto before = repo_.currentOperationID();
+    repo_.jj({"bookmark", "create", "later", "-r", repo_.id("T")});
+
+    RepoMenuCommands menus;
+    menus.setFocusedTarget(window_->commandTarget());
+    ASSERT_TRUE(menus.operationLogAction()->isEnabled());
+    menus.operationLogAction()->trigger();
+    auto* sheet = openedSheet<OpLogSheet>();
+    ASSERT_NE(sheet, nullptr);
+    const auto& log = viewModel().operationLog();
+    ASSERT_TRUE(settles([&] { return !log.isLoading() && !log.recentOps().empty(); }));
+    const auto shown = [&](const QString& part) {
+        const auto labels = sheet->findChildren<QLabel*>();
+        return std::any_of(labels.begin(), labels.end(),
+                           [&](const QLabel* label) { return label->text().contains(part); });
+    };
+    EXPECT_TRUE(shown(QStringLiteral("Outcome not recorded")));
+    EXPECT_TRUE(shown(QStringLiteral("feat · ")));
+    EXPECT_TRUE(shown(QStringLiteral("Coordinated recovery receipts")));
+    EXPECT_TRUE(shown(QStringLiteral(" · latest loaded")));
+    save(sheet, "operation-log");
+
+    // Restoring to the operation before the new bookmark takes it away.
+    const auto restoreTo = [&](const std::string& op, const std::string& picture) {
+        auto* button =
+            sheet->findChild<QPushButton*>(QStringLiteral("restore-") + QString::fromStdString(op));
+        ASSERT_NE(button, nullptr);
+        QTest::mouseClick(button, Qt::LeftButton);
+        SheetDialog* confirm = nullptr;
+        ASSERT_TRUE(settles([&] {
+            for (auto* dialog : sheet->findChildren<SheetDialog*>()) {
+                confirm = dialog->isVisible() ? dialog : confirm;
+            }
+            return confirm != nullptr;
+        }));
+        saveAndConfirm(confirm, picture);
+        ASSERT_TRUE(settles([&] { return !viewModel().activity().undoInFlight(); }));
+    };
+    ASSERT_NO_FATAL_FAILURE(restoreTo(before, "operation-log-restore"));
+    EXPECT_EQ(repo_.bookmarkTarget("later"), std::nullopt);
+    EXPECT_FALSE(viewModel().activity().undoError().has_value());
+
+    // A log loaded before an outside change restores nothing.
+    ASSERT_TRUE(settles([&] { return !log.isLoading() && !log.recentOps().empty(); }));
+    repo_.jj({"bookmark", "create", "again", "-r", repo_.id("T")});
+    ASSERT_NO_FATAL_FAILURE(restoreTo(before, "operation-log-restore-refused"));
+    EXPECT_TRUE(viewModel().activity().undoError().has_value());
+    EXPECT_EQ(repo_.bookmarkTarget("again"), "T");
 }
 
 }  // namespace
