@@ -72,7 +72,8 @@ TEST_F(RepoMenus, EverythingIsDisabledWithoutAFocusedWindow) {
     };
     const std::string disabled =
         "Repo: Fetch <Ctrl+R> (off); -; New Bookmark… <Ctrl+N> (off); Commit… <Ctrl+Return> (off); "
-        "-; Undo Last jj Operation (off)\nView: Filter Bookmarks <Ctrl+F> (off); Clear Filters "
+        "-; Undo Last jj Operation (off); Operation Log… (off)\nView: Filter Bookmarks <Ctrl+F> "
+        "(off); Clear Filters "
         "<Ctrl+Shift+F> (off)\nBookmark: Rebase Onto… <Ctrl+Alt+R> (off); Squash into Single "
         "Commit (off); Push (off); Refresh PR Status (off); -; Pin to Board (off); Hide Column "
         "(off); Tags (off); Tags > Add Tag… (off); -; Rename Bookmark (off); Delete Bookmark "
@@ -94,7 +95,7 @@ TEST_F(RepoMenus, RepoAndViewEntriesActOnTheFocusedWindow) {
     commands_.setFocusedTarget(window_.target());
     EXPECT_EQ(joined(*menu(QStringLiteral("Repo"))),
               "Fetch <Ctrl+R>; -; New Bookmark… <Ctrl+N>; Commit… <Ctrl+Return>; -; Undo Last jj "
-              "Operation");
+              "Operation; Operation Log… (off)");
     // Clearing the filters needs a filter.
     EXPECT_EQ(joined(*menu(QStringLiteral("View"))),
               "Filter Bookmarks <Ctrl+F>; Clear Filters <Ctrl+Shift+F> (off)");
