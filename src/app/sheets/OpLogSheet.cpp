@@ -57,6 +57,14 @@ QLabel* plainLabel(const QString& value, QWidget* parent) {
     return label;
 }
 
+QLabel* headingLabel(const QString& value, QWidget* parent) {
+    auto* label = plainLabel(value, parent);
+    auto font = label->font();
+    font.setBold(true);
+    label->setFont(font);
+    return label;
+}
+
 }  // namespace
 
 OpLogSheet::OpLogSheet(RepoViewModel* viewModel, OperationLogModel& log, QWidget* parent)
@@ -106,11 +114,7 @@ void OpLogSheet::rebuild() {
         rows_->addWidget(plainLabel(text(warning), content));
     }
     const auto section = [&](const QString& title, const auto& records, bool countConflicts) {
-        auto* heading = plainLabel(title, content);
-        auto font = heading->font();
-        font.setBold(true);
-        heading->setFont(font);
-        rows_->addWidget(heading);
+        rows_->addWidget(headingLabel(title, content));
         if (records.empty()) {
             rows_->addWidget(plainLabel(QStringLiteral("None"), content));
         }
@@ -130,11 +134,7 @@ void OpLogSheet::rebuild() {
     section(QStringLiteral("Feature insertion receipts"), log.routingRecords(), false);
     section(QStringLiteral("Local-stack update receipts"), log.updateRecords(), true);
 
-    auto* operations = plainLabel(QStringLiteral("Operations"), content);
-    auto font = operations->font();
-    font.setBold(true);
-    operations->setFont(font);
-    rows_->addWidget(operations);
+    rows_->addWidget(headingLabel(QStringLiteral("Operations"), content));
     const auto& ops = log.recentOps();
     for (std::size_t index = 0; index < ops.size(); ++index) {
         auto* row = new QWidget(content);

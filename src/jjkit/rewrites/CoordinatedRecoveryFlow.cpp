@@ -36,7 +36,6 @@ constexpr std::string_view movedDuringPreview =
 constexpr std::string_view routedTipMissing = "Routed tip is unavailable.";
 constexpr std::string_view appendTipChanged = "Original append tip changed.";
 constexpr std::string_view notForward = "Recovery would not be a forward bookmark advance.";
-constexpr std::string_view bookmarkNotOne = "Feature bookmark is missing or divergent.";
 
 constexpr std::string_view movedPending =
     "Repository or pending files changed during recovery. No continuation was attempted.";
@@ -119,18 +118,21 @@ class RecoveryRun {
                  flow::bookmarkMoveArguments(target->commitID, plan_.bookmarkName));
             advanced_ = true;
             if (plan_.remainingRepairs.empty() &&
-                flow::revisionPairs(reviewed_) != flow::revisionPairs(plan_.currentCommits)) {
+                flow::revisionPairs(flow::PinnedRepository(client_, record_.lastCheckpoint())
+                                        .log(flow::visibleChanges(changeIDs_))) !=
+                    flow::revisionPairs(plan_.currentCommits)) {
                 warnings_.emplace_back(bookmarkOnlyMoved);
             }
         }
         continuation();
     }
 
+    /// Runs a step; what it leaves is reviewed by the next continuation
+    /// check, which reads it at the step's own operation.
     void step(const std::string& name, const std::vector<std::string>& command) {
-        const std::string after =
-            record_.runStep(name, command, "coordinatedRecovery/" + name,
-                            coordinatedRecoveryWords.changedWhileSaving, stop_);
-        reviewed_ = flow::PinnedRepository(client_, after).log(flow::visibleChanges(changeIDs_));
+        record_.runStep(name, command, "coordinatedRecovery/" + name,
+                        coordinatedRecoveryWords.changedWhileSaving, stop_);
+        reviewed_.reset();
     }
 
     /// Before every step and after the last: the hook, a snapshot, the
@@ -147,11 +149,13 @@ class RecoveryRun {
             stopFlow(movedPending);
         }
         const flow::PinnedRepository at(client_, checkpoint);
-        verify(at);
         const auto rows = at.log(flow::visibleChanges(changeIDs_));
-        if (flow::revisionPairs(rows) != flow::revisionPairs(reviewed_)) {
+        const auto now = flow::ResolvedChanges::fromRows(rows, plan_.currentCommits);
+        verify(at, now);
+        if (reviewed_ && flow::revisionPairs(rows) != flow::revisionPairs(*reviewed_)) {
             stopFlow(reviewedChanged);
         }
+        reviewed_ = rows;
         const std::set<std::string> reviewedChanges(changeIDs_.begin(), changeIDs_.end());
         const auto above = at.log(descendantsOf(flow::visibleChanges(changeIDs_)));
         if (std::any_of(above.begin(), above.end(), [&](const JJCommit& commit) {
@@ -163,12 +167,12 @@ class RecoveryRun {
             std::any_of(rows.begin(), rows.end(), [](const JJCommit& c) { return c.immutable; })) {
             stopFlow(scopeProtected);
         }
-        return flow::ResolvedChanges::fromRows(rows, plan_.currentCommits);
+        return now;
     }
 
     /// The source's expectation for the stage reached so far, and the
     /// workspaces where the reviewed revisions put them.
-    void verify(const flow::PinnedRepository& at) {
+    void verify(const flow::PinnedRepository& at, const flow::ResolvedChanges& now) {
         auto expected = source_.expectedParents;
         for (const auto& repair : source_.repairs) {
             if (pending_.contains(repair.composition.changeID)) {
@@ -176,18 +180,17 @@ class RecoveryRun {
             }
         }
         try {
-            auto found =
+            auto stage =
                 client_.verifyCoordinatedRouting(source_, expected, at.operationID(), advanced_);
-            warnings_ = std::move(found.warnings);
-            conflicts_ = std::move(found.conflicts);
+            warnings_ = std::move(stage.warnings);
+            conflicts_ = std::move(stage.conflicts);
             const auto workspaces = at.workspaces();
-            const auto moved = flow::ResolvedChanges::fromRows(reviewed_, plan_.currentCommits);
             for (const auto& workspace : plan_.workspaces) {
-                const auto now =
+                const auto found =
                     std::find_if(workspaces.begin(), workspaces.end(),
                                  [&](const JJWorkspace& w) { return w.name == workspace.name; });
-                if (now != workspaces.end() &&
-                    now->commitID != moved.translated(workspace.commitID)) {
+                if (found != workspaces.end() &&
+                    found->commitID != now.translated(workspace.commitID)) {
                     warnings_.push_back("Recovery workspace changed: " + workspace.name);
                 }
             }
@@ -210,8 +213,9 @@ class RecoveryRun {
     const std::function<void()>& betweenSteps_;
     const std::stop_token& stop_;
 
-    /// The affected commits as the last step left them.
-    std::vector<JJCommit> reviewed_;
+    /// The affected commits as the last check saw them; none right after a
+    /// step, whose outcome the next check takes as reviewed.
+    std::optional<std::vector<JJCommit>> reviewed_;
     std::vector<std::string> changeIDs_;
     /// Compositions whose repair has not run yet.
     std::set<std::string> pending_;
@@ -280,7 +284,7 @@ Plan JJClient::planCoordinatedRoutingRecovery(const Source& source,
     const auto descendants = at.log(descendantsOf(affected));
     const auto bookmark = at.log(bookmarkSetRevset(routing.bookmarkName));
     if (bookmark.size() != 1) {
-        throw JJError::unsafeOperation(std::string(bookmarkNotOne));
+        throw JJError::unsafeOperation(std::string(Plan::bookmarkNotOne));
     }
 
     std::vector<JJCommit> ancestry;

@@ -27,7 +27,6 @@ constexpr std::string_view targetMissing = "The routed feature target is unavail
 constexpr std::string_view unexpectedEdges =
     "A remaining repair would replace unexpected edges. Inspect before planning recovery.";
 constexpr std::string_view inconsistentRepairs = "Receipt contains inconsistent repair identities.";
-constexpr std::string_view bookmarkNotOne = "Feature bookmark is missing or divergent.";
 constexpr std::string_view insertionBookmarkMoved =
     "Insertion bookmark no longer follows its feature tip.";
 constexpr std::string_view bookmarkMovedElsewhere =
@@ -94,7 +93,7 @@ std::string bookmarkStanding(const CoordinatedFeatureRoutingPlan& plan,
             return "Follows the uniquely visible feature tip change";
         }
     }
-    return "Missing, divergent, or at an unexpected revision";
+    return std::string(Inspection::unexpectedBookmarkState);
 }
 
 }  // namespace
@@ -143,7 +142,7 @@ Inspection Inspection::build(const Source& record, const std::string& operation,
         warnings.emplace_back("Original append feature tip is hidden, divergent, or rewritten");
     }
     inspection.bookmarkState = bookmarkStanding(plan, changes, feature, bookmark);
-    if (inspection.bookmarkState == "Missing, divergent, or at an unexpected revision") {
+    if (inspection.bookmarkState == Inspection::unexpectedBookmarkState) {
         warnings.emplace_back(unexpectedBookmark);
     }
     for (auto& warning : flow::workspaceIdentityWarnings(
@@ -226,7 +225,7 @@ CoordinatedRoutingRecoveryPlan CoordinatedRoutingRecoveryPlan::build(
     }
 
     if (bookmark.size() != 1) {
-        refuse(bookmarkNotOne);
+        refuse(CoordinatedRoutingRecoveryPlan::bookmarkNotOne);
     }
     const auto& bookmarkAt = bookmark.front().commitID;
     if (!source.appending) {

@@ -39,6 +39,8 @@ struct CoordinatedRoutingInspection {
 
     static constexpr std::string_view originalStage = "Original topology";
     static constexpr std::string_view routedStage = "Routed; no attachment repairs";
+    static constexpr std::string_view unexpectedBookmarkState =
+        "Missing, divergent, or at an unexpected revision";
 
     /// Decides the inspection from what was read at `operation`. Pure.
     static CoordinatedRoutingInspection build(
@@ -91,6 +93,9 @@ struct CoordinatedRoutingRecoveryPlan {
     std::vector<JJWorkspace> workspaces;
     /// What the bookmark's move would add to the feature.
     std::vector<JJCommit> addedFeatureAncestry;
+
+    /// The refusal when the feature bookmark is not one commit.
+    static constexpr std::string_view bookmarkNotOne = "Feature bookmark is missing or divergent.";
 
     /// Decides the plan, with the refusals in their order
     /// (`JJError::UnsafeOperation`). Pure.

@@ -83,25 +83,6 @@ class SteppedRecord {
         return checkpoint;
     }
 
-    /// Completes `receipt` with the operation read now (a warning when it
-    /// cannot be read, `changedSinceCheckpoint` when it is not the last
-    /// checkpoint) and saves the final record; a failing save adds the
-    /// flow's final-save warning to what is returned only.
-    OperationRecord<Plan> finish(LocalStackUpdateReceipt receipt, const FlowWords& words,
-                                 std::string_view changedSinceCheckpoint) && {
-        const auto current = readOperation(client_);
-        if (!current) {
-            receipt.verificationWarnings.push_back(std::string(words.verificationPrefix) +
-                                                   std::string(words.operationUnavailable));
-        } else if (*current != lastCheckpoint()) {
-            receipt.verificationWarnings.emplace_back(changedSinceCheckpoint);
-        }
-        receipt.beforeOperationID = planOperationID_;
-        receipt.afterOperationID = current;
-        record_.receipt = saveFinalRecord(record_, std::move(receipt), persist_, words);
-        return std::move(record_);
-    }
-
     /// Runs `steps`, whatever stops them becoming `commandError`, then
     /// finishes with the findings they left in `warnings` and `conflicts`.
     OperationRecord<Plan> conclude(const std::function<void()>& steps,
@@ -122,6 +103,25 @@ class SteppedRecord {
     }
 
   private:
+    /// Completes `receipt` with the operation read now (a warning when it
+    /// cannot be read, `changedSinceCheckpoint` when it is not the last
+    /// checkpoint) and saves the final record; a failing save adds the
+    /// flow's final-save warning to what is returned only.
+    OperationRecord<Plan> finish(LocalStackUpdateReceipt receipt, const FlowWords& words,
+                                 std::string_view changedSinceCheckpoint) && {
+        const auto current = readOperation(client_);
+        if (!current) {
+            receipt.verificationWarnings.push_back(std::string(words.verificationPrefix) +
+                                                   std::string(words.operationUnavailable));
+        } else if (*current != lastCheckpoint()) {
+            receipt.verificationWarnings.emplace_back(changedSinceCheckpoint);
+        }
+        receipt.beforeOperationID = planOperationID_;
+        receipt.afterOperationID = current;
+        record_.receipt = saveFinalRecord(record_, std::move(receipt), persist_, words);
+        return std::move(record_);
+    }
+
     std::vector<OperationStep>& steps() {
         if (!record_.steps) {
             record_.steps = std::vector<OperationStep>{};
