@@ -150,7 +150,7 @@ class RecoveryRun {
         }
         const flow::PinnedRepository at(client_, checkpoint);
         const auto rows = at.log(flow::visibleChanges(changeIDs_));
-        const auto now = flow::ResolvedChanges::fromRows(rows, plan_.currentCommits);
+        auto now = flow::ResolvedChanges::fromRows(rows, plan_.currentCommits);
         verify(at, now);
         if (reviewed_ && flow::revisionPairs(rows) != flow::revisionPairs(*reviewed_)) {
             stopFlow(reviewedChanged);
