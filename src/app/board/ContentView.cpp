@@ -305,6 +305,26 @@ BookmarkColumn* ContentView::makeLaneColumn(const std::string& identity) {
     return column;
 }
 
+std::optional<StringList> ContentView::composedBookmarks(
+    const std::optional<std::string>& workspaceName) const {
+    const auto* state = viewModel_->board().repoState();
+    if (state == nullptr || !workspaceName) {
+        return std::nullopt;
+    }
+    const auto workspace = state->workspaces.find(*workspaceName);
+    if (workspace == state->workspaces.end()) {
+        return std::nullopt;
+    }
+    StringList names;
+    for (const auto& [name, role] : workspace->second.bookmarkRoles) {
+        if (!std::holds_alternative<BookmarkInclusionRole::Absent>(role.value)) {
+            names.push_back(name);
+        }
+    }
+    // A workspace of unnamed work alone starts from what is behind trunk.
+    return names.empty() ? std::nullopt : std::optional(names);
+}
+
 void ContentView::wireLaneColumn(BookmarkColumn* column) {
     connect(column, &BookmarkColumn::columnClicked, this,
             [this, column] { selectColumnOf(column); });
@@ -336,6 +356,12 @@ void ContentView::wireLaneColumn(BookmarkColumn* column) {
             [this, column](const BookmarkAction& action) {
                 handleBookmarkAction(action, column->input().bookmark);
             });
+    connect(column, &BookmarkColumn::advanceTrunkRequested, this,
+            [this] { viewModel_->presentLocalStackRebase(std::nullopt, std::nullopt); });
+    connect(column, &BookmarkColumn::rebaseLocalStacksRequested, this, [this, column] {
+        viewModel_->presentLocalStackRebase(composedBookmarks(column->input().workspaceName),
+                                            std::nullopt);
+    });
     connect(column, &BookmarkColumn::contextMenuRequested, this,
             [this, column](const QPoint& position, const std::optional<std::string>&) {
                 const auto& input = column->input();
@@ -476,9 +502,11 @@ void ContentView::handleBookmarkAction(const BookmarkAction& action, const Bookm
     const auto& board = viewModel_->board();
     std::visit(
         Overloaded{
-            // The local stack rebase has no sheet of its own yet; nothing
-            // offers these two.
-            [&](const BookmarkAction::ReparentToTrunk&) {},
+            [&](const BookmarkAction::ReparentToTrunk&) {
+                viewModel_->presentLocalStackRebase(StringList{name}, std::nullopt);
+            },
+            // Nothing offers a sync of its own: the local stack rebase
+            // covers it.
             [&](const BookmarkAction::Sync&) {},
             [&](const BookmarkAction::SetStrategy& a) {
                 viewModel_->send(RepoCommand::SetUpdateStrategy{a.strategy, name});

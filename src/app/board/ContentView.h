@@ -65,6 +65,10 @@ class ContentView : public QWidget {
     QWidget* columnFor(const BoardSlot& slot, const class LaneInputs& lanes);
     BookmarkColumn* makeLaneColumn(const std::string& identity);
     void wireLaneColumn(BookmarkColumn* column);
+    /// The bookmarks composed into `workspaceName`, which its lane's "Rebase
+    /// Local Stacks…" preselects; absent when there are none.
+    std::optional<StringList> composedBookmarks(
+        const std::optional<std::string>& workspaceName) const;
     void rebuildTagMenu();
     /// The context menu of a one-off lane: "Name One-off Branch…".
     void showOneOffMenu(const BookmarkColumnInput& input, const QPoint& position);

@@ -101,6 +101,7 @@ BookmarkColumnInput LaneInputs::bookmarkLane(const Bookmark& bookmark) const {
     input.isPinned = lane.isPinned;
     input.isMergedIntoTrunk = lane.isMergedIntoTrunk;
     input.isBehindTrunk = viewModel_.isBookmarkBehindTrunk(bookmark);
+    input.offersLocalStackRebase = true;
     input.isExpanded = viewModel_.expandedLanes().contains(bookmark.name);
     if (const auto ancestors = viewModel_.laneAncestors().find(bookmark.name);
         ancestors != viewModel_.laneAncestors().end()) {
@@ -153,6 +154,7 @@ BookmarkColumnInput LaneInputs::workingCopyLane(
             input.commits = shared(commits);
             input.baseCommits = shared(projection.inputs);
             input.isBehindTrunk = viewModel_.workspaceIsBehindTrunk(*workspaceName);
+            input.offersLocalStackRebase = true;
             input.isActive = viewModel_.selectedWorkspaceName() == workspaceName;
         }
     }

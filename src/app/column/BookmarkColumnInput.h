@@ -105,8 +105,8 @@ struct BookmarkColumnInput {
     /// Whether `gh` is usable; no pull request badge without it.
     bool githubAvailable = false;
     bool isBehindTrunk = false;
-    /// Whether the lane offers "Rebase Local Stack(s)…"; off while the board
-    /// has no local stack rebase to open.
+    /// Whether the lane offers "Rebase Local Stack(s)…" when it is behind
+    /// trunk (the trunk column: always).
     bool offersLocalStackRebase = false;
     /// Whether this column is the selected one.
     bool isSelected = false;

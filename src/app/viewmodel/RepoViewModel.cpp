@@ -597,6 +597,17 @@ void RepoViewModel::executeApprovedAppendRecovery(const FeatureAppendRecoveryPla
     send(RepoCommand::ExecuteFeatureAppendRecovery{plan, source});
 }
 
+void RepoViewModel::presentLocalStackRebase(const std::optional<StringList>& bookmarks,
+                                            const std::optional<std::string>& changeID) {
+    auto& rewrites = *rewrites_;
+    rewrites.setLocalStackUpdateSeedBookmarks(bookmarks);
+    rewrites.setLocalStackUpdateSeedChangeID(changeID);
+    rewrites.setLocalStackUpdatePlan(std::nullopt);
+    rewrites.setLocalStackUpdateReceipt(std::nullopt);
+    activity_->setMutationError(std::nullopt);
+    rewrites.setShowLocalStackUpdateSheet(true);
+}
+
 void RepoViewModel::beginWorkspaceRouting(const StringSet& changeIDs, const std::string& bookmark,
                                           const std::string& after) {
     auto& rewrites = *rewrites_;

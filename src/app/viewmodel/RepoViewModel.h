@@ -114,6 +114,10 @@ class RepoViewModel : public QObject {
     /// Carries out a recovery the user approved.
     void executeApprovedAppendRecovery(const FeatureAppendRecoveryPlan& plan,
                                        const AppendRecord& source);
+    /// Opens the local stack update with the bookmarks and the one unnamed
+    /// stack it preselects, and no earlier preview or outcome.
+    void presentLocalStackRebase(const std::optional<StringList>& bookmarks,
+                                 const std::optional<std::string>& changeID);
     /// Opens routing with its seeds and no earlier routing preview, outcome
     /// or error.
     void beginWorkspaceRouting(const StringSet& changeIDs, const std::string& bookmark,

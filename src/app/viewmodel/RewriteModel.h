@@ -16,6 +16,8 @@
 
 namespace vorda {
 
+using OptionalNames = std::optional<std::vector<std::string>>;
+using OptionalName = std::optional<std::string>;
 using OptionalStackPlan = std::optional<LocalStackUpdatePlan>;
 using OptionalReceipt = std::optional<LocalStackUpdateReceipt>;
 using OptionalInsertionPlan = std::optional<FeatureInsertionPlan>;
@@ -33,8 +35,9 @@ using OptionalCoordinatedRecoveryRecord =
 
 /// The planned rewrites: each flow's previewed plan and, once carried out,
 /// its receipt. A new plan clears the last outcome and an outcome clears the
-/// plan it carried out. The routing seeds are what the routing sheet opens
-/// with.
+/// plan it carried out. The seeds are what the local stack and routing
+/// sheets open with; the `show` fields ask the window for a sheet and are
+/// cleared when it closes.
 class RewriteModel : public QObject {
     Q_OBJECT
 
@@ -45,6 +48,10 @@ class RewriteModel : public QObject {
     void changed();
 
   private:
+    VORDA_FIELD(bool, showLocalStackUpdateSheet, setShowLocalStackUpdateSheet);
+    VORDA_FIELD(OptionalNames, localStackUpdateSeedBookmarks, setLocalStackUpdateSeedBookmarks);
+    VORDA_FIELD(OptionalName, localStackUpdateSeedChangeID, setLocalStackUpdateSeedChangeID);
+    VORDA_FIELD(bool, showCompositionAttachmentSheet, setShowCompositionAttachmentSheet);
     VORDA_FIELD(std::set<std::string>, routingSeedChangeIDs, setRoutingSeedChangeIDs);
     VORDA_FIELD(std::string, routingSeedBookmark, setRoutingSeedBookmark);
     VORDA_FIELD(std::string, routingSeedAfter, setRoutingSeedAfter);

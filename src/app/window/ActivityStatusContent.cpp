@@ -107,6 +107,10 @@ ActivityStatusContent activityStatusContent(const ActivityModel& viewModel, cons
         workspace && board.workspaceIsBehindTrunk(*workspace)) {
         content.kind = ActivityStatusContent::Kind::attention;
         content.text = "Local stacks have an older base";
+        content.button = "Rebase Local Stacks…";
+        content.buttonTooltip =
+            "Preview rebasing local stacks onto current trunk. Immutable dependencies stay in "
+            "place; no new composition parents are added.";
         return content;
     }
     return idleContent(board);

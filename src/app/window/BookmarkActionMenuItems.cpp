@@ -65,6 +65,10 @@ void BookmarkActionMenuItems::fill(QMenu* menu, const RepoViewModel* viewModel,
     // Without a view model nothing about the bookmark can be judged.
     const std::optional<Bookmark> selected = viewModel ? bookmark : std::nullopt;
 
+    if (selected && viewModel->board().isBookmarkBehindTrunk(*selected)) {
+        addEntry(menu, QStringLiteral("Rebase Local Stack…"),
+                 {BookmarkAction::ReparentToTrunk{false}}, selected, perform);
+    }
     auto* rebaseOnto = addEntry(menu, QStringLiteral("Rebase Onto…"), {BookmarkAction::Rebase{}},
                                 selected, perform);
     rebaseOnto->setShortcut(QKeySequence(Qt::CTRL | Qt::ALT | Qt::Key_R));

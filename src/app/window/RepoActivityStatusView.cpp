@@ -112,6 +112,9 @@ void RepoActivityStatusView::buttonPressed() {
         case ActivityStatusContent::Kind::idle:
             Q_EMIT conflictSheetRequested();
             break;
+        case ActivityStatusContent::Kind::attention:
+            model->presentLocalStackRebase(std::nullopt, std::nullopt);
+            break;
         default:
             break;
     }

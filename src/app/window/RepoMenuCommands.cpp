@@ -16,6 +16,8 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
     rebuildTimer_->setInterval(0);
     connect(rebuildTimer_, &QTimer::timeout, this, &RepoMenuCommands::rebuildBookmarkMenus);
     fetch_ = makeAction(QStringLiteral("Fetch"), QKeySequence(Qt::CTRL | Qt::Key_R));
+    rebaseLocalStacks_ = makeAction(QStringLiteral("Rebase Local Stacks…"),
+                                    QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R));
     newBookmark_ = makeAction(QStringLiteral("New Bookmark…"), QKeySequence(Qt::CTRL | Qt::Key_N));
     commit_ = makeAction(QStringLiteral("Commit…"), QKeySequence(Qt::CTRL | Qt::Key_Return));
     undo_ = makeAction(QStringLiteral("Undo Last jj Operation"), {});
@@ -28,6 +30,11 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
     connect(fetch_, &QAction::triggered, this, [this] {
         if (auto* model = viewModel()) {
             model->fetch();
+        }
+    });
+    connect(rebaseLocalStacks_, &QAction::triggered, this, [this] {
+        if (auto* model = viewModel()) {
+            model->presentLocalStackRebase(std::nullopt, std::nullopt);
         }
     });
     connect(newBookmark_, &QAction::triggered, this, [this] {
@@ -71,7 +78,8 @@ QAction* RepoMenuCommands::makeAction(const QString& title, const QKeySequence& 
 }
 
 std::vector<QAction*> RepoMenuCommands::sharedActions() const {
-    return {fetch_, newBookmark_, commit_, undo_, operationLog_, filterBookmarks_, clearFilters_};
+    return {fetch_, rebaseLocalStacks_, newBookmark_,     commit_,
+            undo_,  operationLog_,      filterBookmarks_, clearFilters_};
 }
 
 RepoViewModel* RepoMenuCommands::viewModel() const {
@@ -114,7 +122,7 @@ void RepoMenuCommands::connectTarget() {
 void RepoMenuCommands::updateEnabled() {
     auto* model = viewModel();
     const bool hasTarget = model != nullptr;
-    for (auto* action : {fetch_, undo_}) {
+    for (auto* action : {fetch_, rebaseLocalStacks_, undo_}) {
         action->setEnabled(hasTarget);
     }
     newBookmark_->setEnabled(hasTarget && target_->newBookmark);
@@ -128,6 +136,7 @@ void RepoMenuCommands::updateEnabled() {
 void RepoMenuCommands::installMenus(QMenuBar* menuBar) {
     auto* repo = menuBar->addMenu(QStringLiteral("Repo"));
     repo->addAction(fetch_);
+    repo->addAction(rebaseLocalStacks_);
     repo->addSeparator();
     repo->addAction(newBookmark_);
     repo->addAction(commit_);

@@ -46,6 +46,7 @@ class RepoMenuCommands : public QObject {
     QAction* newBookmarkAction() const { return newBookmark_; }
     QAction* commitAction() const { return commit_; }
     QAction* undoAction() const { return undo_; }
+    QAction* rebaseLocalStacksAction() const { return rebaseLocalStacks_; }
     QAction* operationLogAction() const { return operationLog_; }
     QAction* filterBookmarksAction() const { return filterBookmarks_; }
     QAction* clearFiltersAction() const { return clearFilters_; }
@@ -70,6 +71,7 @@ class RepoMenuCommands : public QObject {
     QAction* newBookmark_ = nullptr;
     QAction* commit_ = nullptr;
     QAction* undo_ = nullptr;
+    QAction* rebaseLocalStacks_ = nullptr;
     QAction* operationLog_ = nullptr;
     QAction* filterBookmarks_ = nullptr;
     QAction* clearFilters_ = nullptr;

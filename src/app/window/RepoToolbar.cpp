@@ -45,6 +45,12 @@ RepoToolbar::RepoToolbar(RepoCommandTarget target, QWidget* parent)
                        QStringLiteral("Run jj git fetch (%1)")
                            .arg(shortcutText(QKeySequence(Qt::CTRL | Qt::Key_R))),
                        themedIcon("view-refresh", QStyle::SP_BrowserReload));
+    rebaseLocalStacks_ =
+        addButton(QStringLiteral("rebase-local-stacks"), QStringLiteral("Rebase Local Stacks…"),
+                  QStringLiteral("Preview rebasing local stacks onto current trunk (%1). Protected "
+                                 "dependencies and composition inputs stay intact.")
+                      .arg(shortcutText(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R))),
+                  themedIcon("go-top", QStyle::SP_ArrowUp));
     commit_ = addButton(QStringLiteral("commit"), QStringLiteral("Commit"),
                         QStringLiteral("Describe the working-copy change (%1)")
                             .arg(shortcutText(QKeySequence(Qt::CTRL | Qt::Key_Return))),
@@ -71,6 +77,11 @@ RepoToolbar::RepoToolbar(RepoCommandTarget target, QWidget* parent)
         QStringLiteral("undo"), QStringLiteral("Undo"),
         QStringLiteral("Undo the last jj operation (%1)").arg(shortcutText(QKeySequence::Undo)),
         themedIcon("edit-undo", QStyle::SP_ArrowBack));
+    operationLog_ =
+        addButton(QStringLiteral("op-log"), QStringLiteral("Operations"),
+                  QStringLiteral("Show the recent jj operation log (%1)")
+                      .arg(shortcutText(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z))),
+                  themedIcon("document-open-recent", QStyle::SP_FileDialogContentsView));
 
     connect(newBookmark_, &QAction::triggered, this, [this] {
         if (target_.newBookmark) {
@@ -85,6 +96,16 @@ RepoToolbar::RepoToolbar(RepoCommandTarget target, QWidget* parent)
     connect(commit_, &QAction::triggered, this, [this] {
         if (target_.commitWorkingCopy) {
             target_.commitWorkingCopy();
+        }
+    });
+    connect(rebaseLocalStacks_, &QAction::triggered, this, [this] {
+        if (auto* current = target_.viewModel.data()) {
+            current->presentLocalStackRebase(std::nullopt, std::nullopt);
+        }
+    });
+    connect(operationLog_, &QAction::triggered, this, [this] {
+        if (target_.openOperationLog) {
+            target_.openOperationLog();
         }
     });
     connect(undo_, &QAction::triggered, this, [this] {
@@ -144,6 +165,8 @@ void RepoToolbar::updateItems() {
     fetch_->setEnabled(loaded && !model->activity().fetchInFlight());
     commit_->setEnabled(loaded && target_.commitWorkingCopy);
     undo_->setEnabled(loaded && !model->activity().undoInFlight());
+    rebaseLocalStacks_->setEnabled(loaded && !model->activity().isMutating());
+    operationLog_->setEnabled(loaded && target_.openOperationLog);
 
     const auto bookmark = target_.selectedBookmark();
     const bool pushing = bookmark && model->activity().pushInFlight().count(bookmark->name) > 0;

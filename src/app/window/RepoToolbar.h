@@ -55,6 +55,8 @@ class RepoToolbar : public QToolBar {
     QAction* fetch_ = nullptr;
     QAction* commit_ = nullptr;
     QAction* undo_ = nullptr;
+    QAction* rebaseLocalStacks_ = nullptr;
+    QAction* operationLog_ = nullptr;
 };
 
 }  // namespace vorda

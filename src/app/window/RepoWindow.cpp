@@ -9,6 +9,7 @@
 #include "app/board/ContentView.h"
 #include "app/board/SelectionStore.h"
 #include "app/sheets/CommitSheets.h"
+#include "app/sheets/LocalStackUpdateSheet.h"
 #include "app/sheets/OpLogSheet.h"
 #include "app/sheets/RebaseConflictReviewSheet.h"
 #include "app/viewmodel/RepoViewModel.h"
@@ -38,6 +39,8 @@ RepoWindow::RepoWindow(const QString& repoPath, RepoMenuCommands* menus,
     }
     connect(content_, &ContentView::newBookmarkRequested, this, &RepoWindow::showCreateBookmark);
     connect(toolbar_, &RepoToolbar::conflictSheetRequested, this, &RepoWindow::showConflicts);
+    connect(&viewModel_->rewrites(), &RewriteModel::changed, this,
+            &RepoWindow::showRequestedRewriteSheets);
     // Coming back to the application is a good moment to look again: the
     // repository may have changed from a terminal meanwhile.
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
@@ -109,6 +112,18 @@ void RepoWindow::showCreateBookmark() {
     auto* dialog = new CreateBookmarkDialog(viewModel_, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->open();
+}
+
+void RepoWindow::showRequestedRewriteSheets() {
+    auto& rewrites = viewModel_->rewrites();
+    if (rewrites.showLocalStackUpdateSheet() && !localStackSheet_) {
+        auto* sheet = new LocalStackUpdateSheet(*viewModel_, this);
+        localStackSheet_ = sheet;
+        // However it closes, the request is answered.
+        connect(sheet, &QObject::destroyed, &rewrites,
+                [&rewrites] { rewrites.setShowLocalStackUpdateSheet(false); });
+        sheet->open();
+    }
 }
 
 void RepoWindow::showConflicts() {

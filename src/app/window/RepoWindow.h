@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QPointer>
 #include <functional>
 
 class QMenuBar;
@@ -8,6 +9,7 @@ class QMenuBar;
 namespace vorda {
 
 class ContentView;
+class LocalStackUpdateSheet;
 class RepoMenuCommands;
 class RepoToolbar;
 class RepoViewModel;
@@ -52,12 +54,16 @@ class RepoWindow : public QMainWindow {
     void closeEvent(QCloseEvent* event) override;
 
   private:
+    /// Opens the rewrite sheets the view model asks for, one of each kind.
+    void showRequestedRewriteSheets();
+
     QString repoPath_;
     RepoMenuCommands* menus_;
     RepoViewModel* viewModel_;
     SelectionStore* selection_;
     ContentView* content_;
     RepoToolbar* toolbar_ = nullptr;
+    QPointer<LocalStackUpdateSheet> localStackSheet_;
     bool loaded_ = false;
 };
 

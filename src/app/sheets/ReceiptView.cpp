@@ -1,0 +1,52 @@
+#include "app/sheets/ReceiptView.h"
+
+#include <QLabel>
+#include <QVBoxLayout>
+
+#include "app/sheets/SheetLines.h"
+
+namespace vorda {
+namespace {
+
+QString recorded(const std::optional<std::string>& value) {
+    return value && !value->empty() ? sheetText(*value) : QStringLiteral("not recorded");
+}
+
+}  // namespace
+
+ReceiptView::ReceiptView(QWidget* parent) : QWidget(parent), lines_(new QVBoxLayout(this)) {
+    lines_->setContentsMargins(0, 0, 0, 0);
+    lines_->setAlignment(Qt::AlignTop);
+}
+
+QString ReceiptView::outcomeText(const std::optional<LocalStackUpdateReceipt>& receipt) {
+    if (!receipt) {
+        return QStringLiteral("Outcome not recorded");
+    }
+    return receipt->succeeded() ? QStringLiteral("Verified") : QStringLiteral("Needs inspection");
+}
+
+void ReceiptView::addCommonLines(const std::string& recordID, const std::string& workspaceRoot,
+                                 const std::string& feature,
+                                 const std::optional<LocalStackUpdateReceipt>& receipt) {
+    addHeadingLine(lines_, outcomeText(receipt))->setObjectName(QStringLiteral("receipt-outcome"));
+    addTextLine(lines_, QStringLiteral("Receipt: ") + recorded(recordID));
+    addTextLine(lines_, QStringLiteral("Workspace: ") + recorded(workspaceRoot));
+    addTextLine(lines_, QStringLiteral("Feature: ") + recorded(feature));
+    addTextLine(lines_,
+                QStringLiteral("Before: ") +
+                    recorded(receipt ? std::optional(receipt->beforeOperationID) : std::nullopt));
+    addTextLine(lines_, QStringLiteral("After: ") +
+                            recorded(receipt ? receipt->afterOperationID : std::nullopt));
+    if (!receipt) {
+        return;
+    }
+    if (receipt->commandError) {
+        addTextLine(lines_, sheetText(*receipt->commandError), QStringLiteral("command-error"));
+    }
+    for (const auto& warning : receipt->verificationWarnings) {
+        addTextLine(lines_, sheetText(warning));
+    }
+}
+
+}  // namespace vorda
