@@ -186,6 +186,12 @@ void LocalStackUpdateSheet::showPreview() {
     const LocalStackUpdatePlan& plan = *plan_;
     const LocalStackRebaseSummary summary(plan);
     beginState(QStringLiteral("Rebase Local Stacks"));
+    // Why the last confirmation did nothing comes first: it is the news.
+    if (executionRefusal_) {
+        addHeading(QStringLiteral("This preview was not carried out"))
+            ->setStyleSheet(QStringLiteral("color: #c0392b;"));
+        addLine(sheetText(*executionRefusal_), QStringLiteral("execution-refusal"));
+    }
 
     QString counts = plural(summary.stacks.size(), QStringLiteral("local stack")) +
                      QStringLiteral(" · ") +
@@ -254,16 +260,11 @@ void LocalStackUpdateSheet::showPreview() {
         workspaces.push_back(workspace.name);
     }
     addLine(QStringLiteral("Affected workspaces: ") + listText(workspaces));
-    addLine(QStringLiteral("jj ") + sheetText(plan.commandLine()), QStringLiteral("command-line"));
-    addCopyButton(QStringLiteral("Copy Command"), "jj " + plan.commandLine());
+    addLine(sheetText(plan.commandLine()), QStringLiteral("command-line"));
+    addCopyButton(QStringLiteral("Copy Command"), plan.commandLine());
     addLine(QStringLiteral("Based on operation ") + shortID(plan.operationID),
             QStringLiteral("based-on"));
     addNote(QStringLiteral("This does not fetch or push. Conflicts are not predicted."));
-
-    if (executionRefusal_) {
-        addHeading(QStringLiteral("This preview was not carried out"));
-        addLine(sheetText(*executionRefusal_), QStringLiteral("execution-refusal"));
-    }
 
     addButton(QStringLiteral("Cancel"), [this] { reject(); });
     addButton(QStringLiteral("Change Selection…"), [this] {
@@ -334,6 +335,13 @@ void LocalStackUpdateSheet::showOutcome(const LocalStackUpdateReceipt& receipt) 
         beginState(QStringLiteral("Rebased — conflicts need attention"));
     } else {
         beginState(QStringLiteral("Local stacks rebased"));
+    }
+    if (plan_) {
+        std::vector<std::string> stacks = plan_->bookmarkNames;
+        for (const auto& tip : plan_->oneOffTips) {
+            stacks.push_back("one-off " + tip.changeID.substr(0, 8));
+        }
+        addLine(QStringLiteral("Stacks: ") + listText(stacks));
     }
     addLine(QStringLiteral("Before: ") + shortID(receipt.beforeOperationID));
     addLine(QStringLiteral("After: ") + (receipt.afterOperationID

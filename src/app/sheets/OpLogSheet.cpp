@@ -7,6 +7,7 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
+#include "app/sheets/ReceiptSheet.h"
 #include "app/viewmodel/RepoViewModel.h"
 
 namespace vorda {
@@ -23,28 +24,11 @@ QString startedText(JournalDate date) {
         .toString(QStringLiteral("yyyy-MM-dd HH:mm"));
 }
 
-/// What a receipt is about: its feature bookmark where the flow has one.
-template <typename Plan>
-QString subject(const Plan& plan) {
-    if constexpr (requires { plan.bookmarkName; }) {
-        return text(plan.bookmarkName);
-    } else if constexpr (requires { plan.topology.bookmarkName; }) {
-        return text(plan.topology.bookmarkName);
-    } else {
-        return QStringLiteral("Local stacks");
-    }
-}
-
-/// "Verified", "Needs inspection" or "Outcome not recorded", and for an
-/// update the conflicts it left.
+/// The outcome, and for an update the conflicts it left.
 template <typename Plan>
 QString outcome(const OperationRecord<Plan>& record, bool countConflicts) {
-    if (!record.receipt) {
-        return QStringLiteral("Outcome not recorded");
-    }
-    QString line = record.receipt->succeeded() ? QStringLiteral("Verified")
-                                               : QStringLiteral("Needs inspection");
-    if (countConflicts && !record.receipt->conflictedChangeIDs.empty()) {
+    QString line = ReceiptView::outcomeText(record.receipt);
+    if (countConflicts && record.receipt && !record.receipt->conflictedChangeIDs.empty()) {
         line += QStringLiteral(" · %1 conflicts").arg(record.receipt->conflictedChangeIDs.size());
     }
     return line;
@@ -119,10 +103,25 @@ void OpLogSheet::rebuild() {
             rows_->addWidget(plainLabel(QStringLiteral("None"), content));
         }
         for (const auto& record : records) {
-            rows_->addWidget(plainLabel(subject(record.plan) + QStringLiteral(" · ") +
-                                            startedText(record.startedAt) + QStringLiteral(" — ") +
-                                            outcome(record, countConflicts),
-                                        content));
+            const std::string feature = receiptFeature(record.plan);
+            auto* row = new QWidget(content);
+            auto* line = new QHBoxLayout(row);
+            line->setContentsMargins(0, 0, 0, 0);
+            line->addWidget(
+                plainLabel((feature.empty() ? QStringLiteral("Local stacks") : text(feature)) +
+                               QStringLiteral(" · ") + startedText(record.startedAt) +
+                               QStringLiteral(" — ") + outcome(record, countConflicts),
+                           row),
+                1);
+            auto* show = new QPushButton(QStringLiteral("Show Receipt"), row);
+            show->setObjectName(QStringLiteral("receipt-") + text(record.id));
+            connect(show, &QPushButton::clicked, this, [this, record] {
+                if (auto* current = viewModel_.data(); current != nullptr) {
+                    (new ReceiptSheet(receiptViewFor(*current, record), this))->open();
+                }
+            });
+            line->addWidget(show);
+            rows_->addWidget(row);
         }
     };
     section(QStringLiteral("Coordinated recovery receipts"), log.coordinatedRecoveryRecords(),

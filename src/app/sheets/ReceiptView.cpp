@@ -33,11 +33,15 @@ void ReceiptView::addCommonLines(const std::string& recordID, const std::string&
     addTextLine(lines_, QStringLiteral("Receipt: ") + recorded(recordID));
     addTextLine(lines_, QStringLiteral("Workspace: ") + recorded(workspaceRoot));
     addTextLine(lines_, QStringLiteral("Feature: ") + recorded(feature));
-    addTextLine(lines_,
-                QStringLiteral("Before: ") +
-                    recorded(receipt ? std::optional(receipt->beforeOperationID) : std::nullopt));
+    // Operation IDs as jj's log shows them.
+    const auto operation = [](const std::optional<std::string>& id) {
+        return recorded(id ? std::optional(id->substr(0, 12)) : std::nullopt);
+    };
+    addTextLine(lines_, QStringLiteral("Before: ") +
+                            operation(receipt ? std::optional(receipt->beforeOperationID)
+                                              : std::nullopt));
     addTextLine(lines_, QStringLiteral("After: ") +
-                            recorded(receipt ? receipt->afterOperationID : std::nullopt));
+                            operation(receipt ? receipt->afterOperationID : std::nullopt));
     if (!receipt) {
         return;
     }
@@ -46,6 +50,12 @@ void ReceiptView::addCommonLines(const std::string& recordID, const std::string&
     }
     for (const auto& warning : receipt->verificationWarnings) {
         addTextLine(lines_, sheetText(warning));
+    }
+}
+
+void PlainReceiptView::addConflicts(const std::vector<std::string>& changeIDs) {
+    if (!changeIDs.empty()) {
+        addTextLine(lines(), QStringLiteral("Conflicted changes: ") + listText(changeIDs));
     }
 }
 

@@ -11,6 +11,33 @@ class QVBoxLayout;
 
 namespace vorda {
 
+/// The workspace a flow's plan ran in.
+template <typename Plan>
+const std::string& receiptWorkspace(const Plan& plan) {
+    if constexpr (requires { plan.workspaceRoot; }) {
+        return plan.workspaceRoot;
+    } else {
+        return plan.topology.workspaceRoot;
+    }
+}
+
+/// The feature bookmark a flow's plan is about; a local stack update names
+/// its stacks' bookmarks.
+template <typename Plan>
+std::string receiptFeature(const Plan& plan) {
+    if constexpr (requires { plan.bookmarkName; }) {
+        return plan.bookmarkName;
+    } else if constexpr (requires { plan.topology.bookmarkName; }) {
+        return plan.topology.bookmarkName;
+    } else {
+        std::string names;
+        for (const auto& name : plan.bookmarkNames) {
+            names += (names.empty() ? "" : ", ") + name;
+        }
+        return names;
+    }
+}
+
 /// The lines every receipt shows: "Receipt: ", "Workspace: ", "Feature: ",
 /// "Before: " and "After: ", with "not recorded" for what the record lacks,
 /// then the outcome, what stopped the flow and what reading back did not
@@ -28,9 +55,9 @@ class ReceiptView : public QWidget {
 
   protected:
     template <typename Plan>
-    void addRecordLines(const OperationRecord<Plan>& record, const std::string& workspaceRoot,
-                        const std::string& feature) {
-        addCommonLines(record.id, workspaceRoot, feature, record.receipt);
+    void addRecordLines(const OperationRecord<Plan>& record) {
+        addCommonLines(record.id, receiptWorkspace(record.plan), receiptFeature(record.plan),
+                       record.receipt);
     }
 
   private:
@@ -39,6 +66,25 @@ class ReceiptView : public QWidget {
                         const std::optional<LocalStackUpdateReceipt>& receipt);
 
     QVBoxLayout* lines_;
+};
+
+/// The receipt of a flow that offers nothing further: the common lines and
+/// the changes left conflicted.
+class PlainReceiptView : public ReceiptView {
+    Q_OBJECT
+
+  public:
+    template <typename Plan>
+    explicit PlainReceiptView(const OperationRecord<Plan>& record, QWidget* parent = nullptr)
+        : ReceiptView(parent) {
+        addRecordLines(record);
+        if (record.receipt) {
+            addConflicts(record.receipt->conflictedChangeIDs);
+        }
+    }
+
+  private:
+    void addConflicts(const std::vector<std::string>& changeIDs);
 };
 
 }  // namespace vorda

@@ -24,6 +24,7 @@
 #include <gtest/gtest.h>
 
 #include "MenuText.h"
+#include "SheetWindowTest.h"
 #include "app/board/ContentView.h"
 #include "app/board/SelectionStore.h"
 #include "app/column/BookmarkColumn.h"
@@ -62,23 +63,12 @@ class OpenedURLs : public QObject {
 
 namespace {
 
-bool settles(const std::function<bool()>& condition) {
-    return QTest::qWaitFor(condition, 30000);
-}
+using testing::contains;
+using testing::enabled;
+using testing::settles;
+using testing::visible;
 
-bool enabled(const QWidget* widget) {
-    return widget != nullptr && widget->isEnabled();
-}
-
-bool visible(const QWidget* widget) {
-    return widget != nullptr && widget->isVisible();
-}
-
-bool contains(const std::vector<std::string>& lines, const std::string& line) {
-    return std::find(lines.begin(), lines.end(), line) != lines.end();
-}
-
-class SheetScenario : public ::testing::Test {
+class SheetScenario : public testing::SheetWindowTest {
   protected:
     void SetUp() override {
         QDesktopServices::setUrlHandler(QStringLiteral("https"), &opened_, "open");
@@ -86,76 +76,10 @@ class SheetScenario : public ::testing::Test {
 
     void TearDown() override {
         QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
-        delete window_;
+        SheetWindowTest::TearDown();
     }
 
-    /// Opens a window on the repository drawn so far and waits for its board.
-    void openWindow() {
-        window_ = new RepoWindow(QString::fromStdString(repo_.root()), nullptr, {});
-        window_->resize(1400, 800);
-        window_->show();
-        ASSERT_TRUE(
-            settles([&] { return board().repoState() != nullptr && !board().isLoading(); }));
-        ASSERT_FALSE(board().errorMessage().has_value()) << *board().errorMessage();
-    }
-
-    RepoViewModel& viewModel() const { return *window_->viewModel(); }
-    const BoardModel& board() const { return window_->viewModel()->board(); }
-
-    Bookmark bookmark(const std::string& name) const {
-        return board().repoState()->bookmarks.at(name);
-    }
-
-    /// Puts `name` on the board and selects its lane, as a click would.
-    void pinAndSelect(const std::string& name) {
-        viewModel().send(RepoCommand::TogglePinned{name});
-        ASSERT_TRUE(settles([&] { return window_->contentView()->laneColumn(name) != nullptr; }));
-        Q_EMIT window_->contentView()->laneColumn(name)->columnClicked();
-        ASSERT_EQ(window_->selection()->selectedBookmarkName(), name);
-    }
-
-    /// The open sheet of type `Sheet`, once it is on screen.
-    template <typename Sheet>
-    Sheet* openedSheet() const {
-        Sheet* sheet = nullptr;
-        settles([&] {
-            sheet = window_->findChild<Sheet*>();
-            return sheet != nullptr && sheet->isVisible();
-        });
-        return sheet;
-    }
-
-    /// Saves the sheet's picture, then presses its confirming button and
-    /// waits until it has gone.
-    void saveAndConfirm(SheetDialog* sheet, const std::string& name) const {
-        saveAndPress(sheet, sheet->confirmButton(), name);
-    }
-    static void save(QWidget* sheet, const std::string& name) {
-        QApplication::processEvents();
-        const QString folder = QStringLiteral(VORDA_TEST_OUTPUT_DIR "/screenshots");
-        QDir().mkpath(folder);
-        const QString path = folder + "/" + QString::fromStdString(name) + ".png";
-        EXPECT_TRUE(sheet->grab().save(path, "PNG")) << path.toStdString();
-    }
-    void saveAndPress(QDialog* sheet, QPushButton* button, const std::string& name) const {
-        save(sheet, name);
-        ASSERT_TRUE(button->isEnabled()) << name;
-        QTest::mouseClick(button, Qt::LeftButton);
-        const QPointer<QDialog> closing(sheet);
-        ASSERT_TRUE(settles([&] { return !visible(closing.data()); })) << name;
-    }
-
-    /// Waits until the last command has finished and left no error.
-    void settled() const {
-        ASSERT_TRUE(settles([&] { return !viewModel().activity().isMutating(); }));
-        ASSERT_FALSE(viewModel().activity().mutationError().has_value())
-            << *viewModel().activity().mutationError();
-    }
-
-    testing::ScriptedGh gh_;
     OpenedURLs opened_;
-    testing::TestRepo repo_;
-    RepoWindow* window_ = nullptr;
 };
 
 TEST_F(SheetScenario, ForcePushOverADivergedRemoteAfterTheWarning) {

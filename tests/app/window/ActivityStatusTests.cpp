@@ -108,12 +108,19 @@ class ActivityStatusView : public ::testing::Test {
 
 TEST_F(ActivityStatusView, ShowsTheContentItsButtonsActAndTheToastExpires) {
     const QSignalSpy conflictRequests(&view_, &RepoActivityStatusView::conflictSheetRequested);
-    // Rebasing local stacks is not offered: the notice has no button. Anything
-    // running still comes first.
+    // The notice's button opens the local stack rebase with nothing seeded.
+    // Anything running still comes first.
     viewModel_.applySnapshot(
         windowtest::boardSnapshot(BoardShape{.workspaceBehindTrunk = true, .conflictedFiles = {}}));
-    EXPECT_EQ(rendered(viewModel_), "attention|Local stacks have an older base|||-||-");
+    EXPECT_EQ(rendered(viewModel_),
+              "attention|Local stacks have an older base|||Rebase Local Stacks…|Preview rebasing "
+              "local stacks onto current trunk. Immutable dependencies stay in place; no new "
+              "composition parents are added.|-");
     expectShown();
+    viewModel_.rewrites().setLocalStackUpdateSeedBookmarks(StringList{"stale"});
+    QTest::mouseClick(view_.button(), Qt::LeftButton);
+    EXPECT_TRUE(viewModel_.rewrites().showLocalStackUpdateSheet());
+    EXPECT_FALSE(viewModel_.rewrites().localStackUpdateSeedBookmarks().has_value());
     viewModel_.activity().setToastMessage("Fetched");
     EXPECT_EQ(rendered(viewModel_), "toast|Fetched|||-||-");
     viewModel_.activity().setToastMessage(std::nullopt);

@@ -71,7 +71,8 @@ TEST_F(RepoMenus, EverythingIsDisabledWithoutAFocusedWindow) {
         return text;
     };
     const std::string disabled =
-        "Repo: Fetch <Ctrl+R> (off); -; New Bookmark… <Ctrl+N> (off); Commit… <Ctrl+Return> (off); "
+        "Repo: Fetch <Ctrl+R> (off); Rebase Local Stacks… <Ctrl+Shift+R> (off); -; New Bookmark… "
+        "<Ctrl+N> (off); Commit… <Ctrl+Return> (off); "
         "-; Undo Last jj Operation (off); Operation Log… (off)\nView: Filter Bookmarks <Ctrl+F> "
         "(off); Clear Filters "
         "<Ctrl+Shift+F> (off)\nBookmark: Rebase Onto… <Ctrl+Alt+R> (off); Squash into Single "
@@ -94,7 +95,8 @@ TEST_F(RepoMenus, EverythingIsDisabledWithoutAFocusedWindow) {
 TEST_F(RepoMenus, RepoAndViewEntriesActOnTheFocusedWindow) {
     commands_.setFocusedTarget(window_.target());
     EXPECT_EQ(joined(*menu(QStringLiteral("Repo"))),
-              "Fetch <Ctrl+R>; -; New Bookmark… <Ctrl+N>; Commit… <Ctrl+Return>; -; Undo Last jj "
+              "Fetch <Ctrl+R>; Rebase Local Stacks… <Ctrl+Shift+R>; -; New Bookmark… <Ctrl+N>; "
+              "Commit… <Ctrl+Return>; -; Undo Last jj "
               "Operation; Operation Log… (off)");
     // Clearing the filters needs a filter.
     EXPECT_EQ(joined(*menu(QStringLiteral("View"))),
@@ -176,10 +178,11 @@ TEST_F(RepoMenus, BookmarkMenuFollowsTheSelectedBookmark) {
               std::tuple(CommitAction::describe, CommitAction::split, tip.commitID));
 
     // `fix` stands behind trunk, has diverged, one commit, no column of its own,
-    // no pull request. Rebasing a local stack is not offered yet.
+    // no pull request.
     window_.selection.selectBookmark(std::string("fix"));
     EXPECT_EQ(joined(*bookmarkMenu()),
-              "Rebase Onto… <Ctrl+Alt+R>; Squash into Single Commit (off); Force Push; Create Pull "
+              "Rebase Local Stack…; Rebase Onto… <Ctrl+Alt+R>; Squash into Single Commit (off); "
+              "Force Push; Create Pull "
               "Request…; Refresh PR Status; -; Pin to Board; Hide Column (off); Tags; Tags > [x] "
               "backend; Tags > [ ] ui; Tags > -; Tags > Add Tag…; -; Rename Bookmark; Delete "
               "Bookmark; Abandon (Delete Commits)…; -; Describe Commit… (off); Split Commit… "

@@ -45,7 +45,10 @@ TEST(RepoToolbar, ItemsCarryTheirIdentifiersLabelsAndTooltipsAndTheIdentityCopie
               "widget\nnew-bookmark item widget: New Bookmark | Create a new bookmark\nfetch item "
               "widget: Fetch | Run jj git fetch (Ctrl+R)\ncommit item widget: Commit | Describe "
               "the working-copy change (Ctrl+Return)\nundo item widget: Undo | Undo the last jj "
-              "operation (Ctrl+Z)\nrebase-local-stacks\nop-log\n");
+              "operation (Ctrl+Z)\nrebase-local-stacks item widget: Rebase Local Stacks… | "
+              "Preview rebasing local stacks onto current trunk (Ctrl+Shift+R). Protected "
+              "dependencies and composition inputs stay intact.\nop-log item widget: Operations | "
+              "Show the recent jj operation log (Ctrl+Shift+Z)\n");
     EXPECT_EQ(toolbar.findChild<RepoActivityStatusView*>(QStringLiteral("status")),
               toolbar.statusView());
     EXPECT_EQ(toolbar.findChild<PushToolbarButton*>(QStringLiteral("push")), toolbar.pushButton());
