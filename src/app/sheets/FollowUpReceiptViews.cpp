@@ -50,10 +50,7 @@ void FollowUpReceiptView::setFollowUp(const QString& label, const QString& objec
 FeatureAppendReceiptView::FeatureAppendReceiptView(RepoViewModel& viewModel, AppendRecord record,
                                                    QWidget* parent)
     : FollowUpReceiptView(viewModel, parent), record_(std::move(record)) {
-    if (record_.receipt && record_.receipt->succeeded()) {
-        addHeadingLine(lines(), QStringLiteral("Append verified"));
-    }
-    addRecordLines(record_);
+    addRecordLines(record_, QStringLiteral("Append verified"));
     setFollowUp(QStringLiteral("Advance Bookmark…"), QStringLiteral("advance-bookmark"),
                 [this] { planAdvance(); });
     beginChecking();

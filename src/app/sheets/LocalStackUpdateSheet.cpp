@@ -165,6 +165,8 @@ void LocalStackUpdateSheet::requestPlan() {
     planRefusal_.reset();
     executionRefusal_.reset();
     showWorking(QStringLiteral("Rebase Local Stacks"), QStringLiteral("Preparing your rebase…"));
+    // A refusal leaves the field alone: only a plan made now may show.
+    viewModel_.rewrites().setLocalStackUpdatePlan(std::nullopt);
     viewModel_.send(RepoCommand::PlanLocalStackUpdate{LocalStackChoices::bookmarksOf(chosen_),
                                                       LocalStackChoices::changeIDsOf(chosen_)},
                     [this, guard = QPointer<LocalStackUpdateSheet>(this)] {
@@ -313,6 +315,7 @@ void LocalStackUpdateSheet::confirm() {
 void LocalStackUpdateSheet::execute() {
     const LocalStackUpdatePlan plan = *plan_;
     showWorking(QStringLiteral("Rebase Local Stacks"), QStringLiteral("Rebasing local stacks…"));
+    viewModel_.rewrites().setLocalStackUpdateReceipt(std::nullopt);
     viewModel_.send(RepoCommand::ExecuteLocalStackUpdate{plan},
                     [this, guard = QPointer<LocalStackUpdateSheet>(this)] {
                         if (!guard) {

@@ -3,6 +3,7 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
+#include "app/sheets/CompositionAttachmentReceiptView.h"
 #include "app/sheets/FollowUpReceiptViews.h"
 
 namespace vorda {
@@ -27,6 +28,11 @@ ReceiptView* receiptViewFor(RepoViewModel& viewModel, const AppendRecord& record
 
 ReceiptView* receiptViewFor(RepoViewModel& viewModel, const CoordinatedRecord& record) {
     return new CoordinatedRoutingReceiptView(viewModel, record);
+}
+
+ReceiptView* receiptViewFor(RepoViewModel& /*viewModel*/,
+                            const OperationRecord<CompositionAttachmentPlan>& record) {
+    return new CompositionAttachmentReceiptView(&record);
 }
 
 }  // namespace vorda

@@ -24,5 +24,7 @@ ReceiptView* receiptViewFor(RepoViewModel& /*viewModel*/, const OperationRecord<
 }
 ReceiptView* receiptViewFor(RepoViewModel& viewModel, const AppendRecord& record);
 ReceiptView* receiptViewFor(RepoViewModel& viewModel, const CoordinatedRecord& record);
+ReceiptView* receiptViewFor(RepoViewModel& viewModel,
+                            const OperationRecord<CompositionAttachmentPlan>& record);
 
 }  // namespace vorda

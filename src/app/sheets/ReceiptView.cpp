@@ -19,17 +19,20 @@ ReceiptView::ReceiptView(QWidget* parent) : QWidget(parent), lines_(new QVBoxLay
     lines_->setAlignment(Qt::AlignTop);
 }
 
-QString ReceiptView::outcomeText(const std::optional<LocalStackUpdateReceipt>& receipt) {
+QString ReceiptView::outcomeText(const std::optional<LocalStackUpdateReceipt>& receipt,
+                                 const QString& verified) {
     if (!receipt) {
         return QStringLiteral("Outcome not recorded");
     }
-    return receipt->succeeded() ? QStringLiteral("Verified") : QStringLiteral("Needs inspection");
+    return receipt->succeeded() ? verified : QStringLiteral("Needs inspection");
 }
 
 void ReceiptView::addCommonLines(const std::string& recordID, const std::string& workspaceRoot,
                                  const std::string& feature,
-                                 const std::optional<LocalStackUpdateReceipt>& receipt) {
-    addHeadingLine(lines_, outcomeText(receipt))->setObjectName(QStringLiteral("receipt-outcome"));
+                                 const std::optional<LocalStackUpdateReceipt>& receipt,
+                                 const QString& verified) {
+    addHeadingLine(lines_, outcomeText(receipt, verified))
+        ->setObjectName(QStringLiteral("receipt-outcome"));
     addTextLine(lines_, QStringLiteral("Receipt: ") + recorded(recordID));
     addTextLine(lines_, QStringLiteral("Workspace: ") + recorded(workspaceRoot));
     addTextLine(lines_, QStringLiteral("Feature: ") + recorded(feature));
@@ -37,9 +40,9 @@ void ReceiptView::addCommonLines(const std::string& recordID, const std::string&
     const auto operation = [](const std::optional<std::string>& id) {
         return recorded(id ? std::optional(id->substr(0, 12)) : std::nullopt);
     };
-    addTextLine(lines_, QStringLiteral("Before: ") +
-                            operation(receipt ? std::optional(receipt->beforeOperationID)
-                                              : std::nullopt));
+    addTextLine(lines_,
+                QStringLiteral("Before: ") +
+                    operation(receipt ? std::optional(receipt->beforeOperationID) : std::nullopt));
     addTextLine(lines_, QStringLiteral("After: ") +
                             operation(receipt ? receipt->afterOperationID : std::nullopt));
     if (!receipt) {

@@ -50,20 +50,23 @@ class ReceiptView : public QWidget {
 
     QVBoxLayout* lines() const { return lines_; }
 
-    /// "Verified", "Needs inspection" or "Outcome not recorded".
-    static QString outcomeText(const std::optional<LocalStackUpdateReceipt>& receipt);
+    /// `verified` ("Verified"), "Needs inspection" or "Outcome not recorded".
+    static QString outcomeText(const std::optional<LocalStackUpdateReceipt>& receipt,
+                               const QString& verified = QStringLiteral("Verified"));
 
   protected:
     template <typename Plan>
-    void addRecordLines(const OperationRecord<Plan>& record) {
+    void addRecordLines(const OperationRecord<Plan>& record,
+                        const QString& verified = QStringLiteral("Verified")) {
         addCommonLines(record.id, receiptWorkspace(record.plan), receiptFeature(record.plan),
-                       record.receipt);
+                       record.receipt, verified);
     }
 
   private:
     void addCommonLines(const std::string& recordID, const std::string& workspaceRoot,
                         const std::string& feature,
-                        const std::optional<LocalStackUpdateReceipt>& receipt);
+                        const std::optional<LocalStackUpdateReceipt>& receipt,
+                        const QString& verified);
 
     QVBoxLayout* lines_;
 };

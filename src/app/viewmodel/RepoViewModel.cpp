@@ -608,6 +608,14 @@ void RepoViewModel::presentLocalStackRebase(const std::optional<StringList>& boo
     rewrites.setShowLocalStackUpdateSheet(true);
 }
 
+void RepoViewModel::presentCompositionAttachment() {
+    auto& rewrites = *rewrites_;
+    rewrites.setCompositionAttachmentPlan(std::nullopt);
+    rewrites.setCompositionAttachmentRecord(std::nullopt);
+    activity_->setMutationError(std::nullopt);
+    rewrites.setShowCompositionAttachmentSheet(true);
+}
+
 void RepoViewModel::beginWorkspaceRouting(const StringSet& changeIDs, const std::string& bookmark,
                                           const std::string& after) {
     auto& rewrites = *rewrites_;

@@ -118,6 +118,8 @@ class RepoViewModel : public QObject {
     /// stack it preselects, and no earlier preview or outcome.
     void presentLocalStackRebase(const std::optional<StringList>& bookmarks,
                                  const std::optional<std::string>& changeID);
+    /// Opens the composition attachment with no earlier preview or outcome.
+    void presentCompositionAttachment();
     /// Opens routing with its seeds and no earlier routing preview, outcome
     /// or error.
     void beginWorkspaceRouting(const StringSet& changeIDs, const std::string& bookmark,

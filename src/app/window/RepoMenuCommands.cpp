@@ -18,6 +18,8 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
     fetch_ = makeAction(QStringLiteral("Fetch"), QKeySequence(Qt::CTRL | Qt::Key_R));
     rebaseLocalStacks_ = makeAction(QStringLiteral("Rebase Local Stacks…"),
                                     QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R));
+    moveToFeature_ = makeAction(QStringLiteral("Move to Feature…"), {});
+    attachFeature_ = makeAction(QStringLiteral("Attach Feature to Composition…"), {});
     newBookmark_ = makeAction(QStringLiteral("New Bookmark…"), QKeySequence(Qt::CTRL | Qt::Key_N));
     commit_ = makeAction(QStringLiteral("Commit…"), QKeySequence(Qt::CTRL | Qt::Key_Return));
     undo_ = makeAction(QStringLiteral("Undo Last jj Operation"), {});
@@ -35,6 +37,16 @@ RepoMenuCommands::RepoMenuCommands(QObject* parent)
     connect(rebaseLocalStacks_, &QAction::triggered, this, [this] {
         if (auto* model = viewModel()) {
             model->presentLocalStackRebase(std::nullopt, std::nullopt);
+        }
+    });
+    connect(moveToFeature_, &QAction::triggered, this, [this] {
+        if (auto* model = viewModel()) {
+            model->beginWorkspaceRouting({}, {}, {});
+        }
+    });
+    connect(attachFeature_, &QAction::triggered, this, [this] {
+        if (auto* model = viewModel()) {
+            model->presentCompositionAttachment();
         }
     });
     connect(newBookmark_, &QAction::triggered, this, [this] {
@@ -78,7 +90,7 @@ QAction* RepoMenuCommands::makeAction(const QString& title, const QKeySequence& 
 }
 
 std::vector<QAction*> RepoMenuCommands::sharedActions() const {
-    return {fetch_, rebaseLocalStacks_, newBookmark_,     commit_,
+    return {fetch_, rebaseLocalStacks_, moveToFeature_,   attachFeature_, newBookmark_, commit_,
             undo_,  operationLog_,      filterBookmarks_, clearFilters_};
 }
 
@@ -122,7 +134,7 @@ void RepoMenuCommands::connectTarget() {
 void RepoMenuCommands::updateEnabled() {
     auto* model = viewModel();
     const bool hasTarget = model != nullptr;
-    for (auto* action : {fetch_, rebaseLocalStacks_, undo_}) {
+    for (auto* action : {fetch_, rebaseLocalStacks_, moveToFeature_, attachFeature_, undo_}) {
         action->setEnabled(hasTarget);
     }
     newBookmark_->setEnabled(hasTarget && target_->newBookmark);
@@ -137,6 +149,8 @@ void RepoMenuCommands::installMenus(QMenuBar* menuBar) {
     auto* repo = menuBar->addMenu(QStringLiteral("Repo"));
     repo->addAction(fetch_);
     repo->addAction(rebaseLocalStacks_);
+    repo->addAction(moveToFeature_);
+    repo->addAction(attachFeature_);
     repo->addSeparator();
     repo->addAction(newBookmark_);
     repo->addAction(commit_);

@@ -47,6 +47,8 @@ class RepoMenuCommands : public QObject {
     QAction* commitAction() const { return commit_; }
     QAction* undoAction() const { return undo_; }
     QAction* rebaseLocalStacksAction() const { return rebaseLocalStacks_; }
+    QAction* moveToFeatureAction() const { return moveToFeature_; }
+    QAction* attachFeatureAction() const { return attachFeature_; }
     QAction* operationLogAction() const { return operationLog_; }
     QAction* filterBookmarksAction() const { return filterBookmarks_; }
     QAction* clearFiltersAction() const { return clearFilters_; }
@@ -72,6 +74,8 @@ class RepoMenuCommands : public QObject {
     QAction* commit_ = nullptr;
     QAction* undo_ = nullptr;
     QAction* rebaseLocalStacks_ = nullptr;
+    QAction* moveToFeature_ = nullptr;
+    QAction* attachFeature_ = nullptr;
     QAction* operationLog_ = nullptr;
     QAction* filterBookmarks_ = nullptr;
     QAction* clearFilters_ = nullptr;

@@ -9,6 +9,8 @@
 #include "app/board/ContentView.h"
 #include "app/board/SelectionStore.h"
 #include "app/sheets/CommitSheets.h"
+#include "app/sheets/CompositionAttachmentSheet.h"
+#include "app/sheets/FeatureInsertionSheet.h"
 #include "app/sheets/LocalStackUpdateSheet.h"
 #include "app/sheets/OpLogSheet.h"
 #include "app/sheets/RebaseConflictReviewSheet.h"
@@ -114,16 +116,32 @@ void RepoWindow::showCreateBookmark() {
     dialog->open();
 }
 
+namespace {
+
+/// Opens a `Sheet` while `requested` holds and none is open; closing it
+/// answers the request through `answer`.
+template <typename Sheet>
+void openRequested(QPointer<Sheet>& open, bool requested, RepoViewModel& viewModel, QWidget* window,
+                   std::function<void()> answer) {
+    if (!requested || !open.isNull()) {
+        return;
+    }
+    auto* sheet = new Sheet(viewModel, window);
+    open = sheet;
+    QObject::connect(sheet, &QObject::destroyed, &viewModel.rewrites(), std::move(answer));
+    sheet->open();
+}
+
+}  // namespace
+
 void RepoWindow::showRequestedRewriteSheets() {
     auto& rewrites = viewModel_->rewrites();
-    if (rewrites.showLocalStackUpdateSheet() && !localStackSheet_) {
-        auto* sheet = new LocalStackUpdateSheet(*viewModel_, this);
-        localStackSheet_ = sheet;
-        // However it closes, the request is answered.
-        connect(sheet, &QObject::destroyed, &rewrites,
-                [&rewrites] { rewrites.setShowLocalStackUpdateSheet(false); });
-        sheet->open();
-    }
+    openRequested(localStackSheet_, rewrites.showLocalStackUpdateSheet(), *viewModel_, this,
+                  [&rewrites] { rewrites.setShowLocalStackUpdateSheet(false); });
+    openRequested(routingSheet_, rewrites.showFeatureInsertionSheet(), *viewModel_, this,
+                  [&rewrites] { rewrites.setShowFeatureInsertionSheet(false); });
+    openRequested(attachmentSheet_, rewrites.showCompositionAttachmentSheet(), *viewModel_, this,
+                  [&rewrites] { rewrites.setShowCompositionAttachmentSheet(false); });
 }
 
 void RepoWindow::showConflicts() {

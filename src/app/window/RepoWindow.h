@@ -9,6 +9,8 @@ class QMenuBar;
 namespace vorda {
 
 class ContentView;
+class CompositionAttachmentSheet;
+class FeatureInsertionSheet;
 class LocalStackUpdateSheet;
 class RepoMenuCommands;
 class RepoToolbar;
@@ -64,6 +66,8 @@ class RepoWindow : public QMainWindow {
     ContentView* content_;
     RepoToolbar* toolbar_ = nullptr;
     QPointer<LocalStackUpdateSheet> localStackSheet_;
+    QPointer<FeatureInsertionSheet> routingSheet_;
+    QPointer<CompositionAttachmentSheet> attachmentSheet_;
     bool loaded_ = false;
 };
 

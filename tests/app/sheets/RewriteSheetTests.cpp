@@ -1,14 +1,18 @@
 // The planned rewrites driven through their sheets in a real window: choose,
 // preview, confirm, outcome, with the repository read back from jj.
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QTreeWidget>
 
 #include "SheetWindowTest.h"
+#include "app/sheets/FeatureInsertionSheet.h"
 #include "app/sheets/LocalStackUpdateSheet.h"
 #include "app/sheets/OpLogSheet.h"
 #include "app/sheets/ReceiptSheet.h"
 #include "app/window/RepoCommandTarget.h"
+#include "app/window/RepoMenuCommands.h"
 #include "support/RewriteTestData.h"
 #include "support/TestTools.h"
 
@@ -55,6 +59,42 @@ class RewriteSheet : public testing::SheetWindowTest {
             }
         }
         return titles;
+    }
+    /// Opens Repo › Move to Feature…, chooses W1 and W2 for `feat` in
+    /// `mode` after `anchor`, previews and carries the preview out.
+    void routeWork(FeatureInsertionSheet::Mode mode, const std::string& anchor,
+                   const QString& previewLine, const QString& outcome, const std::string& picture) {
+        repo_.draw(testing::appendPicture(false));
+        ASSERT_NO_FATAL_FAILURE(openWindow());
+        RepoMenuCommands menus;
+        menus.setFocusedTarget(window_->commandTarget());
+        menus.moveToFeatureAction()->trigger();
+        auto* sheet = openedSheet<FeatureInsertionSheet>();
+        ASSERT_NE(sheet, nullptr);
+        const auto pick = [&](const char* name, const std::string& data) {
+            auto* picker = sheet->findChild<QComboBox*>(QString::fromLatin1(name));
+            picker->setCurrentIndex(picker->findData(QString::fromStdString(data)));
+        };
+        sheet->findChild<QComboBox*>(QStringLiteral("routing-mode"))
+            ->setCurrentIndex(static_cast<int>(mode));
+        pick("feature-picker", "feat");
+        if (!anchor.empty()) {
+            pick("anchor-picker", repo_.id(anchor));
+        }
+        auto* work = sheet->findChild<QListWidget*>(QStringLiteral("finished-work"));
+        for (int row = 0; row < work->count(); ++row) {
+            const auto id = work->item(row)->data(Qt::UserRole).toString().toStdString();
+            if (id == repo_.id("W1") || id == repo_.id("W2")) {
+                work->item(row)->setCheckState(Qt::Checked);
+            }
+        }
+        save(sheet, picture + "-choose");
+        ASSERT_NO_FATAL_FAILURE(
+            pressUntilShown(sheet, QStringLiteral("preview-routing"), previewLine));
+        EXPECT_TRUE(shows(sheet, QStringLiteral("Based on operation ")));
+        save(sheet, picture + "-preview");
+        ASSERT_NO_FATAL_FAILURE(pressUntilShown(sheet, QStringLiteral("route"), outcome));
+        save(sheet, picture + "-outcome");
     }
     static void check(QWidget* sheet, const QString& title, bool on) {
         auto* tree = sheet->findChild<QTreeWidget*>();
@@ -134,6 +174,22 @@ TEST_F(RewriteSheet, ALocalStackRebaseFromItsLaneIsPreviewedRefusedWhenStaleAndC
     QTest::mouseClick(button(sheet, QStringLiteral("done")), Qt::LeftButton);
     ASSERT_TRUE(settles([&] { return closing.isNull(); }));
     EXPECT_FALSE(viewModel().rewrites().showLocalStackUpdateSheet());
+}
+
+TEST_F(RewriteSheet, FinishedWorkIsInsertedIntoAFeatureAfterAnAncestorOfItsTip) {
+    ASSERT_NO_FATAL_FAILURE(routeWork(FeatureInsertionSheet::Mode::insertAfter, "F1",
+                                      QStringLiteral("Insert 2 changes into feat after "),
+                                      QStringLiteral("Verified"), "move-to-feature-insert"));
+    EXPECT_EQ(testing::graph(repo_, {"W1", "W2", "F2", "M"}), "W1<F1 W2<W1 F2<W2 M<F2,T");
+    EXPECT_EQ(repo_.bookmarkTarget("feat"), "F2");
+}
+
+TEST_F(RewriteSheet, FinishedWorkIsAppendedToAFeatureAndItsBookmarkAdvances) {
+    ASSERT_NO_FATAL_FAILURE(routeWork(FeatureInsertionSheet::Mode::appendTo, "",
+                                      QStringLiteral("Append 2 changes to feat after its tip"),
+                                      QStringLiteral("Append verified"), "move-to-feature-append"));
+    EXPECT_EQ(testing::graph(repo_, {"W1", "W2", "M"}), "W1<F2 W2<W1 M<W2,T");
+    EXPECT_EQ(repo_.bookmarkTarget("feat"), "W2");
 }
 
 TEST_F(RewriteSheet, AnAppendStoppedBeforeItsBookmarkMovedIsFinishedFromItsReceipt) {

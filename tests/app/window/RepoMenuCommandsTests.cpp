@@ -71,7 +71,9 @@ TEST_F(RepoMenus, EverythingIsDisabledWithoutAFocusedWindow) {
         return text;
     };
     const std::string disabled =
-        "Repo: Fetch <Ctrl+R> (off); Rebase Local Stacks… <Ctrl+Shift+R> (off); -; New Bookmark… "
+        "Repo: Fetch <Ctrl+R> (off); Rebase Local Stacks… <Ctrl+Shift+R> (off); Move to Feature… "
+        "(off); "
+        "Attach Feature to Composition… (off); -; New Bookmark… "
         "<Ctrl+N> (off); Commit… <Ctrl+Return> (off); "
         "-; Undo Last jj Operation (off); Operation Log… (off)\nView: Filter Bookmarks <Ctrl+F> "
         "(off); Clear Filters "
@@ -94,10 +96,12 @@ TEST_F(RepoMenus, EverythingIsDisabledWithoutAFocusedWindow) {
 
 TEST_F(RepoMenus, RepoAndViewEntriesActOnTheFocusedWindow) {
     commands_.setFocusedTarget(window_.target());
-    EXPECT_EQ(joined(*menu(QStringLiteral("Repo"))),
-              "Fetch <Ctrl+R>; Rebase Local Stacks… <Ctrl+Shift+R>; -; New Bookmark… <Ctrl+N>; "
-              "Commit… <Ctrl+Return>; -; Undo Last jj "
-              "Operation; Operation Log… (off)");
+    EXPECT_EQ(
+        joined(*menu(QStringLiteral("Repo"))),
+        "Fetch <Ctrl+R>; Rebase Local Stacks… <Ctrl+Shift+R>; Move to Feature…; Attach Feature "
+        "to Composition…; -; New Bookmark… <Ctrl+N>; "
+        "Commit… <Ctrl+Return>; -; Undo Last jj "
+        "Operation; Operation Log… (off)");
     // Clearing the filters needs a filter.
     EXPECT_EQ(joined(*menu(QStringLiteral("View"))),
               "Filter Bookmarks <Ctrl+F>; Clear Filters <Ctrl+Shift+F> (off)");
