@@ -155,10 +155,7 @@ void CompositionAttachmentSheet::requestPlan() {
 void CompositionAttachmentSheet::showPreview() {
     const CompositionAttachmentPlan& plan = *plan_;
     beginState(sheetTitle());
-    if (executionRefusal_) {
-        addHeading(QStringLiteral("This preview was not carried out"));
-        addLine(sheetText(*executionRefusal_), QStringLiteral("execution-refusal"));
-    }
+    addExecutionRefusal(executionRefusal_);
     addHeading(plan.alreadyIncluded
                    ? QStringLiteral("Feature already included — no rebase needed")
                    : QStringLiteral("Add ") + sheetText(plan.bookmarkName) +
@@ -205,15 +202,12 @@ void CompositionAttachmentSheet::showPreview() {
     addLine(QStringLiteral("Based on operation ") + shortID(plan.operationID),
             QStringLiteral("based-on"));
 
-    addButton(QStringLiteral("Cancel"), [this] { reject(); });
-    addButton(QStringLiteral("Change Selection"), [this] {
+    const auto change = [this] {
         executionRefusal_.reset();
         showChoosing();
-    });
-    if (executionRefusal_) {
-        addButton(
-            QStringLiteral("Preview Again"), [this] { requestPlan(); }, true)
-            ->setObjectName(QStringLiteral("preview-again"));
+    };
+    if (!addPreviewButtons(QStringLiteral("Cancel"), QStringLiteral("Change Selection"),
+                           executionRefusal_.has_value(), change, [this] { requestPlan(); })) {
         return;
     }
     addButton(

@@ -317,11 +317,7 @@ void FeatureInsertionSheet::addCoordinatedLines(const CoordinatedFeatureRoutingP
 
 void FeatureInsertionSheet::showPreview() {
     beginState(QStringLiteral("Move to Feature"));
-    if (executionRefusal_) {
-        addHeading(QStringLiteral("This preview was not carried out"))
-            ->setStyleSheet(QStringLiteral("color: #c0392b;"));
-        addLine(sheetText(*executionRefusal_), QStringLiteral("execution-refusal"));
-    }
+    addExecutionRefusal(executionRefusal_);
     QString action;
     if (const auto* insertion = std::get_if<FeatureInsertionPlan>(&plan_)) {
         addHeading(QStringLiteral("Insert %1 into %2 after %3")
@@ -343,15 +339,12 @@ void FeatureInsertionSheet::showPreview() {
         action = QStringLiteral("Route and Repair…");
     }
 
-    addButton(QStringLiteral("Close"), [this] { reject(); });
-    addButton(QStringLiteral("Change Selection"), [this] {
+    const auto change = [this] {
         executionRefusal_.reset();
         showChoosing();
-    });
-    if (executionRefusal_) {
-        addButton(
-            QStringLiteral("Preview Again"), [this] { requestPlan(); }, true)
-            ->setObjectName(QStringLiteral("preview-again"));
+    };
+    if (!addPreviewButtons(QStringLiteral("Close"), QStringLiteral("Change Selection"),
+                           executionRefusal_.has_value(), change, [this] { requestPlan(); })) {
         return;
     }
     addButton(

@@ -13,19 +13,23 @@ namespace vorda {
 FollowUpReceiptView::FollowUpReceiptView(RepoViewModel& viewModel, QWidget* parent)
     : ReceiptView(parent), viewModel_(viewModel) {}
 
+RewriteModel& FollowUpReceiptView::rewrites() const {
+    return viewModel_.rewrites();
+}
+
 void FollowUpReceiptView::beginChecking() {
     checking_ = addNoteLine(lines(), QStringLiteral("Checking the repository…"));
 }
 
-void FollowUpReceiptView::showFindings(const std::vector<QString>& findings, bool offer) {
+void FollowUpReceiptView::showFindings(const Findings& findings) {
     delete checking_;
     checking_ = nullptr;
     addHeadingLine(lines(), QStringLiteral("Now"));
-    for (const auto& finding : findings) {
+    for (const auto& finding : findings.lines) {
         addTextLine(lines(), finding);
     }
     if (followUp_ != nullptr) {
-        followUp_->setVisible(offer);
+        followUp_->setVisible(findings.offer);
         lines()->addWidget(followUp_, 0, Qt::AlignLeft);
     }
 }
@@ -51,59 +55,33 @@ FeatureAppendReceiptView::FeatureAppendReceiptView(RepoViewModel& viewModel, App
                                                    QWidget* parent)
     : FollowUpReceiptView(viewModel, parent), record_(std::move(record)) {
     addRecordLines(record_, QStringLiteral("Append verified"));
-    setFollowUp(QStringLiteral("Advance Bookmark…"), QStringLiteral("advance-bookmark"),
-                [this] { planAdvance(); });
-    beginChecking();
-    viewModel_.inspectFeatureAppend(record_, [guard = QPointer<FeatureAppendReceiptView>(this)](
-                                                 const Outcome<FeatureAppendInspection>& outcome) {
-        auto* view = guard.data();
-        if (view == nullptr) {
-            return;
-        }
-        if (!outcome.value) {
-            view->showFindings({sheetText(outcome.error)}, false);
-            return;
-        }
-        const auto& found = *outcome.value;
-        std::vector<QString> findings{
-            QStringLiteral("Topology: ") + sheetText(std::string(displayText(found.topology))),
-            QStringLiteral("Feature bookmark: ") +
-                sheetText(std::string(displayText(found.bookmark)))};
-        for (const auto& warning : found.warnings) {
-            findings.push_back(sheetText(warning));
-        }
-        findings.push_back(sheetText(found.guidance()));
-        // Only the work in place with the bookmark left behind can be
-        // finished here.
-        view->showFindings(findings,
-                           found.warnings.empty() &&
-                               found.topology == FeatureAppendInspection::Topology::routed &&
-                               found.bookmark == FeatureAppendInspection::BookmarkState::original);
+    setFollowUp(QStringLiteral("Advance Bookmark…"), QStringLiteral("advance-bookmark"), [this] {
+        viewModel_.planFeatureAppendRecovery(
+            record_, planned(this, &FeatureAppendReceiptView::confirmAdvance));
     });
-    connect(&viewModel_.rewrites(), &RewriteModel::changed, this, [this] {
-        const auto& recovery = viewModel_.rewrites().featureAppendRecoveryRecord();
-        if (recovery && recovery->plan.sourceRecordID == record_.id) {
-            showFollowUpOutcome(recovery->receipt && recovery->receipt->succeeded()
-                                    ? QStringLiteral("Feature bookmark advanced")
-                                    : QStringLiteral("Bookmark advance needs inspection"));
-        }
-    });
+    viewModel_.inspectFeatureAppend(record_, inspected(this, &FeatureAppendReceiptView::describe));
+    followOutcome(record_.id, &RewriteModel::featureAppendRecoveryRecord,
+                  QStringLiteral("Feature bookmark advanced"),
+                  QStringLiteral("Bookmark advance needs inspection"));
 }
 
-void FeatureAppendReceiptView::planAdvance() {
-    viewModel_.planFeatureAppendRecovery(
-        record_, [guard = QPointer<FeatureAppendReceiptView>(this)](
-                     const Outcome<FeatureAppendRecoveryPlan>& outcome) {
-            auto* view = guard.data();
-            if (view == nullptr) {
-                return;
-            }
-            if (outcome.value) {
-                view->confirmAdvance(*outcome.value);
-            } else {
-                view->showFollowUpOutcome(sheetText(outcome.error));
-            }
-        });
+FollowUpReceiptView::Findings FeatureAppendReceiptView::describe(
+    const FeatureAppendInspection& found, const FeatureAppendReceiptView& /*view*/) {
+    Findings findings{
+        {QStringLiteral("Topology: ") + sheetText(std::string(displayText(found.topology))),
+         QStringLiteral("Feature bookmark: ") +
+             sheetText(std::string(displayText(found.bookmark)))},
+        false};
+    for (const auto& warning : found.warnings) {
+        findings.lines.push_back(sheetText(warning));
+    }
+    findings.lines.push_back(sheetText(found.guidance()));
+    // Only the work in place with the bookmark left behind can be finished
+    // here.
+    findings.offer = found.warnings.empty() &&
+                     found.topology == FeatureAppendInspection::Topology::routed &&
+                     found.bookmark == FeatureAppendInspection::BookmarkState::original;
+    return findings;
 }
 
 void FeatureAppendReceiptView::confirmAdvance(const FeatureAppendRecoveryPlan& plan) {
@@ -130,66 +108,41 @@ CoordinatedRoutingReceiptView::CoordinatedRoutingReceiptView(RepoViewModel& view
                                                              QWidget* parent)
     : FollowUpReceiptView(viewModel, parent), record_(std::move(record)) {
     addRecordLines(record_);
-    setFollowUp(QStringLiteral("Recover…"), QStringLiteral("recover-coordinated"),
-                [this] { planRecovery(); });
-    beginChecking();
-    viewModel_.inspectCoordinatedRouting(
-        record_, [guard = QPointer<CoordinatedRoutingReceiptView>(this)](
-                     const Outcome<CoordinatedRoutingInspection>& outcome) {
-            auto* view = guard.data();
-            if (view == nullptr) {
-                return;
-            }
-            if (!outcome.value) {
-                view->showFindings({sheetText(outcome.error)}, false);
-                return;
-            }
-            const auto& found = *outcome.value;
-            std::vector<QString> findings{
-                QStringLiteral("Matches: ") + listText(found.matchingStages),
-                QStringLiteral("Feature bookmark: ") + sheetText(found.bookmarkState)};
-            bool remaining = false;
-            for (const auto& repair : found.repairs) {
-                findings.push_back(
-                    QStringLiteral("Composition %1: routed parents %2; repaired parents %3")
-                        .arg(sheetText(repair.changeID.substr(0, 8)),
-                             repair.matchesRoutedParents ? QStringLiteral("match")
-                                                         : QStringLiteral("do not match"),
-                             repair.matchesRepairedParents ? QStringLiteral("match")
-                                                           : QStringLiteral("do not match")));
-                remaining = remaining || !repair.matchesRepairedParents;
-            }
-            for (const auto& warning : found.warnings) {
-                findings.push_back(sheetText(warning));
-            }
-            findings.push_back(sheetText(std::string(CoordinatedRoutingInspection::guidance())));
-            const bool stoppedShort = !view->record_.receipt || !view->record_.receipt->succeeded();
-            view->showFindings(findings, stoppedShort && (remaining || found.repairs.empty()));
-        });
-    connect(&viewModel_.rewrites(), &RewriteModel::changed, this, [this] {
-        const auto& recovery = viewModel_.rewrites().coordinatedRecoveryRecord();
-        if (recovery && recovery->plan.sourceRecordID == record_.id) {
-            showFollowUpOutcome(recovery->receipt && recovery->receipt->succeeded()
-                                    ? QStringLiteral("Remaining steps recovered")
-                                    : QStringLiteral("Recovery needs inspection"));
-        }
+    setFollowUp(QStringLiteral("Recover…"), QStringLiteral("recover-coordinated"), [this] {
+        viewModel_.planCoordinatedRecovery(
+            record_, planned(this, &CoordinatedRoutingReceiptView::confirmRecovery));
     });
+    viewModel_.inspectCoordinatedRouting(record_,
+                                         inspected(this, &CoordinatedRoutingReceiptView::describe));
+    followOutcome(record_.id, &RewriteModel::coordinatedRecoveryRecord,
+                  QStringLiteral("Remaining steps recovered"),
+                  QStringLiteral("Recovery needs inspection"));
 }
 
-void CoordinatedRoutingReceiptView::planRecovery() {
-    viewModel_.planCoordinatedRecovery(record_,
-                                       [guard = QPointer<CoordinatedRoutingReceiptView>(this)](
-                                           const Outcome<CoordinatedRoutingRecoveryPlan>& outcome) {
-                                           auto* view = guard.data();
-                                           if (view == nullptr) {
-                                               return;
-                                           }
-                                           if (outcome.value) {
-                                               view->confirmRecovery(*outcome.value);
-                                           } else {
-                                               view->showFollowUpOutcome(sheetText(outcome.error));
-                                           }
-                                       });
+FollowUpReceiptView::Findings CoordinatedRoutingReceiptView::describe(
+    const CoordinatedRoutingInspection& found, const CoordinatedRoutingReceiptView& view) {
+    Findings findings{{QStringLiteral("Matches: ") + listText(found.matchingStages),
+                       QStringLiteral("Feature bookmark: ") + sheetText(found.bookmarkState)},
+                      false};
+    bool remaining = found.repairs.empty();
+    for (const auto& repair : found.repairs) {
+        findings.lines.push_back(
+            QStringLiteral("Composition %1: routed parents %2; repaired parents %3")
+                .arg(sheetText(repair.changeID.substr(0, 8)),
+                     repair.matchesRoutedParents ? QStringLiteral("match")
+                                                 : QStringLiteral("do not match"),
+                     repair.matchesRepairedParents ? QStringLiteral("match")
+                                                   : QStringLiteral("do not match")));
+        remaining = remaining || !repair.matchesRepairedParents;
+    }
+    for (const auto& warning : found.warnings) {
+        findings.lines.push_back(sheetText(warning));
+    }
+    findings.lines.push_back(sheetText(std::string(CoordinatedRoutingInspection::guidance())));
+    // A routing that stopped short has steps left to recover.
+    const auto& receipt = view.record_.receipt;
+    findings.offer = remaining && (!receipt || !receipt->succeeded());
+    return findings;
 }
 
 void CoordinatedRoutingReceiptView::confirmRecovery(const CoordinatedRoutingRecoveryPlan& plan) {

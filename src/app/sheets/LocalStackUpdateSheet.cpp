@@ -189,11 +189,7 @@ void LocalStackUpdateSheet::showPreview() {
     const LocalStackRebaseSummary summary(plan);
     beginState(QStringLiteral("Rebase Local Stacks"));
     // Why the last confirmation did nothing comes first: it is the news.
-    if (executionRefusal_) {
-        addHeading(QStringLiteral("This preview was not carried out"))
-            ->setStyleSheet(QStringLiteral("color: #c0392b;"));
-        addLine(sheetText(*executionRefusal_), QStringLiteral("execution-refusal"));
-    }
+    addExecutionRefusal(executionRefusal_);
 
     QString counts = plural(summary.stacks.size(), QStringLiteral("local stack")) +
                      QStringLiteral(" · ") +
@@ -268,15 +264,12 @@ void LocalStackUpdateSheet::showPreview() {
             QStringLiteral("based-on"));
     addNote(QStringLiteral("This does not fetch or push. Conflicts are not predicted."));
 
-    addButton(QStringLiteral("Cancel"), [this] { reject(); });
-    addButton(QStringLiteral("Change Selection…"), [this] {
+    const auto change = [this] {
         executionRefusal_.reset();
         showChoosing();
-    });
-    if (executionRefusal_) {
-        addButton(
-            QStringLiteral("Preview Again"), [this] { requestPlan(); }, true)
-            ->setObjectName(QStringLiteral("preview-again"));
+    };
+    if (!addPreviewButtons(QStringLiteral("Cancel"), QStringLiteral("Change Selection…"),
+                           executionRefusal_.has_value(), change, [this] { requestPlan(); })) {
         return;
     }
     auto* review = addButton(

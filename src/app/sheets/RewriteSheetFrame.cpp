@@ -88,4 +88,24 @@ QPushButton* RewriteSheetFrame::addCopyButton(const QString& label, const std::s
     return button;
 }
 
+void RewriteSheetFrame::addExecutionRefusal(const std::optional<std::string>& refusal) {
+    if (refusal) {
+        addHeading(QStringLiteral("This preview was not carried out"))
+            ->setStyleSheet(QStringLiteral("color: #c0392b;"));
+        addLine(sheetText(*refusal), QStringLiteral("execution-refusal"));
+    }
+}
+
+bool RewriteSheetFrame::addPreviewButtons(const QString& closeLabel, const QString& changeLabel,
+                                          bool refused, std::function<void()> change,
+                                          std::function<void()> again) {
+    addButton(closeLabel, [this] { reject(); });
+    addButton(changeLabel, std::move(change));
+    if (refused) {
+        addButton(QStringLiteral("Preview Again"), std::move(again), true)
+            ->setObjectName(QStringLiteral("preview-again"));
+    }
+    return !refused;
+}
+
 }  // namespace vorda

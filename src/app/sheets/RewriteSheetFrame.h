@@ -2,6 +2,7 @@
 
 #include <QDialog>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "app/sheets/SheetLines.h"
@@ -38,6 +39,14 @@ class RewriteSheetFrame : public QDialog {
     /// Return.
     QPushButton* addButton(const QString& label, std::function<void()> onPress,
                            bool isDefault = false);
+    /// Why confirming the preview did nothing, first and in red; nothing
+    /// without a refusal.
+    void addExecutionRefusal(const std::optional<std::string>& refusal);
+    /// A preview's `closeLabel` and `changeLabel` (back to choosing) and,
+    /// after a refused confirmation, "Preview Again" in place of the
+    /// confirming button. Answers whether the confirming button is to follow.
+    bool addPreviewButtons(const QString& closeLabel, const QString& changeLabel, bool refused,
+                           std::function<void()> change, std::function<void()> again);
     /// A button that copies `text` to the clipboard.
     QPushButton* addCopyButton(const QString& label, const std::string& text);
 
