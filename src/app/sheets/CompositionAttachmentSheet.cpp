@@ -181,11 +181,7 @@ void CompositionAttachmentSheet::showPreview() {
     for (const auto& commit : plan.affected) {
         addLine(commitText(commit.shortChangeID(), commit));
     }
-    std::vector<std::string> workspaces;
-    for (const auto& workspace : plan.affectedWorkspaces) {
-        workspaces.push_back(workspace.name);
-    }
-    addLine(QStringLiteral("Affected workspaces: ") + listText(workspaces),
+    addLine(QStringLiteral("Affected workspaces: ") + workspacesText(plan.affectedWorkspaces),
             QStringLiteral("affected-workspaces"));
     addLine(plural(plan.affected.size(), QStringLiteral("affected change")),
             QStringLiteral("affected-count"));

@@ -38,17 +38,10 @@ std::vector<std::string> bookmarksOf(const std::vector<JJCommit>& commits) {
     return {names.begin(), names.end()};
 }
 
-std::vector<std::string> workspacesOf(const std::vector<JJWorkspace>& workspaces) {
-    std::vector<std::string> names;
-    for (const auto& workspace : workspaces) {
-        names.push_back(workspace.name);
-    }
-    return names;
-}
-
 /// `ids` shown by the changes they name among `commits`, else shortened.
 QString parentsText(const std::vector<std::string>& ids, const std::vector<JJCommit>& commits) {
     std::vector<std::string> shown;
+    shown.reserve(ids.size());
     for (const auto& id : ids) {
         const auto found =
             std::find_if(commits.begin(), commits.end(),
@@ -272,8 +265,7 @@ void FeatureInsertionSheet::addRoutingLines(const FeatureInsertionPlan& topology
     addLine(QStringLiteral("Destination: ") + commitText(topology.destination));
     addLine(QStringLiteral("Feature tip: ") + commitText(topology.featureTip));
     addLine(QStringLiteral("Affected bookmarks: ") + listText(bookmarksOf(topology.affected)));
-    addLine(QStringLiteral("Affected workspaces: ") +
-            listText(workspacesOf(topology.affectedWorkspaces)));
+    addLine(QStringLiteral("Affected workspaces: ") + workspacesText(topology.affectedWorkspaces));
     addLine(plural(topology.affected.size(), QStringLiteral("affected change")));
     addLine(sheetText(topology.commandLine()), QStringLiteral("command-line"));
     addCopyButton(QStringLiteral("Copy Command"), topology.commandLine());
@@ -300,8 +292,7 @@ void FeatureInsertionSheet::addCoordinatedLines(const CoordinatedFeatureRoutingP
         QStringLiteral("Parent IDs identify original revisions. Rewritten identities are "
                        "resolved and verified at every checkpoint."));
     addLine(QStringLiteral("Affected bookmarks: ") + listText(bookmarksOf(plan.affected)));
-    addLine(QStringLiteral("Affected workspaces: ") +
-            listText(workspacesOf(plan.affectedWorkspaces)));
+    addLine(QStringLiteral("Affected workspaces: ") + workspacesText(plan.affectedWorkspaces));
     for (const auto& repair : plan.repairs) {
         addLine(QStringLiteral("Repair composition: ") + commitText(repair.composition));
         addLine(QStringLiteral("Original parents: ") +

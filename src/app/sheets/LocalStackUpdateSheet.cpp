@@ -253,11 +253,7 @@ void LocalStackUpdateSheet::showPreview() {
     addLine(plural(plan.roots.size(), QStringLiteral("root")) + QStringLiteral(" · ") +
             plural(plan.affectedCommits.size(), QStringLiteral("affected change")));
     addLine(QStringLiteral("Affected bookmarks: ") + listText(plan.affectedBookmarkNames()));
-    std::vector<std::string> workspaces;
-    for (const auto& workspace : plan.affectedWorkspaces) {
-        workspaces.push_back(workspace.name);
-    }
-    addLine(QStringLiteral("Affected workspaces: ") + listText(workspaces));
+    addLine(QStringLiteral("Affected workspaces: ") + workspacesText(plan.affectedWorkspaces));
     addLine(sheetText(plan.commandLine()), QStringLiteral("command-line"));
     addCopyButton(QStringLiteral("Copy Command"), plan.commandLine());
     addLine(QStringLiteral("Based on operation ") + shortID(plan.operationID),

@@ -51,6 +51,15 @@ QString listText(const std::vector<std::string>& items) {
     return parts.join(QStringLiteral(", "));
 }
 
+QString workspacesText(const std::vector<JJWorkspace>& workspaces) {
+    std::vector<std::string> names;
+    names.reserve(workspaces.size());
+    for (const auto& workspace : workspaces) {
+        names.push_back(workspace.name);
+    }
+    return listText(names);
+}
+
 QString plural(std::size_t count, const QString& one, const QString& many) {
     const QString noun = count == 1 ? one : (many.isEmpty() ? one + QStringLiteral("s") : many);
     return QString::number(count) + QStringLiteral(" ") + noun;

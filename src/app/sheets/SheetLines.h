@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "jjkit/records/JJWorkspace.h"
+
 class QLabel;
 class QVBoxLayout;
 
@@ -22,6 +24,8 @@ QString sheetText(const std::string& text);
 QString shortID(const std::string& id);
 /// `items` joined with ", ", or "none".
 QString listText(const std::vector<std::string>& items);
+/// The names of `workspaces` as `listText` shows them.
+QString workspacesText(const std::vector<JJWorkspace>& workspaces);
 /// "1 root", "2 roots"; `many` where adding "s" does not make the plural.
 QString plural(std::size_t count, const QString& one, const QString& many = {});
 

@@ -66,7 +66,6 @@ namespace {
 using testing::contains;
 using testing::enabled;
 using testing::settles;
-using testing::visible;
 
 class SheetScenario : public testing::SheetWindowTest {
   protected:
