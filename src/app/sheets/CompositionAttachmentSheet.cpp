@@ -22,13 +22,6 @@ QString sheetTitle() {
     return QStringLiteral("Attach Feature to Composition");
 }
 
-/// `id`, two spaces and the commit's first description line.
-QString commitText(const std::string& id, const JJCommit& commit) {
-    const auto summary = commit.summary();
-    return sheetText(id) + QStringLiteral("  ") +
-           (summary.empty() ? QStringLiteral("(no description)") : sheetText(summary));
-}
-
 QString joined(const std::vector<std::string>& words) {
     QStringList parts;
     for (const auto& word : words) {
@@ -118,36 +111,27 @@ void CompositionAttachmentSheet::updatePreviewButton() {
     previewButton_->setEnabled(!compositionChangeID_.empty() && !bookmark_.empty());
 }
 
-void CompositionAttachmentSheet::showWorking(const QString& line) {
-    beginState(sheetTitle());
-    addLine(line, QStringLiteral("working"));
-    addButton(QStringLiteral("Cancel"), [this] { reject(); });
-}
-
 void CompositionAttachmentSheet::requestPlan() {
     if (compositionChangeID_.empty() || bookmark_.empty()) {
         return;
     }
     planRefusal_.reset();
     executionRefusal_.reset();
-    showWorking(QStringLiteral("Preparing…"));
+    showWorking(sheetTitle(), QStringLiteral("Preparing…"));
+    // A refusal leaves the field alone: only a plan made now may show.
+    viewModel_.rewrites().setCompositionAttachmentPlan(std::nullopt);
     viewModel_.send(RepoCommand::PlanCompositionAttachment{compositionChangeID_, bookmark_},
-                    [this, guard = QPointer<CompositionAttachmentSheet>(this),
-                     composition = compositionChangeID_, bookmark = bookmark_] {
+                    [this, guard = QPointer<CompositionAttachmentSheet>(this)] {
                         if (!guard) {
                             return;
                         }
-                        // An earlier plan stays in the model when this one is refused.
-                        const auto& error = viewModel_.activity().mutationError();
-                        const auto& planned = viewModel_.rewrites().compositionAttachmentPlan();
-                        if (!error && planned && planned->composition.changeID == composition &&
-                            planned->bookmarkName == bookmark) {
-                            plan_ = planned;
+                        plan_ = viewModel_.rewrites().compositionAttachmentPlan();
+                        if (plan_) {
                             showPreview();
                             return;
                         }
-                        plan_.reset();
-                        planRefusal_ = error.value_or("The session did not plan this attachment.");
+                        planRefusal_ = viewModel_.activity().mutationError().value_or(
+                            "The session did not plan this attachment.");
                         showChoosing();
                     });
 }
@@ -238,21 +222,23 @@ void CompositionAttachmentSheet::confirm() {
 
 void CompositionAttachmentSheet::execute() {
     const CompositionAttachmentPlan plan = *plan_;
-    showWorking(QStringLiteral("Attaching feature…"));
-    viewModel_.send(RepoCommand::ExecuteCompositionAttachment{plan},
-                    [this, guard = QPointer<CompositionAttachmentSheet>(this), plan] {
-                        if (!guard) {
-                            return;
-                        }
-                        const auto& record = viewModel_.rewrites().compositionAttachmentRecord();
-                        if (record && record->plan == plan) {
-                            showOutcome(*record);
-                            return;
-                        }
-                        executionRefusal_ = viewModel_.activity().mutationError().value_or(
-                            "The attachment did not start.");
-                        showPreview();
-                    });
+    showWorking(sheetTitle(), QStringLiteral("Attaching feature…"));
+    // Only an outcome of this run may show.
+    viewModel_.rewrites().setCompositionAttachmentRecord(std::nullopt);
+    viewModel_.send(
+        RepoCommand::ExecuteCompositionAttachment{plan},
+        [this, guard = QPointer<CompositionAttachmentSheet>(this)] {
+            if (!guard) {
+                return;
+            }
+            if (const auto& record = viewModel_.rewrites().compositionAttachmentRecord()) {
+                showOutcome(*record);
+                return;
+            }
+            executionRefusal_ =
+                viewModel_.activity().mutationError().value_or("The attachment did not start.");
+            showPreview();
+        });
 }
 
 void CompositionAttachmentSheet::showOutcome(

@@ -31,7 +31,6 @@ class CompositionAttachmentSheet : public RewriteSheetFrame {
     void showChoosing();
     void fillPickers();
     void updatePreviewButton();
-    void showWorking(const QString& line);
     void requestPlan();
     void showPreview();
     void confirm();

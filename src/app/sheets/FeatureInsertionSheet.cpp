@@ -22,12 +22,6 @@ QString shortChange(const JJCommit& commit) {
     return sheetText(commit.changeID.substr(0, 8));
 }
 
-QString commitText(const JJCommit& commit) {
-    const auto summary = commit.description.substr(0, commit.description.find('\n'));
-    return shortChange(commit) + QStringLiteral("  ") +
-           (summary.empty() ? QStringLiteral("(no description)") : sheetText(summary));
-}
-
 std::vector<std::string> bookmarksOf(const std::vector<JJCommit>& commits) {
     std::set<std::string> names;
     for (const auto& commit : commits) {
@@ -223,9 +217,8 @@ void FeatureInsertionSheet::requestPlan() {
     rewrites.setFeatureInsertionPlan(std::nullopt);
     rewrites.setFeatureAppendPlan(std::nullopt);
     rewrites.setCoordinatedRoutingPlan(std::nullopt);
-    beginState(QStringLiteral("Move to Feature"));
-    addLine(QStringLiteral("Preparing the routing preview…"), QStringLiteral("working"));
-    addButton(QStringLiteral("Close"), [this] { reject(); });
+    showWorking(QStringLiteral("Move to Feature"),
+                QStringLiteral("Preparing the routing preview…"));
     viewModel_.send(std::move(command), [this, guard = QPointer<FeatureInsertionSheet>(this)] {
         if (guard.isNull()) {
             return;
@@ -385,8 +378,7 @@ void FeatureInsertionSheet::execute() {
     } else {
         return;
     }
-    beginState(QStringLiteral("Move to Feature"));
-    addLine(QStringLiteral("Routing selected work…"), QStringLiteral("working"));
+    showWorking(QStringLiteral("Move to Feature"), QStringLiteral("Routing selected work…"));
     // Only an outcome of this run may show.
     auto& rewrites = viewModel_.rewrites();
     rewrites.setFeatureInsertionReceipt(std::nullopt);

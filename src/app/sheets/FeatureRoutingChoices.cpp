@@ -9,7 +9,7 @@ namespace vorda {
 namespace {
 
 FeatureRoutingChoices::Entry entryOf(const JJCommit& commit) {
-    const auto summary = commit.description.substr(0, commit.description.find('\n'));
+    const auto summary = commit.summary();
     return {commit.changeID,
             commit.changeID.substr(0, 8) + "  " + (summary.empty() ? "(no description)" : summary)};
 }

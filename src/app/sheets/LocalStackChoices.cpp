@@ -13,10 +13,6 @@ namespace {
 constexpr std::string_view bookmarkPrefix = "bookmark:";
 constexpr std::string_view changePrefix = "change:";
 
-std::string firstLine(const std::string& text) {
-    return text.substr(0, text.find('\n'));
-}
-
 std::vector<std::string> withPrefix(const std::set<std::string>& ids, std::string_view prefix) {
     std::vector<std::string> values;
     for (const auto& id : ids) {
@@ -49,7 +45,7 @@ LocalStackChoices LocalStackChoices::build(
             !state.mineChangeIDs.contains(tip->second->changeID)) {
             continue;
         }
-        Stack stack{std::string(bookmarkPrefix) + name, name, firstLine(tip->second->description),
+        Stack stack{std::string(bookmarkPrefix) + name, name, tip->second->summary(),
                     state.behindTrunkCommitIDs.contains(tip->first)};
         choose(stack, seedBookmarks && std::find(seedBookmarks->begin(), seedBookmarks->end(),
                                                  name) != seedBookmarks->end());
@@ -63,7 +59,7 @@ LocalStackChoices LocalStackChoices::build(
     for (const auto& tip :
          LocalStackUpdatePlan::unbookmarkedStackTips(commits, state.mineChangeIDs)) {
         Stack stack{std::string(changePrefix) + tip.changeID, tip.changeID.substr(0, 8),
-                    firstLine(tip.description), state.behindTrunkCommitIDs.contains(tip.commitID)};
+                    tip.summary(), state.behindTrunkCommitIDs.contains(tip.commitID)};
         choose(stack, seedChangeID == tip.changeID);
         choices.unnamed.push_back(std::move(stack));
     }

@@ -18,10 +18,7 @@ namespace {
 constexpr int idRole = Qt::UserRole;
 
 QString commitLine(const QString& mark, const JJCommit& commit) {
-    const auto description = commit.description.substr(0, commit.description.find('\n'));
-    return mark + QStringLiteral("  ") + sheetText(commit.changeID.substr(0, 8)) +
-           QStringLiteral("  ") +
-           (description.empty() ? QStringLiteral("(no description)") : sheetText(description));
+    return mark + QStringLiteral("  ") + commitText(commit);
 }
 
 }  // namespace
@@ -150,12 +147,6 @@ void LocalStackUpdateSheet::setAllVisibleChosen(bool chosen) {
 void LocalStackUpdateSheet::updateChooseButton() {
     chooseButton_->setText(QStringLiteral("Rebase %1 selected").arg(chosen_.size()));
     chooseButton_->setEnabled(!chosen_.empty());
-}
-
-void LocalStackUpdateSheet::showWorking(const QString& heading, const QString& line) {
-    beginState(heading);
-    addLine(line, QStringLiteral("working"));
-    addButton(QStringLiteral("Cancel"), [this] { reject(); });
 }
 
 void LocalStackUpdateSheet::requestPlan() {

@@ -33,7 +33,6 @@ class LocalStackUpdateSheet : public RewriteSheetFrame {
     void showChoosing();
     void showPreview();
     void showOutcome(const LocalStackUpdateReceipt& receipt);
-    void showWorking(const QString& heading, const QString& line);
     void fillChoiceTree();
     void filterChoices(const QString& text);
     void setAllVisibleChosen(bool chosen);

@@ -88,6 +88,12 @@ QPushButton* RewriteSheetFrame::addCopyButton(const QString& label, const std::s
     return button;
 }
 
+void RewriteSheetFrame::showWorking(const QString& heading, const QString& line) {
+    beginState(heading);
+    addLine(line, QStringLiteral("working"));
+    addButton(QStringLiteral("Cancel"), [this] { reject(); });
+}
+
 void RewriteSheetFrame::addExecutionRefusal(const std::optional<std::string>& refusal) {
     if (refusal) {
         addHeading(QStringLiteral("This preview was not carried out"))

@@ -39,6 +39,8 @@ class RewriteSheetFrame : public QDialog {
     /// Return.
     QPushButton* addButton(const QString& label, std::function<void()> onPress,
                            bool isDefault = false);
+    /// A state of waiting on the session: `line` and a way out.
+    void showWorking(const QString& heading, const QString& line);
     /// Why confirming the preview did nothing, first and in red; nothing
     /// without a refusal.
     void addExecutionRefusal(const std::optional<std::string>& refusal);

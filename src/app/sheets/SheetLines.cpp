@@ -51,6 +51,16 @@ QString listText(const std::vector<std::string>& items) {
     return parts.join(QStringLiteral(", "));
 }
 
+QString commitText(const std::string& id, const JJCommit& commit) {
+    const auto summary = commit.summary();
+    return sheetText(id) + QStringLiteral("  ") +
+           (summary.empty() ? QStringLiteral("(no description)") : sheetText(summary));
+}
+
+QString commitText(const JJCommit& commit) {
+    return commitText(commit.changeID.substr(0, 8), commit);
+}
+
 QString workspacesText(const std::vector<JJWorkspace>& workspaces) {
     std::vector<std::string> names;
     names.reserve(workspaces.size());

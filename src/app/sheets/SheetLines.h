@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "jjkit/records/JJCommit.h"
 #include "jjkit/records/JJWorkspace.h"
 
 class QLabel;
@@ -24,6 +25,10 @@ QString sheetText(const std::string& text);
 QString shortID(const std::string& id);
 /// `items` joined with ", ", or "none".
 QString listText(const std::vector<std::string>& items);
+/// `id`, two spaces and the commit's summary, or "(no description)".
+QString commitText(const std::string& id, const JJCommit& commit);
+/// The same with the first eight characters of the change ID.
+QString commitText(const JJCommit& commit);
 /// The names of `workspaces` as `listText` shows them.
 QString workspacesText(const std::vector<JJWorkspace>& workspaces);
 /// "1 root", "2 roots"; `many` where adding "s" does not make the plural.
