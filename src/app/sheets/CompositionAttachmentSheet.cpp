@@ -5,7 +5,6 @@
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
-#include <QStringList>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <vector>
@@ -14,20 +13,13 @@
 #include "app/sheets/SheetDialog.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "jjkit/model/TrunkNames.h"
+#include "jjkit/rewrites/PlannedFlow.h"
 
 namespace vorda {
 namespace {
 
 QString sheetTitle() {
     return QStringLiteral("Attach Feature to Composition");
-}
-
-QString joined(const std::vector<std::string>& words) {
-    QStringList parts;
-    for (const auto& word : words) {
-        parts << sheetText(word);
-    }
-    return parts.join(QLatin1Char(' '));
 }
 
 }  // namespace
@@ -175,9 +167,10 @@ void CompositionAttachmentSheet::showPreview() {
         addLine(QStringLiteral("None: nothing is rebased; the attachment is only recorded."),
                 QStringLiteral("command-line"));
     } else {
-        const QString command = QStringLiteral("jj ") + joined(plan.commandArguments());
-        addLine(command, QStringLiteral("command-line"));
-        addCopyButton(QStringLiteral("Copy Command"), command.toStdString());
+        // Quoted as the other previews are, so that a copy runs in a shell.
+        const auto command = flow::displayCommandLine(plan.commandArguments());
+        addLine(sheetText(command), QStringLiteral("command-line"));
+        addCopyButton(QStringLiteral("Copy Command"), command);
     }
     addLine(QStringLiteral("Based on operation ") + shortID(plan.operationID),
             QStringLiteral("based-on"));

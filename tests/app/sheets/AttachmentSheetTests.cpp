@@ -88,7 +88,7 @@ TEST_F(AttachmentSheet, AttachesTheFeatureLastKeepsEveryParentAndRefusesAStalePr
     EXPECT_EQ(line(sheet, "proposed-parents"), proposed);
     EXPECT_EQ(line(sheet, "affected-count"), "2 affected changes");  // M and the working copy
     EXPECT_EQ(line(sheet, "affected-workspaces"), "Affected workspaces: default");
-    EXPECT_TRUE(line(sheet, "command-line").ends_with(commit("B") + ")"));
+    EXPECT_TRUE(line(sheet, "command-line").ends_with(commit("B") + ")'"));
     EXPECT_EQ(line(sheet, "based-on"),
               "Based on operation " + repo_.currentOperationID().substr(0, 12));
     save(sheet, "attachment-preview");
