@@ -1,12 +1,10 @@
 #include "app/board/BoardSideColumns.h"
 
 #include <QLabel>
-#include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "app/viewmodel/BoardModel.h"
 #include "app/viewmodel/DiffModel.h"
 
 namespace vorda {
@@ -15,7 +13,6 @@ namespace {
 
 constexpr int sideColumnWidth = 260;
 constexpr int diffColumnWidth = 480;
-constexpr int oneOffRole = Qt::UserRole + 1;
 
 QString qText(const std::string& text) {
     return QString::fromStdString(text);
@@ -45,37 +42,6 @@ void DiffColumn::refresh() {
     const QString text = qText(diff_->diffText().value_or(""));
     if (text_->toPlainText() != text) {
         text_->setPlainText(text);
-    }
-}
-
-HiddenColumn::HiddenColumn(BoardModel* board, QWidget* parent)
-    : QFrame(parent), board_(board), list_(new QListWidget(this)) {
-    setObjectName(QStringLiteral("hidden"));
-    setFrameShape(QFrame::StyledPanel);
-    setFixedWidth(sideColumnWidth);
-    auto* layout = new QVBoxLayout(this);
-    layout->addWidget(new QLabel(tr("Hidden"), this));
-    layout->addWidget(list_, 1);
-    connect(list_, &QListWidget::itemActivated, this, [this](QListWidgetItem* item) {
-        const QString changeID = item->data(oneOffRole).toString();
-        if (!changeID.isEmpty()) {
-            board_->toggleOneOffLaneExpanded(changeID.toStdString());
-        }
-    });
-    refresh();
-}
-
-void HiddenColumn::refresh() {
-    list_->clear();
-    for (const auto& bookmark : board_->hiddenBookmarks()) {
-        list_->addItem(qText(bookmark.name));
-    }
-    for (const auto& lane : board_->hiddenOneOffLanes()) {
-        auto* item = new QListWidgetItem(qText(lane.displayName()), list_);
-        item->setData(oneOffRole, qText(lane.id()));
-    }
-    for (const auto& bookmark : board_->untrackedRemoteBookmarks()) {
-        list_->addItem(qText(bookmark.name + " (remote)"));
     }
 }
 

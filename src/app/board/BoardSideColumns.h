@@ -3,12 +3,10 @@
 #include <QFrame>
 
 class QLabel;
-class QListWidget;
 class QPlainTextEdit;
 
 namespace vorda {
 
-class BoardModel;
 class DiffModel;
 
 /// The diff column: the text of the selection's diff, standing right behind
@@ -25,21 +23,6 @@ class DiffColumn : public QFrame {
     DiffModel* diff_;
     QLabel* status_;
     QPlainTextEdit* text_;
-};
-
-/// The column listing what the board does not show: hidden bookmarks,
-/// folded one-off lanes and untracked remote bookmarks. Choosing a one-off
-/// opens its lane on the board.
-class HiddenColumn : public QFrame {
-    Q_OBJECT
-
-  public:
-    HiddenColumn(BoardModel* board, QWidget* parent = nullptr);
-    void refresh();
-
-  private:
-    BoardModel* board_;
-    QListWidget* list_;
 };
 
 /// The last column of the row: where a new bookmark starts.

@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QShortcut>
@@ -17,10 +18,13 @@
 #include <QVBoxLayout>
 
 #include "app/board/BoardSideColumns.h"
+#include "app/board/CommitCardMenu.h"
+#include "app/board/LaneDropActions.h"
 #include "app/board/LaneInputs.h"
 #include "app/board/SelectionStore.h"
 #include "app/column/BookmarkColumn.h"
 #include "app/column/ColumnRules.h"
+#include "app/hidden/HiddenBookmarksColumn.h"
 #include "app/sheets/BookmarkSheets.h"
 #include "app/sheets/ForcePushWarningSheet.h"
 #include "app/viewmodel/CommandPresentation.h"
@@ -40,6 +44,16 @@ QString qText(const std::string& text) {
 
 constexpr int messagePage = 0;
 constexpr int boardPage = 1;
+
+/// Folds a one-off lane back into the hidden list; false for other lanes.
+bool foldOneOffLane(BoardModel& board, const BookmarkColumnInput& input) {
+    const auto* id = std::get_if<ColumnID::OneOff>(&input.selectionColumnID.value);
+    if (!input.isSyntheticOneOff() || id == nullptr) {
+        return false;
+    }
+    board.toggleOneOffLaneExpanded(id->changeID);
+    return true;
+}
 
 }  // namespace
 
@@ -105,7 +119,6 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
     connect(diffToggle_, &QPushButton::clicked, this, [this] {
         // The button says what it does to the diff column on the board now.
         selection_->setDiffVisible(!isDiffShown());
-        showDiffForSelection();
     });
 
     connect(&board, &BoardModel::changed, this, &ContentView::scheduleRender);
@@ -116,6 +129,8 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
         }
     });
     connect(selection_, &SelectionStore::changed, this, &ContentView::scheduleRender);
+    // The diff column follows the selection, whoever changed it.
+    connect(selection_, &SelectionStore::changed, this, &ContentView::showDiffForSelection);
     connect(&viewModel_->sheets(), &SheetRequests::changed, this,
             &ContentView::showRequestedSheets);
     connect(viewModel_, &RepoViewModel::openURLRequested, this,
@@ -131,12 +146,21 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
     auto* undo = new QShortcut(QKeySequence::Undo, this);
     undo->setContext(Qt::WidgetWithChildrenShortcut);
     connect(undo, &QShortcut::activated, this, [this] { viewModel_->send(RepoCommand::Undo{}); });
+    auto* operations = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), this);
+    operations->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(operations, &QShortcut::activated, this, &ContentView::operationLogRequested);
     render();
 }
 
 void ContentView::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape && !filter_->hasFocus() && selection_->selectionColumn()) {
         selection_->clear();
+        event->accept();
+        return;
+    }
+    if ((event->key() == Qt::Key_Up || event->key() == Qt::Key_Down) && !filter_->hasFocus()) {
+        moveSelection(event->key() == Qt::Key_Up ? -1 : 1,
+                      event->modifiers().testFlag(Qt::ShiftModifier));
         event->accept();
         return;
     }
@@ -280,10 +304,9 @@ QWidget* ContentView::columnFor(const BoardSlot& slot, const LaneInputs& lanes) 
                 return widget != nullptr ? widget : new DiffColumn(&viewModel_->diff(), row_);
             },
             [&](const BoardSlot::Hidden&) -> QWidget* {
-                auto* hidden = widget != nullptr ? qobject_cast<HiddenColumn*>(widget)
-                                                 : new HiddenColumn(&viewModel_->board(), row_);
-                hidden->refresh();
-                return hidden;
+                // The panel follows the view model by itself.
+                return widget != nullptr ? widget
+                                         : new HiddenBookmarksColumn(viewModel_, selection_, row_);
             },
             [&](const BoardSlot::NewPlaceholder&) -> QWidget* {
                 if (widget != nullptr) {
@@ -326,11 +349,15 @@ std::optional<StringList> ContentView::composedBookmarks(
 }
 
 void ContentView::wireLaneColumn(BookmarkColumn* column) {
+    connect(column, &BookmarkColumn::dropped, this, [this, column](const LaneDrop& drop) {
+        performLaneDrop(*viewModel_, this, column->input(), drop,
+                        viewModel_->board().repoRoot().value_or(repoPath_.toStdString()));
+    });
     connect(column, &BookmarkColumn::columnClicked, this,
             [this, column] { selectColumnOf(column); });
     connect(column, &BookmarkColumn::commitClicked, this,
-            [this, column](const std::string& changeID, Qt::KeyboardModifiers) {
-                selectCommitIn(column, changeID);
+            [this, column](const std::string& changeID, Qt::KeyboardModifiers modifiers) {
+                selectCommitIn(column, changeID, modifiers);
             });
     connect(column, &BookmarkColumn::inclusionToggled, this, [this, column](bool included) {
         viewModel_->setBookmarkIncluded(column->input().bookmark.name, included);
@@ -342,14 +369,13 @@ void ContentView::wireLaneColumn(BookmarkColumn* column) {
             });
     connect(column, &BookmarkColumn::toggleExpandRequested, this, [this, column] {
         const auto& input = column->input();
-        if (input.isSyntheticOneOff()) {
-            if (const auto* id = std::get_if<ColumnID::OneOff>(&input.selectionColumnID.value)) {
-                viewModel_->board().toggleOneOffLaneExpanded(id->changeID);
-            }
+        if (!input.isSyntheticOneOff()) {
+            viewModel_->toggleLane(input.bookmark.name);
             return;
         }
-        viewModel_->toggleLane(input.bookmark.name);
+        foldOneOffLane(viewModel_->board(), input);
     });
+    wireLaneEditing(column);
     connect(column, &BookmarkColumn::loadMoreRequested, this,
             [this, column] { viewModel_->loadMoreAncestors(column->input().bookmark.name); });
     connect(column, &BookmarkColumn::bookmarkAction, this,
@@ -363,8 +389,13 @@ void ContentView::wireLaneColumn(BookmarkColumn* column) {
                                             std::nullopt);
     });
     connect(column, &BookmarkColumn::contextMenuRequested, this,
-            [this, column](const QPoint& position, const std::optional<std::string>&) {
+            [this, column](const QPoint& position, const std::optional<std::string>& changeID) {
                 const auto& input = column->input();
+                if (const auto* commit =
+                        changeID ? columnrules::findCommit(input, *changeID) : nullptr) {
+                    commitcardmenu::show(*viewModel_, *commit, position, this);
+                    return;
+                }
                 if (input.isSyntheticOneOff()) {
                     showOneOffMenu(input, position);
                     return;
@@ -379,6 +410,52 @@ void ContentView::wireLaneColumn(BookmarkColumn* column) {
                         handleBookmarkAction(action, bookmark);
                     });
                 menu.exec(position);
+            });
+}
+
+void ContentView::wireLaneEditing(BookmarkColumn* column) {
+    connect(column, &BookmarkColumn::diffToggleRequested, this, [this, column] {
+        if (column->input().isDiffShown) {
+            selection_->setDiffVisible(false);
+            return;
+        }
+        if (selection_->selectionColumn() != column->input().selectionColumnID) {
+            selectColumnOf(column);
+        }
+        selection_->setDiffVisible(true);
+    });
+    connect(column, &BookmarkColumn::closeRequested, this, [this, column] {
+        const auto& input = column->input();
+        if (!foldOneOffLane(viewModel_->board(), input)) {
+            viewModel_->send(RepoCommand::CloseBookmarkColumn{input.bookmark.name});
+        }
+    });
+    connect(column, &BookmarkColumn::renameRequested, this,
+            [this, column](const std::string& newName) {
+                renameBookmark(*viewModel_, column->input().bookmark.name, newName);
+            });
+    connect(column, &BookmarkColumn::renameInlineBookmarkRequested, this,
+            [this](const std::string& oldName, const std::string& newName) {
+                renameBookmark(*viewModel_, oldName, newName);
+            });
+    connect(
+        column, &BookmarkColumn::deleteInlineBookmarkRequested, this,
+        [this](const std::string& name) { viewModel_->send(RepoCommand::DeleteBookmark{name}); });
+    connect(column, &BookmarkColumn::routingRulesChanged, this,
+            [this, column](const std::vector<FileRoutingRule>& rules) {
+                viewModel_->send(
+                    RepoCommand::SetRoutingRulesForBookmark{column->input().bookmark.name, rules});
+            });
+    connect(column, &BookmarkColumn::commitFilesWanted, this,
+            [this, guard = QPointer<BookmarkColumn>(column)](const std::string& changeID,
+                                                             const std::string& commitID) {
+                viewModel_->loadChangedFiles(
+                    changeID, [guard, commitID](const std::vector<ChangedFile>& files) {
+                        auto* lane = guard.data();
+                        if (lane != nullptr) {
+                            lane->showCommitFiles(commitID, files);
+                        }
+                    });
             });
 }
 
@@ -433,25 +510,46 @@ void ContentView::selectColumnOf(BookmarkColumn* column) {
         Perf::endActionAfterUIFlush(action, "selectBookmark.noop");
         return;
     }
-    selection_->selectColumn(input.selectionColumnID, columnrules::visibleChangeOrder(input), name);
+    selection_->selectBookmark(name, input.selectionColumnID,
+                               columnrules::visibleChangeOrder(input));
     Perf::endActionAfterUIFlush(action);
-    showDiffForSelection();
 }
 
-void ContentView::selectCommitIn(BookmarkColumn* column, const std::string& changeID) {
+void ContentView::selectCommitIn(BookmarkColumn* column, const std::string& changeID,
+                                 Qt::KeyboardModifiers modifiers) {
     const auto& input = column->input();
-    const bool isBookmark = input.kind == BookmarkColumnInput::LaneKind::bookmark ||
-                            input.kind == BookmarkColumnInput::LaneKind::trunk;
-    selection_->selectCommit(input.selectionColumnID, changeID,
-                             columnrules::visibleChangeOrder(input),
-                             isBookmark ? std::optional(input.bookmark.name) : std::nullopt);
-    showDiffForSelection();
+    selection_->selectCommit(changeID, input.selectionColumnID,
+                             columnrules::visibleChangeOrder(input), modifiers);
+}
+
+void ContentView::moveSelection(int step, bool extend) {
+    const auto& column = selection_->selectionColumn();
+    if (!column) {
+        return;
+    }
+    for (const auto& [identity, widget] : columns_) {
+        auto* lane = qobject_cast<BookmarkColumn*>(widget);
+        if (lane != nullptr && lane->input().selectionColumnID == *column) {
+            selection_->moveSelection(step, extend, *column,
+                                      columnrules::visibleChangeOrder(lane->input()));
+            return;
+        }
+    }
 }
 
 void ContentView::showDiffForSelection() {
     if (!selection_->isDiffVisible()) {
+        shownDiffSelection_.reset();
         return;
     }
+    // The store signals every change; the diff is asked for again only
+    // when what it shows would differ.
+    const DiffSelection shown{selection_->selectedCommitIDs(), selection_->selectedBookmarkName(),
+                              selection_->columnChangeIDs()};
+    if (shownDiffSelection_ == shown) {
+        return;
+    }
+    shownDiffSelection_ = shown;
     if (!selection_->selectedCommitIDs().empty()) {
         viewModel_->loadDiffForSelectedChangeIDs(selection_->selectedCommitIDs());
     } else if (const auto& name = selection_->selectedBookmarkName()) {

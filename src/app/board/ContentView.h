@@ -3,6 +3,7 @@
 #include <QWidget>
 #include <map>
 #include <string>
+#include <tuple>
 
 #include "app/board/BoardSlot.h"
 #include "app/board/BookmarkAction.h"
@@ -19,7 +20,6 @@ class QToolButton;
 namespace vorda {
 
 class BookmarkColumn;
-class HiddenColumn;
 class RepoViewModel;
 class SelectionStore;
 struct BookmarkColumnInput;
@@ -54,6 +54,8 @@ class ContentView : public QWidget {
 
   Q_SIGNALS:
     void newBookmarkRequested();
+    /// The board's shortcut for the operation log.
+    void operationLogRequested();
 
   protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -65,6 +67,9 @@ class ContentView : public QWidget {
     QWidget* columnFor(const BoardSlot& slot, const class LaneInputs& lanes);
     BookmarkColumn* makeLaneColumn(const std::string& identity);
     void wireLaneColumn(BookmarkColumn* column);
+    /// The lane's own controls: diff button, close control, renames,
+    /// routes and the cards' file lists.
+    void wireLaneEditing(BookmarkColumn* column);
     /// The bookmarks composed into `workspaceName`, which its lane's "Rebase
     /// Local Stacks…" preselects; absent when there are none.
     std::optional<StringList> composedBookmarks(
@@ -79,7 +84,11 @@ class ContentView : public QWidget {
     bool isDiffShown() const;
     void updateDiffToggle();
     void selectColumnOf(BookmarkColumn* column);
-    void selectCommitIn(BookmarkColumn* column, const std::string& changeID);
+    void selectCommitIn(BookmarkColumn* column, const std::string& changeID,
+                        Qt::KeyboardModifiers modifiers);
+    /// The arrow keys: the selection moves, or grows with shift, along the
+    /// selected column.
+    void moveSelection(int step, bool extend);
     void showDiffForSelection();
 
     RepoViewModel* viewModel_;
@@ -99,6 +108,11 @@ class ContentView : public QWidget {
     std::map<std::string, QWidget*> columns_;
     std::vector<BoardSlot> slots_;
     bool renderScheduled_ = false;
+    /// What the diff column was last asked to show: selected changes,
+    /// bookmark, column changes.
+    using DiffSelection =
+        std::tuple<std::vector<std::string>, std::optional<std::string>, std::vector<std::string>>;
+    std::optional<DiffSelection> shownDiffSelection_;
     std::string shownConfirmationID_;
     std::string shownForcePushID_;
 };

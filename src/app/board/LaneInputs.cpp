@@ -71,6 +71,8 @@ std::map<std::string, std::vector<InlineBookmarkTip>> LaneInputs::buildTips() co
 
 void LaneInputs::markSelection(BookmarkColumnInput& input) const {
     input.isSelected = selection_.selectionColumn() == input.selectionColumnID;
+    // The board puts the diff column behind the selected column.
+    input.isDiffShown = input.isSelected && selection_.isDiffVisible();
     if (input.isSelected) {
         input.selectedChangeIDs = {selection_.selectedCommitIDs().begin(),
                                    selection_.selectedCommitIDs().end()};
@@ -100,6 +102,7 @@ BookmarkColumnInput LaneInputs::bookmarkLane(const Bookmark& bookmark) const {
     input.conflictPartners = lane.conflictPartners;
     input.isPinned = lane.isPinned;
     input.isMergedIntoTrunk = lane.isMergedIntoTrunk;
+    input.routingRules = lane.routingRules;
     input.isBehindTrunk = viewModel_.isBookmarkBehindTrunk(bookmark);
     input.offersLocalStackRebase = true;
     input.isExpanded = viewModel_.expandedLanes().contains(bookmark.name);

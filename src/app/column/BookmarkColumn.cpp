@@ -1,22 +1,31 @@
 #include "app/column/BookmarkColumn.h"
 
+#include <QApplication>
 #include <QContextMenuEvent>
+#include <QDragEnterEvent>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <chrono>
 #include <cmath>
+#include <set>
 #include <utility>
 
+#include "app/column/CardFileLists.h"
 #include "app/column/ColumnHeader.h"
 #include "app/column/ColumnResizeHandle.h"
 #include "app/column/ColumnWidthStore.h"
 #include "app/column/CommitCardDelegate.h"
 #include "app/column/CommitListModel.h"
 #include "app/column/CommitListView.h"
+#include "app/column/InlineTipMenu.h"
 #include "app/column/LaneBanners.h"
+#include "app/column/LaneRoutes.h"
 #include "app/column/TrunkPinnedBox.h"
+#include "app/drag/BoardDrag.h"
+#include "app/drag/DragSession.h"
 
 namespace vorda {
 
@@ -25,22 +34,50 @@ namespace {
 constexpr int borderWidth = 2;
 constexpr std::chrono::seconds relativeTimeRefresh{60};
 
+/// The copy modifier of a drop: control, as file managers have it.
+bool copyHeld(Qt::KeyboardModifiers modifiers) {
+    return modifiers.testFlag(Qt::ControlModifier);
+}
+
+/// The payload of the board's drag under way, if any.
+std::optional<DragContent> sessionContent() {
+    if (const auto& commits = CommitDragSession::current()) {
+        return DragContent{*commits};
+    }
+    if (const auto& marker = LaneMarkerDragSession::current()) {
+        return DragContent{*marker};
+    }
+    if (const auto& bookmark = BookmarkDragSession::current()) {
+        return DragContent{*bookmark};
+    }
+    return std::nullopt;
+}
+
+QString commitsLabel(std::size_t count) {
+    return count == 1 ? QStringLiteral("1 commit") : QStringLiteral("%1 commits").arg(count);
+}
+
 }  // namespace
 
 BookmarkColumn::BookmarkColumn(QWidget* parent)
     : QFrame(parent),
       input_(std::make_shared<const BookmarkColumnInput>()),
       header_(new ColumnHeader(this)),
+      routes_(new LaneRoutes(this)),
       trunkBox_(new TrunkPinnedBox(this)),
       mergedBanner_(new MergedBanner(this)),
       conflictBanner_(new ConflictBanner(this)),
       model_(new CommitListModel(this)),
       delegate_(new CommitCardDelegate(this)),
       list_(new CommitListView(this)),
-      resizeHandle_(new ColumnResizeHandle(this)) {
+      resizeHandle_(new ColumnResizeHandle(this)),
+      fileLists_(new CardFileLists(list_, model_, delegate_, this)),
+      tipMenu_(new InlineTipMenu(list_, delegate_, this)) {
     setObjectName(QStringLiteral("bookmarkColumn"));
     setFrameShape(QFrame::NoFrame);
     setBackgroundRole(QPalette::Window);
+    // Files from other applications; the board's own drags ask directly.
+    setAcceptDrops(true);
 
     list_->setModel(model_);
     list_->setItemDelegate(delegate_);
@@ -53,6 +90,7 @@ BookmarkColumn::BookmarkColumn(QWidget* parent)
                                static_cast<int>(std::lround(width_.gutterWidth)), borderWidth);
     layout->setSpacing(4);
     layout->addWidget(header_);
+    layout->addWidget(routes_);
     layout->addWidget(trunkBox_);
     layout->addWidget(mergedBanner_);
     layout->addWidget(conflictBanner_);
@@ -82,6 +120,18 @@ void BookmarkColumn::connectParts() {
     });
     connect(header_, &ColumnHeader::rebaseLocalStacksRequested, this,
             &BookmarkColumn::rebaseLocalStacksRequested);
+    connect(header_, &ColumnHeader::diffToggleRequested, this,
+            &BookmarkColumn::diffToggleRequested);
+    connect(header_, &ColumnHeader::closeRequested, this, &BookmarkColumn::closeRequested);
+    connect(header_, &ColumnHeader::renameRequested, this,
+            [this](const QString& newName) { Q_EMIT renameRequested(newName.toStdString()); });
+    connect(header_, &ColumnHeader::fileListsToggled, fileLists_, &CardFileLists::setShown);
+    connect(fileLists_, &CardFileLists::filesWanted, this, &BookmarkColumn::commitFilesWanted);
+    connect(routes_, &LaneRoutes::routingRulesChanged, this, &BookmarkColumn::routingRulesChanged);
+    connect(tipMenu_, &InlineTipMenu::renameRequested, this,
+            &BookmarkColumn::renameInlineBookmarkRequested);
+    connect(tipMenu_, &InlineTipMenu::deleteRequested, this,
+            &BookmarkColumn::deleteInlineBookmarkRequested);
     connect(trunkBox_, &TrunkPinnedBox::toggleHistoryRequested, this,
             &BookmarkColumn::toggleExpandRequested);
     connect(trunkBox_, &TrunkPinnedBox::advanceTrunkRequested, this,
@@ -93,8 +143,12 @@ void BookmarkColumn::connectParts() {
 
     connect(list_, &CommitListView::rowPressed, this, &BookmarkColumn::handleRowPressed);
     connect(list_, &CommitListView::emptyAreaPressed, this, &BookmarkColumn::columnClicked);
+    connect(list_, &CommitListView::dragRequested, this, &BookmarkColumn::startRowDrag);
     connect(list_, &CommitListView::contextMenuRequestedAt, this,
             [this](const QPoint& globalPosition, const QModelIndex& index) {
+                if (tipMenu_->showAt(globalPosition, index)) {
+                    return;
+                }
                 std::optional<std::string> changeID;
                 if (index.isValid()) {
                     const auto& row = model_->row(index.row());
@@ -138,6 +192,7 @@ void BookmarkColumn::setInput(BookmarkColumnInput input) {
     } else {
         header_->setInput(shown);
     }
+    routes_->setInput(shown);
     mergedBanner_->setInput(shown);
     conflictBanner_->setInput(shown);
     // A closed trunk has no rows; its list stays, empty, under the box.
@@ -145,6 +200,14 @@ void BookmarkColumn::setInput(BookmarkColumnInput input) {
 
     loadWidth();
     update();
+}
+
+bool BookmarkColumn::showsFiles() const {
+    return fileLists_->isShown();
+}
+
+void BookmarkColumn::showCommitFiles(const std::string& commitID, std::vector<ChangedFile> files) {
+    fileLists_->showFiles(commitID, std::move(files));
 }
 
 void BookmarkColumn::loadWidth() {
@@ -186,7 +249,172 @@ void BookmarkColumn::mousePressEvent(QMouseEvent* event) {
         return;
     }
     event->accept();
+    pressPosition_ = event->position().toPoint();
     Q_EMIT columnClicked();
+}
+
+void BookmarkColumn::mouseMoveEvent(QMouseEvent* event) {
+    // A real bookmark's lane drags by its head or any place outside the
+    // cards: onto another lane to rebase it there, onto a workspace to
+    // include it.
+    if (!pressPosition_ || !event->buttons().testFlag(Qt::LeftButton) ||
+        (event->position().toPoint() - *pressPosition_).manhattanLength() <
+            QApplication::startDragDistance()) {
+        return;
+    }
+    pressPosition_.reset();
+    if (input_->kind != BookmarkColumnInput::LaneKind::bookmark) {
+        return;
+    }
+    const BookmarkDragPayload payload{input_->bookmark.name};
+    BookmarkDragSession::begin(payload);
+    BoardDrag::start(this, dragMimeData(payload), QString::fromStdString(payload.name));
+}
+
+void BookmarkColumn::mouseReleaseEvent(QMouseEvent* event) {
+    pressPosition_.reset();
+    QFrame::mouseReleaseEvent(event);
+}
+
+CommitDragPayload BookmarkColumn::commitDragPayload(const QModelIndex& index) const {
+    const auto& dragged = model_->row(index.row());
+    CommitDragPayload payload;
+    if (!dragged.commit) {
+        return payload;
+    }
+    auto item = [](const SharedCommit& commit) {
+        return CommitDragPayload::Item{commit->changeID, commit->commitID, commit->immutable};
+    };
+    if (!input_->selectedChangeIDs.contains((*dragged.commit)->changeID)) {
+        payload.commits.push_back(item(*dragged.commit));
+        return payload;
+    }
+    std::set<std::string> seen;
+    for (int row = 0; row < model_->rowCount(); ++row) {
+        const auto& current = model_->row(row);
+        if (current.commit && input_->selectedChangeIDs.contains((*current.commit)->changeID) &&
+            seen.insert((*current.commit)->changeID).second) {
+            payload.commits.push_back(item(*current.commit));
+        }
+    }
+    return payload;
+}
+
+void BookmarkColumn::startRowDrag(const QModelIndex& index, const QPoint& pressPosition) {
+    const auto& row = model_->row(index.row());
+    if (!row.commit) {
+        return;
+    }
+    const auto chip = delegate_->chipAt(list_->optionFor(index), index, pressPosition);
+    if (chip && chip->isDraggable && input_->kind == BookmarkColumnInput::LaneKind::bookmark) {
+        const bool isPoint = chip->kind == CardChip::Kind::compositionPoint;
+        LaneMarkerDragPayload marker{isPoint ? LaneMarkerDragPayload::Kind::compositionPoint
+                                             : LaneMarkerDragPayload::Kind::bookmark,
+                                     input_->bookmark.name,
+                                     isPoint ? std::optional(chip->workspaceName) : std::nullopt};
+        LaneMarkerDragSession::begin(marker);
+        BoardDrag::start(list_->viewport(), dragMimeData(marker), chip->text);
+        return;
+    }
+    auto payload = commitDragPayload(index);
+    if (payload.commits.empty()) {
+        return;
+    }
+    const QString label = commitsLabel(payload.commits.size());
+    CommitDragSession::begin(payload);
+    BoardDrag::start(list_->viewport(), dragMimeData(payload), label);
+}
+
+// MARK: Drops
+
+std::optional<LaneDrop> BookmarkColumn::dropAt(const DragContent& content, const QPoint& position,
+                                               Qt::KeyboardModifiers modifiers) const {
+    std::optional<CommitListModel::Row> row;
+    const QPoint inList = list_->viewport()->mapFrom(this, position);
+    if (list_->viewport()->rect().contains(inList)) {
+        if (const QModelIndex index = list_->indexAt(inList); index.isValid()) {
+            row = model_->row(index.row());
+        }
+    }
+    return laneDrop(*input_, content, row, copyHeld(modifiers));
+}
+
+Qt::DropAction BookmarkColumn::dragHover(const QMimeData& mime, const QPoint& position,
+                                         Qt::KeyboardModifiers modifiers) {
+    auto content = sessionContent();
+    if (!content) {
+        content = dragContent(mime);
+    }
+    const auto drop = content ? dropAt(*content, position, modifiers) : std::nullopt;
+    const QPoint inList = list_->viewport()->mapFrom(this, position);
+    const QModelIndex index = list_->indexAt(inList);
+    const bool onRow = drop && index.isValid() &&
+                       !std::holds_alternative<LaneDrop::RebaseBookmark>(drop->value) &&
+                       !std::holds_alternative<LaneDrop::IncludeBookmark>(drop->value) &&
+                       !std::holds_alternative<LaneDrop::StageFiles>(drop->value);
+    list_->setDropRow(onRow ? std::optional(index.row()) : std::nullopt);
+    if (isDropTargeted_ != drop.has_value()) {
+        isDropTargeted_ = drop.has_value();
+        update();
+    }
+    if (!drop) {
+        return Qt::IgnoreAction;
+    }
+    const auto* commits = std::get_if<LaneDrop::CommitsOntoCommit>(&drop->value);
+    const auto* local = std::get_if<LaneDrop::WorkspaceCommits>(&drop->value);
+    return (commits != nullptr && commits->isCopy) || (local != nullptr && local->isCopy)
+               ? Qt::CopyAction
+               : Qt::MoveAction;
+}
+
+void BookmarkColumn::dragExit() {
+    list_->setDropRow(std::nullopt);
+    if (isDropTargeted_) {
+        isDropTargeted_ = false;
+        update();
+    }
+}
+
+bool BookmarkColumn::dropData(const QMimeData& mime, const QPoint& position,
+                              Qt::KeyboardModifiers modifiers) {
+    dragExit();
+    // The data decides, not the session: a payload that does not decode
+    // is refused.
+    const auto content = dragContent(mime);
+    const auto drop = content ? dropAt(*content, position, modifiers) : std::nullopt;
+    if (!drop) {
+        return false;
+    }
+    Q_EMIT dropped(*drop);
+    return true;
+}
+
+void BookmarkColumn::dragEnterEvent(QDragEnterEvent* event) {
+    dragMoveEvent(event);
+}
+
+void BookmarkColumn::dragMoveEvent(QDragMoveEvent* event) {
+    const auto action =
+        dragHover(*event->mimeData(), event->position().toPoint(), event->modifiers());
+    if (action == Qt::IgnoreAction) {
+        event->ignore();
+        return;
+    }
+    event->setDropAction(action);
+    event->accept();
+}
+
+void BookmarkColumn::dragLeaveEvent(QDragLeaveEvent* event) {
+    dragExit();
+    event->accept();
+}
+
+void BookmarkColumn::dropEvent(QDropEvent* event) {
+    if (dropData(*event->mimeData(), event->position().toPoint(), event->modifiers())) {
+        event->acceptProposedAction();
+    } else {
+        event->ignore();
+    }
 }
 
 void BookmarkColumn::contextMenuEvent(QContextMenuEvent* event) {
@@ -204,12 +432,12 @@ void BookmarkColumn::resizeEvent(QResizeEvent* event) {
 void BookmarkColumn::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const bool selected = input_->isSelected;
+    const bool selected = input_->isSelected || isDropTargeted_;
     const QPalette::ColorGroup group = isActiveWindow() ? QPalette::Active : QPalette::Inactive;
     const int gutter = static_cast<int>(std::lround(width_.gutterWidth));
-    const QRectF frame =
-        QRectF(rect().adjusted(0, 0, -gutter + borderWidth, 0))
-            .adjusted(borderWidth / 2.0, borderWidth / 2.0, -borderWidth / 2.0, -borderWidth / 2.0);
+    // The trailing border runs through the middle of the resize handle.
+    const QRectF frame = QRectF(rect()).adjusted(borderWidth / 2.0, borderWidth / 2.0,
+                                                 -gutter / 2.0, -borderWidth / 2.0);
     painter.setBrush(palette().color(group, QPalette::Window));
     painter.setPen(QPen(palette().color(group, selected ? QPalette::Highlight : QPalette::Mid),
                         selected ? borderWidth : 1));

@@ -10,15 +10,20 @@
 #include "app/board/BookmarkAction.h"
 #include "app/column/BookmarkColumnInput.h"
 #include "app/column/ResizableColumnWidth.h"
+#include "app/drag/DropTarget.h"
+#include "app/drag/LaneDrop.h"
 
 namespace vorda {
 
+class CardFileLists;
 class ColumnHeader;
 class ColumnResizeHandle;
 class CommitCardDelegate;
 class CommitListModel;
 class CommitListView;
 class ConflictBanner;
+class InlineTipMenu;
+class LaneRoutes;
 class MergedBanner;
 class TrunkPinnedBox;
 
@@ -38,7 +43,7 @@ class TrunkPinnedBox;
 /// connect(column, &BookmarkColumn::commitClicked, board, &Board::selectCommit);
 /// column->setInput(inputFor(lane));
 /// ```
-class BookmarkColumn : public QFrame {
+class BookmarkColumn : public QFrame, public DropTarget {
     Q_OBJECT
 
   public:
@@ -58,6 +63,22 @@ class BookmarkColumn : public QFrame {
 
     /// The width and its limits; the column's fixed width follows it.
     const ResizableColumnWidth& columnWidth() const { return width_; }
+
+    /// Whether the cards list their changed files (the header's file list
+    /// button; the column's own state, kept across inputs).
+    bool showsFiles() const;
+    /// The files of `commitID`, read for a card that asked through
+    /// `commitFilesWanted`.
+    void showCommitFiles(const std::string& commitID, std::vector<ChangedFile> files);
+
+    /// Whether a drag hovers over the column with a drop it would take.
+    bool isDropTargeted() const { return isDropTargeted_; }
+
+    Qt::DropAction dragHover(const QMimeData& mime, const QPoint& position,
+                             Qt::KeyboardModifiers modifiers) override;
+    void dragExit() override;
+    bool dropData(const QMimeData& mime, const QPoint& position,
+                  Qt::KeyboardModifiers modifiers) override;
 
   Q_SIGNALS:
     /// A commit card was pressed, with the modifier keys held.
@@ -87,9 +108,31 @@ class BookmarkColumn : public QFrame {
                               const std::optional<std::string>& changeID);
     /// The width changed by a drag of the trailing handle.
     void widthChanged(double width);
+    /// The header's diff button: open the diff column beside this column,
+    /// or close it.
+    void diffToggleRequested();
+    /// The close control: take the lane off the board.
+    void closeRequested();
+    /// The title of a real bookmark was renamed in place.
+    void renameRequested(const std::string& newName);
+    /// The bookmark's routing rules, changed as a whole.
+    void routingRulesChanged(const std::vector<FileRoutingRule>& rules);
+    /// A card in view wants its commit's files (see `showCommitFiles`).
+    void commitFilesWanted(const std::string& changeID, const std::string& commitID);
+    /// Another bookmark's chip was renamed in place, or is to be deleted.
+    void renameInlineBookmarkRequested(const std::string& oldName, const std::string& newName);
+    void deleteInlineBookmarkRequested(const std::string& name);
+    /// Something was dropped on the lane; the board carries it out.
+    void dropped(const vorda::LaneDrop& drop);
 
   protected:
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
@@ -99,12 +142,22 @@ class BookmarkColumn : public QFrame {
     void loadWidth();
     void applyWidth();
     void handleRowPressed(const QModelIndex& index, Qt::KeyboardModifiers modifiers);
+    /// Starts dragging the commit at `index`, or the marker under
+    /// `pressPosition` (viewport coordinates) when the press was on one.
+    void startRowDrag(const QModelIndex& index, const QPoint& pressPosition);
+    /// The commits a drag of `index` carries: the lane's selected commits
+    /// when it is one of them, else that commit alone.
+    CommitDragPayload commitDragPayload(const QModelIndex& index) const;
+    /// What a drop of `content` at `position` (column coordinates) does.
+    std::optional<LaneDrop> dropAt(const DragContent& content, const QPoint& position,
+                                   Qt::KeyboardModifiers modifiers) const;
 
     std::shared_ptr<const BookmarkColumnInput> input_;
     std::optional<QString> widthKey_;
     ResizableColumnWidth width_;
 
     ColumnHeader* header_;
+    LaneRoutes* routes_;
     TrunkPinnedBox* trunkBox_;
     MergedBanner* mergedBanner_;
     ConflictBanner* conflictBanner_;
@@ -112,6 +165,12 @@ class BookmarkColumn : public QFrame {
     CommitCardDelegate* delegate_;
     CommitListView* list_;
     ColumnResizeHandle* resizeHandle_;
+    CardFileLists* fileLists_;
+    InlineTipMenu* tipMenu_;
+    /// Where the left button went down outside the rows, for a drag of the
+    /// lane's bookmark; absent when no press is pending.
+    std::optional<QPoint> pressPosition_;
+    bool isDropTargeted_ = false;
 };
 
 }  // namespace vorda

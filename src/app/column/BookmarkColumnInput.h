@@ -13,6 +13,7 @@
 #include "jjkit/model/Bookmark.h"
 #include "jjkit/model/Composition.h"
 #include "jjkit/model/SharedCommit.h"
+#include "jjkit/settings/BookmarkSettings.h"
 
 namespace vorda {
 
@@ -63,6 +64,8 @@ struct BookmarkColumnInput {
     std::vector<WorkspaceBookmarkPlacement> workspacePlacements;
     /// Composition boundaries of workspaces on this lane.
     std::vector<WorkspaceCompositionPoint> compositionPoints;
+    /// The file routing rules of a real bookmark, in rule order.
+    std::vector<FileRoutingRule> routingRules;
 
     /// The header text; the bookmark's name when empty.
     std::string title;
@@ -110,6 +113,8 @@ struct BookmarkColumnInput {
     bool offersLocalStackRebase = false;
     /// Whether this column is the selected one.
     bool isSelected = false;
+    /// Whether the diff column stands beside this one.
+    bool isDiffShown = false;
     /// Whether the lane is live in the selected workspace; absent when that
     /// does not apply. A lane that is not active reads dimmed.
     std::optional<bool> isActive;

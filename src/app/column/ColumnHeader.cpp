@@ -1,7 +1,9 @@
 #include "app/column/ColumnHeader.h"
 
 #include <QCheckBox>
+#include <QEvent>
 #include <QHBoxLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QMenu>
 #include <QPainter>
@@ -12,8 +14,10 @@
 #include <QVBoxLayout>
 #include <variant>
 
+#include "app/column/ColumnDiffButton.h"
 #include "app/column/ColumnRules.h"
 #include "app/column/ColumnText.h"
+#include "app/column/InlineRenameField.h"
 #include "app/column/QtText.h"
 
 namespace vorda {
@@ -46,15 +50,24 @@ ColumnHeader::ColumnHeader(QWidget* parent)
     : QWidget(parent),
       inclusionToggle_(new QCheckBox(this)),
       title_(new ElidingLabel(this)),
+      renameField_(new InlineRenameField(this)),
       prBadge_(new QToolButton(this)),
+      closeButton_(new QToolButton(this)),
+      toolRow_(new QWidget(this)),
+      diffButton_(new ColumnDiffButton(toolRow_)),
+      fileListsButton_(new QToolButton(toolRow_)),
       actionRow_(new QWidget(this)),
-      workingCopiesButton_(new QToolButton(actionRow_)),
+      workingCopiesButton_(new QToolButton(toolRow_)),
       workingCopiesMenu_(new QMenu(this)),
       rebaseButton_(new QPushButton(actionRow_)) {
     setObjectName(QStringLiteral("columnHeader"));
     inclusionToggle_->setObjectName(QStringLiteral("inclusionToggle"));
     title_->setObjectName(QStringLiteral("columnTitle"));
+    renameField_->setObjectName(QStringLiteral("renameField"));
     prBadge_->setObjectName(QStringLiteral("prBadge"));
+    closeButton_->setObjectName(QStringLiteral("closeColumnButton"));
+    toolRow_->setObjectName(QStringLiteral("columnTools"));
+    fileListsButton_->setObjectName(QStringLiteral("fileListsButton"));
     workingCopiesButton_->setObjectName(QStringLiteral("workingCopiesButton"));
     workingCopiesMenu_->setObjectName(QStringLiteral("workingCopiesMenu"));
     rebaseButton_->setObjectName(QStringLiteral("rebaseLocalStackButton"));
@@ -66,6 +79,19 @@ ColumnHeader::ColumnHeader(QWidget* parent)
 
     prBadge_->setAutoRaise(true);
     prBadge_->setCursor(Qt::PointingHandCursor);
+    title_->installEventFilter(this);
+
+    closeButton_->setText(qtText(columntext::closeColumnLabel));
+    closeButton_->setAccessibleName(closeButton_->text());
+    closeButton_->setIcon(QIcon::fromTheme(QStringLiteral("window-close"),
+                                           style()->standardIcon(QStyle::SP_TitleBarCloseButton)));
+    closeButton_->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    closeButton_->setAutoRaise(true);
+
+    fileListsButton_->setText(qtText(columntext::fileListsLabel));
+    fileListsButton_->setCheckable(true);
+    fileListsButton_->setAutoRaise(true);
+    fileListsButton_->setToolTip(qtText(columntext::showFileListsTooltip));
 
     workingCopiesButton_->setText(qtText(columntext::workingCopiesLabel));
     workingCopiesButton_->setAutoRaise(true);
@@ -78,21 +104,30 @@ ColumnHeader::ColumnHeader(QWidget* parent)
     titleRow->setSpacing(6);
     titleRow->addWidget(inclusionToggle_);
     titleRow->addWidget(title_, 1);
+    titleRow->addWidget(renameField_, 1);
     titleRow->addWidget(prBadge_);
+    titleRow->addWidget(closeButton_);
 
-    // The actions stand under the title, one to a line, hidden while there
-    // is none: a narrow column has no room for them beside each other.
+    auto* tools = new QHBoxLayout(toolRow_);
+    tools->setContentsMargins(0, 0, 0, 0);
+    tools->setSpacing(4);
+    tools->addWidget(diffButton_);
+    tools->addWidget(fileListsButton_);
+    tools->addWidget(workingCopiesButton_);
+    tools->addStretch(1);
+
+    // The rebase action stands under the tools, hidden while there is none.
     actionRow_->setObjectName(QStringLiteral("columnActions"));
     auto* actions = new QVBoxLayout(actionRow_);
     actions->setContentsMargins(0, 0, 0, 0);
     actions->setSpacing(4);
-    actions->addWidget(workingCopiesButton_, 0, Qt::AlignLeft);
     actions->addWidget(rebaseButton_, 0, Qt::AlignLeft);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(8, 8, 8, 4);
     layout->setSpacing(4);
     layout->addLayout(titleRow);
+    layout->addWidget(toolRow_);
     layout->addWidget(actionRow_);
 
     connect(inclusionToggle_, &QCheckBox::clicked, this, [this](bool checked) {
@@ -103,6 +138,18 @@ ColumnHeader::ColumnHeader(QWidget* parent)
         Q_EMIT inclusionToggled(checked);
     });
     connect(prBadge_, &QToolButton::clicked, this, &ColumnHeader::viewPRRequested);
+    connect(closeButton_, &QToolButton::clicked, this, &ColumnHeader::closeRequested);
+    connect(diffButton_, &QPushButton::clicked, this, &ColumnHeader::diffToggleRequested);
+    connect(fileListsButton_, &QToolButton::toggled, this, [this](bool shown) {
+        fileListsButton_->setToolTip(
+            qtText(shown ? columntext::hideFileListsTooltip : columntext::showFileListsTooltip));
+        Q_EMIT fileListsToggled(shown);
+    });
+    connect(renameField_, &InlineRenameField::renameRequested, this,
+            [this](const QString& /*oldName*/, const QString& newName) {
+                Q_EMIT renameRequested(newName);
+            });
+    connect(renameField_, &InlineRenameField::ended, title_, &QWidget::show);
     connect(rebaseButton_, &QPushButton::clicked, this, [this] {
         if (isWorkingCopyLane_) {
             Q_EMIT rebaseLocalStacksRequested();
@@ -114,9 +161,11 @@ ColumnHeader::ColumnHeader(QWidget* parent)
 
 void ColumnHeader::setInput(const BookmarkColumnInput& input) {
     isWorkingCopyLane_ = input.isWorkingCopyLane();
+    offersRename_ = columnrules::isRealBookmarkLane(input);
     const QString title = QString::fromStdString(input.displayTitle());
     title_->setText(title);
-    title_->setToolTip(title);
+    title_->setToolTip(
+        offersRename_ ? title + QLatin1Char('\n') + qtText(columntext::renameTitleHint) : title);
     title_->setEnabled(input.isActive.value_or(true));
 
     updateInclusionToggle(input);
@@ -127,9 +176,34 @@ void ColumnHeader::setInput(const BookmarkColumnInput& input) {
         prBadge_->setToolTip(QString::fromStdString(columntext::badgeTooltip(*input.pr)));
     }
 
+    updateTools(input);
     updateWorkspacesMenu(input);
     updateRebaseButton(input);
-    actionRow_->setVisible(!workingCopiesButton_->isHidden() || !rebaseButton_->isHidden());
+    actionRow_->setVisible(!rebaseButton_->isHidden());
+}
+
+void ColumnHeader::beginRename() {
+    if (!offersRename_ || renameField_->isEditing()) {
+        return;
+    }
+    title_->hide();
+    renameField_->begin(title_->text());
+}
+
+bool ColumnHeader::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == title_ && event->type() == QEvent::MouseButtonDblClick) {
+        beginRename();
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void ColumnHeader::updateTools(const BookmarkColumnInput& input) {
+    closeButton_->setVisible(columnrules::showsCloseControl(input));
+    closeButton_->setToolTip(qtText(input.isSyntheticOneOff()
+                                        ? columntext::closeOneOffTooltip
+                                        : columntext::closeBookmarkColumnTooltip));
+    diffButton_->setDiffShown(input.isDiffShown);
 }
 
 void ColumnHeader::updateInclusionToggle(const BookmarkColumnInput& input) {

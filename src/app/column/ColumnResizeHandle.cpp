@@ -53,23 +53,27 @@ void ColumnResizeHandle::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void ColumnResizeHandle::paintEvent(QPaintEvent* /*event*/) {
+    // The column draws its trailing border through the middle of this
+    // strip; the grip sits on that line, halfway down, and the whole line
+    // lights up under the pointer.
     QPainter painter(this);
-    if (isDragging_ || isHovered_) {
-        const QRect line(width() / 2 - 1, 0, 2, height());
-        painter.fillRect(line, palette().color(QPalette::Highlight));
-        return;
-    }
-    // At rest a grip of three dots halfway down says the border can be
-    // dragged.
     painter.setRenderHint(QPainter::Antialiasing);
+    const bool active = isDragging_ || isHovered_;
+    const QColor accent = palette().color(QPalette::Highlight);
+    if (active) {
+        painter.fillRect(QRect(width() / 2 - 1, 0, 2, height()), accent);
+    }
+    constexpr int gripHeight = 32;
+    const QRectF grip(0.5, (height() - gripHeight) / 2.0, width() - 1.0, gripHeight);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(palette().color(QPalette::Mid));
-    constexpr int dot = 3;
-    constexpr int gap = 4;
-    const int left = (width() - dot) / 2;
-    const int top = height() / 2 - (3 * dot + 2 * gap) / 2;
-    for (int index = 0; index < 3; ++index) {
-        painter.drawEllipse(QRect(left, top + index * (dot + gap), dot, dot));
+    painter.setBrush(active ? accent : palette().color(QPalette::Mid));
+    painter.drawRoundedRect(grip, width() / 2.0, width() / 2.0);
+    // Three notches across the grip, as on a splitter.
+    painter.setBrush(palette().color(active ? QPalette::HighlightedText : QPalette::Base));
+    constexpr double notch = 2;
+    for (int index = -1; index <= 1; ++index) {
+        const double centreY = grip.center().y() + index * 3.0 * notch;
+        painter.drawEllipse(QPointF(grip.center().x(), centreY), notch / 2, notch / 2);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <set>
 
 namespace vorda::columnrules {
 
@@ -30,9 +31,23 @@ std::vector<std::string> visibleChangeOrder(const BookmarkColumnInput& input) {
     appendChangeIDs(order, input.commits);
     appendChangeIDs(order, input.stackedCommits);
     if (input.isExpanded) {
-        appendChangeIDs(order, input.ancestorCommits);
+        appendChangeIDs(order, listedAncestors(input));
     }
     return order;
+}
+
+std::vector<SharedCommit> listedAncestors(const BookmarkColumnInput& input) {
+    std::set<std::string> shown;
+    for (const auto* rows : {&input.commits, &input.stackedCommits}) {
+        for (const auto& commit : *rows) {
+            shown.insert(commit->commitID);
+        }
+    }
+    std::vector<SharedCommit> listed;
+    std::copy_if(input.ancestorCommits.begin(), input.ancestorCommits.end(),
+                 std::back_inserter(listed),
+                 [&](const SharedCommit& commit) { return !shown.contains(commit->commitID); });
+    return listed;
 }
 
 bool showsMergedBanner(const BookmarkColumnInput& input) {
@@ -81,6 +96,28 @@ BookmarkInclusionRole effectiveInclusionRole(const BookmarkColumnInput& input) {
     }
     return input.isEnabled ? BookmarkInclusionRole::directParent()
                            : BookmarkInclusionRole::absent();
+}
+
+bool isRealBookmarkLane(const BookmarkColumnInput& input) {
+    return input.kind == BookmarkColumnInput::LaneKind::bookmark;
+}
+
+bool showsCloseControl(const BookmarkColumnInput& input) {
+    return input.kind == BookmarkColumnInput::LaneKind::bookmark ||
+           input.kind == BookmarkColumnInput::LaneKind::oneOff;
+}
+
+const JJCommit* findCommit(const BookmarkColumnInput& input, const std::string& changeID) {
+    for (const auto* rows :
+         {&input.commits, &input.stackedCommits, &input.baseCommits, &input.ancestorCommits}) {
+        const auto found =
+            std::find_if(rows->begin(), rows->end(),
+                         [&](const SharedCommit& commit) { return commit->changeID == changeID; });
+        if (found != rows->end()) {
+            return &**found;
+        }
+    }
+    return nullptr;
 }
 
 std::vector<WorkspaceCompositionPoint> compositionPoints(const BookmarkColumnInput& input,

@@ -17,6 +17,11 @@ namespace vorda::columnrules {
 /// none to walk through before that.
 std::vector<std::string> visibleChangeOrder(const BookmarkColumnInput& input);
 
+/// The open history as the lane lists it: the loaded ancestors, without
+/// those the lane already shows among its own or stacked commits (a page of
+/// history starts right under the tip, which may be one of them).
+std::vector<SharedCommit> listedAncestors(const BookmarkColumnInput& input);
+
 /// The "merged" banner: never on trunk, one-off or working-copy lanes; else
 /// when the lane is merged into trunk or its pull request is merged.
 bool showsMergedBanner(const BookmarkColumnInput& input);
@@ -42,6 +47,18 @@ bool showsInclusionToggle(const BookmarkColumnInput& input);
 /// The role the inclusion toggle describes: the known role, else one read
 /// from `isEnabled`.
 BookmarkInclusionRole effectiveInclusionRole(const BookmarkColumnInput& input);
+
+/// Routes, the inline rename of the title and the chip menus act on real
+/// bookmarks only: a bookmark lane, not trunk, a one-off or a working copy.
+bool isRealBookmarkLane(const BookmarkColumnInput& input);
+
+/// The close control: a bookmark lane leaves the board, a one-off lane
+/// folds back. Working copies and trunk always stay.
+bool showsCloseControl(const BookmarkColumnInput& input);
+
+/// The commit of any row of the lane with `changeID`; null when the lane has
+/// none.
+const JJCommit* findCommit(const BookmarkColumnInput& input, const std::string& changeID);
 
 /// Workspaces whose composition boundary is `commitID`.
 std::vector<WorkspaceCompositionPoint> compositionPoints(const BookmarkColumnInput& input,

@@ -1,5 +1,6 @@
 #include "app/column/ColumnText.h"
 
+#include <string>
 #include <type_traits>
 #include <variant>
 
@@ -108,6 +109,10 @@ std::string conflictBannerText(const std::vector<std::string>& partners) {
 
 std::string fetchedText(const std::string& fetchRelativeTime) {
     return "fetched " + fetchRelativeTime;
+}
+
+std::string routesLabel(std::size_t count) {
+    return "routes (" + std::to_string(count) + ")";
 }
 
 }  // namespace vorda::columntext

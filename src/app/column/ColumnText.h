@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -78,6 +79,44 @@ std::string fetchedText(const std::string& fetchRelativeTime);
 
 /// The row under open history that loads the next page.
 inline constexpr std::string_view loadMoreLabel = "Load more";
+
+/// The header's diff button (`ColumnDiffButton`): the diff column opens
+/// beside this one, or closes.
+inline constexpr std::string_view showDiffLabel = "Show Diff";
+inline constexpr std::string_view hideDiffLabel = "Hide Diff";
+inline constexpr std::string_view showDiffTooltip = "Show diff in a column beside this one";
+inline constexpr std::string_view hideDiffTooltip = "Hide diff";
+
+/// The header's button for the per-commit file lists, and what a card with
+/// an empty list says.
+inline constexpr std::string_view fileListsLabel = "Files";
+inline constexpr std::string_view hideFileListsTooltip = "Hide per-commit file lists";
+inline constexpr std::string_view showFileListsTooltip =
+    "Show each commit's changed files with +/− line counts";
+inline constexpr std::string_view noChangesText = "no changes";
+
+/// The close control: a bookmark's column leaves the board (the bookmark
+/// stays), a one-off lane folds back into the hidden list.
+inline constexpr std::string_view closeColumnLabel = "Close Column";
+inline constexpr std::string_view closeBookmarkColumnTooltip =
+    "Take this column off the board; the bookmark stays";
+inline constexpr std::string_view closeOneOffTooltip =
+    "Fold this one-off lane back into the hidden list";
+
+/// The title of a real bookmark, which a double-click renames in place.
+inline constexpr std::string_view renameTitleHint = "Double-click to rename";
+
+/// A real bookmark's file routing rules.
+std::string routesLabel(std::size_t count);
+inline constexpr std::string_view routePatternPlaceholder = "src/auth/**";
+inline constexpr std::string_view routeEnabledTooltip = "Enabled";
+inline constexpr std::string_view routeDisabledTooltip = "Disabled";
+inline constexpr std::string_view removeRouteLabel = "Remove route";
+inline constexpr std::string_view addRouteLabel = "Add route";
+
+/// The context menu of another bookmark's chip beside a card.
+inline constexpr std::string_view renameBookmarkLabel = "Rename Bookmark";
+inline constexpr std::string_view deleteBookmarkLabel = "Delete Bookmark";
 
 /// The width handle on a column's trailing edge.
 inline constexpr std::string_view resizeHandleTooltip = "Drag to resize this column";

@@ -17,6 +17,7 @@ CardChip bookmarkChip(const BookmarkColumnInput& input) {
     chip.tooltip = QStringLiteral(
         "The bookmark points at the commit below — commits above are not included when "
         "pushing. Drag onto a commit to move the bookmark there.");
+    chip.isDraggable = true;
     return chip;
 }
 
@@ -29,6 +30,8 @@ CardChip inlineTipChip(const InlineBookmarkTip& tip) {
     }
     chip.isImmutable = tip.isImmutable;
     chip.isColumnHidden = tip.isColumnHidden;
+    chip.bookmarkName = tip.name;
+    chip.isRealBookmark = tip.isRealBookmark;
     return chip;
 }
 
@@ -42,6 +45,8 @@ CardChip advancingChip(const InlineBookmarkTip& tip) {
 CardChip compositionPointChip(const WorkspaceCompositionPoint& point) {
     CardChip chip;
     chip.kind = CardChip::Kind::compositionPoint;
+    chip.isDraggable = point.isDraggable;
+    chip.workspaceName = point.workspaceName;
     const QString workspace = text(point.workspaceName);
     chip.text = workspace + QStringLiteral(" composition point");
     chip.accessibleLabel = QStringLiteral("Composition · ") + workspace;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <string>
 #include <vector>
 
 #include "app/column/BookmarkColumnInput.h"
@@ -34,6 +35,15 @@ struct CardChip {
     bool isImmutable = false;
     /// The bookmark's own column is hidden; drawn subdued.
     bool isColumnHidden = false;
+    /// The bookmark an inline tip stands for; empty for the other kinds.
+    std::string bookmarkName;
+    /// An inline tip of a real bookmark, which its menu can rename or delete.
+    bool isRealBookmark = false;
+    /// A marker that can be dragged to another commit of the lane: the
+    /// lane's bookmark, or a movable composition point.
+    bool isDraggable = false;
+    /// The workspace of a composition point.
+    std::string workspaceName;
 
     bool operator==(const CardChip&) const = default;
 };

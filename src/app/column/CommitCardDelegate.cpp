@@ -1,7 +1,6 @@
 #include "app/column/CommitCardDelegate.h"
 
 #include <QAbstractItemView>
-#include <QFontDatabase>
 #include <QFontMetrics>
 #include <QHelpEvent>
 #include <QPainter>
@@ -10,6 +9,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "app/column/CardFonts.h"
+#include "app/column/CommitCardFiles.h"
 #include "app/column/CommitListModel.h"
 
 namespace vorda {
@@ -29,27 +30,6 @@ constexpr int chipPadding = 5;
 constexpr int chipGap = 4;
 constexpr qreal cornerRadius = 6;
 
-QFont secondaryFont(const QFont& font) {
-    QFont smaller = font;
-    if (font.pointSizeF() > 0) {
-        smaller.setPointSizeF(font.pointSizeF() * 0.85);
-    } else {
-        smaller.setPixelSize(std::max(8, font.pixelSize() * 85 / 100));
-    }
-    return smaller;
-}
-
-QFont monospaceFont(const QFont& font) {
-    QFont mono = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    const QFont reference = secondaryFont(font);
-    if (reference.pointSizeF() > 0) {
-        mono.setPointSizeF(reference.pointSizeF());
-    } else {
-        mono.setPixelSize(reference.pixelSize());
-    }
-    return mono;
-}
-
 // What one row shows, read from the model once per paint or tooltip.
 struct CardContent {
     RowKind kind = RowKind::commit;
@@ -63,6 +43,9 @@ struct CardContent {
     bool advancing = false;
     bool conflict = false;
     std::vector<CardChip> chips;
+    bool listsFiles = false;
+    /// Null while the files are loading (or not listed).
+    const std::vector<ChangedFile>* files = nullptr;
 };
 
 CardContent contentOf(const QModelIndex& index) {
@@ -85,6 +68,8 @@ CardContent contentOf(const QModelIndex& index) {
     content.conflict = index.data(CommitListModel::IsConflictRole).toBool();
     if (const auto* model = qobject_cast<const CommitListModel*>(index.model())) {
         content.chips = model->chips(index.row());
+        content.listsFiles = model->listsFiles(index.row());
+        content.files = content.listsFiles ? model->commitFiles(index.row()) : nullptr;
     }
     return content;
 }
@@ -102,6 +87,8 @@ struct CardLayout {
     QRect advancing;
     QRect baseNote;
     std::vector<std::pair<QRect, const CardChip*>> chips;
+    /// The file list under the card's lines, when it lists files.
+    QRect files;
 };
 
 QString basePrefix() {
@@ -121,8 +108,8 @@ QString shownSummary(const CardContent& content) {
 
 CardLayout layoutOf(const QStyleOptionViewItem& option, const CardContent& content) {
     const QFontMetrics primary(option.font);
-    const QFontMetrics secondary(secondaryFont(option.font));
-    const QFontMetrics mono(monospaceFont(option.font));
+    const QFontMetrics secondary(cardfonts::secondary(option.font));
+    const QFontMetrics mono(cardfonts::monospace(option.font));
 
     CardLayout layout;
     layout.card =
@@ -180,6 +167,10 @@ CardLayout layoutOf(const QStyleOptionViewItem& option, const CardContent& conte
         }
         layout.chips.emplace_back(QRect(x, line3.top(), width, line3.height()), &chip);
         x += width + chipGap;
+    }
+    if (content.listsFiles) {
+        layout.files = QRect(inner.left(), line3.bottom() + 1, inner.width(),
+                             cardfiles::height(option.font, content.files));
     }
     return layout;
 }
@@ -260,14 +251,19 @@ CommitCardDelegate::CommitCardDelegate(QObject* parent) : QStyledItemDelegate(pa
 
 int CommitCardDelegate::rowHeight(const QFont& font) {
     const QFontMetrics primary(font);
-    const QFontMetrics secondary(secondaryFont(font));
+    const QFontMetrics secondary(cardfonts::secondary(font));
     return 2 * outerVertical + 2 * paddingVertical + primary.height() + 2 * secondary.height() + 2 +
            2 * lineSpacing;
 }
 
 QSize CommitCardDelegate::sizeHint(const QStyleOptionViewItem& option,
-                                   const QModelIndex& /*index*/) const {
-    return {std::max(option.rect.width(), 0), rowHeight(option.font)};
+                                   const QModelIndex& index) const {
+    int height = rowHeight(option.font);
+    const auto* model = qobject_cast<const CommitListModel*>(index.model());
+    if (model != nullptr && index.isValid() && model->listsFiles(index.row())) {
+        height += cardfiles::height(option.font, model->commitFiles(index.row()));
+    }
+    return {std::max(option.rect.width(), 0), height};
 }
 
 void CommitCardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -322,9 +318,9 @@ void CommitCardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
         layout.summary, Qt::AlignVCenter | Qt::AlignLeft,
         QFontMetrics(option.font).elidedText(summary, Qt::ElideRight, layout.summary.width()));
 
-    const QFont small = secondaryFont(option.font);
+    const QFont small = cardfonts::secondary(option.font);
     const QFontMetrics smallMetrics(small);
-    painter->setFont(monospaceFont(option.font));
+    painter->setFont(cardfonts::monospace(option.font));
     painter->setPen(secondaryColor);
     painter->drawText(layout.change, Qt::AlignVCenter | Qt::AlignLeft, content.changeText);
     painter->setFont(small);
@@ -362,6 +358,10 @@ void CommitCardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     for (const auto& [rect, chip] : layout.chips) {
         paintChip(painter, rect, *chip, palette, group);
     }
+    if (content.listsFiles) {
+        cardfiles::paint(painter, layout.files, option.font, content.files, palette, group,
+                         content.selected);
+    }
     painter->restore();
 }
 
@@ -377,6 +377,11 @@ QString CommitCardDelegate::tooltipAt(const QStyleOptionViewItem& option, const 
             return chip->tooltip;
         }
     }
+    if (const QString file =
+            cardfiles::tooltipAt(layout.files, option.font, content.files, position);
+        !file.isEmpty()) {
+        return file;
+    }
     if (layout.summary.contains(position)) {
         // A cut summary shows whole above the card's own tooltip.
         const QString summary = shownSummary(content);
@@ -391,6 +396,33 @@ QString CommitCardDelegate::tooltipAt(const QStyleOptionViewItem& option, const 
         return index.data(CommitListModel::TimestampToolTipRole).toString();
     }
     return index.data(Qt::ToolTipRole).toString();
+}
+
+std::optional<CardChip> CommitCardDelegate::chipAt(const QStyleOptionViewItem& option,
+                                                   const QModelIndex& index,
+                                                   const QPoint& position) const {
+    const CardContent content = contentOf(index);
+    if (content.kind == RowKind::loadMore) {
+        return std::nullopt;
+    }
+    for (const auto& [rect, chip] : layoutOf(option, content).chips) {
+        if (rect.contains(position)) {
+            return *chip;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<QRect> CommitCardDelegate::chipRect(const QStyleOptionViewItem& option,
+                                                  const QModelIndex& index,
+                                                  const CardChip& wanted) const {
+    const CardContent content = contentOf(index);
+    for (const auto& [rect, chip] : layoutOf(option, content).chips) {
+        if (*chip == wanted) {
+            return rect;
+        }
+    }
+    return std::nullopt;
 }
 
 bool CommitCardDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <QStyledItemDelegate>
+#include <optional>
+
+#include "app/column/CommitCardChips.h"
 
 namespace vorda {
 
@@ -8,7 +11,8 @@ namespace vorda {
 /// lock on an immutable commit), a line with the short change ID, the author
 /// and the relative time, and a line of chips. Every card has the same
 /// height, so a view with uniform item sizes lays out thousands of rows
-/// without asking each one.
+/// without asking each one; only while the model shows file lists does a
+/// card grow by its list.
 ///
 /// Colours come from the view's palette only, so a dark system palette
 /// gives dark cards. Tooltips depend on where the pointer rests: the author
@@ -31,7 +35,15 @@ class CommitCardDelegate : public QStyledItemDelegate {
     QString tooltipAt(const QStyleOptionViewItem& option, const QModelIndex& index,
                       const QPoint& position) const;
 
-    /// The height of every row for a view font.
+    /// The chip under `position`, if any; both in the coordinates of
+    /// `option.rect`.
+    std::optional<CardChip> chipAt(const QStyleOptionViewItem& option, const QModelIndex& index,
+                                   const QPoint& position) const;
+    /// Where `chip` stands on the card at `index`, if it is drawn.
+    std::optional<QRect> chipRect(const QStyleOptionViewItem& option, const QModelIndex& index,
+                                  const CardChip& chip) const;
+
+    /// The height of every row without a file list, for a view font.
     static int rowHeight(const QFont& font);
 };
 

@@ -61,7 +61,7 @@ std::vector<Row> CommitListModel::rowsFor(const BookmarkColumnInput& input) {
     appendRows(rows, RowKind::stacked, input.stackedCommits);
     if (input.isExpanded) {
         // Open history already lists the base among the ancestors.
-        appendRows(rows, RowKind::ancestor, input.ancestorCommits);
+        appendRows(rows, RowKind::ancestor, columnrules::listedAncestors(input));
         if (columnrules::showsLoadMore(input)) {
             rows.push_back(Row{RowKind::loadMore, std::nullopt});
         }
@@ -78,6 +78,46 @@ void CommitListModel::setInput(std::shared_ptr<const BookmarkColumnInput> input)
     const std::shared_ptr<const BookmarkColumnInput> before = std::exchange(input_, input);
     replaceRows(rowsFor(*input_));
     signalDecorationChanges(*before);
+    // File lists of commits no longer shown are not needed again.
+    std::erase_if(files_, [this](const auto& entry) {
+        return std::none_of(rows_.begin(), rows_.end(), [&](const Row& current) {
+            return current.commit && (*current.commit)->commitID == entry.first;
+        });
+    });
+}
+
+void CommitListModel::setShowsFiles(bool shows) {
+    if (shows == showsFiles_) {
+        return;
+    }
+    showsFiles_ = shows;
+    if (!rows_.empty()) {
+        Q_EMIT dataChanged(index(0), index(toInt(rows_.size()) - 1));
+    }
+}
+
+bool CommitListModel::listsFiles(int index) const {
+    const Row& current = row(index);
+    return showsFiles_ && current.commit && isSelectable(current.kind);
+}
+
+void CommitListModel::setCommitFiles(const std::string& commitID, std::vector<ChangedFile> files) {
+    files_[commitID] = std::move(files);
+    for (int index = 0; index < toInt(rows_.size()); ++index) {
+        const Row& current = rows_[static_cast<std::size_t>(index)];
+        if (current.commit && (*current.commit)->commitID == commitID) {
+            Q_EMIT dataChanged(this->index(index), this->index(index));
+        }
+    }
+}
+
+const std::vector<ChangedFile>* CommitListModel::commitFiles(int index) const {
+    const Row& current = row(index);
+    if (!current.commit) {
+        return nullptr;
+    }
+    const auto found = files_.find((*current.commit)->commitID);
+    return found == files_.end() ? nullptr : &found->second;
 }
 
 void CommitListModel::replaceRows(std::vector<Row> rows) {

@@ -3,8 +3,10 @@
 #include <QAbstractListModel>
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "app/column/BookmarkColumnInput.h"
@@ -74,6 +76,18 @@ class CommitListModel : public QAbstractListModel {
     /// Whether the row's commit is being rebased.
     bool isAdvancing(int index) const;
 
+    /// Whether commit cards list their changed files. Rows that list files
+    /// grow, so a view showing them cannot assume uniform row sizes.
+    void setShowsFiles(bool shows);
+    bool showsFiles() const { return showsFiles_; }
+    /// Whether the row's card lists files: a commit card while files are
+    /// shown (base rows and "Load more" never do).
+    bool listsFiles(int index) const;
+    /// The changed files of the commit `commitID`, loaded for its card.
+    void setCommitFiles(const std::string& commitID, std::vector<ChangedFile> files);
+    /// The files the row's card lists; null while they are not loaded.
+    const std::vector<ChangedFile>* commitFiles(int index) const;
+
     /// The clock of the relative times; the system clock by default.
     void setClock(Clock clock);
     /// Signals that every relative time may read differently now.
@@ -102,6 +116,10 @@ class CommitListModel : public QAbstractListModel {
     std::shared_ptr<const BookmarkColumnInput> input_;
     std::vector<Row> rows_;
     Clock clock_;
+    bool showsFiles_ = false;
+    /// Loaded file lists by commit ID: a rewritten commit has a new ID, so
+    /// its card loads its files afresh.
+    std::map<std::string, std::vector<ChangedFile>> files_;
 };
 
 }  // namespace vorda

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QListView>
+#include <QPersistentModelIndex>
 #include <QPoint>
+#include <optional>
 
 namespace vorda {
 
@@ -15,9 +17,23 @@ class CommitListView : public QListView {
   public:
     explicit CommitListView(QWidget* parent = nullptr);
 
+    /// The style a row is painted with, its rectangle included.
+    QStyleOptionViewItem optionFor(const QModelIndex& index) const;
+
+    /// Marks the row a drop would land on (absent for none): framed in the
+    /// highlight colour.
+    void setDropRow(std::optional<int> row);
+    std::optional<int> dropRow() const { return dropRow_; }
+
   Q_SIGNALS:
-    /// A row was pressed with the left button.
+    /// A row was pressed with the left button. A plain press on a row that
+    /// `isRowSelected` reports is reported at release instead, and not at
+    /// all when it became a drag, so that dragging a selection keeps it.
     void rowPressed(const QModelIndex& index, Qt::KeyboardModifiers modifiers);
+    /// The pointer moved far enough with the button held on `index` to
+    /// start a drag; `pressPosition` is where the press was, in the
+    /// viewport's coordinates.
+    void dragRequested(const QModelIndex& index, const QPoint& pressPosition);
     /// The list was pressed where it has no row.
     void emptyAreaPressed();
     /// A context menu was asked for at `globalPosition`; `index` is the row
@@ -30,6 +46,16 @@ class CommitListView : public QListView {
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    bool isRowSelected(const QModelIndex& index) const;
+
+    QPersistentModelIndex pressedIndex_;
+    QPoint pressPosition_;
+    bool pressDeferred_ = false;
+    std::optional<int> dropRow_;
 };
 
 }  // namespace vorda

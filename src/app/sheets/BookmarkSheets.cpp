@@ -58,19 +58,22 @@ RenameBookmarkSheet::RenameBookmarkSheet(RepoViewModel& viewModel, const std::st
         if (!model) {
             return;
         }
-        const auto next = trimmed(name_->text());
-        model->send(RepoCommand::RenameBookmark{name, next}, [model, name, next] {
-            // The column keeps its width under its new name once jj has
-            // renamed the bookmark.
-            auto* current = model.data();
-            const auto* state = current != nullptr ? current->board().repoState() : nullptr;
-            if (state != nullptr && state->bookmarks.contains(next) &&
-                !state->bookmarks.contains(name)) {
-                columnwidths::moveWidth(columnwidths::key(ColumnID::bookmark(name)),
-                                        columnwidths::key(ColumnID::bookmark(next)));
-            }
-        });
+        renameBookmark(*model, name, trimmed(name_->text()));
     });
+}
+
+void renameBookmark(RepoViewModel& viewModel, const std::string& name, const std::string& next) {
+    viewModel.send(RepoCommand::RenameBookmark{name, next},
+                   [model = QPointer<RepoViewModel>(&viewModel), name, next] {
+                       auto* current = model.data();
+                       const auto* state =
+                           current != nullptr ? current->board().repoState() : nullptr;
+                       if (state != nullptr && state->bookmarks.contains(next) &&
+                           !state->bookmarks.contains(name)) {
+                           columnwidths::moveWidth(columnwidths::key(ColumnID::bookmark(name)),
+                                                   columnwidths::key(ColumnID::bookmark(next)));
+                       }
+                   });
 }
 
 AddTagSheet::AddTagSheet(RepoViewModel& viewModel, const std::string& name,

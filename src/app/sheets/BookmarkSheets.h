@@ -15,6 +15,10 @@ namespace vorda {
 
 class RepoViewModel;
 
+/// Sends `renameBookmark`; once jj has renamed the bookmark its column
+/// keeps its width under the new name. Every rename gesture goes through here.
+void renameBookmark(RepoViewModel& viewModel, const std::string& name, const std::string& next);
+
 /// "Rename NAME": the new name, filled with the old one. "Rename" sends
 /// `renameBookmark`; it is enabled for a trimmed name that differs.
 class RenameBookmarkSheet : public SheetDialog {

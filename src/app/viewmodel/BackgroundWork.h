@@ -26,8 +26,9 @@ enum class WorkKind : std::uint8_t {
     pullRequests,  // pull request states
     routing,       // file routing after a load
     review,        // a conflicted commit's review
+    hiddenSearch,  // the hidden panel's revset search
 };
-inline constexpr std::size_t workKindCount = 9;
+inline constexpr std::size_t workKindCount = 10;
 
 /// What a background job gave back: its value, or the text of what it threw.
 template <typename T>

@@ -119,12 +119,19 @@ void BoardModel::addLaneAncestors(const std::string& name, const std::vector<JJC
     for (const auto& commit : list) {
         known.insert(commit.commitID);
     }
+    bool reachedRoot = false;
     for (const auto& commit : commits) {
         // The root commit is not history anybody wrote.
         const bool isRoot = commit.commitID.find_first_not_of('0') == std::string::npos;
+        reachedRoot = reachedRoot || isRoot;
         if (!isRoot && known.insert(commit.commitID).second) {
             list.push_back(commit);
         }
+    }
+    // The count includes the root, which is never listed: once a page has
+    // reached it, everything there is to show is loaded.
+    if (reachedRoot) {
+        total = static_cast<std::int64_t>(list.size());
     }
     setLaneAncestors(std::move(ancestors));
     if (total) {

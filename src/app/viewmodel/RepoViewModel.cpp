@@ -41,6 +41,7 @@ RepoViewModel::RepoViewModel(QObject* parent)
       rewrites_(new RewriteModel(this)),
       operationLog_(new OperationLogModel(this)),
       diff_(new DiffModel(this)),
+      hiddenPanel_(new HiddenPanelModel(this)),
       work_(std::make_unique<BackgroundWork>(this)) {}
 
 RepoViewModel::~RepoViewModel() {

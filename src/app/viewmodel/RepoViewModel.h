@@ -12,6 +12,7 @@
 #include "app/viewmodel/BackgroundWork.h"
 #include "app/viewmodel/BoardModel.h"
 #include "app/viewmodel/DiffModel.h"
+#include "app/viewmodel/HiddenPanelModel.h"
 #include "app/viewmodel/OperationLogModel.h"
 #include "app/viewmodel/RewriteModel.h"
 #include "app/viewmodel/SheetRequests.h"
@@ -55,6 +56,8 @@ class RepoViewModel : public QObject {
     const OperationLogModel& operationLog() const { return *operationLog_; }
     DiffModel& diff() { return *diff_; }
     const DiffModel& diff() const { return *diff_; }
+    HiddenPanelModel& hiddenPanel() { return *hiddenPanel_; }
+    const HiddenPanelModel& hiddenPanel() const { return *hiddenPanel_; }
     const std::shared_ptr<RepoSession>& repoSession() const { return repoSession_; }
 
     // Lifecycle.
@@ -81,6 +84,13 @@ class RepoViewModel : public QObject {
     void toggleLane(const std::string& name);
     void loadMoreAncestors(const std::string& name);
     void refreshPRStatuses(bool force, const StringSet& forceBranches);
+    /// Tracks an untracked remote bookmark at its remote tip, pinning it to
+    /// the board when `pin`; a bookmark without a tip commit sends nothing.
+    void trackRemoteBookmark(const Bookmark& bookmark, bool pin);
+    /// Brings a hidden item onto the board: a one-off lane (by its display
+    /// name) opens, an untracked remote bookmark is tracked and pinned, and
+    /// any other bookmark is pinned.
+    void pinFromHiddenPanel(const std::string& name);
 
     // Direct reads.
 
@@ -95,6 +105,11 @@ class RepoViewModel : public QObject {
     void loadChangedFiles(const std::string& changeID,
                           std::function<void(const std::vector<ChangedFile>&)> done);
     void loadRecentOps();
+    /// The names of the bookmarks whose tips `revset` matches; only the
+    /// newest request is answered, and an invalid revset comes back as the
+    /// outcome's error. With no session `done` gets the error at once.
+    void loadBookmarkNames(const std::string& revset,
+                           std::function<void(const Outcome<StringSet>&)> done);
     /// A commit's diff, parsed; `done` gets nothing on failure or with no
     /// session.
     void loadCommitDiff(const std::string& changeID,
@@ -170,6 +185,7 @@ class RepoViewModel : public QObject {
     RewriteModel* rewrites_;
     OperationLogModel* operationLog_;
     DiffModel* diff_;
+    HiddenPanelModel* hiddenPanel_;
     std::shared_ptr<RepoSession> repoSession_;
     std::map<std::string, std::vector<ChangedFile>> commitFilesCache_;
     /// Declared after the models: its outcomes write into them.

@@ -8,6 +8,7 @@
 
 #include "app/board/ContentView.h"
 #include "app/board/SelectionStore.h"
+#include "app/sheets/CommitSheetLaunch.h"
 #include "app/sheets/CommitSheets.h"
 #include "app/sheets/CompositionAttachmentSheet.h"
 #include "app/sheets/FeatureInsertionSheet.h"
@@ -40,6 +41,7 @@ RepoWindow::RepoWindow(const QString& repoPath, RepoMenuCommands* menus,
         installMenus(menuBar());
     }
     connect(content_, &ContentView::newBookmarkRequested, this, &RepoWindow::showCreateBookmark);
+    connect(content_, &ContentView::operationLogRequested, this, &RepoWindow::openOperationLog);
     connect(toolbar_, &RepoToolbar::conflictSheetRequested, this, &RepoWindow::showConflicts);
     connect(&viewModel_->rewrites(), &RewriteModel::changed, this,
             &RepoWindow::showRequestedRewriteSheets);
@@ -69,7 +71,7 @@ RepoCommandTarget RepoWindow::commandTarget() {
     };
     target.commitAction = [this](CommitAction action, const JJCommit& commit) {
         if (action == CommitAction::describe) {
-            (new DescribeCommitSheet(*viewModel_, commit, this))->open();
+            commitsheets::openDescribe(*viewModel_, commit, this);
             return;
         }
         if (action == CommitAction::reviewConflicts) {
@@ -83,15 +85,7 @@ RepoCommandTarget RepoWindow::commandTarget() {
             (new RebaseConflictReviewSheet(*viewModel_, std::move(changeIDs), start, this))->open();
             return;
         }
-        // The sheet lists the commit's files and hunks: it opens once they
-        // are read.
-        viewModel_->loadCommitDiff(
-            commit.changeID, [this, guard = QPointer<RepoWindow>(this),
-                              commit](const std::optional<UnifiedDiff>& diff) {
-                if (guard && diff) {
-                    (new SplitCommitSheet(*viewModel_, commit, *diff, this))->open();
-                }
-            });
+        commitsheets::openSplit(*viewModel_, commit, this);
     };
     target.newBookmark = [this] {
         showCreateBookmark();
@@ -103,11 +97,19 @@ RepoCommandTarget RepoWindow::commandTarget() {
         content_->focusFilter();
     };
     target.openOperationLog = [this] {
-        auto* sheet = new OpLogSheet(viewModel_, viewModel_->operationLog(), this);
-        viewModel_->loadRecentOps();
-        sheet->open();
+        openOperationLog();
     };
     return target;
+}
+
+void RepoWindow::openOperationLog() {
+    // One log per window: the shortcut on an open log only reloads it.
+    auto* sheet = findChild<OpLogSheet*>();
+    if (sheet == nullptr || !sheet->isVisible()) {
+        sheet = new OpLogSheet(viewModel_, viewModel_->operationLog(), this);
+        sheet->open();
+    }
+    viewModel_->loadRecentOps();
 }
 
 void RepoWindow::showCreateBookmark() {

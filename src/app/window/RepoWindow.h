@@ -45,6 +45,8 @@ class RepoWindow : public QMainWindow {
     RepoCommandTarget commandTarget();
     /// Opens the create-bookmark dialog (window-modal, not blocking).
     void showCreateBookmark();
+    /// Opens the operation log, or reloads the one already open.
+    void openOperationLog();
     /// Asks for a description of the working-copy commit.
     void describeWorkingCopy();
     /// Opens the sheet of the working copy's conflicted files.

@@ -61,7 +61,10 @@ std::string parts(const BookmarkColumn& column) {
         std::string line = widget->objectName().toStdString();
         if (line.empty() || line.starts_with("qt_") || !widget->isVisibleTo(&column) ||
             widget->parentWidget()->inherits("QAbstractScrollArea") ||
-            std::set<std::string>{"commitList", "resizeHandle", "columnActions"}.contains(line)) {
+            std::set<std::string>{"commitList", "resizeHandle", "columnActions", "columnTools",
+                                  "columnDiffButton", "fileListsButton", "closeColumnButton",
+                                  "routes", "routesDisclosure", "addRouteButton"}
+                .contains(line)) {
             continue;
         }
         if (const auto* label = qobject_cast<const QLabel*>(widget)) {

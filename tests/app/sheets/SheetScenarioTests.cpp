@@ -348,8 +348,8 @@ TEST_F(SheetScenario, CarvesHunksNamesAOneOffAndReviewsConflictsReadOnly) {
     const auto conflicted = board().conflictedChangeIDs();
     ASSERT_EQ(conflicted.size(), 2U);
     const auto operations = repo_.operationCount();
-    window_->selection()->selectCommit(ColumnID::oneOff(repo_.id("N")), repo_.id("M"),
-                                       {repo_.id("N"), repo_.id("M")}, std::nullopt);
+    window_->selection()->selectCommit(repo_.id("M"), ColumnID::oneOff(repo_.id("N")),
+                                       {repo_.id("N"), repo_.id("M")}, Qt::NoModifier);
     QMenu commitMenu;
     const auto target = window_->commandTarget();
     CommitActionMenuItems::fill(&commitMenu, target.selectedCommit(), target.commitAction);

@@ -172,8 +172,8 @@ TEST_F(RepoMenus, BookmarkMenuFollowsTheSelectedBookmark) {
 
     // A selected commit feeds the commit entries.
     const auto tip = windowtest::makeCommit(3, "Feature tip");
-    window_.selection.selectCommit(ColumnID::bookmark("feat"), tip.changeID,
-                                   {tip.changeID, windowtest::changeIDFor(2)}, std::string("feat"));
+    window_.selection.selectCommit(tip.changeID, ColumnID::bookmark("feat"),
+                                   {tip.changeID, windowtest::changeIDFor(2)}, Qt::NoModifier);
     entry(QStringLiteral("Describe Commit…"))->trigger();
     entry(QStringLiteral("Split Commit…"))->trigger();
     ASSERT_EQ(window_.commitActions.size(), 2U);
