@@ -51,8 +51,14 @@ ConfirmationRequest abandonConfirmation(const JJCommit& commit) {
 }
 
 void show(RepoViewModel& viewModel, const JJCommit& commit, const QPoint& globalPosition,
-          QWidget* parent) {
+          QWidget* parent, const std::vector<LaneEntry>& laneEntries) {
     QMenu menu(parent);
+    for (const auto& [title, action] : laneEntries) {
+        QObject::connect(menu.addAction(title), &QAction::triggered, parent, action);
+    }
+    if (!laneEntries.empty()) {
+        menu.addSeparator();
+    }
     for (const auto& label : entries(commit)) {
         QAction* entry = menu.addAction(QString::fromStdString(label));
         if (label == abandonLabel) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QPoint>
+#include <QString>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -27,10 +29,17 @@ std::vector<std::string> entries(const JJCommit& commit);
 /// `abandonOneOff` with its change ID.
 ConfirmationRequest abandonConfirmation(const JJCommit& commit);
 
-/// Shows the menu at `globalPosition` and carries out the chosen entry;
-/// the sheets open on `parent`.
+/// An entry a lane adds before the commit's own, for what the commit is in
+/// that lane.
+struct LaneEntry {
+    QString title;
+    std::function<void()> action;
+};
+
+/// Shows the menu at `globalPosition`, `laneEntries` first, and carries out
+/// the chosen entry; the sheets open on `parent`.
 void show(RepoViewModel& viewModel, const JJCommit& commit, const QPoint& globalPosition,
-          QWidget* parent);
+          QWidget* parent, const std::vector<LaneEntry>& laneEntries = {});
 
 }  // namespace commitcardmenu
 

@@ -393,7 +393,8 @@ void ContentView::wireLaneColumn(BookmarkColumn* column) {
                 const auto& input = column->input();
                 if (const auto* commit =
                         changeID ? columnrules::findCommit(input, *changeID) : nullptr) {
-                    commitcardmenu::show(*viewModel_, *commit, position, this);
+                    commitcardmenu::show(*viewModel_, *commit, position, this,
+                                         unnamedInputEntries(input, *commit));
                     return;
                 }
                 if (input.isSyntheticOneOff()) {
@@ -457,6 +458,31 @@ void ContentView::wireLaneEditing(BookmarkColumn* column) {
                         }
                     });
             });
+}
+
+std::vector<commitcardmenu::LaneEntry> ContentView::unnamedInputEntries(
+    const BookmarkColumnInput& input, const JJCommit& commit) {
+    const auto* state = viewModel_->board().repoState();
+    if (state == nullptr || !input.isWorkingCopyLane() ||
+        !input.unnamedInputIDs.contains(commit.commitID)) {
+        return {};
+    }
+    // A composition input no bookmark names: give it a name, and bring it
+    // onto current trunk when it stands on an older one.
+    OrphanWIP tip;
+    tip.changeID = commit.changeID;
+    tip.commitID = commit.commitID;
+    tip.description = commit.description;
+    std::vector<commitcardmenu::LaneEntry> entries{
+        {tr("name…"), [this, tip] {
+             (new PromoteOneOffSheet(*viewModel_, tip, this))->open();
+         }}};
+    if (state->behindTrunkCommitIDs.contains(commit.commitID)) {
+        entries.push_back({tr("Rebase Local Stack…"), [this, changeID = commit.changeID] {
+                               viewModel_->presentLocalStackRebase(std::nullopt, changeID);
+                           }});
+    }
+    return entries;
 }
 
 void ContentView::showOneOffMenu(const BookmarkColumnInput& input, const QPoint& position) {

@@ -7,6 +7,7 @@
 
 #include "app/board/BoardSlot.h"
 #include "app/board/BookmarkAction.h"
+#include "app/board/CommitCardMenu.h"
 #include "app/viewmodel/ViewModelTypes.h"
 
 class QHBoxLayout;
@@ -75,6 +76,10 @@ class ContentView : public QWidget {
     std::optional<StringList> composedBookmarks(
         const std::optional<std::string>& workspaceName) const;
     void rebuildTagMenu();
+    /// The card menu's entries for a working copy's unnamed composition
+    /// input: "name…", and "Rebase Local Stack…" when it is behind trunk.
+    std::vector<commitcardmenu::LaneEntry> unnamedInputEntries(const BookmarkColumnInput& input,
+                                                               const JJCommit& commit);
     /// The context menu of a one-off lane: "Name One-off Branch…".
     void showOneOffMenu(const BookmarkColumnInput& input, const QPoint& position);
     /// Opens the dialogs the repository asks for, each request once.

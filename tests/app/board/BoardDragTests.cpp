@@ -8,6 +8,7 @@
 #include "app/column/CommitListModel.h"
 #include "app/column/CommitListView.h"
 #include "app/hidden/HiddenRowsModel.h"
+#include "app/sheets/OpLogSheet.h"
 #include "app/viewmodel/DiffModel.h"
 #include "sheets/SheetWindowTest.h"
 
@@ -281,6 +282,11 @@ TEST_F(BoardDrag, ShiftAndControlClicksShapeTheSelectionAndTheDiffFollows) {
     QTest::keyClick(window_->contentView(), Qt::Key_Up, Qt::ShiftModifier);
     EXPECT_EQ(selection.selectedCommitIDs(), (std::vector{id("F3"), id("F2")}));
     EXPECT_TRUE(diffShows({"f2.txt", "f3.txt"}));
+    // Escape clears the selection; the board's shortcut opens the log.
+    QTest::keyClick(window_->contentView(), Qt::Key_Escape);
+    EXPECT_FALSE(selection.selectionColumn().has_value());
+    QTest::keyClick(window_->contentView(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_NE(openedSheet<OpLogSheet>(), nullptr);
 }
 
 }  // namespace
