@@ -159,21 +159,8 @@ void BookmarkColumn::connectParts() {
                 Q_EMIT contextMenuRequested(globalPosition, changeID);
             });
 
-    connect(resizeHandle_, &ColumnResizeHandle::dragStarted, this, [this] { width_.beginDrag(); });
-    connect(resizeHandle_, &ColumnResizeHandle::dragged, this, [this](double translation) {
-        const double before = width_.width;
-        width_.dragTo(translation);
-        if (width_.width != before) {
-            applyWidth();
-            Q_EMIT widthChanged(width_.width);
-        }
-    });
-    connect(resizeHandle_, &ColumnResizeHandle::dragFinished, this, [this] {
-        width_.endDrag();
-        if (widthKey_) {
-            columnwidths::storeWidth(*widthKey_, width_.width);
-        }
-    });
+    resizeHandle_->resizes(
+        this, width_, [this] { return widthKey_; }, [this] { Q_EMIT widthChanged(width_.width); });
 }
 
 void BookmarkColumn::setInput(BookmarkColumnInput input) {

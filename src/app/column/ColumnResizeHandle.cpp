@@ -2,8 +2,10 @@
 
 #include <QMouseEvent>
 #include <QPainter>
+#include <cmath>
 
 #include "app/column/ColumnText.h"
+#include "app/column/ColumnWidthStore.h"
 #include "app/column/QtText.h"
 
 namespace vorda {
@@ -87,6 +89,31 @@ void ColumnResizeHandle::leaveEvent(QEvent* event) {
     isHovered_ = false;
     update();
     QWidget::leaveEvent(event);
+}
+
+void ColumnResizeHandle::resizes(QWidget* column, ResizableColumnWidth& width,
+                                 std::function<std::optional<QString>()> storageKey,
+                                 std::function<void()> resized) {
+    connect(this, &ColumnResizeHandle::dragStarted, column, [&width] { width.beginDrag(); });
+    connect(this, &ColumnResizeHandle::dragged, column,
+            [column, &width, resized = std::move(resized)](double translation) {
+                const double before = width.width;
+                width.dragTo(translation);
+                if (width.width == before) {
+                    return;
+                }
+                column->setFixedWidth(static_cast<int>(std::lround(width.width)));
+                if (resized) {
+                    resized();
+                }
+            });
+    connect(this, &ColumnResizeHandle::dragFinished, column,
+            [&width, storageKey = std::move(storageKey)] {
+                width.endDrag();
+                if (const auto key = storageKey()) {
+                    columnwidths::storeWidth(*key, width.width);
+                }
+            });
 }
 
 }  // namespace vorda

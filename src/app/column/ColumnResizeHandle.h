@@ -1,6 +1,11 @@
 #pragma once
 
+#include <QString>
 #include <QWidget>
+#include <functional>
+#include <optional>
+
+#include "app/column/ResizableColumnWidth.h"
 
 namespace vorda {
 
@@ -15,6 +20,15 @@ class ColumnResizeHandle : public QWidget {
     explicit ColumnResizeHandle(QWidget* parent = nullptr);
 
     QSize sizeHint() const override;
+
+    /// Lets this handle resize `column` through `width`: a drag changes the
+    /// width within its limits and the column's fixed width with it,
+    /// `resized` runs after each change, and the width is stored under
+    /// `storageKey()` when the drag ends (not at all when that is absent).
+    /// `width` must live as long as the handle.
+    void resizes(QWidget* column, ResizableColumnWidth& width,
+                 std::function<std::optional<QString>()> storageKey,
+                 std::function<void()> resized = {});
 
   Q_SIGNALS:
     void dragStarted();

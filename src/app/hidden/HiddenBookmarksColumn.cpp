@@ -140,15 +140,8 @@ void HiddenBookmarksColumn::connectWidth() {
                                                 columnwidths::hiddenPanelLimits);
     width_.gutterWidth = gutter;
     setFixedWidth(static_cast<int>(std::lround(width_.width)));
-    connect(resizeHandle_, &ColumnResizeHandle::dragStarted, this, [this] { width_.beginDrag(); });
-    connect(resizeHandle_, &ColumnResizeHandle::dragged, this, [this](double translation) {
-        width_.dragTo(translation);
-        setFixedWidth(static_cast<int>(std::lround(width_.width)));
-    });
-    connect(resizeHandle_, &ColumnResizeHandle::dragFinished, this, [this] {
-        width_.endDrag();
-        columnwidths::storeWidth(columnwidths::key(ColumnID::hidden()), width_.width);
-    });
+    resizeHandle_->resizes(this, width_,
+                           [] { return std::optional(columnwidths::key(ColumnID::hidden())); });
 }
 
 // MARK: Rows

@@ -5,6 +5,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 
+#include "app/column/CommitCardDelegate.h"
 #include "app/column/CommitListModel.h"
 #include "app/column/CommitListView.h"
 #include "app/hidden/HiddenRowsModel.h"
@@ -84,7 +85,9 @@ class BoardDrag : public testing::SheetWindowTest {
 
 TEST_F(BoardDrag, CommitsDroppedOnAnotherLaneMoveOrCopyAndRefusedDropsChangeNothing) {
     repo_.draw(R"(
+        origin
         B <- root "base" README=base [main]
+        push main
         F1 <- B "feature one" f1.txt=1
         F2 <- F1 "feature two" f2.txt=2 [feat]
         O <- B "other work" o.txt=o [other]
@@ -145,6 +148,33 @@ TEST_F(BoardDrag, CommitsDroppedOnAnotherLaneMoveOrCopyAndRefusedDropsChangeNoth
                         "children(" + repo_.id("O") + ") & description(substring:\"loose end\")",
                         "-T", "description"}),
               "loose end\n");
+
+    // The feature's marker, dragged from its tip to the commit below, moves
+    // the bookmark back there.
+    feat = lane("feat");
+    auto* list = feat->commitList();
+    const auto index = feat->commitModel()->index(0);
+    const auto chips = feat->commitModel()->chips(0);
+    const auto marker = std::find_if(chips.begin(), chips.end(), [](const CardChip& chip) {
+        return chip.kind == CardChip::Kind::bookmark;
+    });
+    ASSERT_NE(marker, chips.end());
+    const auto* delegate = qobject_cast<CommitCardDelegate*>(list->itemDelegate());
+    const auto chipRect = delegate->chipRect(list->optionFor(index), index, *marker);
+    ASSERT_TRUE(chipRect.has_value());
+    QTest::mousePress(list->viewport(), Qt::LeftButton, {}, chipRect->center());
+    QTest::mouseMove(list->viewport(), chipRect->center() + QPoint(0, 20));
+    dropOn(list->viewport(), cardCentre(feat, repo_.id("F2")));
+    settled();
+    EXPECT_EQ(repo_.bookmarkTarget("feat"), "F2");
+
+    // A lane dragged by its head onto another lane rebases its bookmark
+    // onto that lane's tip.
+    QTest::mousePress(lane("loose"), Qt::LeftButton, {}, {40, 14});
+    QTest::mouseMove(lane("loose"), {40, 44});
+    dropOn(lane("other")->commitList()->viewport(), cardCentre(lane("other"), repo_.id("O")));
+    settled();
+    EXPECT_EQ(repo_.parents(repo_.id("X")), std::vector<std::string>{"O"});
 }
 
 TEST_F(BoardDrag, WorkOnTrunkBecomesABranchAfterConfirmationAndABookmarkJoinsTheWorkspace) {
