@@ -377,8 +377,7 @@ QString CommitCardDelegate::tooltipAt(const QStyleOptionViewItem& option, const 
             return chip->tooltip;
         }
     }
-    if (const QString file =
-            cardfiles::tooltipAt(layout.files, option.font, content.files, position);
+    if (QString file = cardfiles::tooltipAt(layout.files, option.font, content.files, position);
         !file.isEmpty()) {
         return file;
     }
