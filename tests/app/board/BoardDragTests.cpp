@@ -9,6 +9,7 @@
 #include "app/column/CommitListModel.h"
 #include "app/column/CommitListView.h"
 #include "app/hidden/HiddenRowsModel.h"
+#include "app/sheets/FeatureInsertionSheet.h"
 #include "app/sheets/OpLogSheet.h"
 #include "app/viewmodel/DiffModel.h"
 #include "sheets/SheetWindowTest.h"
@@ -184,12 +185,27 @@ TEST_F(BoardDrag, WorkOnTrunkBecomesABranchAfterConfirmationAndABookmarkJoinsThe
         push main
         L <- B "local work" l.txt=l
         S <- B "side feature" s.txt=s [side]
+        F <- B "feature" f.txt=f [feature]
         @ <- L
     )");
     ASSERT_NO_FATAL_FAILURE(openWindow());
+    ASSERT_NO_FATAL_FAILURE(pin("feature"));
     ASSERT_TRUE(settles([&] { return lane("wcstack:default") != nullptr; }));
     auto* workspace = lane("wcstack:default");
     const auto operations = repo_.operationCount();
+
+    // The workspace's own work onto a feature's card opens the routing
+    // sheet with those seeds, and sends nothing yet.
+    beginDrag(workspace, repo_.id("L"));
+    dropOn(lane("feature")->commitList()->viewport(), cardCentre(lane("feature"), repo_.id("F")));
+    auto* routing = openedSheet<FeatureInsertionSheet>();
+    ASSERT_NE(routing, nullptr);
+    const auto& rewrites = viewModel().rewrites();
+    EXPECT_EQ(rewrites.routingSeedChangeIDs(), std::set<std::string>{repo_.id("L")});
+    EXPECT_EQ(rewrites.routingSeedBookmark(), "feature");
+    EXPECT_EQ(rewrites.routingSeedAfter(), repo_.commitID(repo_.id("F")));
+    routing->reject();
+    expectNothingRan(operations);
 
     // The local commit onto the trunk under the working copy: a question
     // first; "Cancel" leaves everything as it was.
