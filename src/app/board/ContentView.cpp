@@ -350,7 +350,7 @@ std::optional<StringList> ContentView::composedBookmarks(
 
 void ContentView::wireLaneColumn(BookmarkColumn* column) {
     connect(column, &BookmarkColumn::dropped, this, [this, column](const LaneDrop& drop) {
-        performLaneDrop(*viewModel_, this, column->input(), drop,
+        performLaneDrop(*viewModel_, column->input(), drop,
                         viewModel_->board().repoRoot().value_or(repoPath_.toStdString()));
     });
     connect(column, &BookmarkColumn::columnClicked, this,
@@ -723,7 +723,7 @@ void ContentView::showConfirmation(const ConfirmationRequest& request) {
     auto* box = new QMessageBox(QMessageBox::Question, qText(request.title), qText(request.message),
                                 QMessageBox::Cancel, this);
     box->setObjectName(QStringLiteral("confirmation"));
-    QPushButton* yes = box->addButton(tr("Confirm"), QMessageBox::AcceptRole);
+    QPushButton* yes = box->addButton(qText(request.confirmLabel), QMessageBox::AcceptRole);
     box->setDefaultButton(QMessageBox::Cancel);
     box->setAttribute(Qt::WA_DeleteOnClose);
     connect(box, &QMessageBox::finished, this, [this, box, yes, id = request.id] {

@@ -1,7 +1,6 @@
 #include "app/board/LaneDropActions.h"
 
-#include <QMessageBox>
-#include <QPushButton>
+#include <cstdint>
 #include <filesystem>
 
 #include "app/viewmodel/DropQuestions.h"
@@ -57,47 +56,28 @@ std::vector<std::string> repoRelative(const std::vector<std::string>& paths,
 
 }  // namespace
 
-void confirmWorkspaceBranch(RepoViewModel& viewModel, QWidget* dialogParent,
-                            const CommitDragPayload& commits, const std::string& workspace,
-                            const std::string& base) {
+void confirmWorkspaceBranch(RepoViewModel& viewModel, const CommitDragPayload& commits,
+                            const std::string& workspace, const std::string& base) {
     if (commits.commits.empty()) {
         return;
     }
-    const auto count = commits.commits.size();
+    static std::uint64_t next = 0;
     const std::string& tip = commits.commits.front().changeID;
-    const QString message =
-        QStringLiteral(
-            "Move %1 selected commits onto trunk (%2), create a wip/%3 bookmark, and "
-            "include it in %4. Other composition inputs are retained. This uses "
-            "multiple operations; failures may require inspection in Operation Log. "
-            "Nothing is pushed.")
-            .arg(count)
-            .arg(QString::fromStdString(base.substr(0, 12)),
-                 QString::fromStdString(tip.substr(0, 8)), QString::fromStdString(workspace));
-    auto* box = new QMessageBox(QMessageBox::Question,
-                                QStringLiteral("Create a branch from selected work?"), message,
-                                QMessageBox::Cancel, dialogParent);
-    box->setObjectName(QStringLiteral("compose-confirmation"));
-    QPushButton* create = box->addButton(QStringLiteral("Create Branch"), QMessageBox::AcceptRole);
-    create->setObjectName(QStringLiteral("create-branch"));
-    box->setDefaultButton(QMessageBox::Cancel);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    // The action waits for the answer; the session checks the state again
-    // when it runs.
-    RepoCommand command{
-        RepoCommand::ComposeCommitsAsBookmark{workspace, commits.commitIDs(), tip, base}};
-    QObject::connect(box, &QMessageBox::finished, &viewModel,
-                     [&viewModel, box, create, command = std::move(command)] {
-                         if (box->clickedButton() == create) {
-                             viewModel.send(command);
-                         }
-                     });
-    box->open();
+    // The composition waits for the answer; the session checks the state
+    // again when it runs.
+    viewModel.sheets().setConfirmationRequest(ConfirmationRequest{
+        "compose-" + std::to_string(++next), "Create a branch from selected work?",
+        "Move " + std::to_string(commits.commits.size()) + " selected commits onto trunk (" +
+            base.substr(0, 12) + "), create a wip/" + tip.substr(0, 8) +
+            " bookmark, and include it in " + workspace +
+            ". Other composition inputs are retained. This uses multiple operations; failures "
+            "may require inspection in Operation Log. Nothing is pushed.",
+        RepoCommand::ComposeCommitsAsBookmark{workspace, commits.commitIDs(), tip, base},
+        "Create Branch"});
 }
 
-void performLaneDrop(RepoViewModel& viewModel, QWidget* dialogParent,
-                     const BookmarkColumnInput& lane, const LaneDrop& drop,
-                     const std::string& repoRoot) {
+void performLaneDrop(RepoViewModel& viewModel, const BookmarkColumnInput& lane,
+                     const LaneDrop& drop, const std::string& repoRoot) {
     const std::string& bookmark = lane.bookmark.name;
     std::visit(
         Overloaded{
@@ -114,8 +94,7 @@ void performLaneDrop(RepoViewModel& viewModel, QWidget* dialogParent,
                 }
             },
             [&](const LaneDrop::ComposeOnTrunk& d) {
-                confirmWorkspaceBranch(viewModel, dialogParent, d.payload, d.workspaceName,
-                                       d.baseCommitID);
+                confirmWorkspaceBranch(viewModel, d.payload, d.workspaceName, d.baseCommitID);
             },
             [&](const LaneDrop::MoveBookmarkTip& d) {
                 viewModel.send(RepoCommand::MoveBookmark{bookmark, d.commitID, d.allowBackwards});

@@ -25,7 +25,6 @@
 #include "app/column/LaneRoutes.h"
 #include "app/column/TrunkPinnedBox.h"
 #include "app/drag/BoardDrag.h"
-#include "app/drag/DragSession.h"
 
 namespace vorda {
 
@@ -37,20 +36,6 @@ constexpr std::chrono::seconds relativeTimeRefresh{60};
 /// The copy modifier of a drop: control, as file managers have it.
 bool copyHeld(Qt::KeyboardModifiers modifiers) {
     return modifiers.testFlag(Qt::ControlModifier);
-}
-
-/// The payload of the board's drag under way, if any.
-std::optional<DragContent> sessionContent() {
-    if (const auto& commits = CommitDragSession::current()) {
-        return DragContent{*commits};
-    }
-    if (const auto& marker = LaneMarkerDragSession::current()) {
-        return DragContent{*marker};
-    }
-    if (const auto& bookmark = BookmarkDragSession::current()) {
-        return DragContent{*bookmark};
-    }
-    return std::nullopt;
 }
 
 QString commitsLabel(std::size_t count) {
@@ -253,9 +238,7 @@ void BookmarkColumn::mouseMoveEvent(QMouseEvent* event) {
     if (input_->kind != BookmarkColumnInput::LaneKind::bookmark) {
         return;
     }
-    const BookmarkDragPayload payload{input_->bookmark.name};
-    BookmarkDragSession::begin(payload);
-    BoardDrag::start(this, dragMimeData(payload), QString::fromStdString(payload.name));
+    BoardDrag::start(this, BookmarkDragPayload{input_->bookmark.name});
 }
 
 void BookmarkColumn::mouseReleaseEvent(QMouseEvent* event) {
@@ -299,47 +282,43 @@ void BookmarkColumn::startRowDrag(const QModelIndex& index, const QPoint& pressP
                                              : LaneMarkerDragPayload::Kind::bookmark,
                                      input_->bookmark.name,
                                      isPoint ? std::optional(chip->workspaceName) : std::nullopt};
-        LaneMarkerDragSession::begin(marker);
-        BoardDrag::start(list_->viewport(), dragMimeData(marker), chip->text);
+        BoardDrag::start(list_->viewport(), marker, chip->text);
         return;
     }
     auto payload = commitDragPayload(index);
     if (payload.commits.empty()) {
         return;
     }
-    const QString label = commitsLabel(payload.commits.size());
-    CommitDragSession::begin(payload);
-    BoardDrag::start(list_->viewport(), dragMimeData(payload), label);
+    BoardDrag::start(list_->viewport(), payload, commitsLabel(payload.commits.size()));
 }
 
 // MARK: Drops
 
-std::optional<LaneDrop> BookmarkColumn::dropAt(const DragContent& content, const QPoint& position,
-                                               Qt::KeyboardModifiers modifiers) const {
-    std::optional<CommitListModel::Row> row;
+std::optional<int> BookmarkColumn::rowAt(const QPoint& position) const {
     const QPoint inList = list_->viewport()->mapFrom(this, position);
-    if (list_->viewport()->rect().contains(inList)) {
-        if (const QModelIndex index = list_->indexAt(inList); index.isValid()) {
-            row = model_->row(index.row());
-        }
+    if (!list_->viewport()->rect().contains(inList)) {
+        return std::nullopt;
     }
-    return laneDrop(*input_, content, row, copyHeld(modifiers));
+    const QModelIndex index = list_->indexAt(inList);
+    return index.isValid() ? std::optional(index.row()) : std::nullopt;
+}
+
+std::optional<LaneDrop> BookmarkColumn::dropAt(const DragContent& content,
+                                               const std::optional<int>& row,
+                                               Qt::KeyboardModifiers modifiers) const {
+    return laneDrop(*input_, content, row ? std::optional(model_->row(*row)) : std::nullopt,
+                    copyHeld(modifiers));
 }
 
 Qt::DropAction BookmarkColumn::dragHover(const QMimeData& mime, const QPoint& position,
                                          Qt::KeyboardModifiers modifiers) {
-    auto content = sessionContent();
+    auto content = sessionDragContent();
     if (!content) {
         content = dragContent(mime);
     }
-    const auto drop = content ? dropAt(*content, position, modifiers) : std::nullopt;
-    const QPoint inList = list_->viewport()->mapFrom(this, position);
-    const QModelIndex index = list_->indexAt(inList);
-    const bool onRow = drop && index.isValid() &&
-                       !std::holds_alternative<LaneDrop::RebaseBookmark>(drop->value) &&
-                       !std::holds_alternative<LaneDrop::IncludeBookmark>(drop->value) &&
-                       !std::holds_alternative<LaneDrop::StageFiles>(drop->value);
-    list_->setDropRow(onRow ? std::optional(index.row()) : std::nullopt);
+    const auto row = rowAt(position);
+    const auto drop = content ? dropAt(*content, row, modifiers) : std::nullopt;
+    list_->setDropRow(drop && drop->landsOnRow() ? row : std::nullopt);
     if (isDropTargeted_ != drop.has_value()) {
         isDropTargeted_ = drop.has_value();
         update();
@@ -347,11 +326,7 @@ Qt::DropAction BookmarkColumn::dragHover(const QMimeData& mime, const QPoint& po
     if (!drop) {
         return Qt::IgnoreAction;
     }
-    const auto* commits = std::get_if<LaneDrop::CommitsOntoCommit>(&drop->value);
-    const auto* local = std::get_if<LaneDrop::WorkspaceCommits>(&drop->value);
-    return (commits != nullptr && commits->isCopy) || (local != nullptr && local->isCopy)
-               ? Qt::CopyAction
-               : Qt::MoveAction;
+    return drop->isCopy() ? Qt::CopyAction : Qt::MoveAction;
 }
 
 void BookmarkColumn::dragExit() {
@@ -368,7 +343,7 @@ bool BookmarkColumn::dropData(const QMimeData& mime, const QPoint& position,
     // The data decides, not the session: a payload that does not decode
     // is refused.
     const auto content = dragContent(mime);
-    const auto drop = content ? dropAt(*content, position, modifiers) : std::nullopt;
+    const auto drop = content ? dropAt(*content, rowAt(position), modifiers) : std::nullopt;
     if (!drop) {
         return false;
     }

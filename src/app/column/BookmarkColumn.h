@@ -148,8 +148,10 @@ class BookmarkColumn : public QFrame, public DropTarget {
     /// The commits a drag of `index` carries: the lane's selected commits
     /// when it is one of them, else that commit alone.
     CommitDragPayload commitDragPayload(const QModelIndex& index) const;
-    /// What a drop of `content` at `position` (column coordinates) does.
-    std::optional<LaneDrop> dropAt(const DragContent& content, const QPoint& position,
+    /// The list row under `position` (column coordinates), if any.
+    std::optional<int> rowAt(const QPoint& position) const;
+    /// What a drop of `content` over `row` (absent outside the rows) does.
+    std::optional<LaneDrop> dropAt(const DragContent& content, const std::optional<int>& row,
                                    Qt::KeyboardModifiers modifiers) const;
 
     std::shared_ptr<const BookmarkColumnInput> input_;

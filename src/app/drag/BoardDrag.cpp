@@ -25,7 +25,22 @@ const QPoint pictureOffset(14, 10);
 
 }  // namespace
 
-void BoardDrag::start(QWidget* source, std::unique_ptr<QMimeData> data, const QString& label) {
+void BoardDrag::start(QWidget* source, const CommitDragPayload& payload, const QString& label) {
+    CommitDragSession::begin(payload);
+    startWith(source, dragMimeData(payload), label);
+}
+
+void BoardDrag::start(QWidget* source, const LaneMarkerDragPayload& payload, const QString& label) {
+    LaneMarkerDragSession::begin(payload);
+    startWith(source, dragMimeData(payload), label);
+}
+
+void BoardDrag::start(QWidget* source, const BookmarkDragPayload& payload) {
+    BookmarkDragSession::begin(payload);
+    startWith(source, dragMimeData(payload), QString::fromStdString(payload.name));
+}
+
+void BoardDrag::startWith(QWidget* source, std::unique_ptr<QMimeData> data, const QString& label) {
     if (auto* running = activeDrag().data()) {
         running->finish(std::nullopt, Qt::NoModifier);
     }
@@ -144,30 +159,28 @@ void BoardDrag::showState(Qt::DropAction action, bool refused, const QPoint& glo
     picture_->move(window->mapFromGlobal(globalPosition) + pictureOffset);
     picture_->show();
     picture_->raise();
-    QGuiApplication::changeOverrideCursor(
-        action == Qt::IgnoreAction ? (refused ? Qt::ForbiddenCursor : Qt::ClosedHandCursor)
-                                   : Qt::DragMoveCursor);
-    if (action == Qt::CopyAction) {
-        QGuiApplication::changeOverrideCursor(Qt::DragCopyCursor);
+    Qt::CursorShape cursor = refused ? Qt::ForbiddenCursor : Qt::ClosedHandCursor;
+    if (action != Qt::IgnoreAction) {
+        cursor = action == Qt::CopyAction ? Qt::DragCopyCursor : Qt::DragMoveCursor;
     }
+    QGuiApplication::changeOverrideCursor(cursor);
 }
 
 void BoardDrag::finish(const std::optional<QPoint>& dropAt, Qt::KeyboardModifiers modifiers) {
     qApp->removeEventFilter(this);
-    QGuiApplication::restoreOverrideCursor();
-    picture_->hide();
     if (dropAt) {
         // The release decides again: the modifiers may have changed since
         // the last move.
         hover(*dropAt, modifiers);
     }
+    QGuiApplication::restoreOverrideCursor();
+    picture_->hide();
     DropTarget* target = target_;
     const QPointer<QWidget> targetWidget = targetWidget_;
     leaveTarget();
     if (dropAt && target != nullptr && !targetWidget.isNull()) {
         target->dropData(*data_, targetWidget->mapFromGlobal(*dropAt), modifiers);
     }
-    picture_->hide();
     CommitDragSession::end();
     LaneMarkerDragSession::end();
     BookmarkDragSession::end();

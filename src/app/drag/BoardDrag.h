@@ -13,6 +13,9 @@ class QWidget;
 namespace vorda {
 
 class DropTarget;
+struct BookmarkDragPayload;
+struct CommitDragPayload;
+struct LaneMarkerDragPayload;
 
 /// A drag within one window. It follows the pointer itself instead of
 /// handing the drag to the platform, so it behaves the same on every
@@ -24,17 +27,19 @@ class DropTarget;
 /// under the pointer reacts to them.
 ///
 /// ```
-/// CommitDragSession::begin(payload);
-/// BoardDrag::start(list, dragMimeData(payload), tr("2 commits"));
+/// BoardDrag::start(list, payload, tr("2 commits"));
 /// ```
 class BoardDrag : public QObject {
     Q_OBJECT
 
   public:
-    /// Starts a drag of `data` from `source`; `label` is shown beside the
-    /// pointer. When the drag is over, dropped or not, every drag session
-    /// is ended.
-    static void start(QWidget* source, std::unique_ptr<QMimeData> data, const QString& label);
+    /// Starts a drag of `payload` from `source`, with its session begun and
+    /// its data written; `label` is shown beside the pointer. When the drag
+    /// is over, dropped or not, the session ends.
+    static void start(QWidget* source, const CommitDragPayload& payload, const QString& label);
+    static void start(QWidget* source, const LaneMarkerDragPayload& payload, const QString& label);
+    /// A bookmark's drag, labelled with its name.
+    static void start(QWidget* source, const BookmarkDragPayload& payload);
     /// Whether a drag is under way.
     static bool isActive();
 
@@ -48,6 +53,7 @@ class BoardDrag : public QObject {
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
+    static void startWith(QWidget* source, std::unique_ptr<QMimeData> data, const QString& label);
     BoardDrag(QWidget* window, std::unique_ptr<QMimeData> data, const QString& label);
     void hover(const QPoint& globalPosition, Qt::KeyboardModifiers modifiers);
     void finish(const std::optional<QPoint>& dropAt, Qt::KeyboardModifiers modifiers);

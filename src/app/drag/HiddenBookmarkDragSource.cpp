@@ -2,11 +2,10 @@
 
 #include <QAbstractItemView>
 #include <QApplication>
-#include <QMimeData>
 #include <QMouseEvent>
 
 #include "app/drag/BoardDrag.h"
-#include "app/drag/DragSession.h"
+#include "app/drag/DragPayloads.h"
 
 namespace vorda {
 
@@ -42,9 +41,7 @@ bool HiddenBookmarkDragSource::eventFilter(QObject* /*watched*/, QEvent* event) 
     if (name.isEmpty()) {
         return false;
     }
-    const BookmarkDragPayload payload{name.toStdString()};
-    BookmarkDragSession::begin(payload);
-    BoardDrag::start(view_, dragMimeData(payload), name);
+    BoardDrag::start(view_, BookmarkDragPayload{name.toStdString()});
     return true;
 }
 

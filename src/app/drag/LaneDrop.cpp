@@ -4,6 +4,7 @@
 #include <QUrl>
 #include <algorithm>
 
+#include "app/drag/DragSession.h"
 #include "jjkit/support/Overloaded.h"
 
 namespace vorda {
@@ -96,6 +97,31 @@ std::optional<LaneDrop> bookmarkDrop(const BookmarkColumnInput& input,
 }
 
 }  // namespace
+
+bool LaneDrop::isCopy() const {
+    const auto* commits = std::get_if<CommitsOntoCommit>(&value);
+    const auto* local = std::get_if<WorkspaceCommits>(&value);
+    return (commits != nullptr && commits->isCopy) || (local != nullptr && local->isCopy);
+}
+
+bool LaneDrop::landsOnRow() const {
+    return !std::holds_alternative<RebaseBookmark>(value) &&
+           !std::holds_alternative<IncludeBookmark>(value) &&
+           !std::holds_alternative<StageFiles>(value);
+}
+
+std::optional<DragContent> sessionDragContent() {
+    if (const auto& commits = CommitDragSession::current()) {
+        return DragContent{*commits};
+    }
+    if (const auto& marker = LaneMarkerDragSession::current()) {
+        return DragContent{*marker};
+    }
+    if (const auto& bookmark = BookmarkDragSession::current()) {
+        return DragContent{*bookmark};
+    }
+    return std::nullopt;
+}
 
 std::optional<LaneDrop> laneDrop(const BookmarkColumnInput& input, const DragContent& content,
                                  const std::optional<CommitListModel::Row>& row, bool copyHeld) {

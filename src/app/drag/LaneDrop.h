@@ -79,6 +79,12 @@ struct LaneDrop {
     std::variant<CommitsOntoCommit, WorkspaceCommits, ComposeOnTrunk, MoveBookmarkTip,
                  MoveCompositionPoint, IncludeBookmark, RebaseBookmark, StageFiles>
         value;
+
+    /// Whether the drop copies commits instead of moving them.
+    bool isCopy() const;
+    /// Whether the drop lands on the card under the pointer, rather than on
+    /// the lane as a whole.
+    bool landsOnRow() const;
     bool operator==(const LaneDrop&) const = default;
 };
 
@@ -88,6 +94,9 @@ struct LaneDrop {
 /// its own lane, and a bookmark never on its own lane.
 std::optional<LaneDrop> laneDrop(const BookmarkColumnInput& input, const DragContent& content,
                                  const std::optional<CommitListModel::Row>& row, bool copyHeld);
+
+/// The payload of the board's drag under way, if any.
+std::optional<DragContent> sessionDragContent();
 
 /// The drag content that `data` carries, or absent.
 std::optional<DragContent> dragContent(const class QMimeData& data);

@@ -30,6 +30,8 @@ struct ConfirmationRequest {
     std::string title;
     std::string message;
     RepoCommand followup;
+    /// The title of the button that confirms.
+    std::string confirmLabel = "Confirm";
     /// Requests compare by identity.
     bool operator==(const ConfirmationRequest& other) const { return id == other.id; }
 };

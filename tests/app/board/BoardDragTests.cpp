@@ -229,7 +229,7 @@ TEST_F(BoardDrag, WorkOnTrunkBecomesABranchAfterConfirmationAndABookmarkJoinsThe
         dropOn(workspace->commitList()->viewport(), trunk);
         QMessageBox* question = nullptr;
         ASSERT_TRUE(settles([&] {
-            question = window_->findChild<QMessageBox*>(QStringLiteral("compose-confirmation"));
+            question = window_->findChild<QMessageBox*>(QStringLiteral("confirmation"));
             return question != nullptr && question->isVisible();
         }));
         EXPECT_EQ(question->windowTitle(), QStringLiteral("Create a branch from selected work?"));
@@ -240,7 +240,12 @@ TEST_F(BoardDrag, WorkOnTrunkBecomesABranchAfterConfirmationAndABookmarkJoinsThe
             question->button(QMessageBox::Cancel)->click();
             expectNothingRan(operations);
         } else {
-            question->findChild<QPushButton*>(QStringLiteral("create-branch"))->click();
+            const auto buttons = question->buttons();
+            const auto create = std::find_if(buttons.begin(), buttons.end(), [](auto* button) {
+                return button->text() == QStringLiteral("Create Branch");
+            });
+            ASSERT_NE(create, buttons.end());
+            (*create)->click();
         }
     }
     settled();
