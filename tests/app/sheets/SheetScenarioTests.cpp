@@ -167,7 +167,9 @@ TEST_F(SheetScenario, EachSheetChangesTheRepositoryAsItSays) {
                settings->second.tags == std::vector<std::string>{"backend"};
     }));
 
-    // Rebase beta onto the other bookmark.
+    // Rebase beta onto the other bookmark, once the rename has reached the
+    // board.
+    ASSERT_TRUE(settles([&] { return board().repoState()->bookmarks.contains("alpha-renamed"); }));
     window_->contentView()->handleBookmarkAction({BookmarkAction::Rebase{}}, bookmark("beta"));
     auto* rebase = openedSheet<RebaseBookmarkSheet>();
     ASSERT_NE(rebase, nullptr);
