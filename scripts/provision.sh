@@ -111,6 +111,16 @@ readonly SYS_PATH
 
 # ------------------------------------------------------- system packages ---
 
+# The names that installed packages provide, as installed packages. Such a
+# name counts as present: NodeSource's nodejs provides npm, and installing
+# Debian's npm beside it would conflict.
+provided_packages() {
+  dpkg-query -W -f='${db:Status-Abbrev}|${Provides}\n' 2>/dev/null |
+    awk -F'|' '$1 ~ /^ii/ { n = split($2, names, ",")
+      for (i = 1; i <= n; i++) { sub(/\(.*/, "", names[i]); gsub(/[[:space:]]/, "", names[i])
+        if (names[i] != "") print names[i] " install ok installed" } }'
+}
+
 ensure_system_packages() {
   [[ -r $PACKAGES_FILE ]] || die "missing package list $PACKAGES_FILE"
   local -a wanted missing
@@ -119,7 +129,8 @@ ensure_system_packages() {
   mapfile -t missing < <(
     awk 'NR == FNR { if ($2 " " $3 " " $4 == "install ok installed") ok[$1] = 1; next }
          { name = $0; sub(/:.*/, "", name); if (!(name in ok)) print $0 }' \
-      <(dpkg-query -W -f='${Package} ${Status}\n' "${wanted[@]}" 2>/dev/null || true) \
+      <(dpkg-query -W -f='${Package} ${Status}\n' "${wanted[@]}" 2>/dev/null || true
+        provided_packages) \
       <(printf '%s\n' "${wanted[@]}")
   )
   ((${#missing[@]})) || return 0

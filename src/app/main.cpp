@@ -15,6 +15,7 @@
 
 #include "app/start/ColorScheme.h"
 #include "app/start/VordaApplication.h"
+#include "app/start/WebEngineSetup.h"
 #include "app/window/RepoMenuCommands.h"
 #include "app/window/RepoWindow.h"
 #include "app/window/WindowScreenshot.h"
@@ -47,6 +48,7 @@ int main(int argc, char** argv) {
     QApplication::setOrganizationName(QStringLiteral("vorda"));
     QApplication::setApplicationName(QStringLiteral("vorda"));
     QApplication::setDesktopFileName(QStringLiteral("vorda"));
+    vorda::prepareWebEngine();
     const QApplication app(argc, argv);
     vorda::colorscheme::applyDesktopScheme();
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "app/start/WebEngineSetup.h"
 #include "support/TestEnvironment.h"
 
 // The application's tests need one QApplication per process. The isolated
@@ -18,6 +19,7 @@ int main(int argc, char** argv) {
     qunsetenv("XDG_CONFIG_HOME");
     QCoreApplication::setOrganizationName(QStringLiteral("vorda-tests"));
     QCoreApplication::setApplicationName(QStringLiteral("vorda-tests"));
+    vorda::prepareWebEngine();
     const QApplication app(argc, argv);
     return RUN_ALL_TESTS();
 }

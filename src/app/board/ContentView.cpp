@@ -24,6 +24,7 @@
 #include "app/board/SelectionStore.h"
 #include "app/column/BookmarkColumn.h"
 #include "app/column/ColumnRules.h"
+#include "app/diffpanel/DiffColumn.h"
 #include "app/hidden/HiddenBookmarksColumn.h"
 #include "app/sheets/BookmarkSheets.h"
 #include "app/sheets/ForcePushWarningSheet.h"
@@ -301,7 +302,7 @@ QWidget* ContentView::columnFor(const BoardSlot& slot, const LaneInputs& lanes) 
                 return column;
             },
             [&](const BoardSlot::Diff&) -> QWidget* {
-                return widget != nullptr ? widget : new DiffColumn(&viewModel_->diff(), row_);
+                return widget != nullptr ? widget : new DiffColumn(viewModel_, selection_, row_);
             },
             [&](const BoardSlot::Hidden&) -> QWidget* {
                 // The panel follows the view model by itself.

@@ -19,6 +19,8 @@ struct ColumnWidthLimits {
 
 inline constexpr ColumnWidthLimits bookmarkColumnLimits{260, 200, 1000};
 inline constexpr ColumnWidthLimits hiddenPanelLimits{320, 200, 1000};
+/// The diff column holds a file tree beside a split diff: wider.
+inline constexpr ColumnWidthLimits diffColumnLimits{640, 360, 2400};
 
 /// "vorda.columnWidth." and the column's storage key; the hidden panel's
 /// key is so "vorda.columnWidth.hidden".

@@ -8,8 +8,8 @@
 
 namespace vorda {
 
-/// The diff column's text, whether it is loading, and the texts of fixed
-/// revsets already read.
+/// The diff column's text, whether it is loading, why the last read failed,
+/// and the texts of fixed revsets already read.
 class DiffModel : public QObject {
     Q_OBJECT
 
@@ -25,6 +25,7 @@ class DiffModel : public QObject {
   private:
     VORDA_FIELD(OptionalText, diffText, setDiffText);
     VORDA_FIELD(bool, isDiffLoading, setIsDiffLoading);
+    VORDA_FIELD(OptionalText, diffError, setDiffError);
 
     DiffCache cache_;
 };

@@ -425,6 +425,7 @@ void RepoViewModel::loadDiffForSelectedChangeIDs(const StringList& changeIDs) {
         changeIDs.empty() ? nullptr : board_->commitForChangeID(changeIDs.back());
     if (first == nullptr || last == nullptr) {
         diff_->setDiffText(std::string());
+        diff_->setDiffError(std::nullopt);
         return;
     }
     if (first->commitID == last->commitID) {
@@ -465,6 +466,7 @@ bool RepoViewModel::isAncestor(const std::string& ancestor, const std::string& d
 void RepoViewModel::loadDiffForBookmark(const Bookmark& bookmark) {
     if (bookmark.commitIDs.empty()) {
         diff_->setDiffText(std::string());
+        diff_->setDiffError(std::nullopt);
         return;
     }
     const auto& oldest = bookmark.commitIDs.back();
@@ -474,6 +476,7 @@ void RepoViewModel::loadDiffForBookmark(const Bookmark& bookmark) {
 
 void RepoViewModel::loadDiffText(const std::string& revset) {
     const std::uint64_t action = Perf::beginAction([&] { return "ui.showDiff(" + revset + ")"; });
+    diff_->setDiffError(std::nullopt);
     if (const auto cached = diff_->cache().find(revset)) {
         diff_->setDiffText(*cached);
         diff_->setIsDiffLoading(false);
@@ -499,7 +502,8 @@ void RepoViewModel::loadDiffText(const std::string& revset) {
                 diff_->cache().store(revset, *outcome.value);
                 diff_->setDiffText(*outcome.value);
             } else {
-                diff_->setDiffText("Error: " + outcome.error);
+                diff_->setDiffText(std::string());
+                diff_->setDiffError(outcome.error);
             }
             diff_->setIsDiffLoading(false);
             Perf::endActionAfterUIFlush(action, "cache miss");

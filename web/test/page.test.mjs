@@ -1,0 +1,123 @@
+import assert from 'node:assert/strict';
+import { mkdtemp, readFile, rm } from 'node:fs/promises';
+import os from 'node:os';
+import path from 'node:path';
+import { after, before, describe, test } from 'node:test';
+import { fileURLToPath, pathToFileURL } from 'node:url';
+import { buildPage, esbuild, nodeModules } from '../build.mjs';
+
+const webDir = path.dirname(path.dirname(fileURLToPath(import.meta.url)));
+let dir;
+
+before(async () => {
+  dir = await mkdtemp(path.join(os.tmpdir(), 'diff-page-'));
+});
+after(() => rm(dir, { recursive: true, force: true }));
+
+describe('the built page', () => {
+  let bytes;
+  let html;
+  before(async () => {
+    const file = path.join(dir, 'diff.html');
+    bytes = await buildPage(file);
+    html = await readFile(file, 'utf8');
+  });
+
+  test('is one file under 4 MB whose only script is inline', () => {
+    assert.ok(bytes < 4 * 1024 * 1024, `${bytes} bytes`);
+    assert.deepEqual(html.match(/<script\b[^>]*>/gi), ['<script>']);
+    const markup = html.slice(0, html.indexOf('<script>')) + html.slice(html.indexOf('</script>'));
+    assert.equal(markup.match(/<link\b|\bsrc=|@import|https?:/gi), null);
+  });
+
+  test('installs the globals the application uses', () => {
+    for (const name of [
+      '__vordaCombined',
+      '__vordaReflow',
+      '__vordaSetColorScheme',
+      '__vordaPost',
+      '__vordaRenders',
+      '__vordaPendingCombinedFiles',
+      '__vordaPendingCombinedPatch',
+    ]) {
+      assert.ok(html.includes(`.${name}`), name);
+    }
+  });
+
+  test('carries the chosen grammars and themes only', () => {
+    const scope = (name) => new RegExp(`scopeName\\\\?":\\\\?"${name}\\\\?"`);
+    assert.match(html, scope('source\\.cpp'));
+    assert.match(html, scope('source\\.rust'));
+    assert.doesNotMatch(html, scope('source\\.cobol'));
+    assert.match(html, /pierre-dark/);
+    assert.doesNotMatch(html, /\\?"name\\?":\\?"dracula/);
+    assert.doesNotMatch(html, /AGFzbQ/, 'no WebAssembly module inline');
+  });
+});
+
+describe('the grammars', () => {
+  let probe;
+  before(async () => {
+    const file = path.join(dir, 'probe.mjs');
+    await esbuild.build({
+      stdin: {
+        contents: [
+          "export { bundledLanguages } from './src/grammars.js';",
+          "export { languageForFile } from './src/languages.js';",
+          "export { createHighlighterCore } from 'shiki/core';",
+          "export { createJavaScriptRegexEngine } from 'shiki/engine/javascript';",
+          "export { default as theme } from '@pierre/theme/pierre-light';",
+        ].join('\n'),
+        resolveDir: webDir,
+      },
+      bundle: true,
+      format: 'esm',
+      platform: 'node',
+      outfile: file,
+      nodePaths: [nodeModules],
+      logLevel: 'error',
+    });
+    probe = await import(pathToFileURL(file).href);
+  });
+
+  test('each name loads a grammar that answers to it under the JavaScript regex engine', async () => {
+    const { bundledLanguages, createHighlighterCore, createJavaScriptRegexEngine, theme } = probe;
+    const highlighter = await createHighlighterCore({
+      themes: [theme],
+      langs: [],
+      engine: createJavaScriptRegexEngine(),
+    });
+    for (const [name, load] of Object.entries(bundledLanguages)) {
+      const { default: grammars } = await load();
+      highlighter.loadLanguageSync(grammars);
+      assert.equal(highlighter.getLanguage(name).name, grammars.at(-1).name, name);
+      const { tokens } = highlighter.codeToTokens('x = "a" + 1 // b\n', {
+        lang: name,
+        theme: theme.name,
+      });
+      assert.ok(tokens[0].length > 0, name);
+    }
+  });
+
+  test('common files get a bundled grammar, the rest plain text', () => {
+    const expected = {
+      'src/app/Window.h': 'cpp',
+      'main.cpp': 'cpp',
+      'View.m': 'objective-c',
+      'scripts/run.sh': 'zsh',
+      'CMakeLists.txt': 'cmake',
+      Makefile: 'makefile',
+      Dockerfile: 'dockerfile',
+      '.github/ci.yml': 'yml',
+      'lib.rs': 'rust',
+      'web/src/main.js': 'javascript',
+      'App.tsx': 'tsx',
+      'notes.txt': 'text',
+      'legacy.cbl': 'text',
+      README: 'text',
+    };
+    for (const [file, language] of Object.entries(expected)) {
+      assert.equal(probe.languageForFile(file), language, file);
+    }
+  });
+});
