@@ -33,12 +33,13 @@ std::string patchOfFiveThousandLines(int variant, const std::string& extension) 
     std::string patch;
     for (int file = 0; file < fileCount; ++file) {
         const std::string name = "src/module" + std::to_string(file) + extension;
-        patch += "diff --git a/" + name + " b/" + name + "\nindex 1111111..2222222 100644\n--- a/" +
-                 name + "\n+++ b/" + name + "\n@@ -1,334 +1,333 @@\n";
+        patch.append("diff --git a/").append(name).append(" b/").append(name);
+        patch.append("\nindex 1111111..2222222 100644\n--- a/").append(name);
+        patch.append("\n+++ b/").append(name).append("\n@@ -1,334 +1,333 @@\n");
         for (int line = 0; line < linesPerFile; ++line) {
-            const std::string text = "    int value" + std::to_string(line) + " = compute(" +
-                                     std::to_string(line * 7 + variant) + ");\n";
-            patch += (line % 3 == 0 ? " " : line % 3 == 1 ? "-" : "+") + text;
+            patch.append(line % 3 == 0 ? " " : line % 3 == 1 ? "-" : "+");
+            patch.append("    int value").append(std::to_string(line)).append(" = compute(");
+            patch.append(std::to_string(line * 7 + variant)).append(");\n");
         }
     }
     return patch;

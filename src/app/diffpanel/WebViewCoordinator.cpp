@@ -81,7 +81,7 @@ void WebViewCoordinator::applyScheme() {
             .arg(*darkScheme_ ? QStringLiteral("dark") : QStringLiteral("light")));
 }
 
-void WebViewCoordinator::postMessage(const QVariant& body) {
+void WebViewCoordinator::postMessage(const QVariant& body) const {
     const auto message = BridgeMessage::decode(body);
     if (!message) {
         return;

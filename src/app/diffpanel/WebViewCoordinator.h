@@ -44,7 +44,7 @@ class WebViewCoordinator : public QObject {
     const std::optional<std::string>& lastPushKey() const { return lastPushKey_; }
 
     /// The page's one way in; see `BridgeMessage` for the bodies.
-    Q_INVOKABLE void postMessage(const QVariant& body);
+    Q_INVOKABLE void postMessage(const QVariant& body) const;
 
   private:
     void pushLatest();

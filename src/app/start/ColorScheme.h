@@ -4,15 +4,13 @@
 #include <QString>
 #include <optional>
 
-namespace vorda {
-
 /// Light or dark, as the desktop prefers it.
 ///
 /// Qt on Linux takes its palette from the platform theme, and not every
 /// theme tells Qt about a dark desktop. Where Qt's palette is light but the
 /// desktop asks for dark, the application switches to a dark palette of
 /// its own, so cards, chips and lanes (all drawn from the palette) follow.
-namespace colorscheme {
+namespace vorda::colorscheme {
 
 enum class Scheme { light, dark };
 
@@ -34,5 +32,4 @@ QPalette darkPalette();
 /// light. Call once, before the first window.
 void applyDesktopScheme();
 
-}  // namespace colorscheme
-}  // namespace vorda
+}  // namespace vorda::colorscheme
