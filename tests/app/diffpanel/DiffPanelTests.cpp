@@ -94,6 +94,15 @@ TEST_F(DiffPanel, APushShowsTheTreeAndSplitDiffsIntactAndTheSameDataRendersOnce)
               2);
     save(&view_, QStringLiteral("diff-panel-light"));
 
+    // Choosing a file in the tree brings its diff into view, ringed.
+    evaluate(page(), QStringLiteral(R"JS(document.querySelector('#tree file-tree-container')
+      .shadowRoot.querySelector('button[data-item-path="old.txt"]').click())JS"));
+    EXPECT_TRUE(QTest::qWaitFor([&] {
+        return evaluate(page(), QStringLiteral("document.querySelector('.diff-block[data-path="
+                                               "\"old.txt\"]').classList.contains('focus-ring')"))
+            .toBool();
+    }));
+
     view_.setPalette(colorscheme::darkPalette());
     QTest::qWait(800);
     EXPECT_EQ(evaluate(page(), QStringLiteral("document.documentElement.style.colorScheme")),
