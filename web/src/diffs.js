@@ -1,5 +1,6 @@
 import { FileDiff, parsePatchFiles } from '@pierre/diffs';
-import { languageForFile } from './languages.js';
+import { estimatedBlockHeight } from './blockHeight.js';
+import { languagesForPatch } from './highlightBudget.js';
 import { legacyDiffCss, legacyEngine } from './legacyStyles.js';
 import { postToNative } from './native.js';
 
@@ -13,6 +14,7 @@ const shown = new Map();
 let themeType = 'system';
 let pass = 0;
 let shownPatch = null;
+let allDrawn = false;
 
 function diffsContainer() {
   return document.getElementById('diffs');
@@ -26,15 +28,22 @@ function diffsContainer() {
 export function initDiffs(patch) {
   const container = diffsContainer();
   const current = ++pass;
-  const scrollTop = patch === shownPatch ? container.scrollTop : 0;
+  const again = patch === shownPatch;
+  const scrollTop = again ? container.scrollTop : 0;
+  const heights = again && allDrawn ? blockHeights() : new Map();
   removeDiffs(container);
   shownPatch = patch;
+  allDrawn = false;
   try {
     const options = { cacheKeyPrefix: 'vorda-combined', throwOnError: true };
     const files = parsePatchFiles(patch, options)[0]?.files ?? [];
-    const drawn = files.map((file) => showFile(container, file));
+    const languages = languagesForPatch(files);
+    const drawn = files.map((file, index) =>
+      showFile(container, file, languages[index], heights.get(file.name)),
+    );
     return Promise.all(drawn).then(() => {
       if (current !== pass) return false;
+      allDrawn = true;
       container.scrollTop = scrollTop;
       return true;
     });
@@ -44,10 +53,12 @@ export function initDiffs(patch) {
   }
 }
 
-function showFile(container, file) {
+// height: the block's height in the last render of the same patch, if any.
+function showFile(container, file, lang, height) {
   const block = document.createElement('div');
   block.className = 'diff-block';
   block.dataset.path = file.name;
+  block.style.containIntrinsicSize = `auto ${height ?? estimatedBlockHeight(file)}px`;
   const header = document.createElement('div');
   header.className = 'diff-header';
   header.textContent = file.name;
@@ -67,10 +78,20 @@ function showFile(container, file) {
     });
     shown.set(file.name, { block, instance, ringTimer: 0 });
     instance.render({
-      fileDiff: { ...file, lang: languageForFile(file.name) },
+      fileDiff: { ...file, lang },
       containerWrapper: block,
     });
   });
+}
+
+// Path -> height of each shown block. A render of the same patch gives its
+// blocks these heights until they are laid out again, so that blocks laid
+// out before keep their size and the scroll position stays on the same
+// lines: the height of a split diff does not depend on the width.
+function blockHeights() {
+  const heights = new Map();
+  for (const [path, { block }] of shown) heights.set(path, block.getBoundingClientRect().height);
+  return heights;
 }
 
 function removeDiffs(container) {

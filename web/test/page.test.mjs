@@ -64,6 +64,8 @@ describe('the grammars', () => {
         contents: [
           "export { bundledLanguages } from './src/grammars.js';",
           "export { languageForFile } from './src/languages.js';",
+          "export * from './src/highlightBudget.js';",
+          "export { parsePatchFiles } from '@pierre/diffs';",
           "export { createHighlighterCore } from 'shiki/core';",
           "export { createJavaScriptRegexEngine } from 'shiki/engine/javascript';",
           "export { default as theme } from '@pierre/theme/pierre-light';",
@@ -119,5 +121,28 @@ describe('the grammars', () => {
     for (const [file, language] of Object.entries(expected)) {
       assert.equal(probe.languageForFile(file), language, file);
     }
+  });
+
+  test('large patches and files are drawn as plain text', () => {
+    const { languagesForPatch, parsePatchFiles, PATCH_CHANGED_LINES, FILE_CHANGED_LINES } = probe;
+    // Per file, its changed lines, half removed and half added, in one hunk between context.
+    const languages = (changes) =>
+      languagesForPatch(parsePatchFiles(Object.entries(changes).map(fileDiff).join(''))[0].files);
+    const fileDiff = ([name, changed]) => {
+      const lines = Array.from({ length: changed }, (_, i) => `${i % 2 ? '+' : '-'}x${i}\n`);
+      const hunk = `@@ -1,${Math.ceil(changed / 2) + 2} +1,${Math.floor(changed / 2) + 2} @@\n`;
+      return `diff --git a/${name} b/${name}\n--- a/${name}\n+++ b/${name}\n${hunk} a\n${lines.join('')} b\n`;
+    };
+    const quarters = (count) =>
+      Object.fromEntries(
+        [...'abcde'].slice(0, count).map((c) => [`${c}.rs`, PATCH_CHANGED_LINES / 4]),
+      );
+    assert.deepEqual(languages({ 'a.cpp': 300, 'b.txt': 40 }), ['cpp', 'text']);
+    assert.deepEqual(languages(quarters(4)), Array(4).fill('rust'));
+    assert.deepEqual(languages(quarters(5)), Array(5).fill('text'));
+    assert.deepEqual(languages({ 'big.cpp': FILE_CHANGED_LINES + 2, 'a.py': 50 }), [
+      'text',
+      'python',
+    ]);
   });
 });
