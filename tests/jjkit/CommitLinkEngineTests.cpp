@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "jjkit/links/CommitLinkResolver.h"
 #include "jjkit/links/SafeURL.h"
 
 namespace vorda {
@@ -127,6 +128,29 @@ TEST(CommitLinkRules, SafeAddressesAndStoredRules) {
     EXPECT_FALSE(damaged.id.empty());
     EXPECT_EQ(damaged.name, "");
     EXPECT_TRUE(damaged.enabled);
+}
+
+TEST(CommitLinkResolver, KeepsAnswersUntilTheRulesOrRepositoryChangeAndAt512EmptiesWhole) {
+    const auto github = CommitLinkRule::github();
+    const std::string rules = encodeCommitLinkRules({github});
+    EXPECT_EQ(decodeCommitLinkRules(rules), std::vector{github});
+    for (const auto* unreadable : {"", "{", "{\"a\":1}", "[1, \"x\"]"}) {
+        EXPECT_TRUE(decodeCommitLinkRules(unreadable).empty()) << unreadable;
+    }
+    CommitLinkResolver resolver;
+    EXPECT_EQ(resolver.matches("org/repo#1", rules, "/repo").size(), 1U);
+    for (int number = 2; number <= 512; ++number) {
+        resolver.matches("org/repo#" + std::to_string(number), rules, "/repo");
+    }
+    EXPECT_EQ(resolver.cachedCount(), 512U);
+    EXPECT_EQ(resolver.matches("org/repo#1", rules, "/repo").front().reference, "org/repo#1");
+    EXPECT_EQ(resolver.cachedCount(), 512U);
+    resolver.matches("org/repo#513", rules, "/repo");
+    EXPECT_EQ(resolver.cachedCount(), 1U);
+    // Other rules: the engine is rebuilt and nothing old is answered.
+    EXPECT_TRUE(resolver.matches("org/repo#513", "[]", "/repo").empty());
+    EXPECT_EQ(resolver.cachedCount(), 1U);
+    EXPECT_EQ(resolver.matches("org/repo#513", rules, "/other").size(), 1U);
 }
 
 }  // namespace
