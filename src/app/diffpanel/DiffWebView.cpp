@@ -60,8 +60,6 @@ DiffWebView::DiffWebView(QWidget* parent)
       coordinator_(new WebViewCoordinator(view_->page(), this)) {
     setObjectName(QStringLiteral("diff-web"));
     auto* page = view_->page();
-    // Until the page paints, the column shows the window's colour, not white.
-    page->setBackgroundColor(palette().color(QPalette::Base));
     auto* channel = new QWebChannel(page);
     channel->registerObject(QStringLiteral("vorda"), coordinator_);
     page->setWebChannel(channel);
@@ -89,6 +87,7 @@ void DiffWebView::changeEvent(QEvent* event) {
 
 void DiffWebView::followPalette() {
     coordinator_->setDarkScheme(colorscheme::isDark(palette()));
+    // Until the page paints, the column shows the window's colour, not white.
     view_->page()->setBackgroundColor(palette().color(QPalette::Base));
 }
 

@@ -108,6 +108,10 @@ std::optional<std::string> validate(const CommitLinkRule& rule,
          !safeURL(expandLinkTemplate(rule.appTemplate, examples), true))) {
         return std::string(invalidAddress);
     }
+    for (const auto& name : compiled.captureNames) {
+        compiled.captureGroups.push_back(
+            regex->groupNumberFromName(icu::UnicodeString::fromUTF8(name), status));
+    }
     compiled.rule = rule;
     compiled.regex = std::move(regex);
     return std::nullopt;
@@ -188,11 +192,11 @@ std::vector<CommitLinkMatch> CommitLinkEngine::matches(std::string_view text,
                 continue;
             }
             CommitLinkMatch match;
-            for (const auto& name : compiled.captureNames) {
-                const int32_t group =
-                    compiled.regex->groupNumberFromName(icu::UnicodeString::fromUTF8(name), status);
+            for (std::size_t index = 0; index < compiled.captureNames.size(); ++index) {
+                const int32_t group = compiled.captureGroups[index];
                 if (matcher->start(group, status) >= 0) {
-                    match.captures[name] = utf8(matcher->group(group, status));
+                    match.captures[compiled.captureNames[index]] =
+                        utf8(matcher->group(group, status));
                 }
             }
             const auto web =

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -54,6 +55,8 @@ class CommitLinkEngine {
         CommitLinkRule rule;
         std::shared_ptr<const icu::RegexPattern> regex;
         std::vector<std::string> captureNames;
+        /// The group number of each of `captureNames`, in the same order.
+        std::vector<int32_t> captureGroups;
     };
 
     CommitLinkEngine(const std::vector<CommitLinkRule>& rules, const std::string& repositoryPath);

@@ -48,9 +48,8 @@ inline QStringList treeRows(QWebEnginePage* page) {
 /// One file's rendered diff: added and removed line rows, whether the
 /// layout is split, and the text of its lines.
 inline QJsonObject renderedFile(QWebEnginePage* page, const QString& path) {
-    const auto value = evaluate(
-        page,
-        QStringLiteral(R"JS(JSON.stringify(((path) => {
+    const auto value =
+        evaluate(page, QStringLiteral(R"JS(JSON.stringify(((path) => {
   const block = [...document.querySelectorAll('#diffs .diff-block')].find(
     (b) => b.dataset.path === path);
   const root = block?.querySelector('diffs-container')?.shadowRoot;
@@ -61,10 +60,9 @@ inline QJsonObject renderedFile(QWebEnginePage* page, const QString& path) {
     split: root.querySelector('pre[data-diff-type="split"]') !== null,
     text: [...root.querySelectorAll('[data-line]')].map((l) => l.textContent).join('\n'),
   };
-})(%1)))JS")
-            .arg(QString::fromUtf8(QJsonDocument(QJsonArray{path}).toJson(QJsonDocument::Compact))
-                     .mid(1)
-                     .chopped(1)));
+})(%1[0])))JS")
+                           .arg(QString::fromUtf8(
+                               QJsonDocument(QJsonArray{path}).toJson(QJsonDocument::Compact))));
     return QJsonDocument::fromJson(value.toString().toUtf8()).object();
 }
 
