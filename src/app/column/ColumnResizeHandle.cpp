@@ -1,5 +1,6 @@
 #include "app/column/ColumnResizeHandle.h"
 
+#include <QEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <cmath>
@@ -94,6 +95,8 @@ void ColumnResizeHandle::leaveEvent(QEvent* event) {
 void ColumnResizeHandle::resizes(QWidget* column, ResizableColumnWidth& width,
                                  std::function<std::optional<QString>()> storageKey,
                                  std::function<void()> resized) {
+    column_ = column;
+    column->installEventFilter(this);
     connect(this, &ColumnResizeHandle::dragStarted, column, [&width] { width.beginDrag(); });
     connect(this, &ColumnResizeHandle::dragged, column,
             [column, &width, resized = std::move(resized)](double translation) {
@@ -114,6 +117,16 @@ void ColumnResizeHandle::resizes(QWidget* column, ResizableColumnWidth& width,
                     columnwidths::storeWidth(*key, width.width);
                 }
             });
+}
+
+bool ColumnResizeHandle::eventFilter(QObject* watched, QEvent* event) {
+    // The handle keeps to the column's trailing edge, above its content.
+    if (watched == column_ && event->type() == QEvent::Resize) {
+        const int gutter = sizeHint().width();
+        setGeometry(column_->width() - gutter, 0, gutter, column_->height());
+        raise();
+    }
+    return false;
 }
 
 }  // namespace vorda

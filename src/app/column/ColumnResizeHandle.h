@@ -25,6 +25,7 @@ class ColumnResizeHandle : public QWidget {
     /// width within its limits and the column's fixed width with it,
     /// `resized` runs after each change, and the width is stored under
     /// `storageKey()` when the drag ends (not at all when that is absent).
+    /// The handle keeps to the column's trailing edge as the column resizes.
     /// `width` must live as long as the handle.
     void resizes(QWidget* column, ResizableColumnWidth& width,
                  std::function<std::optional<QString>()> storageKey,
@@ -37,6 +38,7 @@ class ColumnResizeHandle : public QWidget {
     void dragFinished();
 
   protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -45,6 +47,7 @@ class ColumnResizeHandle : public QWidget {
     void leaveEvent(QEvent* event) override;
 
   private:
+    QWidget* column_ = nullptr;
     double pressX_ = 0;
     bool isDragging_ = false;
     bool isHovered_ = false;

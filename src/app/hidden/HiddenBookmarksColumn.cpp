@@ -422,9 +422,6 @@ bool HiddenBookmarksColumn::eventFilter(QObject* watched, QEvent* event) {
 
 void HiddenBookmarksColumn::resizeEvent(QResizeEvent* event) {
     QFrame::resizeEvent(event);
-    const int gutter = static_cast<int>(std::lround(width_.gutterWidth));
-    resizeHandle_->setGeometry(width() - gutter, 0, gutter, height());
-    resizeHandle_->raise();
     placeRenameEditor();
 }
 
