@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "app/column/CardFileLists.h"
+#include "app/column/CardLinks.h"
 #include "app/column/ColumnHeader.h"
 #include "app/column/ColumnResizeHandle.h"
 #include "app/column/ColumnWidthStore.h"
@@ -66,6 +67,7 @@ BookmarkColumn::BookmarkColumn(QWidget* parent)
 
     list_->setModel(model_);
     list_->setItemDelegate(delegate_);
+    new CardLinks(list_, delegate_, this);
 
     width_.gutterWidth = resizeHandle_->sizeHint().width();
 
@@ -382,13 +384,6 @@ void BookmarkColumn::dropEvent(QDropEvent* event) {
 void BookmarkColumn::contextMenuEvent(QContextMenuEvent* event) {
     event->accept();
     Q_EMIT contextMenuRequested(event->globalPos(), std::nullopt);
-}
-
-void BookmarkColumn::resizeEvent(QResizeEvent* event) {
-    QFrame::resizeEvent(event);
-    const int gutter = static_cast<int>(std::lround(width_.gutterWidth));
-    resizeHandle_->setGeometry(width() - gutter, 0, gutter, height());
-    resizeHandle_->raise();
 }
 
 void BookmarkColumn::paintEvent(QPaintEvent* /*event*/) {

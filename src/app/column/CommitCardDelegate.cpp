@@ -12,6 +12,10 @@
 #include "app/column/CardFonts.h"
 #include "app/column/CommitCardFiles.h"
 #include "app/column/CommitListModel.h"
+#include "app/links/CommitLinkActions.h"
+#include "app/links/CommitLinkLookup.h"
+#include "app/links/LinkRepository.h"
+#include "app/links/LinkedLine.h"
 
 namespace vorda {
 
@@ -104,6 +108,18 @@ QString conflictText() {
 /// The summary as the card shows it, before eliding.
 QString shownSummary(const CardContent& content) {
     return content.kind == RowKind::base ? basePrefix() + content.summary : content.summary;
+}
+
+/// The links in the summary, once they are known; asking starts the lookup.
+std::vector<CommitLinkMatch> summaryLinks(const QStyleOptionViewItem& option,
+                                          const CardContent& content) {
+    auto links = CommitLinkLookup::shared().links(content.summary, linkRepository(option.widget));
+    return links ? std::move(*links) : std::vector<CommitLinkMatch>{};
+}
+
+/// Where the summary starts in the line the card shows.
+int summaryOffset(const CardContent& content) {
+    return content.kind == RowKind::base ? static_cast<int>(basePrefix().size()) : 0;
 }
 
 CardLayout layoutOf(const QStyleOptionViewItem& option, const CardContent& content) {
@@ -311,12 +327,10 @@ void CommitCardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     if (content.immutable) {
         paintLock(painter, layout.lock, secondaryColor);
     }
-    painter->setFont(option.font);
-    painter->setPen(textColor);
-    const QString summary = shownSummary(content);
-    painter->drawText(
-        layout.summary, Qt::AlignVCenter | Qt::AlignLeft,
-        QFontMetrics(option.font).elidedText(summary, Qt::ElideRight, layout.summary.width()));
+    const LinkedLine summary(option.font, shownSummary(content), layout.summary,
+                             summaryLinks(option, content), summaryOffset(content));
+    summary.paint(*painter, textColor,
+                  content.selected ? textColor : palette.color(group, QPalette::Link));
 
     const QFont small = cardfonts::secondary(option.font);
     const QFontMetrics smallMetrics(small);
@@ -371,6 +385,9 @@ QString CommitCardDelegate::tooltipAt(const QStyleOptionViewItem& option, const 
     if (content.kind == RowKind::loadMore) {
         return {};
     }
+    if (const auto link = linkAt(option, index, position)) {
+        return commitlinks::tooltip(*link);
+    }
     const CardLayout layout = layoutOf(option, content);
     for (const auto& [rect, chip] : layout.chips) {
         if (rect.contains(position) && !chip->tooltip.isEmpty()) {
@@ -395,6 +412,25 @@ QString CommitCardDelegate::tooltipAt(const QStyleOptionViewItem& option, const 
         return index.data(CommitListModel::TimestampToolTipRole).toString();
     }
     return index.data(Qt::ToolTipRole).toString();
+}
+
+std::optional<CommitLinkMatch> CommitCardDelegate::linkAt(const QStyleOptionViewItem& option,
+                                                          const QModelIndex& index,
+                                                          const QPoint& position) const {
+    const CardContent content = contentOf(index);
+    if (content.kind == RowKind::loadMore) {
+        return std::nullopt;
+    }
+    const CardLayout layout = layoutOf(option, content);
+    if (!layout.summary.contains(position)) {
+        return std::nullopt;
+    }
+    auto links = summaryLinks(option, content);
+    const int link = LinkedLine(option.font, shownSummary(content), layout.summary, links,
+                                summaryOffset(content))
+                         .linkAt(position);
+    return link < 0 ? std::nullopt
+                    : std::optional(std::move(links[static_cast<std::size_t>(link)]));
 }
 
 std::optional<CardChip> CommitCardDelegate::chipAt(const QStyleOptionViewItem& option,

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "app/column/CommitCardChips.h"
+#include "jjkit/links/CommitLinkEngine.h"
 
 namespace vorda {
 
@@ -15,7 +16,8 @@ namespace vorda {
 /// card grow by its list.
 ///
 /// Colours come from the view's palette only, so a dark system palette
-/// gives dark cards. Tooltips depend on where the pointer rests: the author
+/// gives dark cards. References that the user's link rules know are drawn
+/// as links in the summary. Tooltips depend on where the pointer rests: the author
 /// name shows the author's address, the time the absolute time, a chip its
 /// own help, and the rest of the card the change and commit IDs.
 class CommitCardDelegate : public QStyledItemDelegate {
@@ -35,13 +37,17 @@ class CommitCardDelegate : public QStyledItemDelegate {
     QString tooltipAt(const QStyleOptionViewItem& option, const QModelIndex& index,
                       const QPoint& position) const;
 
+    /// The link in the summary under `position`, if any.
+    std::optional<CommitLinkMatch> linkAt(const QStyleOptionViewItem& option,
+                                          const QModelIndex& index, const QPoint& position) const;
+
     /// The chip under `position`, if any; both in the coordinates of
     /// `option.rect`.
     std::optional<CardChip> chipAt(const QStyleOptionViewItem& option, const QModelIndex& index,
                                    const QPoint& position) const;
-    /// Where `chip` stands on the card at `index`, if it is drawn.
+    /// Where `wanted` stands on the card at `index`, if it is drawn.
     std::optional<QRect> chipRect(const QStyleOptionViewItem& option, const QModelIndex& index,
-                                  const CardChip& chip) const;
+                                  const CardChip& wanted) const;
 
     /// The height of every row without a file list, for a view font.
     static int rowHeight(const QFont& font);

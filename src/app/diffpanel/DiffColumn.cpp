@@ -10,6 +10,7 @@
 #include "app/column/ColumnWidthStore.h"
 #include "app/column/CommitCardText.h"
 #include "app/diffpanel/DiffPatchView.h"
+#include "app/links/CommitLinkLabel.h"
 #include "app/viewmodel/RepoViewModel.h"
 
 namespace vorda {
@@ -74,7 +75,7 @@ DiffColumn::DiffColumn(RepoViewModel* viewModel, const SelectionStore* selection
     QFont bold = title_->font();
     bold.setBold(true);
     title_->setFont(bold);
-    title_->setTextFormat(Qt::PlainText);
+    titleLinks_ = CommitLinkLabel::attach(title_);
     detail_->setObjectName(QStringLiteral("diff-detail"));
     detail_->setForegroundRole(QPalette::PlaceholderText);
     detail_->setTextFormat(Qt::PlainText);
@@ -110,7 +111,7 @@ DiffColumn::DiffColumn(RepoViewModel* viewModel, const SelectionStore* selection
 
 void DiffColumn::refreshHeader() {
     const auto text = headerText(*selection_, viewModel_->board());
-    title_->setText(text.title);
+    titleLinks_->setPlainText(text.title);
     detail_->setText(text.detail);
     detail_->setVisible(!text.detail.isEmpty());
 }
@@ -131,13 +132,6 @@ void DiffColumn::refreshBody() {
         patchView_->showPatch(*diff.diffText());
         body_->setCurrentWidget(patchView_);
     }
-}
-
-void DiffColumn::resizeEvent(QResizeEvent* event) {
-    QFrame::resizeEvent(event);
-    const int gutter = static_cast<int>(std::lround(width_.gutterWidth));
-    resizeHandle_->setGeometry(width() - gutter, 0, gutter, height());
-    resizeHandle_->raise();
 }
 
 }  // namespace vorda

@@ -10,6 +10,7 @@ class QStackedWidget;
 namespace vorda {
 
 class ColumnResizeHandle;
+class CommitLinkLabel;
 class DiffPatchView;
 class RepoViewModel;
 class SelectionStore;
@@ -27,9 +28,6 @@ class DiffColumn : public QFrame {
 
     DiffPatchView* patchView() const { return patchView_; }
 
-  protected:
-    void resizeEvent(QResizeEvent* event) override;
-
   private:
     void refreshBody();
     void refreshHeader();
@@ -37,6 +35,7 @@ class DiffColumn : public QFrame {
     RepoViewModel* viewModel_;
     const SelectionStore* selection_;
     QLabel* title_;
+    CommitLinkLabel* titleLinks_ = nullptr;
     QLabel* detail_;
     QStackedWidget* body_;
     QLabel* message_;

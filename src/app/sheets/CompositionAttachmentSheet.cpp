@@ -144,7 +144,7 @@ void CompositionAttachmentSheet::showPreview() {
     addHeading(QStringLiteral("Retained parents (in order):"));
     std::vector<std::string> proposed;
     for (const auto& parent : plan.retainedParents) {
-        addLine(commitText(parent.commitID, parent));
+        addCommitLine(commitText(parent.commitID, parent));
         proposed.push_back(parent.shortCommitID());
     }
     if (!plan.alreadyIncluded) {
@@ -155,7 +155,7 @@ void CompositionAttachmentSheet::showPreview() {
 
     addHeading(QStringLiteral("Affected changes"));
     for (const auto& commit : plan.affected) {
-        addLine(commitText(commit.shortChangeID(), commit));
+        addCommitLine(commitText(commit.shortChangeID(), commit));
     }
     addLine(QStringLiteral("Affected workspaces: ") + workspacesText(plan.affectedWorkspaces),
             QStringLiteral("affected-workspaces"));

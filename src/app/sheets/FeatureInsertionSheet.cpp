@@ -253,10 +253,10 @@ FeatureInsertionSheet::Plan FeatureInsertionSheet::plannedForChoice() const {
 void FeatureInsertionSheet::addRoutingLines(const FeatureInsertionPlan& topology) {
     addHeading(QStringLiteral("Selected work"));
     for (const auto& commit : topology.selected) {
-        addLine(commitText(commit));
+        addCommitLine(commitText(commit));
     }
-    addLine(QStringLiteral("Destination: ") + commitText(topology.destination));
-    addLine(QStringLiteral("Feature tip: ") + commitText(topology.featureTip));
+    addCommitLine(QStringLiteral("Destination: ") + commitText(topology.destination));
+    addCommitLine(QStringLiteral("Feature tip: ") + commitText(topology.featureTip));
     addLine(QStringLiteral("Affected bookmarks: ") + listText(bookmarksOf(topology.affected)));
     addLine(QStringLiteral("Affected workspaces: ") + workspacesText(topology.affectedWorkspaces));
     addLine(plural(topology.affected.size(), QStringLiteral("affected change")));
@@ -278,16 +278,16 @@ void FeatureInsertionSheet::addCoordinatedLines(const CoordinatedFeatureRoutingP
                            "state. No automatic resume, retry, rollback, or push."))
         ->setStyleSheet(QStringLiteral("color: #b9770e;"));
     for (const auto& commit : plan.selected) {
-        addLine(commitText(commit));
+        addCommitLine(commitText(commit));
     }
-    addLine(QStringLiteral("Destination: ") + commitText(plan.destination));
+    addCommitLine(QStringLiteral("Destination: ") + commitText(plan.destination));
     addNote(
         QStringLiteral("Parent IDs identify original revisions. Rewritten identities are "
                        "resolved and verified at every checkpoint."));
     addLine(QStringLiteral("Affected bookmarks: ") + listText(bookmarksOf(plan.affected)));
     addLine(QStringLiteral("Affected workspaces: ") + workspacesText(plan.affectedWorkspaces));
     for (const auto& repair : plan.repairs) {
-        addLine(QStringLiteral("Repair composition: ") + commitText(repair.composition));
+        addCommitLine(QStringLiteral("Repair composition: ") + commitText(repair.composition));
         addLine(QStringLiteral("Original parents: ") +
                 parentsText(repair.composition.parents, plan.affected));
         addLine(QStringLiteral("After routing: ") +

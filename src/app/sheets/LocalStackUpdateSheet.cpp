@@ -201,14 +201,14 @@ void LocalStackUpdateSheet::showPreview() {
                        ? sheetText(*stack.bookmarkName)
                        : QStringLiteral("one-off ") + sheetText(stack.tip.changeID.substr(0, 8)));
         for (const auto& commit : stack.commits) {
-            addLine(commitLine(moves, commit));
+            addCommitLine(commitLine(moves, commit));
         }
     }
     for (const auto& commit : summary.followingCommits) {
-        addLine(commitLine(QStringLiteral("Follows"), commit));
+        addCommitLine(commitLine(QStringLiteral("Follows"), commit));
     }
     for (const auto& commit : plan.preservedDependencies) {
-        addLine(commitLine(QStringLiteral("Stays"), commit));
+        addCommitLine(commitLine(QStringLiteral("Stays"), commit));
     }
 
     if (plan.hasChanges()) {

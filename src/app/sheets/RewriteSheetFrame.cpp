@@ -8,6 +8,7 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
+#include "app/links/CommitLinkLabel.h"
 #include "app/sheets/SheetLines.h"
 
 namespace vorda {
@@ -60,6 +61,12 @@ void RewriteSheetFrame::beginState(const QString& heading) {
 
 QLabel* RewriteSheetFrame::addLine(const QString& text, const QString& objectName) {
     return addTextLine(body_, text, objectName);
+}
+
+QLabel* RewriteSheetFrame::addCommitLine(const QString& text) {
+    QLabel* line = addTextLine(body_, text);
+    CommitLinkLabel::attach(line);
+    return line;
 }
 
 QLabel* RewriteSheetFrame::addHeading(const QString& text) {

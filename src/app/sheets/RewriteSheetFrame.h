@@ -31,6 +31,8 @@ class RewriteSheetFrame : public QDialog {
     QVBoxLayout* body() const { return body_; }
     /// A wrapped plain-text line of the body.
     QLabel* addLine(const QString& text, const QString& objectName = {});
+    /// A line naming a commit: the references in its description are links.
+    QLabel* addCommitLine(const QString& text);
     /// A bold heading of the body.
     QLabel* addHeading(const QString& text);
     /// A quieter line: notes and explanations.

@@ -8,6 +8,7 @@
 
 #include "app/board/ContentView.h"
 #include "app/board/SelectionStore.h"
+#include "app/links/LinkRepository.h"
 #include "app/sheets/CommitSheetLaunch.h"
 #include "app/sheets/CommitSheets.h"
 #include "app/sheets/CompositionAttachmentSheet.h"
@@ -34,6 +35,8 @@ RepoWindow::RepoWindow(const QString& repoPath, RepoMenuCommands* menus,
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(repoPath);
     setObjectName(QStringLiteral("repo-window"));
+    // Link rules scoped to a repository apply to what this window shows.
+    setProperty(linkRepositoryProperty, repoPath);
     setCentralWidget(content_);
     toolbar_ = new RepoToolbar(commandTarget(), this);
     addToolBar(toolbar_);
