@@ -8,6 +8,7 @@
 
 #include "app/launcher/OpenRecentMenu.h"
 #include "app/launcher/OpenRepoCommand.h"
+#include "app/start/RepoWindowRegistry.h"
 
 namespace vorda {
 
@@ -18,6 +19,14 @@ QMenu* installFileMenu(QMenuBar* menuBar, RepoWindowRegistry& registry) {
     menu->addAction(new OpenRepoCommand(registry, window, menu));
     menu->addMenu(new OpenRecentMenu(registry, menu));
     menu->addSeparator();
+    if (const auto& openSettings = registry.settingsOpener()) {
+        QAction* settings = menu->addAction(QStringLiteral("Settings…"));
+        settings->setObjectName(QStringLiteral("settingsAction"));
+        settings->setShortcut(QKeySequence(QStringLiteral("Ctrl+,")));
+        settings->setMenuRole(QAction::PreferencesRole);
+        QObject::connect(settings, &QAction::triggered, menu, openSettings);
+        menu->addSeparator();
+    }
 
     QAction* close = menu->addAction(QStringLiteral("Close Window"));
     close->setShortcut(QKeySequence::Close);

@@ -14,6 +14,7 @@
 #include "app/start/RecentReposStore.h"
 #include "app/start/RepoWindowLifecycle.h"
 #include "app/start/WindowFrameSaver.h"
+#include "app/update/HelpMenu.h"
 
 namespace vorda {
 
@@ -117,6 +118,9 @@ void RepoWindowRegistry::installMenus(QMenuBar* menuBar) {
     installFileMenu(menuBar, *this);
     if (menuInstaller_) {
         menuInstaller_(menuBar);
+    }
+    if (updates_ != nullptr) {
+        installHelpMenu(menuBar, *updates_);
     }
 }
 

@@ -16,6 +16,7 @@ namespace vorda {
 class LauncherWindowController;
 class RecentReposStore;
 class RepoWindowLifecycle;
+class UpdateController;
 
 /// The application's repository windows: one per repository path, made by a
 /// factory that the application supplies. It knows which windows exist,
@@ -71,8 +72,17 @@ class RepoWindowRegistry : public QObject {
 
     /// Runs on each new `QMainWindow`'s menu bar after the File menu is in.
     void setMenuInstaller(MenuInstaller installer) { menuInstaller_ = std::move(installer); }
-    /// Installs the File menu and then the menu installer on `menuBar`.
+    /// Gives every menu bar from now on a Help menu with this controller's
+    /// "Check for Updates..."; it must outlive the registry.
+    void setUpdates(UpdateController* updates) { updates_ = updates; }
+    /// Installs the File menu, then the menu installer, then the Help menu
+    /// on `menuBar`.
     void installMenus(QMenuBar* menuBar);
+
+    /// What "Settings…" in the File menu opens; without it the entry is
+    /// left out.
+    void setSettingsOpener(std::function<void()> opener) { settingsOpener_ = std::move(opener); }
+    const std::function<void()>& settingsOpener() const { return settingsOpener_; }
 
     /// The directory picker of "Open Repo…"; the default is `QFileDialog`.
     void setDirectoryPicker(DirectoryPicker picker) { directoryPicker_ = std::move(picker); }
@@ -105,6 +115,8 @@ class RepoWindowRegistry : public QObject {
     QSettings* settings_;
     MenuInstaller menuInstaller_;
     DirectoryPicker directoryPicker_;
+    std::function<void()> settingsOpener_;
+    UpdateController* updates_ = nullptr;
     // In activation order: the last entry is the most recently active.
     std::vector<Entry> entries_;
     // Set once the application is quitting: the last window closing then

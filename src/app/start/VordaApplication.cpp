@@ -6,6 +6,7 @@
 
 #include "app/launcher/LauncherWindow.h"
 #include "app/launcher/LauncherWindowController.h"
+#include "app/settings/SettingsWindow.h"
 #include "app/start/LaunchLog.h"
 #include "app/start/PendingOpenRouter.h"
 #include "app/start/PendingRepoOpens.h"
@@ -14,6 +15,8 @@
 #include "app/start/SingleInstance.h"
 #include "app/start/StartupRouting.h"
 #include "app/start/WindowActivityLog.h"
+#include "app/update/UpdateController.h"
+#include "app/update/UpdateSettingsPage.h"
 
 namespace vorda {
 namespace {
@@ -56,6 +59,9 @@ VordaApplication::VordaApplication(WindowFactory factory, MenuInstaller installM
       instanceServer_(std::make_unique<InstanceServer>()) {
     QApplication::setQuitOnLastWindowClosed(false);
     registry_->setMenuInstaller(std::move(installMenus));
+    updates_ = std::make_unique<UpdateController>();
+    registry_->setUpdates(updates_.get());
+    registry_->setSettingsOpener([this] { showSettings(); });
     launcher_ = std::make_unique<LauncherWindow>(*registry_);
     registry_->installMenus(launcher_->menuBar());
     connect(launcher_.get(), &LauncherWindow::closeRequested, this,
@@ -86,6 +92,16 @@ bool VordaApplication::forwardToRunningInstance(const QStringList& arguments) {
     return false;
 }
 
+void VordaApplication::showSettings() {
+    if (!settingsWindow_) {
+        settingsWindow_ = std::make_unique<SettingsWindow>();
+        settingsWindow_->addPage(QStringLiteral("Updates"), new UpdateSettingsPage(*updates_));
+    }
+    settingsWindow_->show();
+    settingsWindow_->raise();
+    settingsWindow_->activateWindow();
+}
+
 void VordaApplication::start(const QStringList& arguments) {
     launchlog::write(QStringLiteral("AppDelegate.applicationDidFinishLaunching"));
     pending_->ingestCommandLineArguments(arguments);
@@ -98,6 +114,7 @@ void VordaApplication::start(const QStringList& arguments) {
     launcherController_->registerWindow(launcher_.get());
     router_->start();
     startupRouting_->route();
+    updates_->startAutomaticChecks();
     if (!isInstanceServer()) {
         becomeInstanceServer();
     }

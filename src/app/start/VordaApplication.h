@@ -21,15 +21,18 @@ class LauncherWindowController;
 class PendingOpenRouter;
 class PendingRepoOpens;
 class RecentReposStore;
+class SettingsWindow;
 class SigintHandler;
 class StartupRouting;
+class UpdateController;
 class WindowActivityLog;
 
 /// The application's start and window layer in one object: the
 /// pending-open queue, the recent list and window frames in the user's
 /// settings, the repository window registry, the launcher and its
-/// controller, the router, the start-up routing, the single-instance server
-/// and the SIGINT handler. `main` makes one after the `QApplication`:
+/// controller, the router, the start-up routing, the single-instance server,
+/// the SIGINT handler and the update check (each window's Help menu).
+/// `main` makes one after the `QApplication`:
 ///
 ///     QApplication app(argc, argv);
 ///     VordaApplication vorda(
@@ -96,6 +99,11 @@ class VordaApplication : public QObject {
     RepoWindowRegistry& registry() const { return *registry_; }
     LauncherWindowController& launcherController() const { return *launcherController_; }
     LauncherWindow& launcher() const { return *launcher_; }
+    /// The update check behind every window's "Check for Updates...".
+    UpdateController& updates() const { return *updates_; }
+    /// Opens the settings window (made on first use) in front.
+    void showSettings();
+    SettingsWindow* settingsWindow() const { return settingsWindow_.get(); }
     const QString& instanceName() const { return instanceName_; }
     bool isInstanceServer() const;
 
@@ -109,6 +117,9 @@ class VordaApplication : public QObject {
     std::unique_ptr<QSettings> settings_;
     std::unique_ptr<PendingRepoOpens> pending_;
     std::unique_ptr<RecentReposStore> recents_;
+    // Outlives the registry, whose windows' Help menus show its action.
+    std::unique_ptr<UpdateController> updates_;
+    std::unique_ptr<SettingsWindow> settingsWindow_;
     std::unique_ptr<LauncherWindowController> launcherController_;
     std::unique_ptr<RepoWindowRegistry> registry_;
     std::unique_ptr<LauncherWindow> launcher_;

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QListWidget>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -17,6 +18,7 @@
 #include "MenuText.h"
 #include "app/launcher/LauncherWindow.h"
 #include "app/launcher/LauncherWindowController.h"
+#include "app/settings/SettingsWindow.h"
 #include "app/start/PendingRepoOpens.h"
 #include "app/start/SigintHandler.h"
 #include "app/start/SingleInstance.h"
@@ -104,9 +106,20 @@ TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheFileMenuTh
     const auto* fileMenu = app->launcher().menuBar()->findChild<QMenu*>(QStringLiteral("fileMenu"));
     ASSERT_NE(fileMenu, nullptr);
     EXPECT_EQ(apptest::menuLines(*fileMenu),
-              (std::vector<std::string>{"Open Repo\u2026 <Ctrl+O>", "Open Recent",
-                                        "Open Recent > No Recent Repos (off)", "-",
-                                        "Close Window <Ctrl+F4>", "Quit"}));
+              (std::vector<std::string>{
+                  "Open Repo\u2026 <Ctrl+O>", "Open Recent", "Open Recent > No Recent Repos (off)",
+                  "-", "Settings\u2026 <Ctrl+,>", "-", "Close Window <Ctrl+F4>", "Quit"}));
+    // One settings window for the whole application, with both pages.
+    fileMenu->findChild<QAction*>(QStringLiteral("settingsAction"))->trigger();
+    ASSERT_NE(app->settingsWindow(), nullptr);
+    EXPECT_TRUE(app->settingsWindow()->isVisible());
+    QStringList pages;
+    const auto* list = app->settingsWindow()->findChild<QListWidget*>();
+    for (int row = 0; list != nullptr && row < list->count(); ++row) {
+        pages << list->item(row)->text();
+    }
+    EXPECT_EQ(pages, (QStringList{"Commit Links", "Updates"}));
+    app->settingsWindow()->close();
 
     auto* window = qobject_cast<QMainWindow*>(app->registry().openWindow(env_.makeFolder("repo")));
     ASSERT_NE(window, nullptr);
@@ -115,7 +128,7 @@ TEST_F(VordaApplicationTest, TheLauncherAndRepositoryMainWindowsGetTheFileMenuTh
     for (const QAction* action : window->menuBar()->actions()) {
         titles.append(action->text());
     }
-    EXPECT_EQ(titles, (QStringList{"&File", "Own", "Repo"}));
+    EXPECT_EQ(titles, (QStringList{"&File", "Own", "Repo", "&Help"}));
 }
 
 TEST_F(VordaApplicationTest,
