@@ -2,18 +2,21 @@
 // command line (or the last one used, or the launcher), one window each.
 //
 // Usage: vorda [--repo PATH | -R PATH | --repo=PATH | PATH…] [--screenshot=FILE]
-//              [--size=WIDTHxHEIGHT]
+//              [--size=WIDTHxHEIGHT] | --help | --version
 //
 // With --screenshot the first repository window is drawn, saved as a PNG at
 // FILE once its board has loaded, and the application quits: this is how a
 // machine without a display shows the board. --size sets the size of the
 // repository windows (for looking at the board at several sizes).
 #include <QApplication>
+#include <QIcon>
 #include <QMenuBar>
 #include <QTimer>
 #include <cstdio>
+#include <iostream>
 
 #include "app/start/ColorScheme.h"
+#include "app/start/InformationOptions.h"
 #include "app/start/VordaApplication.h"
 #include "app/start/WebEngineSetup.h"
 #include "app/window/RepoMenuCommands.h"
@@ -45,12 +48,19 @@ QSize windowSize(const QString& text) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // --help and --version need no display and must not reach a running
+    // instance, so they are answered before the application exists.
+    if (const auto status = vorda::information::answer({argv, argv + argc}, std::cout)) {
+        return *status;
+    }
     QApplication::setOrganizationName(QStringLiteral("vorda"));
     QApplication::setApplicationName(QStringLiteral("vorda"));
     QApplication::setDesktopFileName(QStringLiteral("vorda"));
     vorda::prepareWebEngine();
     const QApplication app(argc, argv);
     vorda::colorscheme::applyDesktopScheme();
+    // The icon an installation puts in the desktop's icon theme.
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("vorda")));
 
     // A traced action ends once the UI has drawn what it caused: twice
     // through the event loop.

@@ -119,7 +119,8 @@ subcommands:
   demo       create a demo repository
 
 --repo defaults to the current folder; a path inside a repository finds its
-root. `vorda-cli SUBCOMMAND --help` explains each one.
+root. `vorda-cli SUBCOMMAND --help` explains each one. `vorda-cli --version`
+prints the version.
 )";
 }
 

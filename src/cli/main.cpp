@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "VordaVersion.h"
 #include "cli/Subcommands.h"
 
 namespace {
@@ -23,6 +24,10 @@ int run(const std::vector<std::string>& arguments) {
         arguments.front() == "help") {
         std::cout << vorda::cli::helpText("");
         return arguments.empty() ? 2 : 0;
+    }
+    if (arguments.front() == "--version") {
+        std::cout << "vorda-cli " << vorda::programVersion << "\n";
+        return 0;
     }
     const auto found = subcommands.find(arguments.front());
     if (found == subcommands.end()) {

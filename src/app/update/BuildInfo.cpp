@@ -1,10 +1,9 @@
 #include "app/update/BuildInfo.h"
 
-// Both come from the build: only this file is compiled with them, so a new
-// feed address rebuilds one file.
-#ifndef VORDA_APP_VERSION
-#error "VORDA_APP_VERSION is set by src/app/update/CMakeLists.txt"
-#endif
+#include "VordaVersion.h"
+
+// The address comes from the build: only this file is compiled with it, so
+// a new feed address rebuilds one file.
 #ifndef VORDA_UPDATE_FEED_URL
 #error "VORDA_UPDATE_FEED_URL is set by src/app/update/CMakeLists.txt"
 #endif
@@ -12,7 +11,7 @@
 namespace vorda::buildinfo {
 
 QString applicationVersion() {
-    return QStringLiteral(VORDA_APP_VERSION);
+    return QString::fromLatin1(programVersion);
 }
 
 QString builtInFeedURL() {

@@ -6,9 +6,11 @@
 namespace vorda {
 
 std::optional<std::string> diffApplyHelperPath() {
-    const QString besideBinary =
-        QCoreApplication::applicationDirPath() + QStringLiteral("/vorda-diff-apply");
-    for (const QString& candidate : {besideBinary, QStringLiteral(VORDA_DIFF_APPLY_BUILD_PATH)}) {
+    const QString binaryDir = QCoreApplication::applicationDirPath();
+    const QString besideBinary = binaryDir + QStringLiteral("/vorda-diff-apply");
+    const QString installed = binaryDir + QStringLiteral("/" VORDA_DIFF_APPLY_FROM_BINDIR);
+    for (const QString& candidate :
+         {besideBinary, installed, QStringLiteral(VORDA_DIFF_APPLY_BUILD_PATH)}) {
         if (const QFileInfo info(candidate); info.isFile() && info.isExecutable()) {
             return candidate.toStdString();
         }

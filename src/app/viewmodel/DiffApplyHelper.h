@@ -6,8 +6,9 @@
 namespace vorda {
 
 /// Where `vorda-diff-apply`, the helper jj runs to keep chosen hunks, is:
-/// beside the application's binary, else where the build put it; absent
-/// when neither is there.
+/// beside the application's binary, else where an installation puts it
+/// (../libexec/vorda/ from the binary's folder), else where the build put
+/// it; absent when none is there.
 std::optional<std::string> diffApplyHelperPath();
 
 }  // namespace vorda
