@@ -11,6 +11,7 @@
 #include "feature/lanes/BookmarkLaneProjection.h"
 #include "jjkit/client/JJClient.h"
 #include "jjkit/graph/BookmarkGraphBuilder.h"
+#include "jjkit/records/RecordCoding.h"
 #include "jjkit/settings/BookmarkSettingsStore.h"
 #include "jjkit/templates/JJTemplateBuilder.h"
 #include "jjkit/templates/OutputParsing.h"
@@ -26,6 +27,23 @@ double cpuMs(int who) {
         return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
     };
     return toMs(usage.ru_utime) + toMs(usage.ru_stime);
+}
+
+// Every line through `RecordCoding` alone, as every line went before the
+// quick path: the reference the quick path must agree with.
+std::vector<JJCommit> decodeGenerally(const std::string& output) {
+    std::vector<JJCommit> commits;
+    std::size_t start = 0;
+    while (start < output.size()) {
+        const std::size_t end = std::min(output.find('\n', start), output.size());
+        if (end > start) {
+            const auto json =
+                JsonReader::parse(std::string_view(output).substr(start, end - start));
+            commits.push_back(RecordCoding<JJCommit>::decode(JsonReader(json)));
+        }
+        start = end + 1;
+    }
+    return commits;
 }
 
 struct Phase {
@@ -76,6 +94,8 @@ void printReadPhases(const std::string& root, int runs) {
         phases[index].costs.push_back(measureCost(block));
     };
 
+    bool sameDecoding = true;
+    std::size_t decodedCommits = 0;
     for (int run = 0; run < runs; ++run) {
         std::size_t index = 0;
         std::string output;
@@ -89,11 +109,23 @@ void printReadPhases(const std::string& root, int runs) {
         BookmarkGraphBuilder::Input input;
         step(index++, "decode the commit log",
              [&] { input.commits = parseNDJSON<JJCommit>(output, "log"); });
+        std::vector<JJCommit> general;
+        step(index++, "decode the commit log, general decoder only",
+             [&] { general = decodeGenerally(output); });
+        sameDecoding = sameDecoding && general == input.commits;
+        decodedCommits = input.commits.size();
         step(index++, "jj log, parents not loaded", [&] {
             if (const auto missing = missingParentRevset(input.commits)) {
                 auto more = client.log(*missing, "bench/phase/missing");
                 input.commits.insert(input.commits.end(), more.begin(), more.end());
             }
+        });
+        const auto compositions = BookmarkSettingsStore(root).compositionPointsByWorkspace();
+        step(index++, "load, the facts in the log (graph included)",
+             [&] { (void)client.readRepoState(revset, std::nullopt, compositions); });
+        step(index++, "load, the facts as separate queries (graph included)", [&] {
+            (void)client.readRepoState(revset, std::nullopt, compositions,
+                                       JJClient::FactQueries::separateQueries);
         });
         step(index++, "jj log, mine()", [&] {
             const auto mine = client.mineChangeIDs(revset);
@@ -102,13 +134,12 @@ void printReadPhases(const std::string& root, int runs) {
         step(index++, "jj log, behind trunk",
              [&] { input.behindTrunkCommitIDs = client.behindTrunkCommitIDs(revset); });
         step(index++, "jj workspace list", [&] { input.workspaces = client.workspaces(); });
-        step(index++, "jj log, trunk() (runs twice in a read)",
-             [&] { input.trunkCommitID = client.trunkCommitID(); });
+        step(index++, "jj log, trunk()", [&] { input.trunkCommitID = client.trunkCommitID(); });
         step(index++, "jj log --count, upstream", [&] { (void)client.upstreamCommitCount(); });
         step(index++, "jj resolve --list", [&] { (void)client.conflictedFiles(); });
         step(index++, "jj diff of the working copy", [&] { (void)client.diff("@"); });
         input.selectedWorkspaceName = "default";
-        input.compositionChangeIDs = BookmarkSettingsStore(root).compositionPointsByWorkspace();
+        input.compositionChangeIDs = compositions;
         const auto trunkCommitID = input.trunkCommitID;
         std::optional<RepoState> state;
         step(index++, "bookmark graph",
@@ -131,6 +162,14 @@ void printReadPhases(const std::string& root, int runs) {
                     phase.label.c_str());
     }
     std::printf("  %9.0f %11.0f %11.0f  sum\n", total.wallMs, total.childCpuMs, total.selfCpuMs);
+    const auto perCommitUs = [&](std::size_t index) {
+        return medianCost(phases[index].costs).wallMs * 1e3 /
+               static_cast<double>(std::max<std::size_t>(decodedCommits, 1));
+    };
+    std::printf(
+        "decoding: %.2f us a commit (goal 2), general decoder %.2f us; both decoders "
+        "%s\n",
+        perCommitUs(1), perCommitUs(2), sameDecoding ? "give the same records" : "DIFFER");
 }
 
 }  // namespace vorda::bench

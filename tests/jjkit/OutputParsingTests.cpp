@@ -6,6 +6,7 @@
 
 #include "jjkit/client/JJError.h"
 #include "jjkit/client/JJVersion.h"
+#include "jjkit/records/RecordCoding.h"
 #include "jjkit/templates/RevsetQuoting.h"
 #include "support/LogCapture.h"
 #include "support/RewriteTestData.h"
@@ -61,6 +62,64 @@ TEST(OutputParsing, NDJSONFailsWholeAndLogsTheLineCutAfter400Characters) {
     EXPECT_EQ(truncatedForLog(std::string(400, 'x')), std::string(400, 'x'));
     EXPECT_EQ(truncatedForLog(std::string(399, 'x') + "ää"),
               std::string(399, 'x') + "ä…(truncated)");
+}
+
+// Every commit line decodes to what the general decoder alone makes of it,
+// or fails with its error, whether the quick path takes the line or not and
+// whether the text arrives whole or byte by byte.
+TEST(OutputParsing, CommitLinesDecodeAsTheGeneralDecoderSaysWholeOrInPieces) {
+    const std::string head =
+        R"({"commit_id":"c1","change_id":"k1","parents":["p1","p2"],)"
+        R"("description":"a\nb \u00e9 \ud83d\ude00 \/ é","author":{"name":"A","email":"a@x",)"
+        R"("timestamp":"t"},"committer":{"timestamp":"u","name":"B","email":"b@x"},)"
+        R"("conflict":false,"empty":true,"immutable":false,)"
+        R"("local_bookmarks":[{"name":"b","target":[null,"c1"]}],"remote_bookmarks":[)"
+        R"({"name":"b","remote":"origin","target":["c1"],"tracking_target":["c1"]},)"
+        R"({"name":"g","remote":null,"target":null,"tracking_target":null}],"working_copy":true)";
+    const std::string files = R"(,"changed_files":[{"path":"f","status":"M"}])";
+    const std::string facts = R"(,"mine":true,"behind_trunk":false)";
+    const auto decodeGenerally = [](const std::string& line) -> std::string {
+        try {
+            const auto json = JsonReader::parse(line);
+            const auto logged = RecordCoding<LoggedCommit>::decode(JsonReader(json));
+            return RecordCoding<JJCommit>::encode(logged.commit).dump() +
+                   (logged.mine ? " mine" : "") + (logged.behindTrunk ? " behind" : "");
+        } catch (const DecodingError& error) {
+            return error.description();
+        }
+    };
+    const auto decodeQuickly = [](const std::string& line, bool inPieces) -> std::string {
+        try {
+            NDJSONDecoder<LoggedCommit> decoder("log");
+            for (std::size_t at = 0; at < line.size(); at += inPieces ? 1 : line.size()) {
+                decoder.feed(std::string_view(line).substr(at, inPieces ? 1 : line.size()));
+            }
+            const auto logged = decoder.finish().at(0);
+            return RecordCoding<JJCommit>::encode(logged.commit).dump() +
+                   (logged.mine ? " mine" : "") + (logged.behindTrunk ? " behind" : "");
+        } catch (const JJError& error) {
+            return error.as<JJError::ParseError>()->underlying;
+        }
+    };
+    const std::vector<std::string> lines{
+        head + files + facts + "}",
+        head + files + facts + R"(,"unknown":[1,{"x":2}]})",
+        head + R"(,"changed_files":[{"path":"f","status":"M","lines_added":3}])" + facts + "}",
+        head + files + facts + R"(,"empty":false})",
+        head + facts + "}",
+        head + files + R"(,"mine":true})",
+        head + files + facts + "} x",
+        R"({"commit_id":"\ud83d")" + head.substr(17) + files + facts + "}",
+        R"({"commit_id":"c1","change_id":"k1","parents":[null])" + head.substr(56) + files + facts +
+            "}",
+    };
+    for (const auto& line : lines) {
+        SCOPED_TRACE(line);
+        const LogCapture quiet;
+        EXPECT_EQ(decodeQuickly(line, false), decodeGenerally(line));
+        EXPECT_EQ(decodeQuickly(line, true), decodeGenerally(line));
+    }
+    EXPECT_EQ(parseNDJSON<JJCommit>(head + files + "}\n\n" + head + files + "}", "log").size(), 2U);
 }
 
 TEST(OutputParsing, WorkspaceListRepairsUnreadableRootsAndFailsOnABrokenLineSilently) {

@@ -74,14 +74,12 @@ SnapshotRef RepoSession::readSnapshotInner(const std::optional<std::string>& kno
     const auto compositions = settingsStore_->compositionPointsByWorkspace();
 
     const JJClient& client = *client_;
+    // The load reads trunk's commit ID on its way, for the snapshot too.
     auto repoState = startTracedTask([&client, apexChangeID, compositions] {
         return Perf::measure("snapshot.repoState", PerfCategory::snapshot, [&] {
-            return client.repoState(JJClient::defaultRevset, apexChangeID, compositions);
+            return client.readRepoState(JJClient::defaultRevset, apexChangeID, compositions);
         });
     });
-    auto trunkCommitID = startSecondary<std::optional<std::string>>(
-        "snapshot.trunkCommitID", std::nullopt,
-        [&client] { return std::optional(client.trunkCommitID()); });
     auto upstreamCount = startSecondary<std::int64_t>(
         "snapshot.upstreamCount", 0, [&client] { return client.upstreamCommitCount(); });
     auto conflictedFiles = startSecondary<std::vector<std::string>>(
@@ -93,11 +91,12 @@ SnapshotRef RepoSession::readSnapshotInner(const std::optional<std::string>& kno
     auto snapshot = std::make_shared<RepoSnapshot>();
     // The secondary queries never throw; the repository state, awaited last,
     // may, and by then every other child has finished.
-    snapshot->trunkCommitID = trunkCommitID.get();
     snapshot->upstreamCount = upstreamCount.get();
     snapshot->conflictedFiles = conflictedFiles.get();
     const auto workingCopyDiffText = diffText.get();
-    snapshot->repoState = repoState.get();
+    auto read = repoState.get();
+    snapshot->repoState = std::move(read.state);
+    snapshot->trunkCommitID = std::move(read.trunkCommitID);
     snapshot->apexChangeID = apexChangeID;
     // Settings are read once jj has answered, so that a settings-only change
     // made while the queries ran (a column shown, a tag added) is not undone

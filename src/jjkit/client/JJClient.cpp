@@ -34,7 +34,8 @@ std::string JJClient::logLabel(std::string_view reason) const {
 
 ProcessResult JJClient::run(const std::vector<std::string>& arguments, std::string_view reason,
                             bool includeRepoFlag, const std::set<std::int32_t>& allowedExitCodes,
-                            const ProcessExecutor::StderrLineHandler& stderrLine) const {
+                            const ProcessExecutor::StderrLineHandler& stderrLine,
+                            const ProcessExecutor::StdoutChunkHandler& stdoutChunk) const {
     std::vector<std::string> commandLine{"jj", "--no-pager", "--color=never"};
     if (includeRepoFlag) {
         commandLine.emplace_back("-R");
@@ -45,7 +46,7 @@ ProcessResult JJClient::run(const std::vector<std::string>& arguments, std::stri
     ProcessResult result;
     try {
         result = ProcessExecutor::execute(commandLine, std::nullopt, "jj-exec", logLabel(reason),
-                                          stderrLine);
+                                          stderrLine, stdoutChunk);
     } catch (const SpawnFailure&) {
         throw JJError(JJError::JJNotFound{});
     }
@@ -82,7 +83,10 @@ std::vector<JJCommit> JJClient::log(std::string_view revset, std::string_view re
         {"log", "--no-graph", "--ignore-working-copy", "-T",
          std::string(JJTemplateBuilder::commitTemplate), "-r=" + std::string(revset)},
         atOperation);
-    return parseNDJSON<JJCommit>(run(arguments, reason).stdout, "log");
+    // Decoded while jj writes: most of the decoding hides behind jj's work.
+    NDJSONDecoder<JJCommit> decoder("log");
+    run(arguments, reason, true, {0}, {}, [&](std::string_view bytes) { decoder.feed(bytes); });
+    return decoder.finishOutput();
 }
 
 std::vector<JJWorkspace> JJClient::workspaces(const std::optional<std::string>& atOperation) const {

@@ -50,6 +50,13 @@ struct OperationRecord;
 /// of threads at once and several jj processes may run through it together.
 /// Each call blocks until jj exits: call it from worker threads. Serialising
 /// mutations is the business of `RepositoryCommandGate`.
+/// A repository load and the trunk commit it read on the way.
+struct RepoStateRead {
+    RepoState state;
+    /// `trunk()`'s commit ID as jj printed it; absent when the query failed.
+    std::optional<std::string> trunkCommitID;
+};
+
 class JJClient {
   public:
     explicit JJClient(std::string repositoryPath);
@@ -60,10 +67,13 @@ class JJClient {
     /// `allowedExitCodes` writes a "[jj:error]" block and throws
     /// `CommandFailed`; a jj that cannot be started throws `JJNotFound`.
     /// `reason` says why the command runs, for the log and the trace only.
+    /// With `stdoutChunk`, stdout goes there as it arrives (see
+    /// `ProcessExecutor`) and the result's `stdout` stays empty.
     ProcessResult run(const std::vector<std::string>& arguments, std::string_view reason,
                       bool includeRepoFlag = true,
                       const std::set<std::int32_t>& allowedExitCodes = {0},
-                      const ProcessExecutor::StderrLineHandler& stderrLine = {}) const;
+                      const ProcessExecutor::StderrLineHandler& stderrLine = {},
+                      const ProcessExecutor::StdoutChunkHandler& stdoutChunk = {}) const;
 
     /// The commits of `revset`, decoded from the commit template.
     std::vector<JJCommit> log(std::string_view revset, std::string_view reason = "log",
@@ -90,6 +100,21 @@ class JJClient {
     RepoState repoState(const std::string& revset = defaultRevset,
                         const std::optional<std::string>& apexChangeID = std::nullopt,
                         const std::map<std::string, std::string>& compositionChangeIDs = {}) const;
+
+    /// How a load learns which commits are one's own and which are behind
+    /// trunk. `inLog` asks the commit log itself, as two fields of each line,
+    /// so that jj walks the history once instead of three times, and falls
+    /// back on `separateQueries` (two more logs, each failing alone) when jj
+    /// refuses that log, as with a broken `trunk()` alias. Both give the same
+    /// state.
+    enum class FactQueries { inLog, separateQueries };
+
+    /// `repoState`, with the trunk commit ID it read, for a caller that
+    /// needs both.
+    RepoStateRead readRepoState(const std::string& revset,
+                                const std::optional<std::string>& apexChangeID,
+                                const std::map<std::string, std::string>& compositionChangeIDs,
+                                FactQueries factQueries = FactQueries::inLog) const;
 
     /// Mutable commits within `revset` that were started on a trunk commit
     /// that trunk has since moved past.

@@ -7,7 +7,9 @@
 #include "jjkit/graph/BookmarkGraphBuilder.h"
 #include "jjkit/support/Text.h"
 #include "jjkit/templates/JJTemplateBuilder.h"
+#include "jjkit/templates/OutputParsing.h"
 #include "jjkit/templates/RevsetQuoting.h"
+#include "jjkit/trace/Perf.h"
 #include "jjkit/trace/TracedTask.h"
 
 namespace vorda {
@@ -32,6 +34,100 @@ std::string normalisedPath(const std::string& path) {
     return result.string();
 }
 
+// The workspace this client is in: the one whose root is `here`, else the
+// one workspace whose root jj could not print.
+void selectWorkspace(const std::string& here, BookmarkGraphBuilder::Input& input) {
+    for (const auto& workspace : input.workspaces) {
+        if (workspace.root && normalisedPath(*workspace.root) == here) {
+            input.selectedWorkspaceName = workspace.name;
+            return;
+        }
+    }
+    JJWorkspace* rootless = nullptr;
+    std::size_t count = 0;
+    for (auto& workspace : input.workspaces) {
+        if (!workspace.root) {
+            rootless = &workspace;
+            ++count;
+        }
+    }
+    if (count == 1) {
+        rootless->root = here;
+        input.selectedWorkspaceName = rootless->name;
+    }
+}
+
+constexpr std::string_view mineRevset = "mine()";
+
+// Mutable commits that descend from a mutable child of an older trunk commit:
+// stacks started on a trunk that has moved since.
+constexpr std::string_view behindTrunkRevset =
+    "mutable() & descendants(mutable() & (children(::trunk() ~ trunk()) ~ ::trunk()))";
+
+void appendMissingParents(const JJClient& client, std::vector<JJCommit>& commits) {
+    // Parents the revset did not reach, notably those of the apex and of
+    // composition points; once only.
+    if (const auto missing = missingParentRevset(commits)) {
+        auto more = client.log(*missing, "repoState/compositionInputs");
+        commits.insert(commits.end(), std::make_move_iterator(more.begin()),
+                       std::make_move_iterator(more.end()));
+    }
+}
+
+// One log whose lines say also whether each commit is one's own and behind
+// trunk; false when jj refuses it.
+bool loadCommitsWithFacts(const JJClient& client, const std::string& revset,
+                          BookmarkGraphBuilder::Input& input) {
+    static const std::string logTemplate =
+        JJTemplateBuilder::commitTemplateWithFacts(mineRevset, behindTrunkRevset);
+    NDJSONDecoder<LoggedCommit> decoder("log");
+    try {
+        client.run(
+            {"log", "--no-graph", "--ignore-working-copy", "-T", logTemplate, "-r=" + revset},
+            "log", true, {0}, {}, [&](std::string_view bytes) { decoder.feed(bytes); });
+    } catch (const JJError& error) {
+        if (error.as<JJError::CommandFailed>() != nullptr) {
+            return false;  // the separate queries fail one by one instead
+        }
+        throw;
+    }
+    auto logged = decoder.finishOutput();
+    input.commits.reserve(logged.size());
+    for (auto& entry : logged) {
+        if (entry.mine) {
+            input.mineChangeIDs.insert(entry.commit.changeID);
+        }
+        if (entry.behindTrunk) {
+            input.behindTrunkCommitIDs.insert(entry.commit.commitID);
+        }
+        input.commits.push_back(std::move(entry.commit));
+    }
+    appendMissingParents(client, input.commits);
+    return true;
+}
+
+// The log and the two facts as three queries at once, each fact degrading to
+// empty on its own.
+void loadCommitsThenFacts(const JJClient& client, const std::string& revset,
+                          BookmarkGraphBuilder::Input& input) {
+    auto log = startTracedTask([&] { return client.log(revset, "log"); });
+    auto mine = startTracedTask([&] { return client.mineChangeIDs(revset); });
+    auto behind = startTracedTask([&] { return client.behindTrunkCommitIDs(revset); });
+    input.commits = log.get();
+    appendMissingParents(client, input.commits);
+    try {
+        const auto mineList = mine.get();
+        input.mineChangeIDs = {mineList.begin(), mineList.end()};
+    } catch (const JJError&) {
+        input.mineChangeIDs.clear();  // a secondary fact: degrade to empty
+    }
+    try {
+        input.behindTrunkCommitIDs = behind.get();
+    } catch (const JJError&) {
+        input.behindTrunkCommitIDs.clear();
+    }
+}
+
 }  // namespace
 
 const std::string JJClient::defaultRevset =
@@ -46,77 +142,46 @@ const std::string JJClient::defaultRevset =
 RepoState JJClient::repoState(
     const std::string& revset, const std::optional<std::string>& apexChangeID,
     const std::map<std::string, std::string>& compositionChangeIDs) const {
-    auto log = startTracedTask([&] { return this->log(revset, "log"); });
-    auto mine = startTracedTask([&] { return mineChangeIDs(revset); });
-    auto behind = startTracedTask([&] { return behindTrunkCommitIDs(revset); });
+    return readRepoState(revset, apexChangeID, compositionChangeIDs).state;
+}
+
+RepoStateRead JJClient::readRepoState(
+    const std::string& revset, const std::optional<std::string>& apexChangeID,
+    const std::map<std::string, std::string>& compositionChangeIDs, FactQueries factQueries) const {
     auto workspaceList = startTracedTask([&] { return workspaces(); });
-    auto trunk = startTracedTask([&] { return trunkCommitID(); });
+    auto trunk = startTracedTask([&]() -> std::optional<std::string> {
+        try {
+            return trunkCommitID();
+        } catch (const JJError&) {
+            return std::nullopt;  // a repository may have no trunk
+        }
+    });
 
     // A failure leaves through the futures' destructors, which wait for their
     // queries: no query outlives the load.
     BookmarkGraphBuilder::Input input;
-    {
-        input.commits = log.get();
-        // Parents the revset did not reach, notably those of the apex and of
-        // composition points; once only.
-        if (const auto missing = missingParentRevset(input.commits)) {
-            auto more = this->log(*missing, "repoState/compositionInputs");
-            input.commits.insert(input.commits.end(), std::make_move_iterator(more.begin()),
-                                 std::make_move_iterator(more.end()));
-        }
-        try {
-            const auto mineList = mine.get();
-            input.mineChangeIDs = {mineList.begin(), mineList.end()};
-        } catch (const JJError&) {
-            input.mineChangeIDs.clear();  // a secondary fact: degrade to empty
-        }
-        try {
-            input.behindTrunkCommitIDs = behind.get();
-        } catch (const JJError&) {
-            input.behindTrunkCommitIDs.clear();
-        }
-        input.workspaces = workspaceList.get();
-        try {
-            input.trunkCommitID = trunk.get();
-            if (input.trunkCommitID->empty()) {
-                input.trunkCommitID.reset();
-            }
-        } catch (const JJError&) {
-            input.trunkCommitID.reset();  // a repository may have no trunk
-        }
+    const bool factsLoaded =
+        factQueries == FactQueries::inLog && loadCommitsWithFacts(*this, revset, input);
+    if (!factsLoaded) {
+        loadCommitsThenFacts(*this, revset, input);
+    }
+    input.workspaces = workspaceList.get();
+    RepoStateRead result;
+    result.trunkCommitID = trunk.get();
+    if (result.trunkCommitID && !result.trunkCommitID->empty()) {
+        input.trunkCommitID = result.trunkCommitID;
     }
 
-    const std::string here = normalisedPath(repositoryPath());
-    for (const auto& workspace : input.workspaces) {
-        if (workspace.root && normalisedPath(*workspace.root) == here) {
-            input.selectedWorkspaceName = workspace.name;
-            break;
-        }
-    }
-    if (!input.selectedWorkspaceName) {
-        JJWorkspace* rootless = nullptr;
-        std::size_t count = 0;
-        for (auto& workspace : input.workspaces) {
-            if (!workspace.root) {
-                rootless = &workspace;
-                ++count;
-            }
-        }
-        // The one workspace whose root jj could not print must be this one.
-        if (count == 1) {
-            rootless->root = here;
-            input.selectedWorkspaceName = rootless->name;
-        }
-    }
+    selectWorkspace(normalisedPath(repositoryPath()), input);
     input.apexChangeID = apexChangeID;
     input.compositionChangeIDs = compositionChangeIDs;
-    return BookmarkGraphBuilder::build(std::move(input));
+    result.state = Perf::measure("repoState.graph", PerfCategory::snapshot,
+                                 [&] { return BookmarkGraphBuilder::build(std::move(input)); });
+    return result;
 }
 
 std::set<std::string> JJClient::behindTrunkCommitIDs(const std::string& revset) const {
-    const std::string query =
-        "mutable() & descendants(mutable() & (children(::trunk() ~ trunk()) ~ ::trunk())) & (" +
-        revset + ")";
+    const std::string query = std::string(behindTrunkRevset) + " & (" + revset + ")";
     const auto result = run({"log", "--no-graph", "--ignore-working-copy", "-r", query, "-T",
                              std::string(JJTemplateBuilder::commitIDLines)},
                             "behindTrunkCommitIDs");
@@ -125,10 +190,10 @@ std::set<std::string> JJClient::behindTrunkCommitIDs(const std::string& revset) 
 }
 
 std::vector<std::string> JJClient::mineChangeIDs(const std::string& revset) const {
-    const auto result =
-        run({"log", "--no-graph", "--ignore-working-copy", "-r", "mine() & (" + revset + ")", "-T",
-             std::string(JJTemplateBuilder::changeIDLines)},
-            "mineChangeIDs");
+    const auto result = run({"log", "--no-graph", "--ignore-working-copy", "-r",
+                             std::string(mineRevset) + " & (" + revset + ")", "-T",
+                             std::string(JJTemplateBuilder::changeIDLines)},
+                            "mineChangeIDs");
     return nonEmptyLines(result.stdout);
 }
 

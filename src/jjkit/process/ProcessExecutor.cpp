@@ -150,8 +150,24 @@ SpawnOutcome spawnChild(const std::vector<std::string>& arguments,
     return status != 0 ? SpawnOutcome{-1, status} : SpawnOutcome{pid, 0};
 }
 
+// Where standard output goes: kept whole, or handed on as it arrives.
+struct StdoutSink {
+    const ProcessExecutor::StdoutChunkHandler& chunk;
+    std::string kept;
+    std::size_t count = 0;
+
+    void take(std::string_view bytes) {
+        count += bytes.size();
+        if (chunk) {
+            chunk(bytes);
+        } else {
+            kept.append(bytes);
+        }
+    }
+};
+
 // Reads both pipes until both reach end of file, so neither can fill up.
-void drain(FileDescriptor& out, FileDescriptor& err, std::string& stdoutBytes, StderrLinePump* pump,
+void drain(FileDescriptor& out, FileDescriptor& err, StdoutSink& stdoutSink, StderrLinePump* pump,
            std::string& stderrBytes) {
     std::array<char, 65536> buffer{};
     std::array<pollfd, 2> fds{pollfd{out.get(), POLLIN, 0}, pollfd{err.get(), POLLIN, 0}};
@@ -178,7 +194,7 @@ void drain(FileDescriptor& out, FileDescriptor& err, std::string& stdoutBytes, S
             }
             const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
             if (index == 0) {
-                stdoutBytes.append(bytes);
+                stdoutSink.take(bytes);
             } else if (pump != nullptr) {
                 pump->feed(bytes);
             } else {
@@ -213,7 +229,8 @@ std::int32_t waitForExit(pid_t pid) {
 ProcessResult ProcessExecutor::execute(const std::vector<std::string>& arguments,
                                        const std::optional<std::string>& workingDirectory,
                                        std::string_view logTag, std::string_view logLabel,
-                                       const StderrLineHandler& stderrLine) {
+                                       const StderrLineHandler& stderrLine,
+                                       const StdoutChunkHandler& stdoutChunk) {
     const std::string tag(logTag);
     const std::string label(logLabel);
     Pipe out = makePipe();
@@ -235,7 +252,7 @@ ProcessResult ProcessExecutor::execute(const std::vector<std::string>& arguments
     out.write.reset();
     err.write.reset();
 
-    std::string stdoutBytes;
+    StdoutSink stdoutSink{stdoutChunk, {}, 0};
     std::string stderrBytes;
     const auto lineHandler = [&](const std::string& line) {
         DiagnosticLog::writeLine("[" + tag + "] STDERR " + label + " | " + line);
@@ -245,7 +262,7 @@ ProcessResult ProcessExecutor::execute(const std::vector<std::string>& arguments
     if (stderrLine) {
         pump.emplace(lineHandler);
     }
-    drain(out.read, err.read, stdoutBytes, pump ? &*pump : nullptr, stderrBytes);
+    drain(out.read, err.read, stdoutSink, pump ? &*pump : nullptr, stderrBytes);
     const std::int32_t exitCode = waitForExit(spawned.pid);
 
     const std::uint64_t monotonicEnd = Perf::nowNs();
@@ -253,10 +270,10 @@ ProcessResult ProcessExecutor::execute(const std::vector<std::string>& arguments
     const auto durationMs = static_cast<long long>(elapsed.count() * 1000.0);
     DiagnosticLog::writeLine("[" + tag + "] END   " + label + " exit=" + std::to_string(exitCode) +
                              " dur=" + std::to_string(durationMs) +
-                             "ms bytes=" + std::to_string(stdoutBytes.size()));
+                             "ms bytes=" + std::to_string(stdoutSink.count));
     Perf::recordSubprocess(label, monotonicStart, monotonicEnd);
 
-    return ProcessResult{utf8::decodeOrEmpty(stdoutBytes), utf8::decodeOrEmpty(stderrBytes),
+    return ProcessResult{utf8::decodeOrEmpty(stdoutSink.kept), utf8::decodeOrEmpty(stderrBytes),
                          exitCode};
 }
 

@@ -26,14 +26,20 @@ namespace vorda {
 /// performance trace, and keeps no state: calls may run on any number of
 /// threads at once. It blocks the calling thread, so callers run it on worker
 /// threads; `stderrLine` is called on the calling thread, in stream order.
+///
+/// With `stdoutChunk`, standard output is handed over as it arrives, in
+/// pieces of any size, on the calling thread, and the result's `stdout` stays
+/// empty: a caller can decode a long output while the child still writes it.
 class ProcessExecutor {
   public:
     using StderrLineHandler = std::function<void(const std::string& line)>;
+    using StdoutChunkHandler = std::function<void(std::string_view bytes)>;
 
     static ProcessResult execute(const std::vector<std::string>& arguments,
                                  const std::optional<std::string>& workingDirectory,
                                  std::string_view logTag, std::string_view logLabel,
-                                 const StderrLineHandler& stderrLine = {});
+                                 const StderrLineHandler& stderrLine = {},
+                                 const StdoutChunkHandler& stdoutChunk = {});
 };
 
 }  // namespace vorda

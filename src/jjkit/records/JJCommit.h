@@ -81,4 +81,14 @@ struct JJCommit {
     bool operator==(const JJCommit&) const = default;
 };
 
+/// A commit as the repository load reads it: the commit, and whether it is
+/// one's own and whether its stack was started on a trunk that has moved
+/// since. jj answers both in the same pass as the commit itself (keys "mine"
+/// and "behind_trunk" behind the commit's own).
+struct LoggedCommit {
+    JJCommit commit;
+    bool mine = false;
+    bool behindTrunk = false;
+};
+
 }  // namespace vorda

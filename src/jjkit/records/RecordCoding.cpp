@@ -127,6 +127,13 @@ nlohmann::json RecordCoding<JJCommit>::encode(const JJCommit& commit) {
             {"changed_files", encodeList(commit.changedFiles)}};
 }
 
+LoggedCommit RecordCoding<LoggedCommit>::decode(const JsonReader& reader) {
+    LoggedCommit logged{RecordCoding<JJCommit>::decode(reader)};
+    logged.mine = reader.field("mine").boolean();
+    logged.behindTrunk = reader.field("behind_trunk").boolean();
+    return logged;
+}
+
 JJOp RecordCoding<JJOp>::decode(const JsonReader& reader) {
     return JJOp{reader.field("op_id").string(), reader.field("description").string(),
                 reader.field("start_time").string()};

@@ -38,6 +38,12 @@ struct RecordCoding<JJCommit> {
     static nlohmann::json encode(const JJCommit& commit);
 };
 
+/// Read only: nothing stores it.
+template <>
+struct RecordCoding<LoggedCommit> {
+    static LoggedCommit decode(const JsonReader& reader);
+};
+
 template <>
 struct RecordCoding<JJOp> {
     static JJOp decode(const JsonReader& reader);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace vorda {
@@ -24,6 +25,12 @@ struct JJTemplateBuilder {
 ++ ",\"working_copy\":" ++ json(current_working_copy)
 ++ ",\"changed_files\":[" ++ if(current_working_copy, self.diff().files().map(|f| "{\"path\":" ++ json(f.path()) ++ ",\"status\":" ++ json(f.status_char()) ++ "}").join(",")) ++ "]"
 ++ "}\n")T";
+
+    /// `commitTemplate` with two more keys behind the commit's own, "mine"
+    /// and "behind_trunk": whether the commit lies in each revset
+    /// (`LoggedCommit`). jj evaluates each revset once for the whole log.
+    static std::string commitTemplateWithFacts(std::string_view mineRevset,
+                                               std::string_view behindTrunkRevset);
 
     /// One JSON array of `ChangedFile`, with line counts, for one commit.
     static constexpr std::string_view changedFilesTemplate =
