@@ -54,6 +54,16 @@ void walkTrunkAncestors(const RepoState& repoState,
     }
 }
 
+// How many commits the lane of `bookmarkName` shows; for the trunk, about
+// as many as its loaded history.
+std::size_t laneLength(const RepoState& repoState, const std::optional<std::string>& bookmarkName) {
+    if (!bookmarkName) {
+        return 0;
+    }
+    const auto found = repoState.bookmarks.find(*bookmarkName);
+    return found == repoState.bookmarks.end() ? 0 : found->second.commitIDs.size();
+}
+
 // Each bookmark's conflict partners, both directions, ascending.
 std::map<std::string, std::vector<std::string>> conflictPartnerMap(
     const std::vector<BookmarkConflict>& conflicts) {
@@ -115,8 +125,8 @@ std::map<std::string, BookmarkLaneReadModel> BookmarkLaneProjection::build(
     auto partners = conflictPartnerMap(repoState.conflicts);
     auto rules = rulesByBookmark(routingRules);
     // Only looked up, so the IDs are hashed in place instead of copied into
-    // an ordered set.
-    StringTable trunkAncestors;
+    // an ordered set. Sized from the trunk's lane, so that it seldom grows.
+    StringTable trunkAncestors(laneLength(repoState, trunkBookmarkName));
     walkTrunkAncestors(repoState, trunkBookmarkName, [&](std::string_view commitID) {
         return trunkAncestors.insert(commitID, 0).second;
     });

@@ -37,7 +37,7 @@ CommitGraph::CommitGraph(std::vector<JJCommit> commits, const EachCommit& eachCo
         flags_.push_back(flagsOf(commit));
         parentStart_.push_back(static_cast<std::uint32_t>(parentList_.size()));
         for (const auto& parent : commit.parents) {
-            if (const auto found = find(parent)) {
+            if (const auto found = findParent(parent, index)) {
                 parentList_.push_back(*found);
             }
         }
@@ -70,6 +70,17 @@ std::uint8_t CommitGraph::flagsOf(const JJCommit& commit) {
 
 std::optional<CommitGraph::Index> CommitGraph::find(std::string_view commitID) const {
     return positions_.find(commitID);
+}
+
+std::optional<CommitGraph::Index> CommitGraph::findParent(std::string_view parentID,
+                                                          Index child) const {
+    // jj lists a commit's first parent right after it along any straight run
+    // of history; one comparison there spares most hash lookups.
+    const Index next = child + 1;
+    if (next < commits_.size() && commits_[next].commitID == parentID) {
+        return next;
+    }
+    return find(parentID);
 }
 
 std::vector<JJCommit> CommitGraph::release() {

@@ -113,6 +113,8 @@ class CommitGraph {
     static constexpr std::uint8_t localBookmarksFlag = 1U << 3U;
     static constexpr std::uint8_t remoteBookmarksFlag = 1U << 4U;
     static std::uint8_t flagsOf(const JJCommit& commit);
+    /// `find` for a parent of `child`, trying the commit listed next first.
+    std::optional<Index> findParent(std::string_view parentID, Index child) const;
 
     std::vector<JJCommit> commits_;
     StringTable positions_;  // views the IDs inside `commits_`
