@@ -1,5 +1,6 @@
 #include "app/window/RepoWindow.h"
 
+#include <QElapsedTimer>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QMenuBar>
@@ -49,11 +50,23 @@ RepoWindow::RepoWindow(const QString& repoPath, RepoMenuCommands* menus,
     connect(&viewModel_->rewrites(), &RewriteModel::changed, this,
             &RepoWindow::showRequestedRewriteSheets);
     // Coming back to the application is a good moment to look again: the
-    // repository may have changed from a terminal meanwhile.
+    // repository may have changed from a terminal meanwhile. Only a return
+    // counts: the application turns active as its first window is shown,
+    // and that window is reading the repository already; focus passing
+    // between its own windows (the launcher handing over to this one) may
+    // leave it inactive for a moment, which is no return either.
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
-            [this](Qt::ApplicationState state) {
-                if (state == Qt::ApplicationActive) {
-                    viewModel_->requestRefresh();
+            [this, away = QElapsedTimer()](Qt::ApplicationState state) mutable {
+                constexpr qint64 returnAfterMs = 500;
+                if (state != Qt::ApplicationActive) {
+                    if (!away.isValid()) {
+                        away.start();
+                    }
+                } else if (away.isValid()) {
+                    if (away.elapsed() >= returnAfterMs) {
+                        viewModel_->requestRefresh();
+                    }
+                    away.invalidate();
                 }
             });
     resize(1280, 800);
