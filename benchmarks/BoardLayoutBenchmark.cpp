@@ -8,13 +8,21 @@
 // it (a refresh that found the same content, and one with new content), and
 // waits until the row is laid out. Boards with the few lanes the repository
 // keeps on the board, and with 100 and 1,000 bookmarks pinned, show how the
-// cost grows with the number of columns. Runs offscreen.
+// cost grows with the number of columns; the view model's share of each
+// figure is printed beneath it. Last, the board of each case is
+// scrolled across its whole width a step at a time, each step timed with
+// the layout and paint it causes (a frame), and the number of column
+// widgets alive is counted; frames are timed on the wall clock and on this
+// thread's processor clock. Runs offscreen.
 #include <QApplication>
 #include <QLayout>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -24,6 +32,7 @@
 #include "LargeRepository.h"
 #include "app/board/ContentView.h"
 #include "app/board/SelectionStore.h"
+#include "app/column/BookmarkColumn.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "feature/session/RepoSession.h"
 #include "jjkit/support/DiagnosticLog.h"
@@ -36,6 +45,12 @@ namespace fs = std::filesystem;
 double millisecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
         .count();
+}
+
+double threadProcessorMilliseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
 }
 
 double median(std::vector<double> values) {
@@ -57,11 +72,19 @@ SnapshotRef withPinned(const SnapshotRef& snapshot, std::size_t count) {
     return pinned;
 }
 
-/// Applies `snapshot` to `model` and returns the milliseconds until `view`
-/// has rendered and laid out its row.
-double applyAndLayOut(RepoViewModel& model, ContentView& view, const SnapshotRef& snapshot) {
+/// Milliseconds from a snapshot's arrival until the board is laid out, and
+/// the part of them the view model took.
+struct Timing {
+    double total = 0;
+    double model = 0;
+};
+
+/// Applies `snapshot` to `model` and times it until `view` has rendered and
+/// laid out its row.
+Timing applyAndLayOut(RepoViewModel& model, ContentView& view, const SnapshotRef& snapshot) {
     const auto start = std::chrono::steady_clock::now();
     model.applySnapshot(snapshot);
+    const double modelTime = millisecondsSince(start);
     // The board renders on the next turn of the event loop; then the row's
     // layout gives every column its place.
     QApplication::sendPostedEvents();
@@ -70,7 +93,51 @@ double applyAndLayOut(RepoViewModel& model, ContentView& view, const SnapshotRef
     for (auto* child : view.findChildren<QLayout*>()) {
         child->activate();
     }
-    return millisecondsSince(start);
+    return {millisecondsSince(start), modelTime};
+}
+
+/// Frame times of one scroll across the board.
+struct Frames {
+    std::size_t count = 0;
+    double median = 0;
+    double p99 = 0;
+    double worst = 0;
+    /// The same on this thread's processor clock, which other programs on
+    /// the machine do not stretch.
+    double processorP99 = 0;
+    double processorWorst = 0;
+};
+
+/// Steps the board's horizontal scroll bar from one end to the other, a
+/// quarter of the viewport at a time, and times each step up to a finished
+/// paint of the viewport.
+Frames scrollAcross(ContentView& view) {
+    auto* area = view.findChild<QScrollArea*>();
+    QScrollBar* bar = area->horizontalScrollBar();
+    const int step = std::max(1, area->viewport()->width() / 4);
+    std::vector<double> times;
+    std::vector<double> processorTimes;
+    for (int value = bar->minimum(); value <= bar->maximum() + step - 1; value += step) {
+        const auto start = std::chrono::steady_clock::now();
+        const double processorStart = threadProcessorMilliseconds();
+        bar->setValue(std::min(value, bar->maximum()));
+        QApplication::sendPostedEvents();
+        area->viewport()->repaint();
+        times.push_back(millisecondsSince(start));
+        processorTimes.push_back(threadProcessorMilliseconds() - processorStart);
+    }
+    bar->setValue(bar->minimum());
+    QApplication::processEvents();
+    Frames frames;
+    frames.count = times.size();
+    std::sort(times.begin(), times.end());
+    frames.median = times[times.size() / 2];
+    frames.p99 = times[std::min(times.size() - 1, times.size() * 99 / 100)];
+    frames.worst = times.back();
+    std::sort(processorTimes.begin(), processorTimes.end());
+    frames.processorP99 = processorTimes[std::min(times.size() - 1, times.size() * 99 / 100)];
+    frames.processorWorst = processorTimes.back();
+    return frames;
 }
 
 struct Case {
@@ -100,10 +167,12 @@ void run(const fs::path& cache, int runs) {
         const auto again = std::make_shared<RepoSnapshot>(*shown);
         // New content: one more bookmark pinned.
         const SnapshotRef changed = withPinned(shown, shape.pinned + 1);
-        std::vector<double> first;
-        std::vector<double> unchanged;
-        std::vector<double> updated;
+        std::vector<Timing> first;
+        std::vector<Timing> unchanged;
+        std::vector<Timing> updated;
         std::size_t columns = 0;
+        std::size_t widgets = 0;
+        Frames frames;
         for (int index = 0; index <= runs; ++index) {
             RepoViewModel model;
             SelectionStore selection;
@@ -111,21 +180,48 @@ void run(const fs::path& cache, int runs) {
             view.resize(1600, 900);
             view.show();
             QApplication::processEvents();
-            const double arrival = applyAndLayOut(model, view, shown);
+            const Timing arrival = applyAndLayOut(model, view, shown);
             columns = view.renderedSlots().size();
-            const double same = applyAndLayOut(model, view, again);
-            const double next = applyAndLayOut(model, view, changed);
+            const Timing same = applyAndLayOut(model, view, again);
+            const Timing next = applyAndLayOut(model, view, changed);
             if (index == 0) {
                 continue;  // warm-up: fonts, styles, first allocations
+            }
+            if (index == 1) {
+                widgets = view.findChildren<BookmarkColumn*>().size();
+                frames = scrollAcross(view);
             }
             first.push_back(arrival);
             unchanged.push_back(same);
             updated.push_back(next);
         }
+        auto total = [](const std::vector<Timing>& timings) {
+            std::vector<double> values;
+            for (const auto& timing : timings) {
+                values.push_back(timing.total);
+            }
+            return median(values);
+        };
+        auto modelPart = [](const std::vector<Timing>& timings) {
+            std::vector<double> values;
+            for (const auto& timing : timings) {
+                values.push_back(timing.model);
+            }
+            return median(values);
+        };
         std::printf(
             "%-24s %5zu columns · first arrival %7.1f ms · same content %6.1f ms · "
             "one more column %7.1f ms  (medians of %d)\n",
-            shape.name, columns, median(first), median(unchanged), median(updated), runs);
+            shape.name, columns, total(first), total(unchanged), total(updated), runs);
+        std::printf(
+            "%-24s  view model part:  first arrival %7.1f ms · same content %6.1f ms · "
+            "one more column %7.1f ms\n",
+            "", modelPart(first), modelPart(unchanged), modelPart(updated));
+        std::printf(
+            "%-24s %5zu lane widgets · scroll %4zu frames · median %5.1f ms · p99 %5.1f ms · "
+            "worst %5.1f ms · processor p99 %5.1f ms, worst %5.1f ms\n",
+            "", widgets, frames.count, frames.median, frames.p99, frames.worst, frames.processorP99,
+            frames.processorWorst);
     }
 }
 

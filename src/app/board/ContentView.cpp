@@ -16,7 +16,9 @@
 #include <QToolButton>
 #include <QUrl>
 #include <QVBoxLayout>
+#include <cmath>
 
+#include "app/board/BoardRow.h"
 #include "app/board/BoardSideColumns.h"
 #include "app/board/CommitCardMenu.h"
 #include "app/board/LaneDropActions.h"
@@ -24,6 +26,7 @@
 #include "app/board/SelectionStore.h"
 #include "app/column/BookmarkColumn.h"
 #include "app/column/ColumnRules.h"
+#include "app/column/ColumnWidthStore.h"
 #include "app/diffpanel/DiffColumn.h"
 #include "app/hidden/HiddenBookmarksColumn.h"
 #include "app/sheets/BookmarkSheets.h"
@@ -45,6 +48,8 @@ QString qText(const std::string& text) {
 
 constexpr int messagePage = 0;
 constexpr int boardPage = 1;
+/// The trunk's place in the row; no bookmark name has a colon.
+constexpr const char* trunkIdentity = ":trunk";
 
 /// Folds a one-off lane back into the hidden list; false for other lanes.
 bool foldOneOffLane(BoardModel& board, const BookmarkColumnInput& input) {
@@ -69,8 +74,10 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
       stack_(new QStackedWidget(this)),
       message_(new QLabel(this)),
       scroll_(new QScrollArea(this)),
-      row_(new QWidget),
-      rowLayout_(new QHBoxLayout(row_)) {
+      row_(new BoardRow([this](QWidget* owner) { return makeLaneColumn(owner); },
+                        [this](BookmarkColumn& column, const std::string& identity) {
+                            showLane(column, identity);
+                        })) {
     filter_->setObjectName(QStringLiteral("filter"));
     filter_->setPlaceholderText(tr("Filter bookmarks"));
     filter_->setClearButtonEnabled(true);
@@ -98,9 +105,6 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
     message_->setAlignment(Qt::AlignCenter);
     message_->setWordWrap(true);
     message_->setObjectName(QStringLiteral("board-message"));
-    rowLayout_->setContentsMargins(8, 8, 8, 8);
-    rowLayout_->setSpacing(8);
-    rowLayout_->setAlignment(Qt::AlignLeft);
     scroll_->setWidget(row_);
     scroll_->setWidgetResizable(true);
     scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
@@ -153,6 +157,8 @@ ContentView::ContentView(RepoViewModel* viewModel, SelectionStore* selection, QS
     render();
 }
 
+ContentView::~ContentView() = default;
+
 void ContentView::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape && !filter_->hasFocus() && selection_->selectionColumn()) {
         selection_->clear();
@@ -178,11 +184,18 @@ QString ContentView::messageText() const {
 }
 
 BookmarkColumn* ContentView::laneColumn(const std::string& identity) const {
-    if (identity == "trunk") {
-        return trunkColumn_;
+    return row_->lane(identity == "trunk" ? trunkIdentity : identity);
+}
+
+BookmarkColumn* ContentView::ensureLaneVisible(const std::string& identity) {
+    const std::string inRow = identity == "trunk" ? trunkIdentity : identity;
+    const auto span = row_->span(inRow);
+    if (!span) {
+        return nullptr;
     }
-    const auto found = columns_.find(identity);
-    return found == columns_.end() ? nullptr : qobject_cast<BookmarkColumn*>(found->second);
+    const auto [left, width] = *span;
+    scroll_->ensureVisible(left + width / 2, 0, width / 2 + 8, 0);
+    return row_->lane(inRow);
 }
 
 // MARK: Rendering
@@ -245,62 +258,44 @@ void ContentView::renderRow() {
     inputs.selectionColumn = selection_->selectionColumn();
     slots_ = boardSlots(inputs);
 
-    const LaneInputs lanes(viewModel_->board(), *selection_);
-    while (rowLayout_->count() > 0) {
-        delete rowLayout_->takeAt(0);
-    }
+    lanes_ = std::make_unique<LaneInputs>(viewModel_->board(), *selection_);
+    slotIndex_.clear();
+    slotIndex_.reserve(slots_.size());
+    std::vector<BoardRow::Entry> entries;
+    entries.reserve(slots_.size() + 1);
     // Trunk leads the row as a pinned box: every lane stands on it.
-    if (auto trunk = lanes.trunkLane()) {
-        if (trunkColumn_ == nullptr) {
-            trunkColumn_ = makeLaneColumn("trunk");
-        }
-        trunkColumn_->setInput(std::move(*trunk));
-        rowLayout_->addWidget(trunkColumn_);
-    } else if (trunkColumn_ != nullptr) {
-        trunkColumn_->deleteLater();
-        trunkColumn_ = nullptr;
+    const auto trunkName = viewModel_->board().trunkBookmarkName();
+    if (trunkName && state->bookmarks.contains(*trunkName)) {
+        entries.push_back({trunkIdentity, nullptr, laneWidth(ColumnID::bookmark(*trunkName))});
     }
     std::map<std::string, QWidget*> kept;
-    for (const auto& slot : slots_) {
-        const std::string identity = slot.identity();
-        QWidget* widget = columnFor(slot, lanes);
-        kept[identity] = widget;
-        rowLayout_->addWidget(widget);
+    for (std::size_t index = 0; index < slots_.size(); ++index) {
+        const BoardSlot& slot = slots_[index];
+        std::string identity = slot.identity();
+        slotIndex_.emplace(identity, index);
+        QWidget* side = sideColumnFor(slot);
+        if (side != nullptr) {
+            kept[identity] = side;
+        }
+        const int width =
+            side == nullptr ? laneWidth(slot.columnID().value_or(ColumnID::hidden())) : 0;
+        entries.push_back({std::move(identity), side, width});
     }
-    rowLayout_->addStretch(1);
+    row_->setEntries(std::move(entries));
     updateDiffToggle();
-    for (const auto& [identity, widget] : columns_) {
+    for (const auto& [identity, widget] : sideColumns_) {
         if (!kept.contains(identity)) {
             widget->deleteLater();
         }
     }
-    columns_ = std::move(kept);
+    sideColumns_ = std::move(kept);
 }
 
-QWidget* ContentView::columnFor(const BoardSlot& slot, const LaneInputs& lanes) {
-    const std::string identity = slot.identity();
-    const auto existing = columns_.find(identity);
-    QWidget* widget = existing == columns_.end() ? nullptr : existing->second;
+QWidget* ContentView::sideColumnFor(const BoardSlot& slot) {
+    const auto existing = sideColumns_.find(slot.identity());
+    QWidget* widget = existing == sideColumns_.end() ? nullptr : existing->second;
     return std::visit(
         Overloaded{
-            [&](const BoardSlot::WorkingCopyStack& s) -> QWidget* {
-                auto* column = widget != nullptr ? qobject_cast<BookmarkColumn*>(widget)
-                                                 : makeLaneColumn(identity);
-                column->setInput(lanes.workingCopyLane(s.name));
-                return column;
-            },
-            [&](const BoardSlot::OneOff& s) -> QWidget* {
-                auto* column = widget != nullptr ? qobject_cast<BookmarkColumn*>(widget)
-                                                 : makeLaneColumn(identity);
-                column->setInput(lanes.oneOffLane(s.lane));
-                return column;
-            },
-            [&](const BoardSlot::BookmarkLane& s) -> QWidget* {
-                auto* column = widget != nullptr ? qobject_cast<BookmarkColumn*>(widget)
-                                                 : makeLaneColumn(identity);
-                column->setInput(lanes.bookmarkLane(s.bookmark));
-                return column;
-            },
             [&](const BoardSlot::Diff&) -> QWidget* {
                 return widget != nullptr ? widget : new DiffColumn(viewModel_, selection_, row_);
             },
@@ -318,14 +313,64 @@ QWidget* ContentView::columnFor(const BoardSlot& slot, const LaneInputs& lanes) 
                         &ContentView::newBookmarkRequested);
                 return placeholder;
             },
+            [](const auto&) -> QWidget* { return nullptr; },
         },
         slot.value);
 }
 
-BookmarkColumn* ContentView::makeLaneColumn(const std::string& identity) {
-    auto* column = new BookmarkColumn(row_);
-    column->setObjectName(qText(identity));
+int ContentView::laneWidth(const ColumnID& column) {
+    const std::string key = column.storageKey();
+    if (const auto found = laneWidths_.find(key); found != laneWidths_.end()) {
+        return found->second;
+    }
+    const auto width = columnwidths::resizableColumnWidth(columnwidths::key(column),
+                                                          columnwidths::bookmarkColumnLimits);
+    const int pixels = static_cast<int>(std::lround(width.width));
+    laneWidths_.emplace(key, pixels);
+    return pixels;
+}
+
+std::optional<BookmarkColumnInput> ContentView::laneInput(const std::string& identity) const {
+    if (!lanes_) {
+        return std::nullopt;
+    }
+    if (identity == trunkIdentity) {
+        return lanes_->trunkLane();
+    }
+    const auto found = slotIndex_.find(identity);
+    if (found == slotIndex_.end()) {
+        return std::nullopt;
+    }
+    return std::visit(
+        Overloaded{
+            [&](const BoardSlot::WorkingCopyStack& s) -> std::optional<BookmarkColumnInput> {
+                return lanes_->workingCopyLane(s.name);
+            },
+            [&](const BoardSlot::OneOff& s) -> std::optional<BookmarkColumnInput> {
+                return lanes_->oneOffLane(s.lane);
+            },
+            [&](const BoardSlot::BookmarkLane& s) -> std::optional<BookmarkColumnInput> {
+                return lanes_->bookmarkLane(s.bookmark);
+            },
+            [](const auto&) -> std::optional<BookmarkColumnInput> { return std::nullopt; },
+        },
+        slots_[found->second].value);
+}
+
+void ContentView::showLane(BookmarkColumn& column, const std::string& identity) {
+    if (auto input = laneInput(identity)) {
+        column.setObjectName(qText(identity == trunkIdentity ? "trunk" : identity));
+        column.setInput(std::move(*input));
+    }
+}
+
+BookmarkColumn* ContentView::makeLaneColumn(QWidget* parent) {
+    auto* column = new BookmarkColumn(parent);
     wireLaneColumn(column);
+    connect(column, &BookmarkColumn::widthChanged, this, [this, column](double width) {
+        laneWidths_[column->input().selectionColumnID.storageKey()] =
+            static_cast<int>(std::lround(width));
+    });
     return column;
 }
 
@@ -554,13 +599,17 @@ void ContentView::moveSelection(int step, bool extend) {
     if (!column) {
         return;
     }
-    for (const auto& [identity, widget] : columns_) {
-        auto* lane = qobject_cast<BookmarkColumn*>(widget);
-        if (lane != nullptr && lane->input().selectionColumnID == *column) {
-            selection_->moveSelection(step, extend, *column,
-                                      columnrules::visibleChangeOrder(lane->input()));
-            return;
+    // The selected lane may have scrolled out of view: its input says the
+    // order all the same.
+    for (const auto& slot : slots_) {
+        if (slot.columnID() != *column) {
+            continue;
         }
+        if (const auto input = laneInput(slot.identity())) {
+            selection_->moveSelection(step, extend, *column,
+                                      columnrules::visibleChangeOrder(*input));
+        }
+        return;
     }
 }
 

@@ -2,15 +2,16 @@
 
 #include <QWidget>
 #include <map>
+#include <memory>
 #include <string>
 #include <tuple>
+#include <unordered_map>
 
 #include "app/board/BoardSlot.h"
 #include "app/board/BookmarkAction.h"
 #include "app/board/CommitCardMenu.h"
 #include "app/viewmodel/ViewModelTypes.h"
 
-class QHBoxLayout;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -21,6 +22,8 @@ class QToolButton;
 namespace vorda {
 
 class BookmarkColumn;
+class BoardRow;
+class LaneInputs;
 class RepoViewModel;
 class SelectionStore;
 struct BookmarkColumnInput;
@@ -36,6 +39,7 @@ class ContentView : public QWidget {
   public:
     ContentView(RepoViewModel* viewModel, SelectionStore* selection, QString repoPath,
                 QWidget* parent = nullptr);
+    ~ContentView() override;
 
     /// What a bookmark gesture does, from any menu or column.
     void handleBookmarkAction(const BookmarkAction& action, const Bookmark& bookmark);
@@ -47,8 +51,12 @@ class ContentView : public QWidget {
     /// The slots of the last render, in row order.
     const std::vector<BoardSlot>& renderedSlots() const { return slots_; }
     /// The column widget of a lane shown on the board, by slot identity;
-    /// "trunk" names the trunk's pinned box that leads the row.
+    /// "trunk" names the trunk's pinned box that leads the row. Only the
+    /// lanes in and near the view have a widget: null for the others.
     BookmarkColumn* laneColumn(const std::string& identity) const;
+    /// Scrolls the lane `identity` into view and answers its widget; null
+    /// when no such lane is on the board.
+    BookmarkColumn* ensureLaneVisible(const std::string& identity);
     /// The text shown in place of the board ("Loading...", an error, or
     /// "No bookmarks or one-offs"); empty while the board is shown.
     QString messageText() const;
@@ -65,8 +73,17 @@ class ContentView : public QWidget {
     void scheduleRender();
     void render();
     void renderRow();
-    QWidget* columnFor(const BoardSlot& slot, const class LaneInputs& lanes);
-    BookmarkColumn* makeLaneColumn(const std::string& identity);
+    /// The widget of a column that always exists (diff, hidden panel,
+    /// placeholder); null for a lane.
+    QWidget* sideColumnFor(const BoardSlot& slot);
+    BookmarkColumn* makeLaneColumn(QWidget* parent);
+    /// Gives `column` the input of the lane `identity` (a slot identity, or
+    /// the trunk's own).
+    void showLane(BookmarkColumn& column, const std::string& identity);
+    /// What the lane `identity` shows, as of the last render.
+    std::optional<BookmarkColumnInput> laneInput(const std::string& identity) const;
+    /// A lane's width before it has a widget: its stored width, read once.
+    int laneWidth(const ColumnID& column);
     void wireLaneColumn(BookmarkColumn* column);
     /// The lane's own controls: diff button, close control, renames,
     /// routes and the cards' file lists.
@@ -105,13 +122,18 @@ class ContentView : public QWidget {
     QStackedWidget* stack_;
     QLabel* message_;
     QScrollArea* scroll_;
-    QWidget* row_;
-    QHBoxLayout* rowLayout_;
-    BookmarkColumn* trunkColumn_ = nullptr;
-    /// Every column widget on the row, by slot identity; reused across
-    /// renders so a column keeps its scroll position and rows.
-    std::map<std::string, QWidget*> columns_;
+    BoardRow* row_;
+    /// The columns that are not lanes, by slot identity; reused across
+    /// renders.
+    std::map<std::string, QWidget*> sideColumns_;
     std::vector<BoardSlot> slots_;
+    /// Where each slot identity stands in `slots_`.
+    std::unordered_map<std::string, std::size_t> slotIndex_;
+    /// The lanes' inputs as of the last render, for lanes that come into
+    /// view later.
+    std::unique_ptr<LaneInputs> lanes_;
+    /// Lane widths by storage key.
+    std::unordered_map<std::string, int> laneWidths_;
     bool renderScheduled_ = false;
     /// What the diff column was last asked to show: selected changes,
     /// bookmark, column changes.

@@ -6,6 +6,7 @@
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScrollBar>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <chrono>
@@ -178,6 +179,23 @@ void BookmarkColumn::setInput(BookmarkColumnInput input) {
 
 bool BookmarkColumn::showsFiles() const {
     return fileLists_->isShown();
+}
+
+BookmarkColumn::LaneViewState BookmarkColumn::viewState() const {
+    return {list_->verticalScrollBar()->value(), showsFiles(), routes_->isExpanded()};
+}
+
+void BookmarkColumn::restoreViewState(const LaneViewState& state) {
+    header_->setFileListsShown(state.showsFiles);
+    routes_->setExpanded(state.routesExpanded);
+    if (state.scrollPosition == list_->verticalScrollBar()->value()) {
+        return;
+    }
+    // The rows of a new input are laid out later; the position needs them
+    // now.
+    layout()->activate();
+    list_->doItemsLayout();
+    list_->verticalScrollBar()->setValue(state.scrollPosition);
 }
 
 void BookmarkColumn::showCommitFiles(const std::string& commitID, std::vector<ChangedFile> files) {

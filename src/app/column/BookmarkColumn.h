@@ -67,6 +67,17 @@ class BookmarkColumn : public QFrame, public DropTarget {
     /// Whether the cards list their changed files (the header's file list
     /// button; the column's own state, kept across inputs).
     bool showsFiles() const;
+
+    /// What the user set up in the lane that outlives the widget: the board
+    /// keeps it by lane while the widget serves other lanes.
+    struct LaneViewState {
+        int scrollPosition = 0;
+        bool showsFiles = false;
+        bool routesExpanded = false;
+    };
+    LaneViewState viewState() const;
+    /// Puts back a lane's `state`, after `setInput` of that lane.
+    void restoreViewState(const LaneViewState& state);
     /// The files of `commitID`, read for a card that asked through
     /// `commitFilesWanted`.
     void showCommitFiles(const std::string& commitID, std::vector<ChangedFile> files);

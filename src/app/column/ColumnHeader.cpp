@@ -190,6 +190,10 @@ void ColumnHeader::beginRename() {
     renameField_->begin(title_->text());
 }
 
+void ColumnHeader::setFileListsShown(bool shown) {
+    fileListsButton_->setChecked(shown);
+}
+
 bool ColumnHeader::eventFilter(QObject* watched, QEvent* event) {
     if (watched == title_ && event->type() == QEvent::MouseButtonDblClick) {
         beginRename();

@@ -33,6 +33,8 @@ class ColumnHeader : public QWidget {
     void setInput(const BookmarkColumnInput& input);
     /// Starts the rename of the title, when the lane is a real bookmark.
     void beginRename();
+    /// Presses or releases the file list button, as the user would.
+    void setFileListsShown(bool shown);
 
   Q_SIGNALS:
     void inclusionToggled(bool included);

@@ -18,12 +18,22 @@ void BoardModel::applySnapshot(const SnapshotRef& snapshot) {
         }
         setSelectedWorkspaceName(replacement);
     }
-    setSettingsByName(snapshot->settingsByName);
+    // A refresh mostly brings what is shown already: compare before copying,
+    // the copy of a thousand lanes costs more than the comparison.
+    if (snapshot->settingsByName != settingsByName()) {
+        setSettingsByName(snapshot->settingsByName);
+    }
     setTrunkCommitID(snapshot->trunkCommitID);
-    setConflictedFiles(snapshot->conflictedFiles);
-    setWorkingCopyDiff(snapshot->workingCopyDiff);
-    setLanesByBookmark(snapshot->lanesByBookmark);
-    if (!snapshot->prsByBookmark.empty()) {
+    if (snapshot->conflictedFiles != conflictedFiles()) {
+        setConflictedFiles(snapshot->conflictedFiles);
+    }
+    if (snapshot->workingCopyDiff != workingCopyDiff()) {
+        setWorkingCopyDiff(snapshot->workingCopyDiff);
+    }
+    if (snapshot->lanesByBookmark != lanesByBookmark()) {
+        setLanesByBookmark(snapshot->lanesByBookmark);
+    }
+    if (!snapshot->prsByBookmark.empty() && snapshot->prsByBookmark != prStatuses()) {
         setPrStatuses(snapshot->prsByBookmark);
     }
 }
@@ -45,6 +55,8 @@ void BoardModel::dropStateCaches() {
     mutableBookmarksCache_.reset();
     boardVisibilityCache_.reset();
     untrackedRemoteBookmarksCache_.reset();
+    oneOffLanesCache_.reset();
+    stackedOneOffLanesCache_.reset();
 }
 
 void BoardModel::setErrorMessage(OptionalText value) {

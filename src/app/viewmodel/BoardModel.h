@@ -119,6 +119,10 @@ class BoardModel : public QObject {
     mutable std::optional<StringList> allTagsCache_;
     mutable std::optional<BookmarkBoardVisibility> boardVisibilityCache_;
     mutable std::optional<std::vector<Bookmark>> untrackedRemoteBookmarksCache_;
+    /// The state's one-off lanes, and those stacked on a bookmark: each a
+    /// walk over every commit, asked for several times per render.
+    mutable std::optional<std::vector<OneOffLane>> oneOffLanesCache_;
+    mutable std::optional<std::map<std::string, OneOffLane>> stackedOneOffLanesCache_;
 };
 
 }  // namespace vorda

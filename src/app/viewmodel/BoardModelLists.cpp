@@ -85,7 +85,10 @@ std::map<std::string, OneOffLane> BoardModel::foldedOneOffLanesByBookmark() cons
     }
     // Folded only under a bookmark that has a column of its own: a lane
     // folded anywhere else would be on no column at all.
-    auto folded = state->stackedOneOffLanesByBookmark();
+    if (!stackedOneOffLanesCache_) {
+        stackedOneOffLanesCache_ = state->stackedOneOffLanesByBookmark();
+    }
+    auto folded = *stackedOneOffLanesCache_;
     const auto& filtered = filteredBookmarks();
     const auto included = allWorkspaceIncludedBookmarkNames();
     std::erase_if(folded, [&](const auto& entry) {
@@ -103,7 +106,10 @@ std::vector<OneOffLane> BoardModel::availableOneOffLanes() const {
         return {};
     }
     const auto folded = foldedOneOffLanesByBookmark();
-    auto lanes = state->oneOffLanes();
+    if (!oneOffLanesCache_) {
+        oneOffLanesCache_ = state->oneOffLanes();
+    }
+    auto lanes = *oneOffLanesCache_;
     std::erase_if(lanes, [&](const OneOffLane& lane) {
         return std::any_of(folded.begin(), folded.end(),
                            [&](const auto& entry) { return entry.second.id() == lane.id(); });
