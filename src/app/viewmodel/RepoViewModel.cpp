@@ -6,6 +6,7 @@
 
 #include "app/viewmodel/CommandPresentation.h"
 #include "app/viewmodel/DiffApplyHelper.h"
+#include "app/viewmodel/FreeMemory.h"
 #include "app/viewmodel/RewriteOutcomes.h"
 #include "jjkit/repo/JJRepoDetector.h"
 #include "jjkit/support/DiagnosticLog.h"
@@ -29,6 +30,7 @@ std::string formattedMilliseconds(double milliseconds) {
 
 void measuredApply(BoardModel& board, const SnapshotRef& snapshot) {
     Perf::measure("vm.applySnapshot", PerfCategory::vm, [&] { board.applySnapshot(snapshot); });
+    releaseFreeMemorySoon();
 }
 
 }  // namespace
