@@ -43,6 +43,7 @@
 
 #include "LargeRepository.h"
 #include "ReadPhases.h"
+#include "ScratchFolder.h"
 #include "SnapshotCheck.h"
 #include "cli/DemoRepository.h"
 #include "feature/session/RepoSession.h"
@@ -124,31 +125,6 @@ void isolateEnvironment(const fs::path& folder, bool verbose) {
     }
 }
 
-// A temporary folder for a run without a cache, removed at the end.
-class ScratchFolder {
-  public:
-    ScratchFolder() {
-        std::string pattern = (fs::temp_directory_path() / "vorda-read-bench-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("cannot make a temporary folder");
-        }
-        path_ = pattern;
-    }
-    ~ScratchFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ScratchFolder(ScratchFolder&&) = delete;
-    ScratchFolder& operator=(ScratchFolder&&) = delete;
-
-    const fs::path& path() const { return path_; }
-
-  private:
-    fs::path path_;
-};
-
 std::string rounded(double milliseconds) {
     return std::to_string(std::llround(milliseconds));
 }
@@ -219,7 +195,7 @@ int runBenchmark(const Options& options) {
     if (options.cache) {
         cache = *options.cache;
     } else {
-        scratch.emplace();
+        scratch.emplace("vorda-read-bench");
         cache = scratch->path();
     }
     isolateEnvironment(cache, options.verbose);
@@ -316,7 +292,7 @@ int runBenchmark(const Options& options) {
     // The same snapshot as before jj answered the facts in the log, on this
     // repository and on the demonstration repository.
     bool identical = printSnapshotCheck("generated", root);
-    const ScratchFolder demoFolder;
+    const ScratchFolder demoFolder("vorda-read-bench");
     createDemoRepository((demoFolder.path() / "demo").string());
     identical =
         printSnapshotCheck("demo", demoRepositoryPath((demoFolder.path() / "demo").string())) &&

@@ -38,6 +38,7 @@
 #include <unistd.h>
 
 #include "LargeRepository.h"
+#include "ScratchFolder.h"
 #include "app/viewmodel/RepoViewModel.h"
 #include "app/window/RepoWindow.h"
 #include "cli/DemoRepository.h"
@@ -267,33 +268,11 @@ void measureWindow(const std::string& name, const fs::path& root, const Options&
     QApplication::processEvents();
 }
 
-/// A temporary folder, removed at the end.
-class ScratchFolder {
-  public:
-    ScratchFolder() {
-        std::string pattern = (fs::temp_directory_path() / "vorda-idle-bench-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("cannot make a temporary folder");
-        }
-        path_ = pattern;
-    }
-    ~ScratchFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    const fs::path& path() const { return path_; }
-
-  private:
-    fs::path path_;
-};
-
 void run(const Options& options) {
     if (!Perf::isEnabled()) {
         throw std::runtime_error("needs the trace on: unset VORDA_PERF");
     }
-    const ScratchFolder scratch;
+    const ScratchFolder scratch("vorda-idle-bench");
     // The generated repository's identity, so that `mine()` finds its work;
     // kept out of the cache folder, which other benchmarks share.
     const fs::path config = scratch.path() / "jj-config.toml";
